@@ -1,0 +1,218 @@
+#include "automation/LateBound.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "automation/Errors.h"
+
+namespace kandora {
+
+namespace {
+
+/// More arguments than any member that this system calls takes.
+constexpr std::size_t maximalArguments = 8;
+
+RuntimeError ErrorFrom(EXCEPINFO& info) {
+    if (info.pfnDeferredFillIn != nullptr) {
+        info.pfnDeferredFillIn(&info);
+    }
+    const std::int32_t number = info.wCode != 0 ? info.wCode : NumberOf(info.scode);
+    Text description = TextOf(info.bstrDescription);
+    Text source = TextOf(info.bstrSource);
+    SysFreeString(info.bstrDescription);
+    SysFreeString(info.bstrSource);
+    SysFreeString(info.bstrHelpFile);
+    return {number, description.empty() ? DescriptionOf(number) : std::move(description), std::move(source)};
+}
+
+/// One Invoke with everything around it; the result stays where it is when none is wanted.
+Variant InvokeById(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& parameters, bool wantsResult) {
+    Variant result;
+    EXCEPINFO exception{};
+    const HRESULT outcome = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                                           wantsResult ? result.Receive() : nullptr, &exception, nullptr);
+    if (outcome == DISP_E_EXCEPTION) {
+        throw ErrorFrom(exception);
+    }
+    RequireSuccess(outcome);
+    result.Dereference();
+    return result;
+}
+
+}  // namespace
+
+Argument::Argument(ByReference<Text> text) : bstr_(NewBstr(text.variable)), text_(&text.variable) {}
+Argument::Argument(ByReference<std::int32_t> number) : value_(number.variable), long_(&number.variable) {}
+Argument::Argument(ByReference<std::int16_t> number) : value_(number.variable), integer_(&number.variable) {}
+
+Argument::~Argument() {
+    SysFreeString(bstr_);
+}
+
+VARIANT Argument::Passed() noexcept {
+    VARIANT passed = value_.Raw();
+    if (text_ != nullptr) {
+        passed.vt = VT_BYREF | VT_BSTR;
+        passed.pbstrVal = &bstr_;
+    } else if (long_ != nullptr) {
+        passed.vt = VT_BYREF | VT_I4;
+        passed.plVal = &value_.Receive()->lVal;
+    } else if (integer_ != nullptr) {
+        passed.vt = VT_BYREF | VT_I2;
+        passed.piVal = &value_.Receive()->iVal;
+    }
+    return passed;
+}
+
+void Argument::CopyBack() {
+    if (text_ != nullptr) {
+        *text_ = TextOf(bstr_);
+    } else if (long_ != nullptr) {
+        *long_ = value_.Raw().lVal;
+    } else if (integer_ != nullptr) {
+        *integer_ = value_.Raw().iVal;
+    }
+}
+
+struct LateBound::Binding {
+    explicit Binding(IDispatch* theObject) : object(theObject) { object->AddRef(); }
+    ~Binding() { object->Release(); }
+    Binding(const Binding&) = delete;
+    Binding& operator=(const Binding&) = delete;
+
+    DISPID IdOf(const wchar_t* member) {
+        const auto known = std::ranges::find(ids, TextView(member), &Id::member);
+        if (known != ids.end()) {
+            return known->id;
+        }
+        DISPID id = DISPID_UNKNOWN;
+        auto* name = const_cast<wchar_t*>(member);
+        RequireSuccess(object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
+        ids.push_back({Text(member), id});
+        return id;
+    }
+
+    struct Id {
+        Text member;
+        DISPID id;
+    };
+
+    IDispatch* object;
+    std::vector<Id> ids;
+};
+
+LateBound::LateBound(IDispatch* object) : binding_(object == nullptr ? nullptr : std::make_shared<Binding>(object)) {}
+
+LateBound::LateBound(const Variant& value) {
+    if (!value.IsObject()) {
+        throw RuntimeError(errors::typeMismatch);
+    }
+    if (value.ObjectPointer() != nullptr) {
+        IDispatch* object = nullptr;
+        RequireSuccess(value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object)));
+        const struct Releaser {
+            IDispatch* pointer;
+            ~Releaser() { pointer->Release(); }
+        } releaser{object};
+        binding_ = std::make_shared<Binding>(object);
+    }
+}
+
+IDispatch* LateBound::Pointer() const noexcept {
+    return binding_ == nullptr ? nullptr : binding_->object;
+}
+
+void LateBound::InvokePut(const wchar_t* member, Argument& value) const {
+    Invoke(member, DISPATCH_PROPERTYPUT, false, &value, 1);
+}
+
+Variant LateBound::Invoke(const wchar_t* member, WORD flags, bool wantsResult, Argument* arguments,
+                          std::size_t count) const {
+    if (binding_ == nullptr) {
+        throw RuntimeError(errors::objectMissing);
+    }
+    // The callee may make the owner of this reference drop it while the call is under way.
+    const std::shared_ptr<Binding> binding = binding_;
+    std::array<VARIANT, maximalArguments> passed;
+    for (std::size_t i = 0; i < count; ++i) {
+        passed[count - 1 - i] = arguments[i].Passed();  // automation takes arguments from the last to the first
+    }
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters{};
+    parameters.rgvarg = count > 0 ? passed.data() : nullptr;
+    parameters.cArgs = static_cast<UINT>(count);
+    if ((flags & DISPATCH_PROPERTYPUT) != 0) {
+        parameters.rgdispidNamedArgs = &put;
+        parameters.cNamedArgs = 1;
+    }
+    Variant result = InvokeById(binding->object, binding->IdOf(member), flags, parameters, wantsResult);
+    for (std::size_t i = 0; i < count; ++i) {
+        arguments[i].CopyBack();
+    }
+    return result;
+}
+
+bool LateBound::Knows(std::initializer_list<const wchar_t*> members) const noexcept {
+    if (binding_ == nullptr) {
+        return false;
+    }
+    return std::ranges::all_of(members, [this](const wchar_t* member) {
+        DISPID id = DISPID_UNKNOWN;
+        auto* name = const_cast<wchar_t*>(member);
+        return SUCCEEDED(binding_->object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
+    });
+}
+
+Variant LateBound::DefaultValue() const {
+    if (binding_ == nullptr) {
+        throw RuntimeError(errors::objectMissing);
+    }
+    DISPPARAMS none{};
+    return InvokeById(binding_->object, DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
+}
+
+std::optional<std::vector<Variant>> LateBound::Items() const {
+    if (binding_ == nullptr) {
+        return std::nullopt;
+    }
+    try {
+        DISPPARAMS none{};
+        const Variant enumerator =
+            InvokeById(binding_->object, DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
+        IEnumVARIANT* items = nullptr;
+        if (!enumerator.IsObject() || enumerator.ObjectPointer() == nullptr ||
+            FAILED(enumerator.ObjectPointer()->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(&items)))) {
+            return std::nullopt;
+        }
+        const std::unique_ptr<IEnumVARIANT, void (*)(IEnumVARIANT*)> release(
+            items, [](IEnumVARIANT* object) { object->Release(); });
+        std::vector<Variant> result;
+        Variant item;
+        while (items->Next(1, item.Receive(), nullptr) == S_OK) {
+            item.Dereference();
+            result.push_back(std::exchange(item, Variant()));
+        }
+        return result;
+    } catch (const RuntimeError&) {
+        return std::nullopt;
+    }
+}
+
+LateBound NewObject(const Text& progId) {
+    CLSID clsid{};
+    IDispatch* object = nullptr;
+    HRESULT outcome = CLSIDFromProgID(progId.c_str(), &clsid);
+    if (SUCCEEDED(outcome)) {
+        outcome = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_IDispatch,
+                                   reinterpret_cast<void**>(&object));
+    }
+    if (FAILED(outcome)) {
+        const std::int32_t number = NumberOf(outcome);
+        throw RuntimeError(number == errors::outOfMemory || number == errors::serverGone ? number
+                                                                                        : errors::cannotCreateObject);
+    }
+    const std::unique_ptr<IDispatch, void (*)(IDispatch*)> release(object, [](IDispatch* created) { created->Release(); });
+    return LateBound(object);
+}
+
+}  // namespace kandora

@@ -1,0 +1,90 @@
+#include "automation/Text.h"
+
+#include <windows.h>
+
+namespace kandora {
+
+namespace {
+
+Text CaseMapped(const Text& text, DWORD mapping) {
+    Text result(text.size(), L'\0');
+    if (!text.empty()) {
+        LCMapStringW(LOCALE_USER_DEFAULT, mapping, text.data(), static_cast<int>(text.size()), result.data(),
+                     static_cast<int>(result.size()));
+    }
+    return result;
+}
+
+}  // namespace
+
+Text Decimal(std::int64_t value) {
+    return std::to_wstring(value);
+}
+
+Text Digits(int value, int width) {
+    Text digits = Decimal(value);
+    const auto wanted = static_cast<std::size_t>(width);
+    return digits.size() < wanted ? Text(wanted - digits.size(), L'0') + digits : digits;
+}
+
+Text Joined(const std::vector<Text>& parts, TextView separator) {
+    Text result;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) {
+            result += separator;
+        }
+        result += parts[i];
+    }
+    return result;
+}
+
+Text Replaced(const Text& text, TextView what, TextView with) {
+    if (what.empty()) {
+        return text;
+    }
+    Text result;
+    std::size_t from = 0;
+    for (std::size_t at = text.find(what); at != Text::npos; at = text.find(what, from)) {
+        result.append(text, from, at - from);
+        result += with;
+        from = at + what.size();
+    }
+    result.append(text, from);
+    return result;
+}
+
+Text Trimmed(const Text& text) {
+    const std::size_t first = text.find_first_not_of(L' ');
+    return first == Text::npos ? Text() : text.substr(first, text.find_last_not_of(L' ') - first + 1);
+}
+
+Text LowerCase(const Text& text) {
+    return CaseMapped(text, LCMAP_LOWERCASE);
+}
+
+Text UpperCase(const Text& text) {
+    return CaseMapped(text, LCMAP_UPPERCASE);
+}
+
+std::string AnsiFromText(TextView text) {
+    if (text.empty()) {
+        return {};
+    }
+    const auto length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), length, nullptr, 0, "?", nullptr);
+    std::string ansi(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), length, ansi.data(), size, "?", nullptr);
+    return ansi;
+}
+
+Text TextFromAnsi(std::string_view ansi) {
+    if (ansi.empty()) {
+        return {};
+    }
+    const auto length = static_cast<int>(ansi.size());
+    Text text(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, ansi.data(), length, nullptr, 0)), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, ansi.data(), length, text.data(), static_cast<int>(text.size()));
+    return text;
+}
+
+}  // namespace kandora

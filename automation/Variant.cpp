@@ -1,0 +1,294 @@
+#include "automation/Variant.h"
+
+#include <utility>
+
+#include "automation/Errors.h"
+
+namespace kandora {
+
+namespace {
+
+/// A safe array's lock on its data, for as long as the object lives.
+class ArrayLock {
+public:
+    explicit ArrayLock(SAFEARRAY* array) : array_(array) { RequireSuccess(SafeArrayLock(array)); }
+    ~ArrayLock() { SafeArrayUnlock(array_); }
+    ArrayLock(const ArrayLock&) = delete;
+    ArrayLock& operator=(const ArrayLock&) = delete;
+
+private:
+    SAFEARRAY* array_;
+};
+
+/// This platform's headers declare the sources of copies and conversions without const; none is written to.
+VARIANT* Source(const VARIANT& value) {
+    return const_cast<VARIANT*>(&value);
+}
+
+VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
+    VARTYPE type = VT_EMPTY;
+    return SUCCEEDED(SafeArrayGetVartype(array, &type)) && type != VT_EMPTY ? type : declared;
+}
+
+/// The element at `data` as a value of its own. Records need a description that only their array has; they are handed
+/// out as an error value.
+Variant ElementAt(void* data, VARTYPE type) {
+    VARIANT reference;
+    VariantInit(&reference);
+    if (type == VT_RECORD) {
+        reference.vt = VT_ERROR;
+        reference.scode = DISP_E_BADVARTYPE;
+        return Variant(reference);
+    }
+    reference.vt = static_cast<VARTYPE>(type | VT_BYREF);
+    reference.byref = data;
+    return Variant(reference);
+}
+
+SAFEARRAY* ArrayIn(const VARIANT& value) {
+    if ((value.vt & VT_ARRAY) == 0) {
+        throw RuntimeError(errors::typeMismatch);
+    }
+    if (value.parray == nullptr) {
+        throw RuntimeError(errors::subscript);
+    }
+    return value.parray;
+}
+
+SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
+    SAFEARRAY* const array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(size));
+    if (array == nullptr) {
+        throw RuntimeError(errors::outOfMemory);
+    }
+    return array;
+}
+
+bool SameWord(const Text& text, TextView word) {
+    return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()), word.data(),
+                          static_cast<int>(word.size())) == CSTR_EQUAL;
+}
+
+}  // namespace
+
+Variant::Variant(const Variant& other) : Variant() {
+    RequireSuccess(VariantCopy(&value_, Source(other.value_)));
+}
+
+Variant& Variant::operator=(Variant other) noexcept {
+    std::swap(value_, other.value_);
+    return *this;
+}
+
+Variant::Variant(const VARIANT& source) noexcept : Variant() {
+    const HRESULT result = VariantCopyInd(&value_, Source(source));
+    if (FAILED(result)) {
+        value_.vt = VT_ERROR;
+        value_.scode = result;
+    }
+}
+
+Variant::Variant(TextView text) : Variant() {
+    value_.bstrVal = NewBstr(text);
+    value_.vt = VT_BSTR;
+}
+
+Variant::Variant(std::int32_t number) noexcept : Variant() {
+    value_.vt = VT_I4;
+    value_.lVal = number;
+}
+
+Variant::Variant(std::int16_t number) noexcept : Variant() {
+    value_.vt = VT_I2;
+    value_.iVal = number;
+}
+
+Variant::Variant(bool value) noexcept : Variant() {
+    value_.vt = VT_BOOL;
+    value_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+}
+
+Variant::Variant(IDispatch* object) noexcept : Variant() {
+    value_.vt = VT_DISPATCH;
+    value_.pdispVal = object;
+    if (object != nullptr) {
+        object->AddRef();
+    }
+}
+
+Variant Variant::Null() noexcept {
+    Variant null;
+    null.value_.vt = VT_NULL;
+    return null;
+}
+
+Variant Variant::ArrayOf(const std::vector<Text>& texts) {
+    Variant result;
+    result.value_.parray = NewVector(VT_BSTR, texts.size());
+    result.value_.vt = VT_ARRAY | VT_BSTR;
+    const ArrayLock lock(result.value_.parray);
+    auto* const elements = static_cast<BSTR*>(result.value_.parray->pvData);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        elements[i] = NewBstr(texts[i]);
+    }
+    return result;
+}
+
+Variant Variant::ArrayOf(const std::vector<Variant>& values) {
+    Variant result;
+    result.value_.parray = NewVector(VT_VARIANT, values.size());
+    result.value_.vt = VT_ARRAY | VT_VARIANT;
+    const ArrayLock lock(result.value_.parray);
+    auto* const elements = static_cast<VARIANT*>(result.value_.parray->pvData);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        RequireSuccess(VariantCopy(&elements[i], Source(values[i].value_)));
+    }
+    return result;
+}
+
+bool Variant::IsNumeric() const noexcept {
+    switch (value_.vt) {
+        case VT_EMPTY:
+        case VT_I1:
+        case VT_UI1:
+        case VT_I2:
+        case VT_UI2:
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_I8:
+        case VT_UI8:
+        case VT_R4:
+        case VT_R8:
+        case VT_CY:
+        case VT_DECIMAL:
+        case VT_BOOL:
+            return true;
+        case VT_BSTR: {
+            double number = 0;
+            return value_.bstrVal != nullptr &&
+                   SUCCEEDED(VarR8FromStr(value_.bstrVal, LOCALE_USER_DEFAULT, 0, &number));
+        }
+        default:
+            return false;
+    }
+}
+
+Variant Variant::ConvertedTo(VARTYPE type) const {
+    if (IsNull()) {
+        throw RuntimeError(errors::invalidUseOfNull);
+    }
+    if (IsObject() && value_.punkVal == nullptr) {
+        throw RuntimeError(errors::objectMissing);
+    }
+    Variant result;
+    RequireSuccess(VariantChangeTypeEx(&result.value_, Source(value_), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type));
+    return result;
+}
+
+Text Variant::ToText() const {
+    return value_.vt == VT_BSTR ? TextOf(value_.bstrVal) : TextOf(ConvertedTo(VT_BSTR).value_.bstrVal);
+}
+
+std::int32_t Variant::ToLong() const {
+    return value_.vt == VT_I4 ? value_.lVal : ConvertedTo(VT_I4).value_.lVal;
+}
+
+std::int16_t Variant::ToInteger() const {
+    return value_.vt == VT_I2 ? value_.iVal : ConvertedTo(VT_I2).value_.iVal;
+}
+
+bool Variant::ToBoolean() const {
+    if (value_.vt == VT_BSTR) {
+        const Text text = TextOf(value_.bstrVal);
+        if (SameWord(text, L"True")) {
+            return true;
+        }
+        if (SameWord(text, L"False")) {
+            return false;
+        }
+    }
+    return ConvertedTo(VT_BOOL).value_.boolVal != VARIANT_FALSE;
+}
+
+std::partial_ordering Variant::ComparedTo(double number) const {
+    return IsNull() ? std::partial_ordering::unordered : ConvertedTo(VT_R8).value_.dblVal <=> number;
+}
+
+std::int32_t Variant::LowerBound() const {
+    LONG bound = 0;
+    RequireSuccess(SafeArrayGetLBound(ArrayIn(value_), 1, &bound));
+    return bound;
+}
+
+std::int32_t Variant::UpperBound() const {
+    LONG bound = 0;
+    RequireSuccess(SafeArrayGetUBound(ArrayIn(value_), 1, &bound));
+    return bound;
+}
+
+Variant Variant::Element(std::int32_t index) const {
+    SAFEARRAY* const array = ArrayIn(value_);
+    if (SafeArrayGetDim(array) != 1) {
+        throw RuntimeError(errors::subscript);
+    }
+    const ArrayLock lock(array);
+    LONG position = index;
+    void* data = nullptr;
+    RequireSuccess(SafeArrayPtrOfIndex(array, &position, &data));
+    return ElementAt(data, ElementType(array, value_.vt & VT_TYPEMASK));
+}
+
+std::vector<Variant> Variant::Elements() const {
+    SAFEARRAY* const array = ArrayIn(value_);
+    std::size_t count = SafeArrayGetDim(array) == 0 ? 0 : 1;
+    for (USHORT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
+        count *= array->rgsabound[dimension].cElements;
+    }
+    const ArrayLock lock(array);
+    const VARTYPE type = ElementType(array, value_.vt & VT_TYPEMASK);
+    std::vector<Variant> elements;
+    elements.reserve(count);
+    auto* data = static_cast<std::byte*>(array->pvData);
+    for (std::size_t i = 0; i < count; ++i, data += SafeArrayGetElemsize(array)) {
+        elements.push_back(ElementAt(data, type));
+    }
+    return elements;
+}
+
+void Variant::Resize(std::int32_t upperBound) {
+    SAFEARRAY* const array = ArrayIn(value_);
+    SAFEARRAYBOUND bound{};
+    bound.lLbound = LowerBound();
+    bound.cElements = static_cast<ULONG>(upperBound - bound.lLbound + 1);
+    RequireSuccess(SafeArrayRedim(array, &bound));
+}
+
+void Variant::SetElement(std::int32_t index, const Variant& value) {
+    LONG position = index;
+    RequireSuccess(SafeArrayPutElement(ArrayIn(value_), &position, const_cast<VARIANT*>(&value.value_)));
+}
+
+void Variant::Dereference() {
+    if ((value_.vt & VT_BYREF) != 0) {
+        Variant copy(value_);
+        VariantInit(&value_);
+        std::swap(value_, copy.value_);
+    }
+}
+
+VARIANT Variant::Detach() noexcept {
+    VARIANT result = value_;
+    VariantInit(&value_);
+    return result;
+}
+
+BSTR NewBstr(TextView text) {
+    BSTR const bstr = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (bstr == nullptr) {
+        throw RuntimeError(errors::outOfMemory);
+    }
+    return bstr;
+}
+
+}  // namespace kandora
