@@ -127,6 +127,17 @@ enable_i386() {
 
 install_wine32() { enable_i386 && install_packages "$@"; }
 
+# report_downgrades LOG: names the security versions that install_packages gave up, if it came to that.
+report_downgrades() {
+    local names
+    names=$(sed -n '/^The following packages will be DOWNGRADED:/,/^[^ ]*[0-9]* upgraded/{/^  /p}' "$logs/$1.log" |
+        tr -s '\n ' ' ')
+    [[ -n $names ]] || return 0
+    warn "  *** The package sources lack the i386 twins of security versions installed here; wine needs both alike, so"
+    warn "  *** these went back to the version of the base suite:$names"
+    warn "  *** 'apt-get update && apt-get upgrade' brings the security versions back once the sources have them."
+}
+
 # ensure_packages TEXT LOG NAME...: installs what is missing of the packages; silent when nothing is.
 ensure_packages() {
     local text=$1 log=$2 missing
@@ -134,6 +145,7 @@ ensure_packages() {
     mapfile -t missing < <(missing_packages "$@")
     ((${#missing[@]} > 0)) || return 0
     step "$log" "$text (${#missing[@]} packages)" install_packages "${missing[@]}"
+    report_downgrades "$log"
 }
 
 ensure_wine() {
@@ -148,6 +160,7 @@ ensure_wine() {
         mapfile -t missing < <(missing_packages "${packagesWine32[@]}" "${packagesWine64[@]}")
         if step setup-wine "Install wine, 32 and 64 bit (${#missing[@]} packages)" install_wine32 "${missing[@]}"; then
             rm -f "$no32BitWine"
+            report_downgrades setup-wine
         else
             date >"$no32BitWine"
         fi
