@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+
+#include "automation/Clock.h"
+#include "automation/Errors.h"
+#include "automation/Text.h"
+#include "automation/Variant.h"
+#include "support/MessageBoxes.h"
+
+namespace kandora {
+
+/// The record of the error that is on its way outwards: its first and its current number and text, and the frames
+/// "class.method" that it has passed, innermost first. One per thread.
+class CErrHandler {
+public:
+    CErrHandler(MessageBoxes& boxes, const LocalTime& created) : boxes_(boxes), dtCreated_(created) {}
+
+    [[nodiscard]] const Text& sOriginalDescription() const noexcept { return record_.sOriginalDescription; }
+    [[nodiscard]] const Text& sDescription() const noexcept { return record_.sDescription; }
+    void sDescription(const Text& sNewDescription) { record_.sDescription = sNewDescription; }
+    [[nodiscard]] const Text& sSource() const noexcept { return record_.sSource; }
+    /// Number of the first error; 0 means that nothing is recorded.
+    [[nodiscard]] std::int32_t lOriginalNumber() const noexcept { return record_.lOriginalNumber; }
+    [[nodiscard]] std::int32_t lNumber() const noexcept { return record_.lNumber; }
+    void lNumber(std::int32_t lNewNumber) noexcept { record_.lNumber = lNewNumber; }
+    /// Line number of the first error's statement; 0 where statements carry none.
+    [[nodiscard]] std::int32_t lLine() const noexcept { return record_.lLine; }
+    /// A copy of the frames, an array of texts.
+    [[nodiscard]] Variant vasCallStack() const { return record_.vasCallStack; }
+    /// Number, description, line and frames in one line.
+    [[nodiscard]] Text sToString() const;
+
+    /// Records an error, or the passing of a recorded one through an outer procedure, and appends the frame.
+    void Log(const RuntimeError& oError, const Text& sThisClass, const Text& sThisMethod);
+    /// Forgets number, description and frames. Source and line deliberately stay as the last first error left them.
+    void Clear();
+    /// Raises the recorded error with its frames as the source.
+    [[noreturn]] void RaiseAgain() const;
+    void PrependDescription(const Text& sNewDescription);
+    /// Shows sToString in a critical box and waits for the user.
+    void ShowError();
+
+private:
+    friend class ErrorKeeper;
+
+    struct Record {
+        Text sOriginalDescription;
+        std::int32_t lOriginalNumber = 0;
+        Text sDescription;
+        std::int32_t lNumber = 0;
+        Text sSource;
+        std::int32_t lLine = 0;
+        Variant vasCallStack;
+    };
+
+    [[nodiscard]] Text CallStack() const;
+
+    MessageBoxes& boxes_;
+    LocalTime dtCreated_;
+    Record record_;
+};
+
+/// Puts the error record back to what it was when this object was made: for a stretch of work whose errors are ignored,
+/// so that they do not colour the next error that is shown.
+class ErrorKeeper {
+public:
+    explicit ErrorKeeper(CErrHandler& handler) : handler_(handler), kept_(handler.record_) {}
+    ~ErrorKeeper() { std::swap(handler_.record_, kept_); }
+    ErrorKeeper(const ErrorKeeper&) = delete;
+    ErrorKeeper& operator=(const ErrorKeeper&) = delete;
+
+private:
+    CErrHandler& handler_;
+    CErrHandler::Record kept_;
+};
+
+}  // namespace kandora

@@ -1,0 +1,176 @@
+#include "support/MString.h"
+
+#include <optional>
+#include <vector>
+
+#include "automation/Errors.h"
+#include "support/MDebug.h"
+#include "support/MOpenAccessADO.h"
+
+namespace kandora {
+
+namespace {
+
+constexpr const wchar_t* separator = L", ";
+
+/// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the host's stack.
+constexpr int deepestNesting = 64;
+constexpr const wchar_t* tooDeep = L"(...)";
+
+/// Identifier of the scripting runtime's dictionary interface.
+constexpr IID dictionaryInterface = {0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
+/// Identifier of the oldest record set interface, which every later one still answers to.
+constexpr IID recordsetInterface = {0x0000050E, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x6D, 0x2E, 0xA4}};
+
+Text Render(const Variant& value, int depth);
+
+Text JoinedTexts(const std::vector<Variant>& values, int depth) {
+    std::vector<Text> texts;
+    texts.reserve(values.size());
+    for (const Variant& value : values) {
+        texts.push_back(Render(value, depth));
+    }
+    return Joined(texts, separator);
+}
+
+bool Answers(const LateBound& object, const IID& iid) {
+    IUnknown* answered = nullptr;
+    if (FAILED(object.Pointer()->QueryInterface(iid, reinterpret_cast<void**>(&answered)))) {
+        return false;
+    }
+    answered->Release();
+    return true;
+}
+
+bool IsDictionary(const LateBound& object) {
+    return Answers(object, dictionaryInterface) || object.Knows({L"Keys", L"Items", L"Exists", L"CompareMode"});
+}
+
+bool IsRecordset(const LateBound& object) {
+    return Answers(object, recordsetInterface) || object.Knows({L"Fields", L"EOF", L"MoveNext"});
+}
+
+Text RenderDictionary(const LateBound& dictionary, int depth) {
+    std::vector<Text> pairs;
+    for (const Variant& key : dictionary.Get(L"Keys").Elements()) {
+        pairs.push_back(Render(key, depth) + L"=" + Render(dictionary.Get(L"Item", key), depth));
+    }
+    return L"{" + Joined(pairs, separator) + L"}";
+}
+
+Text RenderRecordset(const LateBound& recordset, int depth) {
+    if (recordset.Get(L"EOF").ToBoolean()) {
+        const Variant names = FieldNames(recordset);
+        const Text list = names.IsEmpty() ? Text() : JoinedTexts(names.Elements(), depth);
+        return L"{Recordset: (empty) " + list + L"}";
+    }
+    std::vector<Text> pairs;
+    const LateBound fields(recordset.Get(L"Fields"));
+    const std::int32_t count = fields.Get(L"Count").ToLong();
+    for (std::int32_t i = 0; i < count; ++i) {
+        const LateBound field(fields.Get(L"Item", i));
+        pairs.push_back(field.Get(L"Name").ToText() + L"=" + Render(field.Get(L"Value"), depth));
+    }
+    return L"{Recordset: " + Joined(pairs, separator) + L"}";
+}
+
+/// The form that an object's kind gives it; nothing when it is of no such kind or fails on the way.
+std::optional<Text> RenderByKind(const LateBound& object, int depth) {
+    try {
+        if (IsDictionary(object)) {
+            return RenderDictionary(object, depth);
+        }
+        if (IsRecordset(object)) {
+            return RenderRecordset(object, depth);
+        }
+        if (const auto items = object.Items(); items && !items->empty()) {
+            return L"[" + JoinedTexts(*items, depth) + L"]";
+        }
+        if (const Variant value = object.DefaultValue(); CanConvertToText(value)) {
+            return L"(Object=" + value.ToText() + L")";
+        }
+    } catch (const RuntimeError&) {
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+Text RenderObject(const Variant& value, int depth) {
+    if (value.ObjectPointer() == nullptr) {
+        return L"(Object=Nothing)";
+    }
+    const auto address = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(value.ObjectPointer()));
+    const Text byAddress = L"(Object@" + Decimal(address) + L")";
+    try {
+        return RenderByKind(LateBound(value), depth).value_or(byAddress);
+    } catch (const RuntimeError&) {
+        return byAddress;
+    }
+}
+
+/// The text of an error value, by its run-time number.
+Text RenderError(std::int32_t scode) {
+    return L"Fehler " + Decimal(NumberOf(scode));
+}
+
+Text Render(const Variant& value, int depth) {
+    if (depth > deepestNesting) {
+        return tooDeep;
+    }
+    if (value.IsArray()) {
+        return value.Raw().parray == nullptr ? Text(L"[]") : L"[" + JoinedTexts(value.Elements(), depth + 1) + L"]";
+    }
+    if (value.IsObject()) {
+        return RenderObject(value, depth + 1);
+    }
+    switch (value.Type()) {
+        case VT_EMPTY:
+            return L"(Empty)";
+        case VT_NULL:
+            return L"(Null)";
+        case VT_ERROR:
+            return RenderError(value.Raw().scode);
+        default:
+            return CanConvertToText(value) ? value.ToText() : L"(Typ " + Decimal(value.Type()) + L")";
+    }
+}
+
+}  // namespace
+
+Text ToText(const Variant& vtValue) {
+    return Render(vtValue, 0);
+}
+
+Text ArrayToText(const Variant& vtValue) {
+    Assert(vtValue.IsArray(), L"Argument not an array.", errors::invalidArgument);
+    return Render(vtValue, 0);
+}
+
+Text ListToText(const LateBound& oList) {
+    Assert(IsList(oList), L"Argument not a List.", errors::invalidArgument);
+    return L"[" + JoinedTexts(oList.Items().value_or(std::vector<Variant>()), 1) + L"]";
+}
+
+Text DictionaryToText(const LateBound& oDictionary) {
+    return RenderDictionary(oDictionary, 1);
+}
+
+Text RecordsetToText(const LateBound& oRecordset) {
+    return RenderRecordset(oRecordset, 1);
+}
+
+bool IsList(const LateBound& oObject) {
+    const auto items = oObject.Items();
+    return items && !items->empty();
+}
+
+bool CanConvertToText(const Variant& vtValue) {
+    try {
+        static_cast<void>(vtValue.ToText());
+        return true;
+    } catch (const RuntimeError&) {
+        return false;
+    }
+}
+
+}  // namespace kandora
