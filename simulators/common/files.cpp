@@ -2,40 +2,13 @@
 
 #include "simulators/common/text.h"
 
-#include <windows.h>
-
-#include <vector>
 
 namespace simulators {
 
-namespace {
-
-class FileHandle {
-public:
-    explicit FileHandle(HANDLE handle) noexcept : handle_(handle) {}
-    ~FileHandle() { Close(); }
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
-
-    bool IsOpen() const noexcept { return handle_ != INVALID_HANDLE_VALUE; }
-    HANDLE Get() const noexcept { return handle_; }
-    void Close() noexcept {
-        if (IsOpen()) {
-            CloseHandle(handle_);
-            handle_ = INVALID_HANDLE_VALUE;
-        }
-    }
-
-private:
-    HANDLE handle_;
-};
-
-[[noreturn]] void FailWithLastError(std::wstring_view what, const std::wstring& path) {
+void FailWithLastError(std::wstring_view what, const std::wstring& path) {
     const DWORD error = GetLastError();
     throw Failure(std::wstring(what) + L": " + path + L": " + SystemMessage(error));
 }
-
-} // namespace
 
 std::wstring LongPath(std::wstring_view path) {
     const std::wstring given(path);
@@ -92,6 +65,67 @@ void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const
 
 void WriteFileAtomically(const std::wstring& path, std::string_view bytes) {
     WriteFileAtomically(path, bytes, path + L".tmp");
+}
+
+void CopyFileDurably(const std::wstring& source, const std::wstring& target) {
+    const std::wstring longTarget = LongPath(target);
+    if (CopyFileW(LongPath(source).c_str(), longTarget.c_str(), FALSE) == 0) {
+        FailWithLastError(L"Die Datei kann nicht kopiert werden", source);
+    }
+    SetFileAttributesW(longTarget.c_str(), FILE_ATTRIBUTE_NORMAL);
+    const FileHandle copy(CreateFileW(longTarget.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!copy.IsOpen() || FlushFileBuffers(copy.Get()) == 0) {
+        FailWithLastError(L"Die Datei kann nicht geschrieben werden", target);
+    }
+}
+
+void RenameFile(const std::wstring& source, const std::wstring& target) {
+    if (MoveFileExW(LongPath(source).c_str(), LongPath(target).c_str(), 0) == 0) {
+        FailWithLastError(L"Die Datei kann nicht verschoben werden", source);
+    }
+}
+
+void RemoveFile(const std::wstring& path) {
+    if (DeleteFileW(LongPath(path).c_str()) == 0 && GetLastError() != ERROR_FILE_NOT_FOUND &&
+        GetLastError() != ERROR_PATH_NOT_FOUND) {
+        FailWithLastError(L"Die Datei kann nicht gelöscht werden", path);
+    }
+}
+
+void CreateDirectories(const std::wstring& path) {
+    if (IsDirectory(path)) {
+        return;
+    }
+    const std::size_t end = path.find_last_of(L"\\/");
+    if (end != std::wstring::npos && end > 0 && path[end - 1] != L':') {
+        CreateDirectories(path.substr(0, end));
+    }
+    if (CreateDirectoryW(LongPath(path).c_str(), nullptr) == 0 && GetLastError() != ERROR_ALREADY_EXISTS) {
+        FailWithLastError(L"Das Verzeichnis kann nicht erstellt werden", path);
+    }
+}
+
+std::vector<DirectoryItem> ListDirectory(const std::wstring& path) {
+    std::vector<DirectoryItem> items;
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = FindFirstFileExW((LongPath(path) + L"\\*").c_str(), FindExInfoBasic, &data,
+                                           FindExSearchNameMatch, nullptr, 0);
+    if (search == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            return items;
+        }
+        FailWithLastError(L"Das Verzeichnis kann nicht gelesen werden", path);
+    }
+    do {
+        const std::wstring_view name = data.cFileName;
+        if (name != L"." && name != L"..") {
+            items.push_back({std::wstring(name), (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
+        }
+    } while (FindNextFileW(search, &data) != 0);
+    FindClose(search);
+    return items;
 }
 
 bool IsFile(const std::wstring& path) {

@@ -1,10 +1,38 @@
 // File operations that leave no half-written file behind.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace simulators {
+
+// Owns an open file.
+class FileHandle {
+public:
+    explicit FileHandle(HANDLE handle = INVALID_HANDLE_VALUE) noexcept : handle_(handle) {}
+    FileHandle(FileHandle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
+    FileHandle& operator=(FileHandle&& other) noexcept {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~FileHandle() { Close(); }
+
+    bool IsOpen() const noexcept { return handle_ != INVALID_HANDLE_VALUE; }
+    HANDLE Get() const noexcept { return handle_; }
+    void Close() noexcept {
+        if (IsOpen()) {
+            CloseHandle(handle_);
+            handle_ = INVALID_HANDLE_VALUE;
+        }
+    }
+
+private:
+    HANDLE handle_;
+};
 
 // The absolute form of a path with the prefix that lifts the length limit; for calls of the system only.
 std::wstring LongPath(std::wstring_view path);
@@ -19,6 +47,31 @@ void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const
 
 // The same with the file's own name and ".tmp" as the temporary file.
 void WriteFileAtomically(const std::wstring& path, std::string_view bytes);
+
+// Copies a file and flushes the copy; an existing target is replaced, a write protection is not copied.
+// Throws Failure.
+void CopyFileDurably(const std::wstring& source, const std::wstring& target);
+
+// Renames a file or directory within a volume. Throws Failure; an existing target is one.
+void RenameFile(const std::wstring& source, const std::wstring& target);
+
+// Deletes a file; one that does not exist is no failure. Throws Failure.
+void RemoveFile(const std::wstring& path);
+
+// Creates a directory with all that are missing above it. Throws Failure.
+void CreateDirectories(const std::wstring& path);
+
+struct DirectoryItem {
+    std::wstring name;
+    bool isDirectory = false;
+};
+
+// What a directory holds, without "." and "..", in no particular order; nothing when it does not exist.
+// Throws Failure.
+std::vector<DirectoryItem> ListDirectory(const std::wstring& path);
+
+// Throws Failure: "what: path: the system's text for the calling thread's last error".
+[[noreturn]] void FailWithLastError(std::wstring_view what, const std::wstring& path);
 
 // True for an existing file that is no directory.
 bool IsFile(const std::wstring& path);
