@@ -62,7 +62,7 @@ public:
     LateBound() noexcept = default;
     /// Takes a reference of its own; null is "no object".
     explicit LateBound(IDispatch* object);
-    /// The object in a value; raises 424-like type errors as 13 when the value holds none.
+    /// The object in a value; raises 13 when the value is none.
     explicit LateBound(const Variant& value);
 
     [[nodiscard]] bool IsNothing() const noexcept { return binding_ == nullptr; }
@@ -82,7 +82,6 @@ public:
     }
 
     /// A property assigned.
-    void Put(const wchar_t* member, const Argument& value) const;
     template <class Value>
     void Put(const wchar_t* member, const Value& value) const {
         Argument argument(value);

@@ -211,6 +211,13 @@ bool Variant::ToBoolean() const {
     return ConvertedTo(VT_BOOL).value_.boolVal != VARIANT_FALSE;
 }
 
+bool Variant::EqualsText(const Text& text) const {
+    if (IsArray() || IsObject()) {
+        throw RuntimeError(errors::typeMismatch);
+    }
+    return value_.vt == VT_BSTR ? TextOf(value_.bstrVal) == text : IsEmpty() && text.empty();
+}
+
 std::partial_ordering Variant::ComparedTo(double number) const {
     return IsNull() ? std::partial_ordering::unordered : ConvertedTo(VT_R8).value_.dblVal <=> number;
 }
@@ -265,6 +272,9 @@ void Variant::Resize(std::int32_t upperBound) {
 }
 
 void Variant::SetElement(std::int32_t index, const Variant& value) {
+    if (ElementType(ArrayIn(value_), value_.vt & VT_TYPEMASK) != VT_VARIANT) {
+        throw RuntimeError(errors::typeMismatch);
+    }
     LONG position = index;
     RequireSuccess(SafeArrayPutElement(ArrayIn(value_), &position, const_cast<VARIANT*>(&value.value_)));
 }

@@ -56,6 +56,9 @@ public:
     [[nodiscard]] std::int16_t ToInteger() const;
     /// The words True and False in any letter case and in any locale, or a number.
     [[nodiscard]] bool ToBoolean() const;
+    /// Equal as values: exactly the same text; an empty value equals the empty text, null equals nothing, and a number never
+    /// equals a text. Raises 13 for arrays and objects.
+    [[nodiscard]] bool EqualsText(const Text& text) const;
     /// How the value compares with a number; null is unordered, so that no comparison with it holds.
     [[nodiscard]] std::partial_ordering ComparedTo(double number) const;
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <tuple>
+
+#include "automation/Text.h"
+#include "automation/Variant.h"
+#include "provider/MGlobals.h"
+
+namespace kandora {
+
+/// What the host calls. No request ever fails for the host: an error is shown to the user with its call stack and then
+/// forgotten, and the request returns what it had by then (normally the empty result).
+class ELOProvider {
+public:
+    explicit ELOProvider(MGlobals& globals) : globals_(globals) {}
+    ELOProvider(const ELOProvider&) = delete;
+    ELOProvider& operator=(const ELOProvider&) = delete;
+
+    /// True from the first InitProvider on.
+    bool bRunning = false;
+
+    void InitProvider(const Variant& vtMetaData);
+    void StartProvider(const Variant& vtMetaData);
+    void FibuVersion(const Variant& vtVerInfo);
+    /// 14 digits: the local date and time. The same within one second, deliberately.
+    Text CreateDocID(const Variant& vtMetaData);
+    Variant GetOpenDocInfo();
+    Text GetVirtualPrinterName();
+
+    void SaveDocument(const Text& sDocID, const Variant& vtMetaData);
+    void DocumentChanged(const Text& sDocID, const Variant& vtMetaData);
+    void DeleteDocument(const Text& sDocID, const Variant& vtMetaData);
+    void ShowDocument(const Text& sDocID, const Variant& vtMetaData);
+    void PrintDocument(const Text& sDocID, const Variant& vtMetaData);
+    void SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID, const Variant& vtMetaData);
+    void SetDocumentStatus(const Text& sDocID, const Variant& vtMetaData);
+
+private:
+    template <class... Arguments>
+    void Trace(const wchar_t* method, const std::tuple<Arguments...>& arguments);
+    void RefreshClient();
+    template <class Body>
+    void Request(const wchar_t* method, Body&& body);
+    /// Traces the request, and does its work when the settings were read and the archive is on for the open client.
+    /// `otherwise` is what happens when it is not on.
+    template <class Arguments, class Work, class Otherwise = void (*)()>
+    void GatedRequest(
+        const wchar_t* method, const Arguments& arguments, Work&& work, Otherwise&& otherwise = [] {});
+
+    MGlobals& globals_;
+};
+
+}  // namespace kandora

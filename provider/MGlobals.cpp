@@ -1,0 +1,140 @@
+#include "provider/MGlobals.h"
+
+#include "provider/SettingsTable.h"
+#include "support/Convention.h"
+#include "support/MDebug.h"
+
+namespace kandora {
+
+namespace {
+
+constexpr const wchar_t* moduleName = L"MGlobals";
+
+constexpr std::int32_t namesMissing = 5000;
+constexpr std::int32_t loginFailed = 5001;
+constexpr std::int32_t maskMissing = 5002;
+
+}  // namespace
+
+/// Filing asks the thread's access to the accounting host.
+class MGlobals::VouchersOfHost final : public VoucherData {
+public:
+    explicit VouchersOfHost(MGlobals& globals) : globals_(globals) {}
+
+    Text GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex) override {
+        return globals_.goSesamSOK()->GetBuchungsType(strBelegNr, strBelegIndex);
+    }
+    void GetDebiDaten(const Text& strBelegNr, const Text& strIndex) override {
+        globals_.goSesamSOK()->GetDebiDaten(strBelegNr, strIndex);
+    }
+    void GetKrediDaten(const Text& strBelegNr, const Text& strIndex) override {
+        globals_.goSesamSOK()->GetKrediDaten(strBelegNr, strIndex);
+    }
+    void GetBelegDaten(const Text& strBelegNr, const Text& strIndex) override {
+        globals_.goSesamSOK()->GetBelegDaten(strBelegNr, strIndex);
+    }
+
+private:
+    MGlobals& globals_;
+};
+
+/// The client settings ask the thread's archive client.
+class MGlobals::FoldersOfArchive final : public ArchiveFolders {
+public:
+    explicit FoldersOfArchive(MGlobals& globals) : globals_(globals) {}
+
+    Text CheckPFadVorhanden(const Text& strPfad) override { return globals_.goArchiv()->CheckPFadVorhanden(strPfad); }
+    Text PFadErstellen(Text& strPfad) override { return globals_.goArchiv()->PFadErstellen(strPfad); }
+
+private:
+    MGlobals& globals_;
+};
+
+MGlobals::MGlobals(Platform& platform, UserInterface& userInterface)
+    : platform_(platform),
+      userInterface_(userInterface),
+      errHandler_(userInterface, platform.Now()),
+      log_(platform),
+      vouchers_(std::make_unique<VouchersOfHost>(*this)),
+      folders_(std::make_unique<FoldersOfArchive>(*this)) {}
+
+MGlobals::~MGlobals() {
+    ReleaseServices();
+}
+
+void MGlobals::ReleaseServices() noexcept {
+    // Taken out first: what an object's end does may come back here.
+    const std::shared_ptr<ELODMS> archiv = std::exchange(archiv_, nullptr);
+    const std::shared_ptr<SOKInterface> sesamSOK = std::exchange(sesamSOK_, nullptr);
+}
+
+std::shared_ptr<ELODMS> MGlobals::goArchiv() {
+    return Inner(errHandler_, {moduleName, L"goArchiv"}, [&] {
+        if (archiv_ == nullptr) {
+            archiv_ = std::make_shared<ELODMS>(ArchiveSide());
+        }
+        return archiv_;
+    });
+}
+
+std::shared_ptr<SOKInterface> MGlobals::goSesamSOK() {
+    return Inner(errHandler_, {moduleName, L"goSesamSOK"}, [&] {
+        if (sesamSOK_ == nullptr) {
+            sesamSOK_ = std::make_shared<SOKInterface>(AccountingSide());
+        }
+        return sesamSOK_;
+    });
+}
+
+std::shared_ptr<cUser> MGlobals::User() {
+    return Inner(errHandler_, {moduleName, L"User"}, [&] {
+        if (user_ == nullptr) {
+            user_ = std::make_shared<cUser>();
+        }
+        user_->sKuerzel = state.settings.gsEloKuerzel;
+        user_->sName = state.settings.gsEloUserName;
+        user_->sPasswort = state.settings.gsEloPasswort;
+        return user_;
+    });
+}
+
+std::unique_ptr<CIniFile> MGlobals::NewIniFile() {
+    return std::make_unique<CIniFile>(platform_);
+}
+
+ArchiveContext MGlobals::ArchiveSide() {
+    return {platform_, userInterface_, errHandler_, state, *vouchers_, [this] { return *User(); }};
+}
+
+AccountingContext MGlobals::AccountingSide() {
+    return {platform_, userInterface_, errHandler_, state, *folders_};
+}
+
+bool MGlobals::IniLesen() {
+    return Inner(errHandler_, {moduleName, L"IniLesen"}, [&] {
+        Settings& settings = state.settings;
+        const auto read = [&](const std::vector<Setting>& table) {
+            for (const Setting& setting : table) {
+                Store(setting, NewIniFile()->sString(setting.section, setting.key));
+            }
+        };
+        read(SwitchSettings(settings));
+        if (!settings.gbArchivAktiv) {
+            return false;
+        }
+        read(ArchiveSettings(settings));
+        Assert(!settings.gsEloUserName.empty() && !settings.gsArchivname.empty() && !settings.gsEloKuerzel.empty(),
+               L"Archivname, Benutzername oder Kurzzeichen nicht eingetragen. Das ELO-Interface ist deaktiviert.",
+               namesMissing);
+        const Text failure = goArchiv()->CheckLogin();
+        Assert(failure.empty(), failure, loginFailed);
+        for (const std::int32_t mask : {settings.glMaskeStruktur, settings.glMaskeBelege, settings.glMaskeAuswertung,
+                                        settings.glMaskeDebi, settings.glMaskeKredi}) {
+            const Text missing = goArchiv()->CheckMaskeVorhanden(mask);
+            Assert(missing.empty(), missing, maskMissing);
+        }
+        return true;
+    });
+}
+
+}  // namespace kandora
