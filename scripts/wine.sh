@@ -73,6 +73,17 @@ ensure_prefix() {
     return "$result"
 }
 
+# Keeps the services of WINEPREFIX running until stop_wineserver. Otherwise the first program of a session would start them
+# and hand them its output, and whoever reads that output would wait until they have gone down again.
+hold_session() {
+    local fifo="$WINEPREFIX/.hold" input
+    rm -f "$fifo"
+    mkfifo "$fifo"
+    # The other end stays open in this shell: when the shell dies, however it dies, the session ends.
+    exec {input}<>"$fifo"
+    "$(wine_loader x64)" cmd.exe /c pause <"$fifo" >/dev/null 2>&1 {input}>&- &
+}
+
 stop_wineserver() {
     [[ -d $WINEPREFIX && -x $wineDirectory/wineserver ]] || return 0
     timeout -k 5 60 "$wineDirectory/wineserver" -k >/dev/null 2>&1 || true
@@ -80,10 +91,12 @@ stop_wineserver() {
 
 displayPid=
 
-# Starts an X server of our own and sets DISPLAY. The server picks the number itself, so parallel starts cannot collide.
+# Starts an X server of our own and sets DISPLAY. The server picks the number itself, so parallel starts cannot collide;
+# it also ends when this shell is killed.
 start_display() {
     local number descriptor
-    exec {descriptor}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -dpi 96 -nolisten tcp -noreset 2>/dev/null)
+    exec {descriptor}< <(exec setpriv --pdeathsig TERM \
+        Xvfb -displayfd 1 -screen 0 1280x1024x24 -dpi 96 -nolisten tcp -noreset 2>/dev/null)
     displayPid=$!
     if ! read -r -t 60 number <&"$descriptor"; then
         exec {descriptor}<&-

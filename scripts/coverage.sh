@@ -1,0 +1,66 @@
+# Which lines and branches the tests reach, measured with the 32-bit build.
+# shellcheck shell=bash
+
+coveragePreset=coverage-x86
+
+measure() {
+    find "$build/$coveragePreset" -name '*.gcda' -delete &&
+        # The recorded data goes where the compiler left its notes; the drive makes it independent of a test's folder.
+        GCOV_PREFIX=Z: ctest --test-dir "$build/$coveragePreset" --output-on-failure --no-tests=error --timeout 600
+}
+
+report_coverage() {
+    local folder="$build/coverage" filters=() name
+    mkdir -p "$folder" || return
+    for name in accounting archive automation component model provider simulators support tools ui; do
+        filters+=(--filter "$root/$name/")
+    done
+    # Branches that only an exception takes are left out: every call has one, and they drown the others.
+    gcovr --root "$root" --object-directory "$build/$coveragePreset" "${filters[@]}" --exclude '.*/tests/.*' \
+        --gcov-executable i686-w64-mingw32-gcov-posix --exclude-throw-branches --exclude-unreachable-branches \
+        --txt "$folder/lines.txt" --json-summary "$folder/summary.json" --html-details "$folder/index.html" \
+        --print-summary -j "$(nproc)" "$build/$coveragePreset"
+}
+
+# One line per source folder and one for all, from gcovr's summary.
+print_coverage() {
+    python3 - "$build/coverage/summary.json" <<'END'
+import collections
+import json
+import sys
+
+KINDS = ("line_covered", "line_total", "branch_covered", "branch_total")
+folders = collections.defaultdict(collections.Counter)
+with open(sys.argv[1], encoding="utf-8") as file:
+    for source in json.load(file)["files"]:
+        folder = "/".join(source["filename"].split("/")[:-1])
+        for name in (folder, "all"):
+            folders[name].update({kind: source[kind] for kind in KINDS})
+
+
+def share(covered, total):
+    return f"{covered:6d} of {total:6d} {100 * covered / total:6.1f} %" if total else f"{'none':>25}"
+
+
+print(f"  {'':24}{'lines':>25}{'branches':>28}")
+for name in sorted(folders, key=lambda name: (name == "all", name)):
+    count = folders[name]
+    print(f"  {name:24}{share(count['line_covered'], count['line_total'])}"
+          f"   {share(count['branch_covered'], count['branch_total'])}")
+END
+}
+
+run_coverage() {
+    local failed=0
+    ensure_packages "Install the coverage report" setup-coverage "${packagesCoverage[@]}"
+    has_32_bit_wine || die "Coverage is measured with the 32-bit build, and 32-bit wine cannot be installed here."
+    step build-coverage "Build with coverage" build_preset "$coveragePreset"
+    begin_wine "$build/x86/wine"
+    step coverage-tests "Run the tests" measure || failed=1
+    step coverage-report "Collect the figures" report_coverage
+    say ""
+    print_coverage
+    say ""
+    say "Line by line: $build/coverage/index.html"
+    ((failed == 0)) || die "Tests failed; the figures above are those of a broken run."
+}
