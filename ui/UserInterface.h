@@ -26,12 +26,12 @@ public:
     [[nodiscard]] virtual Text txtBis() const = 0;
 };
 
-/// Everything that the user sees of this system: message boxes, the input box and the report dialog. All of them wait
-/// until the user has closed them, and keep painting the calling thread's windows meanwhile.
+/// Everything that the user sees of this system: message boxes, the input box and the report dialog. All of
+/// them wait until the user has closed them, and keep painting the calling thread's windows meanwhile.
 class UserInterface : public MessageBoxes {
 public:
-    /// Asks for one line of text, with the left edge at half the screen's width plus `leftTwips` and the top edge at half
-    /// its height plus `topTwips`. Returns the empty text when the user cancels.
+    /// Asks for one line of text, with the left edge at half the screen's width plus `leftTwips` and the top
+    /// edge at half its height plus `topTwips`. Returns the empty text when the user cancels.
     virtual Text InputBox(const Text& prompt, const Text& title, const Text& proposal, std::int32_t leftTwips,
                           std::int32_t topTwips) = 0;
     virtual std::unique_ptr<ReportDialog> NewReportDialog() = 0;
