@@ -1,0 +1,119 @@
+#include "simulators/host/store_reader.h"
+
+#include "simulators/host/year_table.h"
+#include "test_support.h"
+
+#include <gmock/gmock.h>
+
+namespace simulators {
+namespace {
+
+using testing::MessageOf;
+using testing::smallClient;
+using testing::TemporaryFolder;
+
+class StoreReaderTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        folder_.Write(
+            L"archiv.json",
+            R"({"archive": ["A"], "trennzeichen": "¶", "benutzer": [], "masken": [{"nummer": 3, "name": "Debi",
+                          "felder": [{"zeile": 1, "name": "Barcode"}, {"zeile": 5, "name": "Dokument"}]}]})");
+        folder_.Write(L"Ordner\\Sesam\\ordner.json", R"({"id": 2, "name": "Sesam"})");
+        folder_.Write(L"Ordner\\Sesam\\A%2FB\\ordner.json", R"({"id": 3, "name": "A/B"})");
+        folder_.Write(L"Ordner\\Sesam\\A%2FB\\10.json", Entry(10, "20260304080000"));
+        folder_.Write(L"Ordner\\Sesam\\A%2FB\\10.pdf", "%PDF");
+        folder_.Write(L"Ordner\\Sesam\\A%2FB\\11.json.tmp", "halb");
+    }
+
+    static std::string Entry(int id, const std::string& docId) {
+        return R"({"id": )" + std::to_string(id) +
+               R"(, "maske": 3, "kurzbezeichnung": "RG Müller", "felder": {"1": "B1", "5": ")" + docId +
+               R"("}, "dokument": ")" + std::to_string(id) + R"(.pdf", "abgelegt": "2026-11-20T10:11:12"})";
+    }
+
+    StoreReader Read() { return StoreReader::Read(folder_ / L""); }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(StoreReaderTest, FindsEntriesWithTheirFolderAndFields) {
+    const StoreReader store = Read();
+    ASSERT_EQ(store.Entries().size(), 1U);
+    const StoredEntry& entry = store.Entries()[0];
+    EXPECT_EQ(entry.id, 10);
+    EXPECT_EQ(entry.folder, L"/Sesam/A/B");
+    EXPECT_EQ(entry.shortName, L"RG Müller");
+    EXPECT_EQ(entry.fields.at(1), L"B1");
+    EXPECT_TRUE(entry.hasDocument);
+    EXPECT_EQ(store.FieldName(3, 5), L"Dokument");
+    EXPECT_EQ(store.FieldName(3, 6), L"Feld 6");
+    EXPECT_EQ(store.MaskName(3), L"Debi");
+    EXPECT_EQ(store.MaskName(4), L"Maske 4");
+}
+
+TEST_F(StoreReaderTest, TheYoungestEntryOfADocumentCounts) {
+    folder_.Write(L"Ordner\\Sesam\\9.json", Entry(9, "20260304080000"));
+    folder_.Write(L"Ordner\\Sesam\\12.json", Entry(12, "20260304080000"));
+    const StoreReader store = Read();
+    ASSERT_TRUE(store.FindByFieldValue(L"20260304080000"));
+    EXPECT_EQ(store.FindByFieldValue(L"20260304080000")->id, 12);
+    EXPECT_FALSE(store.FindByFieldValue(L"20260304080000")->hasDocument);
+    EXPECT_FALSE(store.FindByFieldValue(L"1"));
+}
+
+TEST_F(StoreReaderTest, ABrokenEntryIsNamed) {
+    folder_.Write(L"Ordner\\Sesam\\13.json", "{\"id\": 13}");
+    EXPECT_THAT(MessageOf([&] { Read(); }), ::testing::HasSubstr(L"13.json, Zeile 1, Spalte 1"));
+    const TemporaryFolder empty;
+    EXPECT_THAT(MessageOf([&] { StoreReader::Read(empty / L""); }), ::testing::HasSubstr(L"archiv.json"));
+}
+
+TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {
+    const ClientFile client = ClientFile::Load(folder_.Write(L"klein.json", smallClient));
+    std::vector<Outcome> outcomes;
+    for (const Booking& booking : client.Bookings()) {
+        Outcome outcome;
+        outcome.kind = RequestKind::SaveDocument;
+        outcome.docId = booking.docId;
+        outcome.belegNr = booking.belegNr;
+        outcome.belegIndex = booking.belegIndex;
+        outcome.barcode = booking.barcode;
+        outcomes.push_back(outcome);
+    }
+    outcomes[1].boxes.push_back({L"Kandora", L"Ordner fehlt"});
+    const StoreReader store = Read();
+    const auto lines = RenderYearTable(client, outcomes, &store, 1.5, 0);
+    EXPECT_THAT(lines, ::testing::IsSupersetOf({
+                           L"Debitoren: 1 Belege gespeichert",
+                           L"  1 Einträge im Ordner /Sesam/A/B, Maske «Debi»",
+                           L"    Eintrag  Kurzbezeichnung  Barcode  Dokument",
+                           L"         10  RG Müller        B1       20260304080000",
+                           L"  1 mit Barcode, aber nicht im Archiv:",
+                           L"    10/2: Meldung «Ordner fehlt»",
+                           L"  1 nicht abgelegt, weil kein Barcode: 11/1",
+                           L"Total                        3         1             1                1",
+                           L"Dauer: 1.5 s, 500.0 ms je Beleg",
+                       }));
+}
+
+TEST_F(StoreReaderTest, LongTablesAreCutWhereAsked) {
+    folder_.Write(L"Ordner\\Sesam\\A%2FB\\14.json", Entry(14, "20260305080000"));
+    const ClientFile client = ClientFile::Load(folder_.Write(L"klein.json", smallClient));
+    std::vector<Outcome> outcomes(2);
+    for (Outcome& outcome : outcomes) {
+        outcome.kind = RequestKind::SaveDocument;
+        outcome.belegNr = L"10";
+        outcome.belegIndex = L"1";
+        outcome.barcode = L"B";
+    }
+    outcomes[0].docId = L"20260304080000";
+    outcomes[1].docId = L"20260305080000";
+    const StoreReader store = Read();
+    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, 1), ::testing::Contains(L"    … und 1 weitere"));
+    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, 2),
+                ::testing::Not(::testing::Contains(L"    … und 1 weitere")));
+}
+
+}  // namespace
+}  // namespace simulators

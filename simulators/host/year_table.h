@@ -1,0 +1,18 @@
+#pragma once
+
+#include "driver.h"
+#include "store_reader.h"
+
+#include <string>
+#include <vector>
+
+namespace simulators {
+
+// Describes a whole-year run for a person, line by line: per kind of booking what was saved, what lies where
+// in the archive with which index fields, what was left out and why, then totals and duration. `store` is the
+// archive read back after the run, null when its folder is not known; `rows` limits the entries shown per
+// kind, 0 shows all of them.
+std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::vector<Outcome>& outcomes,
+                                          const StoreReader* store, double seconds, std::size_t rows);
+
+}  // namespace simulators
