@@ -1,0 +1,198 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include "automation/Errors.h"
+#include "automation/LateBound.h"
+#include "automation/Text.h"
+#include "automation/Variant.h"
+#include "component/Dispatch.h"
+#include "component/Module.h"
+#include "component/ThreadState.h"
+#include "component/TypeLibraries.h"
+
+namespace kandora {
+
+/// Leaves an error for the caller (number, description, source) and returns the HRESULT under which it goes.
+HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept;
+
+// What a domain value becomes in a result argument; the caller owns it.
+inline void Deliver(BSTR* result, const Text& value) {
+    *result = NewBstr(value);
+}
+inline void Deliver(long* result, std::int32_t value) {
+    *result = value;
+}
+inline void Deliver(VARIANT_BOOL* result, bool value) {
+    *result = value ? VARIANT_TRUE : VARIANT_FALSE;
+}
+inline void Deliver(DATE* result, DATE value) {
+    *result = value;
+}
+inline void Deliver(VARIANT* result, Variant value) {
+    *result = value.Detach();
+}
+inline void Deliver(IDispatch** result, const LateBound& value) {
+    *result = value.Pointer();
+    if (*result != nullptr) {
+        (*result)->AddRef();
+    }
+}
+
+/// An argument by reference; its absence is an error of the caller.
+template <class T>
+T& Required(T* argument) {
+    if (argument == nullptr) {
+        throw RuntimeError(errors::invalidArgument);
+    }
+    return *argument;
+}
+
+/// Runs a procedure that may change a by-reference text, and hands the changed text back, also when it raised.
+template <class Body>
+decltype(auto) WithText(BSTR* argument, Body&& body) {
+    Text text = TextOf(Required(argument));
+    struct CopyBack {
+        BSTR* argument;
+        const Text& text;
+        Text before;
+        ~CopyBack() {
+            if (text != before) {
+                SysReAllocStringLen(argument, text.data(), static_cast<UINT>(text.size()));
+            }
+        }
+    } const copyBack{argument, text, text};
+    return std::forward<Body>(body)(text);
+}
+
+/// A public class behind its dual interface: identity, reference count, calls by name and error information. A derived
+/// class converts and forwards; each of its methods is one line around Guarded or Result.
+template <class Interface, const IID& iid>
+class AutomationObject : public Interface, public ISupportErrorInfo {
+public:
+    AutomationObject(const AutomationObject&) = delete;
+    AutomationObject& operator=(const AutomationObject&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        if (wanted == IID_IUnknown || wanted == IID_IDispatch || wanted == iid) {
+            *object = static_cast<Interface*>(this);
+        } else if (wanted == IID_ISupportErrorInfo) {
+            *object = static_cast<ISupportErrorInfo*>(this);
+        } else {
+            *object = Further(wanted);
+        }
+        if (*object == nullptr) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            references_ = 1;  // what the end of the object calls may take and give back references
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID asked) override {
+        return asked == iid ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+        if (count == nullptr) {
+            return E_POINTER;
+        }
+        *count = 1;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID /*locale*/, ITypeInfo** info) override {
+        if (info == nullptr) {
+            return E_POINTER;
+        }
+        *info = nullptr;
+        if (index != 0) {
+            return DISP_E_BADINDEX;
+        }
+        const HRESULT found = DescriptionOf(iid, ownLibrary, info);
+        if (SUCCEEDED(found)) {
+            (*info)->AddRef();
+        }
+        return found;
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID /*locale*/,
+                                            DISPID* ids) override {
+        if (reserved != IID_NULL) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        ITypeInfo* description = nullptr;
+        const HRESULT found = DescriptionOf(iid, ownLibrary, &description);
+        return FAILED(found) ? found : DispGetIDsOfNames(description, names, count, ids);
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID /*locale*/, WORD flags,
+                                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                     UINT* wrongArgument) override {
+        if (reserved != IID_NULL) {
+            return DISP_E_UNKNOWNINTERFACE;
+        }
+        ITypeInfo* description = nullptr;
+        const HRESULT found = DescriptionOf(iid, ownLibrary, &description);
+        return FAILED(found) ? found
+                             : InvokeByDescription(description, static_cast<Interface*>(this), member, flags,
+                                                   parameters, result, exception, wrongArgument);
+    }
+
+protected:
+    AutomationObject() : globals_(CurrentThreadState()) {}
+    virtual ~AutomationObject() = default;
+
+    /// A further interface of the derived class, without a new reference; null for an unknown one.
+    virtual void* Further(REFIID /*wanted*/) noexcept { return nullptr; }
+
+    /// The state of the thread that made the object.
+    [[nodiscard]] MGlobals& Globals() const noexcept { return *globals_; }
+
+    /// Runs a procedure for an outside caller: nothing but a return value leaves it, and the record of its error is handed
+    /// over and forgotten.
+    template <class Body>
+    HRESULT Guarded(Body&& body) noexcept {
+        SetErrorInfo(0, nullptr);
+        HRESULT outcome = S_OK;
+        try {
+            std::forward<Body>(body)();
+        } catch (...) {
+            outcome = ReportError(CurrentError(), iid);
+        }
+        globals_->goErrHandler().Clear();
+        return outcome;
+    }
+
+    /// The same for a procedure with a result; after an error the result is the empty value of its type.
+    template <class Value, class Body>
+    HRESULT Result(Value* result, Body&& body) noexcept {
+        if (result == nullptr) {
+            return E_POINTER;
+        }
+        *result = Value{};
+        return Guarded([&] { Deliver(result, std::forward<Body>(body)()); });
+    }
+
+private:
+    module::Use use_;
+    std::shared_ptr<MGlobals> globals_;
+    std::atomic<ULONG> references_ = 1;
+};
+
+}  // namespace kandora

@@ -1,0 +1,126 @@
+// The functions that the module exports; nothing else knows that it lives in a DLL.
+
+#include <algorithm>
+#include <atomic>
+#include <cwchar>
+#include <memory>
+
+#include <windows.h>
+
+#include <olectl.h>
+
+#include "automation/Errors.h"
+#include "component/Classes.h"
+#include "component/Module.h"
+#include "component/Registration.h"
+
+namespace kandora {
+
+namespace {
+
+/// Makes objects of one public class.
+class ClassFactory final : public IClassFactory {
+public:
+    explicit ClassFactory(const PublicClass& row) : row_(row) {}
+    virtual ~ClassFactory() = default;
+    ClassFactory(const ClassFactory&) = delete;
+    ClassFactory& operator=(const ClassFactory&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        if (iid != IID_IUnknown && iid != IID_IClassFactory) {
+            *object = nullptr;
+            return E_NOINTERFACE;
+        }
+        *object = static_cast<IClassFactory*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        if (outer != nullptr) {
+            return CLASS_E_NOAGGREGATION;
+        }
+        try {
+            IUnknown* const created = row_.create();
+            const HRESULT outcome = created->QueryInterface(iid, object);
+            created->Release();
+            return outcome;
+        } catch (...) {
+            return HresultOf(CurrentError().Number());
+        }
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+        lock != FALSE ? module::Retain() : module::Release();
+        return S_OK;
+    }
+
+private:
+    module::Use use_;
+    const PublicClass& row_;
+    std::atomic<ULONG> references_ = 1;
+};
+
+}  // namespace
+
+}  // namespace kandora
+
+// The C headers declare these without a name space and with C linkage.
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* object) {
+    using namespace kandora;
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    const auto classes = PublicClasses();
+    const auto row = std::ranges::find_if(classes, [&](const PublicClass& each) { return each.clsid == clsid; });
+    if (row == classes.end()) {
+        return CLASS_E_CLASSNOTAVAILABLE;
+    }
+    auto* const factory = new (std::nothrow) ClassFactory(*row);
+    if (factory == nullptr) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT outcome = factory->QueryInterface(iid, object);
+    factory->Release();
+    if (SUCCEEDED(outcome)) {
+        module::Pin();
+    }
+    return outcome;
+}
+
+STDAPI DllCanUnloadNow() {
+    return kandora::module::IsUnused() ? S_OK : S_FALSE;
+}
+
+STDAPI DllRegisterServer() {
+    return kandora::Register(kandora::RegistrationScope::Machine);
+}
+
+STDAPI DllUnregisterServer() {
+    return kandora::Unregister(kandora::RegistrationScope::Machine);
+}
+
+/// The command line "user" registers for the current user alone, without administrator rights; anything else for the
+/// machine.
+STDAPI DllInstall(BOOL install, LPCWSTR commandLine) {
+    using namespace kandora;
+    const bool forUser = commandLine != nullptr && _wcsicmp(commandLine, L"user") == 0;
+    const RegistrationScope scope = forUser ? RegistrationScope::User : RegistrationScope::Machine;
+    return install != FALSE ? Register(scope) : Unregister(scope);
+}

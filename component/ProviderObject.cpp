@@ -1,0 +1,158 @@
+#include "component/ProviderObject.h"
+
+#include "component/Registration.h"
+
+namespace kandora {
+
+ELOProviderObject::ELOProviderObject() : hostInterface_(RegisteredHostInterface()) {}
+
+void* ELOProviderObject::Further(REFIID wanted) noexcept {
+    const bool isHostInterface = wanted == IID_DMSProvider || (hostInterface_ != IID_NULL && wanted == hostInterface_);
+    return isHostInterface ? static_cast<DMSProvider*>(&requests_) : nullptr;
+}
+
+HRESULT ELOProviderObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) {
+    const HRESULT own = AutomationObject::GetIDsOfNames(reserved, names, count, locale, ids);
+    return own == DISP_E_UNKNOWNNAME ? requests_.GetIDsOfNames(reserved, names, count, locale, ids) : own;
+}
+
+HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* parameters,
+                                  VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) {
+    const HRESULT own =
+        AutomationObject::Invoke(member, reserved, locale, flags, parameters, result, exception, wrongArgument);
+    return own == DISP_E_MEMBERNOTFOUND
+               ? requests_.Invoke(member, reserved, locale, flags, parameters, result, exception, wrongArgument)
+               : own;
+}
+
+// The host's interface by name ---------------------------------------------------------------------------------------
+
+HRESULT ELOProviderObject::Requests::GetTypeInfoCount(UINT* count) {
+    return owner_.GetTypeInfoCount(count);
+}
+
+HRESULT ELOProviderObject::Requests::GetTypeInfo(UINT index, LCID /*locale*/, ITypeInfo** info) {
+    if (info == nullptr) {
+        return E_POINTER;
+    }
+    *info = nullptr;
+    if (index != 0) {
+        return DISP_E_BADINDEX;
+    }
+    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, info);
+    if (SUCCEEDED(found)) {
+        (*info)->AddRef();
+    }
+    return found;
+}
+
+HRESULT ELOProviderObject::Requests::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID /*locale*/,
+                                                   DISPID* ids) {
+    if (reserved != IID_NULL) {
+        return DISP_E_UNKNOWNINTERFACE;
+    }
+    ITypeInfo* description = nullptr;
+    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, &description);
+    return FAILED(found) ? found : DispGetIDsOfNames(description, names, count, ids);
+}
+
+HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID /*locale*/, WORD flags,
+                                            DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                            UINT* wrongArgument) {
+    if (reserved != IID_NULL) {
+        return DISP_E_UNKNOWNINTERFACE;
+    }
+    ITypeInfo* description = nullptr;
+    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, &description);
+    return FAILED(found) ? found
+                         : InvokeByDescription(description, static_cast<DMSProvider*>(this), member, flags,
+                                               parameters, result, exception, wrongArgument);
+}
+
+// Requests -----------------------------------------------------------------------------------------------------------
+
+/// Success whatever happens: what could not be shown to the user either is given up.
+template <class Body>
+HRESULT ELOProviderObject::Requests::Request(Body&& body) noexcept {
+    SetErrorInfo(0, nullptr);
+    owner_.AddRef();  // the host may let go of the provider while the request waits
+    try {
+        std::forward<Body>(body)(owner_.provider_);
+    } catch (...) {
+        owner_.Globals().goErrHandler().Clear();
+    }
+    owner_.Release();
+    return S_OK;
+}
+
+template <class Value, class Body>
+HRESULT ELOProviderObject::Requests::RequestResult(Value* result, Body&& body) noexcept {
+    if (result != nullptr) {
+        *result = Value{};
+    }
+    return Request([&](ELOProvider& provider) {
+        auto value = std::forward<Body>(body)(provider);
+        if (result != nullptr) {
+            Deliver(result, std::move(value));
+        }
+    });
+}
+
+HRESULT ELOProviderObject::Requests::ShowDocument(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::PrintDocument(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::SaveDocument(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::StartProvider(VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.StartProvider(Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::FibuVersion(VARIANT vtVerInfo) {
+    return Request([&](ELOProvider& provider) { provider.FibuVersion(Variant(vtVerInfo)); });
+}
+
+HRESULT ELOProviderObject::Requests::CreateDocID(VARIANT vtMetaData, BSTR* psDocID) {
+    return RequestResult(psDocID, [&](ELOProvider& provider) { return provider.CreateDocID(Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::GetOpenDocInfo(VARIANT* pvtDocInfo) {
+    return RequestResult(pvtDocInfo, [&](ELOProvider& provider) { return provider.GetOpenDocInfo(); });
+}
+
+HRESULT ELOProviderObject::Requests::SavePendingDocument(VARIANT vtDocInfo, BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) {
+        provider.SavePendingDocument(Variant(vtDocInfo), TextOf(sDocID), Variant(vtMetaData));
+    });
+}
+
+HRESULT ELOProviderObject::Requests::GetVirtualPrinterName(BSTR* psName) {
+    return RequestResult(psName, [&](ELOProvider& provider) { return provider.GetVirtualPrinterName(); });
+}
+
+HRESULT ELOProviderObject::Requests::InitProvider(VARIANT vtMetaData, VARIANT* pvtResult) {
+    return RequestResult(pvtResult, [&](ELOProvider& provider) {
+        provider.InitProvider(Variant(vtMetaData));
+        return Variant();  // the result is always empty
+    });
+}
+
+HRESULT ELOProviderObject::Requests::DeleteDocument(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::SetDocumentStatus(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+HRESULT ELOProviderObject::Requests::DocumentChanged(BSTR sDocID, VARIANT vtMetaData) {
+    return Request([&](ELOProvider& provider) { provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData)); });
+}
+
+}  // namespace kandora

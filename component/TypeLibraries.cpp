@@ -1,0 +1,70 @@
+#include "component/TypeLibraries.h"
+
+#include <mutex>
+#include <vector>
+
+#include "automation/Errors.h"
+#include "automation/WindowsPlatform.h"
+
+namespace kandora {
+
+namespace {
+
+struct Description {
+    IID iid;
+    ITypeInfo* info;
+};
+
+/// Lives as long as the process: the module is never unloaded once it has handed out a class.
+struct Cache {
+    std::mutex mutex;
+    std::vector<Description> descriptions;
+};
+
+Cache& TheCache() {
+    static auto* const cache = new Cache;
+    return *cache;
+}
+
+}  // namespace
+
+HRESULT LoadLibraryOf(int resource, ITypeLib** library) noexcept {
+    *library = nullptr;
+    try {
+        const Text path = WindowsPlatform().ComponentFile() + L"\\" + Decimal(resource);
+        return LoadTypeLibEx(path.c_str(), REGKIND_NONE, library);
+    } catch (...) {
+        return HresultOf(CurrentError().Number());
+    }
+}
+
+HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcept {
+    *description = nullptr;
+    try {
+        Cache& cache = TheCache();
+        const std::lock_guard lock(cache.mutex);
+        for (const Description& known : cache.descriptions) {
+            if (known.iid == iid) {
+                *description = known.info;
+                return S_OK;
+            }
+        }
+        ITypeLib* library = nullptr;
+        if (const HRESULT loaded = LoadLibraryOf(resource, &library); FAILED(loaded)) {
+            return loaded;
+        }
+        ITypeInfo* info = nullptr;
+        const HRESULT found = library->GetTypeInfoOfGuid(iid, &info);
+        library->Release();
+        if (FAILED(found)) {
+            return found;
+        }
+        cache.descriptions.push_back({iid, info});
+        *description = info;
+        return S_OK;
+    } catch (...) {
+        return HresultOf(CurrentError().Number());
+    }
+}
+
+}  // namespace kandora
