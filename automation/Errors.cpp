@@ -120,7 +120,7 @@ RuntimeError::RuntimeError(std::int32_t number, Text description, Text source, s
       description_(std::move(description)),
       source_(std::move(source)),
       line_(line),
-      what_(std::to_string(number) + ": " + Utf8(description_)) {}
+      what_(Utf8(Decimal(number) + L": " + description_)) {}
 
 Text DescriptionOf(std::int32_t number) {
     const auto* const row = std::ranges::find(descriptionRows, number, &DescriptionRow::number);

@@ -17,8 +17,16 @@ Text CaseMapped(const Text& text, DWORD mapping) {
 
 }  // namespace
 
+// Not through the C library's formatting, which would double the component's size.
 Text Decimal(std::int64_t value) {
-    return std::to_wstring(value);
+    const bool negative = value < 0;
+    auto rest = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+    Text digits;
+    do {
+        digits.insert(digits.begin(), static_cast<wchar_t>(L'0' + rest % 10));
+        rest /= 10;
+    } while (rest != 0);
+    return negative ? L"-" + digits : digits;
 }
 
 Text Digits(int value, int width) {

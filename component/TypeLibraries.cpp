@@ -1,6 +1,5 @@
 #include "component/TypeLibraries.h"
 
-#include <mutex>
 #include <vector>
 
 #include "automation/Errors.h"
@@ -17,8 +16,19 @@ struct Description {
 
 /// Lives as long as the process: the module is never unloaded once it has handed out a class.
 struct Cache {
-    std::mutex mutex;
+    SRWLOCK lock = SRWLOCK_INIT;
     std::vector<Description> descriptions;
+};
+
+class Lock {
+public:
+    explicit Lock(Cache& cache) : cache_(cache) { AcquireSRWLockExclusive(&cache_.lock); }
+    ~Lock() { ReleaseSRWLockExclusive(&cache_.lock); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+private:
+    Cache& cache_;
 };
 
 Cache& TheCache() {
@@ -42,7 +52,7 @@ HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcep
     *description = nullptr;
     try {
         Cache& cache = TheCache();
-        const std::lock_guard lock(cache.mutex);
+        const Lock lock(cache);
         for (const Description& known : cache.descriptions) {
             if (known.iid == iid) {
                 *description = known.info;
