@@ -20,7 +20,7 @@ bool NeedsSession(std::wstring_view member) {
            std::end(SessionlessMembers);
 }
 
-} // namespace
+}  // namespace
 
 const MemberTable& ArchiveObject::Members() {
     using A = ArchiveObject;
@@ -60,7 +60,8 @@ ArchiveObject::~ArchiveObject() {
     LogOff();
 }
 
-// --- Around every call ----------------------------------------------------------------------------------------
+// --- Around every call
+// ----------------------------------------------------------------------------------------
 
 Value ArchiveObject::Perform(const Call& call, const std::function<Value()>& proceed) {
     if (program_.trace == nullptr) {
@@ -127,7 +128,8 @@ Value ArchiveObject::Scripted(const Call& call, const std::function<Value()>& pr
     return answer();
 }
 
-// --- Session and window ---------------------------------------------------------------------------------------
+// --- Session and window
+// ---------------------------------------------------------------------------------------
 
 void ArchiveObject::LogOff() {
     if (isLoggedOn_) {
@@ -202,7 +204,8 @@ Value ArchiveObject::ClickOn(Arguments& arguments) {
     return Value::Long(NotSupported);
 }
 
-// --- Folders and masks ----------------------------------------------------------------------------------------
+// --- Folders and masks
+// ----------------------------------------------------------------------------------------
 
 Value ArchiveObject::LookupDelimiter(Arguments&) {
     return Value::Text(store_.Settings().separator);
@@ -230,7 +233,8 @@ Value ArchiveObject::ReadObjMask(Arguments& arguments) {
     return Value::Long(store_.Settings().FindMask(arguments.Long(0)) != nullptr ? 1 : UnknownMask);
 }
 
-// --- The current object ---------------------------------------------------------------------------------------
+// --- The current object
+// ---------------------------------------------------------------------------------------
 
 Value ArchiveObject::PrepareObjectEx(Arguments& arguments) {
     return Value::Long(Prepare(arguments.Long(0), arguments.Long(1), arguments.Long(2)));
@@ -258,7 +262,8 @@ std::int32_t ArchiveObject::Prepare(std::int32_t id, std::int32_t type, std::int
 bool ArchiveObject::Load(std::int32_t id) {
     if (const Entry* entry = store_.FindEntry(id)) {
         current_.entry = *entry;
-    } else if (const Folder* folder = store_.FindFolder(id); folder != nullptr && id != ArchiveStore::RootId) {
+    } else if (const Folder* folder = store_.FindFolder(id);
+               folder != nullptr && id != ArchiveStore::RootId) {
         current_.entry.id = id;
         current_.entry.mask = FolderMask;
         current_.entry.shortName = folder->name;
@@ -278,7 +283,8 @@ void ArchiveObject::RequireCurrent() const {
 }
 
 bool ArchiveObject::Exists(std::int32_t id) const {
-    return store_.FindEntry(id) != nullptr || (id != ArchiveStore::RootId && store_.FindFolder(id) != nullptr);
+    return store_.FindEntry(id) != nullptr ||
+           (id != ArchiveStore::RootId && store_.FindFolder(id) != nullptr);
 }
 
 bool ArchiveObject::HasField(std::int16_t line) const {
@@ -353,7 +359,8 @@ Value ArchiveObject::GetEntryId(Arguments& arguments) {
     return Value::Long(hit < hits_.size() ? hits_[hit] : 0);
 }
 
-// --- Filing and changing --------------------------------------------------------------------------------------
+// --- Filing and changing
+// --------------------------------------------------------------------------------------
 
 Value ArchiveObject::AddPostboxFile(Arguments& arguments) {
     const std::wstring path = arguments.Text(0);
@@ -379,7 +386,8 @@ Value ArchiveObject::MoveToArchive(Arguments& arguments) {
     if (!current_.document) {
         return Value::Long(NoPostboxFile);
     }
-    const auto folder = target.starts_with(L'#') ? ParseId(std::wstring_view(target).substr(1)) : std::nullopt;
+    const auto folder =
+        target.starts_with(L'#') ? ParseId(std::wstring_view(target).substr(1)) : std::nullopt;
     if (!folder) {
         return Value::Long(InvalidArgument);
     }
@@ -413,7 +421,8 @@ Value ArchiveObject::InsertRef(Arguments& arguments) {
         return Value::Long(NotSupported);
     }
     const Entry* entry = store_.FindEntry(id);
-    if (entry == nullptr || entry->folder != from || to == ArchiveStore::RootId || store_.FindFolder(to) == nullptr) {
+    if (entry == nullptr || entry->folder != from || to == ArchiveStore::RootId ||
+        store_.FindFolder(to) == nullptr) {
         return Value::Long(UnknownObject);
     }
     store_.Move(id, to);
@@ -436,7 +445,8 @@ Value ArchiveObject::DeleteObj(Arguments& arguments) {
     return Value::Long(1);
 }
 
-// --- Finding and showing --------------------------------------------------------------------------------------
+// --- Finding and showing
+// --------------------------------------------------------------------------------------
 
 Value ArchiveObject::DoInvisibleSearch(Arguments&) {
     hits_.clear();
@@ -445,10 +455,11 @@ Value ArchiveObject::DoInvisibleSearch(Arguments&) {
     }
     const auto matches = [this](std::int32_t id) {
         const FieldValues& given = store_.FindEntry(id)->fields;
-        return std::all_of(current_.entry.fields.begin(), current_.entry.fields.end(), [&given](const auto& wanted) {
-            const auto found = given.find(wanted.first);
-            return wanted.second.empty() || (found != given.end() && found->second == wanted.second);
-        });
+        return std::all_of(
+            current_.entry.fields.begin(), current_.entry.fields.end(), [&given](const auto& wanted) {
+                const auto found = given.find(wanted.first);
+                return wanted.second.empty() || (found != given.end() && found->second == wanted.second);
+            });
     };
     const std::vector<std::int32_t>& candidates = store_.EntriesOfMask(current_.entry.mask);
     if (current_.entry.fields.empty()) {
@@ -485,8 +496,9 @@ Value ArchiveObject::PrintDocument(Arguments&) {
     if (entry == nullptr || entry->document.empty()) {
         return Value::Long(NoCurrentObject);
     }
-    program_.view.Notice(L"Dokument " + std::to_wstring(entry->id) + L" «" + entry->shortName + L"» gedruckt");
+    program_.view.Notice(L"Dokument " + std::to_wstring(entry->id) + L" «" + entry->shortName +
+                         L"» gedruckt");
     return Value::Long(1);
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -26,4 +26,4 @@ public:
     virtual void Die() = 0;
 };
 
-} // namespace simulators
+}  // namespace simulators

@@ -65,14 +65,14 @@ bool AreEqual(const Value& wanted, const Value& given) {
             return FromBstr(wanted.ConvertedTo(VT_BSTR).Get().bstrVal) ==
                    FromBstr(given.ConvertedTo(VT_BSTR).Get().bstrVal);
         }
-        return VarCmp(const_cast<VARIANT*>(&wanted.Get()), const_cast<VARIANT*>(&given.Get()), LOCALE_INVARIANT, 0) ==
-               static_cast<HRESULT>(VARCMP_EQ);
+        return VarCmp(const_cast<VARIANT*>(&wanted.Get()), const_cast<VARIANT*>(&given.Get()),
+                      LOCALE_INVARIANT, 0) == static_cast<HRESULT>(VARCMP_EQ);
     } catch (const HresultError&) {
         return false;
     }
 }
 
-} // namespace
+}  // namespace
 
 CallScript CallScript::Read(const std::wstring& path, const MemberTable& members) {
     return Parse(JsonFile::Read(path), members);
@@ -131,7 +131,9 @@ CallScript::Rule CallScript::ReadRule(const JsonFile& file, const Json& item, co
         ++actions;
     }
     if (actions != 1) {
-        file.Fail(item, L"Eine Regel braucht genau eine der Angaben «answer», «fail», «hresult», «delayMs», «die».");
+        file.Fail(
+            item,
+            L"Eine Regel braucht genau eine der Angaben «answer», «fail», «hresult», «delayMs», «die».");
     }
     return rule;
 }
@@ -167,4 +169,4 @@ CallScript::Decision CallScript::Decide(const Call& call) {
     return decision;
 }
 
-} // namespace simulators
+}  // namespace simulators

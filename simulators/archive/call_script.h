@@ -9,8 +9,8 @@
 //     ]
 //
 // A rule concerns the calls of its member (properties included, read or assigned) whose first arguments equal
-// "args"; among those, counted over all clients since the start, only the "nth" or all from number "from" on. The
-// delays of all rules that apply are waited for; of the other actions the first rule's one counts.
+// "args"; among those, counted over all clients since the start, only the "nth" or all from number "from" on.
+// The delays of all rules that apply are waited for; of the other actions the first rule's one counts.
 #pragma once
 
 #include "simulators/common/dispatch_object.h"
@@ -38,7 +38,8 @@ public:
 
     CallScript() = default;
 
-    // Reads a script; every name in "call" must be a member of `members`. Throws Failure with file, line and column.
+    // Reads a script; every name in "call" must be a member of `members`. Throws Failure with file, line and
+    // column.
     static CallScript Read(const std::wstring& path, const MemberTable& members);
     static CallScript Parse(const JsonFile& file, const MemberTable& members);
 
@@ -47,7 +48,7 @@ public:
 
 private:
     struct Rule {
-        std::wstring member; // as the table spells it
+        std::wstring member;  // as the table spells it
         std::vector<Value> arguments;
         std::optional<std::int32_t> nth;
         std::optional<std::int32_t> from;
@@ -63,4 +64,4 @@ private:
     std::vector<Rule> rules_;
 };
 
-} // namespace simulators
+}  // namespace simulators

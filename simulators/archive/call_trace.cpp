@@ -8,7 +8,8 @@ namespace {
 
 std::wstring Hex(std::int32_t code) {
     wchar_t text[16];
-    std::swprintf(text, std::size(text), L"0x%08lX", static_cast<unsigned long>(static_cast<std::uint32_t>(code)));
+    std::swprintf(text, std::size(text), L"0x%08lX",
+                  static_cast<unsigned long>(static_cast<std::uint32_t>(code)));
     return text;
 }
 
@@ -20,11 +21,12 @@ std::wstring List(const Arguments& arguments, std::size_t count) {
     return list + L")";
 }
 
-} // namespace
+}  // namespace
 
 CallTrace::CallTrace(const std::wstring& path)
-    : file_(CreateFileW(LongPath(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    : file_(CreateFileW(LongPath(path).c_str(), FILE_APPEND_DATA,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                        FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (!file_.IsOpen()) {
         FailWithLastError(L"Das Protokoll kann nicht geschrieben werden", path);
     }
@@ -39,9 +41,12 @@ void CallTrace::Write(std::wstring_view line) {
 std::wstring CallTrace::DescribeCall(const Call& call) {
     const std::size_t count = call.arguments.Count();
     switch (call.kind) {
-    case CallKind::Method: return call.member + List(call.arguments, count);
-    case CallKind::Get: return count == 0 ? call.member : call.member + List(call.arguments, count);
-    case CallKind::Put: break;
+    case CallKind::Method:
+        return call.member + List(call.arguments, count);
+    case CallKind::Get:
+        return count == 0 ? call.member : call.member + List(call.arguments, count);
+    case CallKind::Put:
+        break;
     }
     return call.member + (count == 1 ? L"" : List(call.arguments, count - 1)) + L" = " +
            Describe(call.arguments.Raw(count - 1));
@@ -59,4 +64,4 @@ std::wstring CallTrace::DescribeFailure(const FailedCall& failed) {
     return text;
 }
 
-} // namespace simulators
+}  // namespace simulators

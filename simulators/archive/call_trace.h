@@ -28,4 +28,4 @@ private:
     FileHandle file_;
 };
 
-} // namespace simulators
+}  // namespace simulators

@@ -33,7 +33,8 @@ Json Text(std::wstring_view text) {
     return ToUtf8(text);
 }
 
-nlohmann::ordered_json SampleMask(std::int32_t number, std::wstring_view name, const std::vector<std::wstring>& fields) {
+nlohmann::ordered_json SampleMask(std::int32_t number, std::wstring_view name,
+                                  const std::vector<std::wstring>& fields) {
     nlohmann::ordered_json mask;
     mask["nummer"] = number;
     mask["name"] = Text(name);
@@ -47,21 +48,22 @@ nlohmann::ordered_json SampleMask(std::int32_t number, std::wstring_view name, c
     return mask;
 }
 
-} // namespace
+}  // namespace
 
 bool Mask::HasLine(std::int16_t line) const noexcept {
-    return std::any_of(fields.begin(), fields.end(), [line](const IndexField& field) { return field.line == line; });
+    return std::any_of(fields.begin(), fields.end(),
+                       [line](const IndexField& field) { return field.line == line; });
 }
 
 const Mask* ArchiveSettings::FindMask(std::int32_t number) const noexcept {
-    const auto found =
-        std::find_if(masks.begin(), masks.end(), [number](const Mask& mask) { return mask.number == number; });
+    const auto found = std::find_if(masks.begin(), masks.end(),
+                                    [number](const Mask& mask) { return mask.number == number; });
     return found == masks.end() ? nullptr : &*found;
 }
 
 const User* ArchiveSettings::FindUser(std::wstring_view name) const {
-    const auto found =
-        std::find_if(users.begin(), users.end(), [name](const User& user) { return EqualIgnoringCase(user.name, name); });
+    const auto found = std::find_if(users.begin(), users.end(),
+                                    [name](const User& user) { return EqualIgnoringCase(user.name, name); });
     return found == users.end() ? nullptr : &*found;
 }
 
@@ -118,8 +120,9 @@ bool CreateSampleStore(const std::wstring& directory) {
     if (IsFile(path)) {
         return false;
     }
-    const std::vector<std::wstring> voucher{L"Barcode",         L"Belegnummer",  L"Belegindex", L"Belegstatus",
-                                            L"Sesam-Dokument-ID", L"Valutadatum", L"Betrag"};
+    const std::vector<std::wstring> voucher{L"Barcode",     L"Belegnummer",       L"Belegindex",
+                                            L"Belegstatus", L"Sesam-Dokument-ID", L"Valutadatum",
+                                            L"Betrag"};
     std::vector<std::wstring> partner = voucher;
     partner.insert(partner.end(),
                    {L"Rechnungsdatum", L"OP-Nummer", L"PK-Nummer", L"Adressnummer", L"Name", L"Ort"});
@@ -146,4 +149,4 @@ bool CreateSampleStore(const std::wstring& directory) {
     return true;
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -9,14 +9,14 @@
 namespace simulators {
 
 struct IndexField {
-    std::int16_t line = 0; // from 1
+    std::int16_t line = 0;  // from 1
     std::wstring name;
 };
 
 struct Mask {
-    std::int32_t number = 0; // 0 or more
+    std::int32_t number = 0;  // 0 or more
     std::wstring name;
-    std::vector<IndexField> fields; // ascending by line
+    std::vector<IndexField> fields;  // ascending by line
 
     bool HasLine(std::int16_t line) const noexcept;
 };
@@ -24,12 +24,12 @@ struct Mask {
 struct User {
     std::wstring name;
     std::wstring password;
-    std::wstring shortSign; // may be empty
+    std::wstring shortSign;  // may be empty
 };
 
 struct ArchiveSettings {
-    std::vector<std::wstring> archives; // at least one name
-    std::wstring separator;             // never empty
+    std::vector<std::wstring> archives;  // at least one name
+    std::wstring separator;              // never empty
     std::vector<User> users;
     std::vector<Mask> masks;
 
@@ -42,8 +42,8 @@ struct ArchiveSettings {
 // Throws Failure with file, line and column when the file is not as it must be.
 ArchiveSettings ReadArchiveSettings(const std::wstring& path);
 
-// Writes a store that is ready for use into the directory, which is created where missing. Answers false and leaves
-// everything alone when there is a store already. Throws Failure.
+// Writes a store that is ready for use into the directory, which is created where missing. Answers false and
+// leaves everything alone when there is a store already. Throws Failure.
 bool CreateSampleStore(const std::wstring& directory);
 
-} // namespace simulators
+}  // namespace simulators

@@ -29,8 +29,9 @@ bool EndsWithIgnoringCase(std::wstring_view text, std::wstring_view end) {
 
 // "4711.json" gives 4711, anything else nothing.
 std::optional<std::int32_t> IdOfEntryFile(std::wstring_view name) {
-    return EndsWithIgnoringCase(name, EntryExtension) ? ParseId(name.substr(0, name.size() - EntryExtension.size()))
-                                                      : std::nullopt;
+    return EndsWithIgnoringCase(name, EntryExtension)
+               ? ParseId(name.substr(0, name.size() - EntryExtension.size()))
+               : std::nullopt;
 }
 
 // "4711.pdf" gives 4711.
@@ -65,8 +66,9 @@ std::wstring LocalTimeText() {
     GetLocalTime(&now);
     wchar_t text[32];
     std::swprintf(text, std::size(text), L"%04u-%02u-%02uT%02u:%02u:%02u", static_cast<unsigned>(now.wYear),
-                  static_cast<unsigned>(now.wMonth), static_cast<unsigned>(now.wDay), static_cast<unsigned>(now.wHour),
-                  static_cast<unsigned>(now.wMinute), static_cast<unsigned>(now.wSecond));
+                  static_cast<unsigned>(now.wMonth), static_cast<unsigned>(now.wDay),
+                  static_cast<unsigned>(now.wHour), static_cast<unsigned>(now.wMinute),
+                  static_cast<unsigned>(now.wSecond));
     return text;
 }
 
@@ -82,22 +84,23 @@ void EraseSorted(std::vector<std::int32_t>& ids, std::int32_t id) {
     }
 }
 
-} // namespace
+}  // namespace
 
 // A directory of the store as it was found on disk.
 struct ArchiveStore::Scanned {
     std::wstring path;
     std::wstring directory;
-    std::int32_t id = 0; // 0 when it has no usable ordner.json
+    std::int32_t id = 0;  // 0 when it has no usable ordner.json
     std::wstring name;
-    bool needsFile = false; // ordner.json is missing or no longer right
+    bool needsFile = false;  // ordner.json is missing or no longer right
     std::wstring complaint;
     std::vector<std::int32_t> entries;
     std::vector<std::wstring> documents;
     std::vector<Scanned> children;
 };
 
-// --- Opening --------------------------------------------------------------------------------------------------
+// --- Opening
+// --------------------------------------------------------------------------------------------------
 
 ArchiveStore::ArchiveStore(std::wstring directory, unsigned patience)
     : directory_(std::move(directory)), lock_(Lock(directory_, patience)),
@@ -268,11 +271,12 @@ void ArchiveStore::BuildChild(const Scanned& scanned, std::int32_t parent) {
     }
     if (isTaken) {
         warnings_.push_back(scanned.path + L": Die Nummer " + std::to_wstring(scanned.id) +
-                            L" ist vergeben; der Ordner hat jetzt die Nummer " + std::to_wstring(folder.id) + L".");
+                            L" ist vergeben; der Ordner hat jetzt die Nummer " + std::to_wstring(folder.id) +
+                            L".");
     }
     if (!scanned.complaint.empty()) {
-        warnings_.push_back(scanned.complaint + L" Der Ordner hat jetzt die Nummer " + std::to_wstring(folder.id) +
-                            L".");
+        warnings_.push_back(scanned.complaint + L" Der Ordner hat jetzt die Nummer " +
+                            std::to_wstring(folder.id) + L".");
     }
     const std::int32_t id = folder.id;
     AddFolder(std::move(folder));
@@ -281,7 +285,8 @@ void ArchiveStore::BuildChild(const Scanned& scanned, std::int32_t parent) {
 
 void ArchiveStore::BuildEntry(const std::wstring& path, std::int32_t id, std::int32_t folder) {
     try {
-        const JsonFile file = JsonFile::Read(path + L"\\" + std::to_wstring(id) + std::wstring(EntryExtension));
+        const JsonFile file =
+            JsonFile::Read(path + L"\\" + std::to_wstring(id) + std::wstring(EntryExtension));
         const Json& root = file.Root();
         Entry entry;
         entry.id = file.Integer(file.Required(root, "id"), FirstId, HighestId);
@@ -314,7 +319,8 @@ void ArchiveStore::BuildEntry(const std::wstring& path, std::int32_t id, std::in
     }
 }
 
-// --- Looking --------------------------------------------------------------------------------------------------
+// --- Looking
+// --------------------------------------------------------------------------------------------------
 
 const Folder* ArchiveStore::FindFolder(std::int32_t id) const noexcept {
     const auto found = folders_.find(id);
@@ -370,7 +376,8 @@ std::int32_t ArchiveStore::LookupFolder(std::wstring_view path) const {
     return folder;
 }
 
-std::wstring ArchiveStore::TreePath(std::int32_t id, std::wstring_view archive, std::wstring_view separator) const {
+std::wstring ArchiveStore::TreePath(std::int32_t id, std::wstring_view archive,
+                                    std::wstring_view separator) const {
     std::wstring path;
     const auto prepend = [&](const std::wstring& name) { path = std::wstring(separator) + name + path; };
     if (const Entry* entry = FindEntry(id)) {
@@ -408,7 +415,8 @@ std::wstring ArchiveStore::DocumentPath(const Entry& entry) const {
     return entry.document.empty() ? std::wstring() : FolderPath(entry.folder) + L"\\" + entry.document;
 }
 
-// --- Changing -------------------------------------------------------------------------------------------------
+// --- Changing
+// -------------------------------------------------------------------------------------------------
 
 void ArchiveStore::Tell(Change change, std::int32_t id, std::int32_t folder) const {
     if (listener_) {
@@ -454,11 +462,13 @@ void ArchiveStore::AddFolder(Folder folder) {
     Folder& parent = folders_.at(folder.parent);
     const auto comesBefore = [this](std::int32_t id, const std::wstring& name) {
         const std::wstring& other = folders_.at(id).name;
-        return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, other.c_str(), static_cast<int>(other.size()),
-                              name.c_str(), static_cast<int>(name.size())) != CSTR_GREATER_THAN;
+        return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, other.c_str(),
+                              static_cast<int>(other.size()), name.c_str(),
+                              static_cast<int>(name.size())) != CSTR_GREATER_THAN;
     };
     parent.children.insert(
-        std::lower_bound(parent.children.begin(), parent.children.end(), folder.name, comesBefore), folder.id);
+        std::lower_bound(parent.children.begin(), parent.children.end(), folder.name, comesBefore),
+        folder.id);
     folderByName_[FolderKey(folder.parent, folder.name)] = folder.id;
     const std::int32_t id = folder.id;
     folders_.emplace(id, std::move(folder));
@@ -573,7 +583,7 @@ void ArchiveStore::Move(std::int32_t entry, std::int32_t folder) {
     InsertSorted(folders_.at(folder).entries, entry);
     stored = std::move(moved);
     if (hasDocument) {
-        DeleteFileW(LongPath(oldDocument).c_str()); // what stays behind is removed at the next start
+        DeleteFileW(LongPath(oldDocument).c_str());  // what stays behind is removed at the next start
     }
     Tell(Change::EntryRemoved, entry, oldFolder);
     Tell(Change::EntryAdded, entry, folder);
@@ -588,7 +598,7 @@ void ArchiveStore::RemoveEntry(std::int32_t id) {
     EraseSorted(entriesByMask_[entry.mask], id);
     entries_.erase(id);
     if (!document.empty()) {
-        DeleteFileW(LongPath(document).c_str()); // what stays behind is removed at the next start
+        DeleteFileW(LongPath(document).c_str());  // what stays behind is removed at the next start
     }
     Tell(Change::EntryRemoved, id, folder);
 }
@@ -615,4 +625,4 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
     return true;
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -9,9 +9,9 @@
 //     DIR/Postkorb/<user>/4712.pdf    a document handed in and not yet filed
 //     DIR/Temp/                       files being written
 //
-// An entry exists from the moment its JSON file stands in its folder until that file is gone; documents come before
-// and go after it. So a process that ends at any moment leaves nothing but documents without an entry and temporary
-// files, and the next start removes both.
+// An entry exists from the moment its JSON file stands in its folder until that file is gone; documents come
+// before and go after it. So a process that ends at any moment leaves nothing but documents without an entry
+// and temporary files, and the next start removes both.
 #pragma once
 
 #include "simulators/archive/settings.h"
@@ -27,11 +27,11 @@ namespace simulators {
 
 struct Folder {
     std::int32_t id = 0;
-    std::int32_t parent = 0; // the root's parent is 0
+    std::int32_t parent = 0;  // the root's parent is 0
     std::wstring name;
-    std::wstring directory;             // its directory's own name
-    std::vector<std::int32_t> children; // in the order of their names
-    std::vector<std::int32_t> entries;  // ascending
+    std::wstring directory;              // its directory's own name
+    std::vector<std::int32_t> children;  // in the order of their names
+    std::vector<std::int32_t> entries;   // ascending
 };
 
 // Index field values by line; only lines that were written.
@@ -43,8 +43,8 @@ struct Entry {
     std::int32_t mask = 0;
     std::wstring shortName;
     FieldValues fields;
-    std::wstring document; // file name in the folder's directory; may be empty
-    std::wstring filed;    // local time, "2026-11-20T10:11:12"
+    std::wstring document;  // file name in the folder's directory; may be empty
+    std::wstring filed;     // local time, "2026-11-20T10:11:12"
 };
 
 // A document in the postbox. Its id becomes the entry's id when it is filed.
@@ -62,8 +62,8 @@ public:
     // Called after each change with the id of the folder or entry and the id of the folder in which it lies.
     using Listener = std::function<void(Change, std::int32_t id, std::int32_t folder)>;
 
-    // Opens the store, repairs what an interrupted process left, and reads everything. One process at a time may
-    // have a store open; a second one waits `patience` milliseconds for the first to end. Throws Failure.
+    // Opens the store, repairs what an interrupted process left, and reads everything. One process at a time
+    // may have a store open; a second one waits `patience` milliseconds for the first to end. Throws Failure.
     explicit ArchiveStore(std::wstring directory, unsigned patience = 5000);
     ~ArchiveStore();
     ArchiveStore(const ArchiveStore&) = delete;
@@ -85,7 +85,8 @@ public:
     std::size_t FolderCount() const noexcept { return folders_.size() - 1; }
     std::size_t PostboxCount() const noexcept { return postboxCount_; }
 
-    // The folder of a path whose every level follows a separator; letter case does not count. 0 when there is none.
+    // The folder of a path whose every level follows a separator; letter case does not count. 0 when there is
+    // none.
     std::int32_t LookupFolder(std::wstring_view path) const;
     // Names from the archive (as the caller calls it) down to the folder or entry, joined by the separator.
     // Empty for an unknown id.
@@ -142,12 +143,12 @@ private:
     std::unordered_map<std::int32_t, Folder> folders_;
     std::unordered_map<std::int32_t, Entry> entries_;
     std::unordered_map<std::int32_t, std::vector<std::int32_t>> entriesByMask_;
-    std::unordered_map<std::wstring, std::int32_t> folderByName_; // by parent's id and folded name
+    std::unordered_map<std::wstring, std::int32_t> folderByName_;  // by parent's id and folded name
     std::int32_t nextId_ = FirstId;
-    std::int32_t reservedUntil_ = FirstId; // the number in zaehler.json
-    std::int32_t handedOutBelow_ = FirstId; // the same when the store was opened
+    std::int32_t reservedUntil_ = FirstId;   // the number in zaehler.json
+    std::int32_t handedOutBelow_ = FirstId;  // the same when the store was opened
     std::size_t postboxCount_ = 0;
     Listener listener_;
 };
 
-} // namespace simulators
+}  // namespace simulators

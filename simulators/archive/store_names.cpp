@@ -45,13 +45,12 @@ bool MeetsStoreFile(std::wstring_view name) {
 }
 
 int HexValue(wchar_t character) {
-    const std::size_t position = HexDigits.find(character >= L'a' && character <= L'f'
-                                                    ? static_cast<wchar_t>(character - L'a' + L'A')
-                                                    : character);
+    const std::size_t position = HexDigits.find(
+        character >= L'a' && character <= L'f' ? static_cast<wchar_t>(character - L'a' + L'A') : character);
     return position == std::wstring_view::npos ? -1 : static_cast<int>(position);
 }
 
-} // namespace
+}  // namespace
 
 std::wstring EncodeName(std::wstring_view name) {
     std::wstring encoded;
@@ -101,4 +100,4 @@ std::optional<std::int32_t> ParseId(std::wstring_view digits) {
     return static_cast<std::int32_t>(value);
 }
 
-} // namespace simulators
+}  // namespace simulators

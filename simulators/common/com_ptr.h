@@ -54,4 +54,4 @@ ComPtr<Object> MakeObject(Arguments&&... arguments) {
     return ComPtr<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));
 }
 
-} // namespace simulators
+}  // namespace simulators

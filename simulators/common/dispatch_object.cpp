@@ -24,9 +24,10 @@ BSTR NewBstr(const std::wstring& text) noexcept {
     return SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
 }
 
-} // namespace
+}  // namespace
 
-// --- Arguments ------------------------------------------------------------------------------------------------
+// --- Arguments
+// ------------------------------------------------------------------------------------------------
 
 const VARIANT& Arguments::Raw(std::size_t index) const noexcept {
     // Automation passes arguments last one first.
@@ -120,22 +121,39 @@ void Arguments::Assign(std::size_t index, const Value& value) const {
         }
         *target->ppdispVal = content.pdispVal;
         break;
-    case VT_UI1: *target->pbVal = content.bVal; break;
-    case VT_I2: *target->piVal = content.iVal; break;
+    case VT_UI1:
+        *target->pbVal = content.bVal;
+        break;
+    case VT_I2:
+        *target->piVal = content.iVal;
+        break;
     case VT_I4:
-    case VT_INT: *target->plVal = content.lVal; break;
-    case VT_R4: *target->pfltVal = content.fltVal; break;
-    case VT_R8: *target->pdblVal = content.dblVal; break;
-    case VT_CY: *target->pcyVal = content.cyVal; break;
-    case VT_DATE: *target->pdate = content.date; break;
-    case VT_BOOL: *target->pboolVal = content.boolVal; break;
+    case VT_INT:
+        *target->plVal = content.lVal;
+        break;
+    case VT_R4:
+        *target->pfltVal = content.fltVal;
+        break;
+    case VT_R8:
+        *target->pdblVal = content.dblVal;
+        break;
+    case VT_CY:
+        *target->pcyVal = content.cyVal;
+        break;
+    case VT_DATE:
+        *target->pdate = content.date;
+        break;
+    case VT_BOOL:
+        *target->pboolVal = content.boolVal;
+        break;
     default:
         VariantClear(&content);
         throw ArgumentError(DISP_E_BADVARTYPE, index);
     }
 }
 
-// --- MemberTable ----------------------------------------------------------------------------------------------
+// --- MemberTable
+// ----------------------------------------------------------------------------------------------
 
 void MemberTable::Add(Member member) {
     const DISPID id = static_cast<DISPID>(members_.size() + 1);
@@ -162,7 +180,8 @@ const MemberTable::Member* MemberTable::Find(DISPID id) const noexcept {
     return &members_[static_cast<std::size_t>(id) - 1];
 }
 
-// --- Failures -------------------------------------------------------------------------------------------------
+// --- Failures
+// -------------------------------------------------------------------------------------------------
 
 FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     FailedCall failed;
@@ -172,8 +191,9 @@ FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     } catch (const AutomationError& error) {
         const bool isClassicNumber = error.Number() >= 1 && error.Number() <= 0xFFFF;
         failed.code = DISP_E_EXCEPTION;
-        failed.number = isClassicNumber ? static_cast<std::int32_t>(0x800A0000U | static_cast<unsigned>(error.Number()))
-                                        : error.Number();
+        failed.number = isClassicNumber
+                            ? static_cast<std::int32_t>(0x800A0000U | static_cast<unsigned>(error.Number()))
+                            : error.Number();
         failed.description = error.Description();
         if (!error.Source().empty()) {
             failed.source = error.Source();
@@ -200,7 +220,8 @@ FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     return failed;
 }
 
-// --- DispatchObject -------------------------------------------------------------------------------------------
+// --- DispatchObject
+// -------------------------------------------------------------------------------------------
 
 DispatchObject::DispatchObject(std::wstring className, const MemberTable& members)
     : className_(std::move(className)), members_(members) {
@@ -278,8 +299,8 @@ HRESULT DispatchObject::GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, L
     return ids[0] == DISPID_UNKNOWN || count > 1 ? DISP_E_UNKNOWNNAME : S_OK;
 }
 
-HRESULT DispatchObject::Invoke(DISPID id, REFIID iid, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
-                               EXCEPINFO* exception, UINT* argumentError) {
+HRESULT DispatchObject::Invoke(DISPID id, REFIID iid, LCID, WORD flags, DISPPARAMS* parameters,
+                               VARIANT* result, EXCEPINFO* exception, UINT* argumentError) {
     if (result != nullptr) {
         VariantInit(result);
     }
@@ -335,9 +356,13 @@ HRESULT DispatchObject::Answer(const MemberTable::Member& member, CallKind kind,
         const Call call{member.name, kind, arguments};
         Value answer = Perform(call, [&]() -> Value {
             switch (kind) {
-            case CallKind::Method: return member.method(*this, arguments);
-            case CallKind::Get: return member.get(*this, arguments);
-            case CallKind::Put: member.put(*this, arguments); break;
+            case CallKind::Method:
+                return member.method(*this, arguments);
+            case CallKind::Get:
+                return member.get(*this, arguments);
+            case CallKind::Put:
+                member.put(*this, arguments);
+                break;
             }
             return Value();
         });
@@ -366,4 +391,4 @@ Value DispatchObject::Perform(const Call&, const std::function<Value()>& proceed
 
 void DispatchObject::OnUnknownName(std::wstring_view) {}
 
-} // namespace simulators
+}  // namespace simulators

@@ -35,8 +35,9 @@
 
 namespace simulators {
 
-// A failure that the caller receives as DISP_E_EXCEPTION. Numbers from 1 to 65535 travel as 0x800A0000 plus the
-// number, anything else is taken as the code itself. An empty source is filled with the object's class name.
+// A failure that the caller receives as DISP_E_EXCEPTION. Numbers from 1 to 65535 travel as 0x800A0000 plus
+// the number, anything else is taken as the code itself. An empty source is filled with the object's class
+// name.
 class AutomationError {
 public:
     explicit AutomationError(std::int32_t number, std::wstring description, std::wstring source = {})
@@ -63,8 +64,8 @@ private:
 };
 
 // The arguments of one call, in call order. The value of a property assignment is the last one.
-// The converting accessors throw so that the caller gets DISP_E_TYPEMISMATCH or DISP_E_OVERFLOW together with the
-// argument's position; an argument left out at the end of the list throws DISP_E_PARAMNOTOPTIONAL.
+// The converting accessors throw so that the caller gets DISP_E_TYPEMISMATCH or DISP_E_OVERFLOW together with
+// the argument's position; an argument left out at the end of the list throws DISP_E_PARAMNOTOPTIONAL.
 class Arguments {
 public:
     explicit Arguments(const DISPPARAMS& parameters) noexcept : parameters_(parameters) {}
@@ -84,8 +85,8 @@ public:
     // The value as passed, by-reference levels resolved.
     Value Any(std::size_t index) const;
 
-    // Writes back into an argument that was passed by reference, converted to the type of the caller's variable;
-    // an argument passed by value is left alone.
+    // Writes back into an argument that was passed by reference, converted to the type of the caller's
+    // variable; an argument passed by value is left alone.
     void Assign(std::size_t index, const Value& value) const;
 
     // The argument exactly as it arrived. The index must be below Count().
@@ -103,7 +104,7 @@ enum class CallKind { Method, Get, Put };
 
 // One call on its way to its handler.
 struct Call {
-    const std::wstring& member; // as the table spells it
+    const std::wstring& member;  // as the table spells it
     CallKind kind;
     Arguments& arguments;
 };
@@ -118,7 +119,7 @@ public:
         std::function<Value(DispatchObject&, Arguments&)> method;
         std::function<Value(DispatchObject&, Arguments&)> get;
         std::function<void(DispatchObject&, Arguments&)> put;
-        std::size_t minimum = 0; // arguments, without an assignment's value
+        std::size_t minimum = 0;  // arguments, without an assignment's value
         std::size_t maximum = 0;
     };
 
@@ -138,7 +139,8 @@ private:
     DISPID default_ = DISPID_UNKNOWN;
 };
 
-// Builds the table of class Object. Handlers are members of Object or callables that take (Object&, Arguments&).
+// Builds the table of class Object. Handlers are members of Object or callables that take (Object&,
+// Arguments&).
 template <class Object>
 class MemberTableOf : public MemberTable {
 public:
@@ -148,7 +150,8 @@ public:
     MemberTableOf& Method(std::wstring_view name, std::size_t count, Function handler) {
         return Method(name, count, count, std::move(handler));
     }
-    MemberTableOf& Method(std::wstring_view name, std::size_t minimum, std::size_t maximum, Function handler) {
+    MemberTableOf& Method(std::wstring_view name, std::size_t minimum, std::size_t maximum,
+                          Function handler) {
         Member member;
         member.name = name;
         member.method = Bound(std::move(handler));
@@ -157,7 +160,8 @@ public:
         Add(std::move(member));
         return *this;
     }
-    // A property; without a setter it can only be read. `parameters` counts the arguments of an indexed property.
+    // A property; without a setter it can only be read. `parameters` counts the arguments of an indexed
+    // property.
     MemberTableOf& Property(std::wstring_view name, Function getter, Setter setter = nullptr,
                             std::size_t parameters = 0) {
         Member member;
@@ -244,4 +248,4 @@ private:
 };
 #pragma GCC diagnostic pop
 
-} // namespace simulators
+}  // namespace simulators

@@ -2,7 +2,6 @@
 
 #include "simulators/common/text.h"
 
-
 namespace simulators {
 
 void FailWithLastError(std::wstring_view what, const std::wstring& path) {
@@ -17,7 +16,8 @@ std::wstring LongPath(std::wstring_view path) {
     }
     const DWORD needed = GetFullPathNameW(given.c_str(), 0, nullptr, nullptr);
     std::vector<wchar_t> buffer(static_cast<std::size_t>(needed) + 1);
-    const DWORD length = GetFullPathNameW(given.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
+    const DWORD length =
+        GetFullPathNameW(given.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
     const std::wstring full(buffer.data(), length);
     if (full.starts_with(L"\\\\")) {
         return L"\\\\?\\UNC\\" + full.substr(2);
@@ -26,8 +26,9 @@ std::wstring LongPath(std::wstring_view path) {
 }
 
 std::string ReadWholeFile(const std::wstring& path) {
-    FileHandle file(CreateFileW(LongPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    FileHandle file(CreateFileW(LongPath(path).c_str(), GENERIC_READ,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     LARGE_INTEGER size{};
     if (!file.IsOpen() || GetFileSizeEx(file.Get(), &size) == 0) {
         FailWithLastError(L"Die Datei kann nicht gelesen werden", path);
@@ -47,8 +48,8 @@ std::string ReadWholeFile(const std::wstring& path) {
 
 void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const std::wstring& temporary) {
     const std::wstring longTemporary = LongPath(temporary);
-    FileHandle file(CreateFileW(longTemporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                                nullptr));
+    FileHandle file(CreateFileW(longTemporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.IsOpen()) {
         FailWithLastError(L"Die Datei kann nicht geschrieben werden", temporary);
     }
@@ -73,8 +74,8 @@ void CopyFileDurably(const std::wstring& source, const std::wstring& target) {
         FailWithLastError(L"Die Datei kann nicht kopiert werden", source);
     }
     SetFileAttributesW(longTarget.c_str(), FILE_ATTRIBUTE_NORMAL);
-    const FileHandle copy(CreateFileW(longTarget.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    const FileHandle copy(CreateFileW(longTarget.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!copy.IsOpen() || FlushFileBuffers(copy.Get()) == 0) {
         FailWithLastError(L"Die Datei kann nicht geschrieben werden", target);
     }
@@ -149,4 +150,4 @@ std::wstring ProgramPath() {
     }
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -40,9 +40,9 @@ std::wstring LongPath(std::wstring_view path);
 // The file's bytes. Throws Failure, in German, with the path.
 std::string ReadWholeFile(const std::wstring& path);
 
-// Replaces or creates the file in one step: the bytes go to `temporary`, are flushed and renamed to `path`, so that
-// whoever looks, at whatever moment, meets the old content or the new one. `temporary` must lie on the same volume.
-// Throws Failure.
+// Replaces or creates the file in one step: the bytes go to `temporary`, are flushed and renamed to `path`,
+// so that whoever looks, at whatever moment, meets the old content or the new one. `temporary` must lie on
+// the same volume. Throws Failure.
 void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const std::wstring& temporary);
 
 // The same with the file's own name and ".tmp" as the temporary file.
@@ -80,4 +80,4 @@ bool IsDirectory(const std::wstring& path);
 // The path of the running program.
 std::wstring ProgramPath();
 
-} // namespace simulators
+}  // namespace simulators

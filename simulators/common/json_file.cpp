@@ -21,7 +21,8 @@ public:
     using pointer = const char*;
     using reference = const char&;
 
-    CountingIterator(const char* position, std::size_t* consumed) : position_(position), consumed_(consumed) {}
+    CountingIterator(const char* position, std::size_t* consumed)
+        : position_(position), consumed_(consumed) {}
     reference operator*() const { return *position_; }
     CountingIterator& operator++() {
         ++position_;
@@ -75,8 +76,8 @@ bool FindRoute(const Json& from, const Json& wanted, Route& route) {
     return false;
 }
 
-// Parses the text again and notes where the node at the end of a route, or its name, begins. The parser itself
-// keeps no positions; they are needed only when there is something to complain about.
+// Parses the text again and notes where the node at the end of a route, or its name, begins. The parser
+// itself keeps no positions; they are needed only when there is something to complain about.
 class Locator : public nlohmann::json_sax<Json> {
 public:
     Locator(const std::string& text, Route wanted, bool wantsKey)
@@ -115,13 +116,16 @@ public:
         }
         return true;
     }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
 
 private:
     // The token that has just been read begins after the blanks and separators that follow the one before.
     std::size_t TokenStart() {
         std::size_t start = previousEnd_;
-        while (start < text_.size() && std::string_view(" \t\r\n,:]}").find(text_[start]) != std::string_view::npos) {
+        while (start < text_.size() &&
+               std::string_view(" \t\r\n,:]}").find(text_[start]) != std::string_view::npos) {
             ++start;
         }
         previousEnd_ = consumed_;
@@ -162,7 +166,7 @@ std::wstring Plain(std::string_view key) {
     return L"«" + FromUtf8(key) + L"»";
 }
 
-} // namespace
+}  // namespace
 
 JsonFile JsonFile::Read(const std::wstring& path) {
     return Parse(path, ReadWholeFile(path));
@@ -191,8 +195,8 @@ void JsonFile::FailAtOffset(std::size_t offset, std::wstring_view message) const
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const std::size_t lineStart = before.rfind('\n') == std::string_view::npos ? 0 : before.rfind('\n') + 1;
     const std::size_t column = FromUtf8(before.substr(lineStart)).size() + 1;
-    throw Failure(path_ + L", Zeile " + std::to_wstring(line) + L", Spalte " + std::to_wstring(column) + L": " +
-                  std::wstring(message));
+    throw Failure(path_ + L", Zeile " + std::to_wstring(line) + L", Spalte " + std::to_wstring(column) +
+                  L": " + std::wstring(message));
 }
 
 void JsonFile::Fail(const Json& node, std::wstring_view message) const {
@@ -258,8 +262,8 @@ std::int32_t JsonFile::Integer(const Json& node, std::int32_t lowest, std::int32
     // Compared as floating-point numbers, which hold every value of the range and survive the ones beyond it.
     const double value = node.get<double>();
     if (value < lowest || value > highest) {
-        Fail(node, L"Die Zahl muss zwischen " + std::to_wstring(lowest) + L" und " + std::to_wstring(highest) +
-                       L" liegen.");
+        Fail(node, L"Die Zahl muss zwischen " + std::to_wstring(lowest) + L" und " +
+                       std::to_wstring(highest) + L" liegen.");
     }
     return node.get<std::int32_t>();
 }
@@ -287,4 +291,4 @@ void JsonFile::AllowOnly(const Json& object, std::initializer_list<std::string_v
     }
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -59,4 +59,4 @@ private:
     Json root_;
 };
 
-} // namespace simulators
+}  // namespace simulators

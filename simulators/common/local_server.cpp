@@ -13,7 +13,7 @@ namespace {
 std::atomic<long> serverLocks{0};
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // COM interfaces have none; Release alone deletes
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // COM interfaces have none; Release alone deletes
 class ClassFactory : public IClassFactory {
 public:
     explicit ClassFactory(ClassObject::Maker maker) : maker_(std::move(maker)) {}
@@ -31,7 +31,9 @@ public:
         *result = nullptr;
         return E_NOINTERFACE;
     }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
+    ULONG STDMETHODCALLTYPE AddRef() override {
+        return static_cast<ULONG>(InterlockedIncrement(&references_));
+    }
     ULONG STDMETHODCALLTYPE Release() override {
         const LONG left = InterlockedDecrement(&references_);
         if (left == 0) {
@@ -99,7 +101,8 @@ std::wstring DefaultValue(HKEY root, REGSAM view, const std::wstring& path) {
     wchar_t buffer[128] = {};
     DWORD size = sizeof(buffer) - sizeof(wchar_t);
     DWORD type = 0;
-    const LSTATUS status = RegQueryValueExW(key, nullptr, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+    const LSTATUS status =
+        RegQueryValueExW(key, nullptr, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
     RegCloseKey(key);
     return status == ERROR_SUCCESS && type == REG_SZ ? std::wstring(buffer) : std::wstring();
 }
@@ -128,7 +131,8 @@ LSTATUS RemoveFrom(HKEY root, const ServerClass& serverClass) {
     LSTATUS result = ERROR_SUCCESS;
     for (const REGSAM view : Views) {
         LSTATUS status = DeleteTree(root, view, L"CLSID\\" + id);
-        if (status == ERROR_SUCCESS && EqualIgnoringCase(DefaultValue(root, view, serverClass.progId + L"\\CLSID"), id)) {
+        if (status == ERROR_SUCCESS &&
+            EqualIgnoringCase(DefaultValue(root, view, serverClass.progId + L"\\CLSID"), id)) {
             status = DeleteTree(root, view, serverClass.progId);
         }
         if (status != ERROR_SUCCESS) {
@@ -159,7 +163,7 @@ LSTATUS WriteTo(HKEY root, const ServerClass& serverClass, const std::wstring& c
     return ERROR_SUCCESS;
 }
 
-} // namespace
+}  // namespace
 
 std::wstring ToText(const CLSID& id) {
     wchar_t buffer[40] = {};
@@ -206,4 +210,4 @@ bool ClassObject::IsLocked() noexcept {
     return serverLocks > 0;
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -4,8 +4,8 @@
 #include "simulators/common/com_ptr.h"
 
 #include <windows.h>
-#include <objbase.h>
 #include <oaidl.h>
+#include <objbase.h>
 
 #include <functional>
 #include <string>
@@ -16,12 +16,12 @@ namespace simulators {
 struct ServerClass {
     CLSID id;
     std::wstring progId;
-    std::wstring description; // German, for people who browse the registry
+    std::wstring description;  // German, for people who browse the registry
 };
 
-// Writes ProgID, CLSID and LocalServer32 below HKEY_LOCAL_MACHINE\Software\Classes or, where that is not allowed,
-// HKEY_CURRENT_USER\Software\Classes; on 64-bit systems for clients of both bitnesses. `command` is the whole command
-// line with the program's path quoted. Throws Failure; nothing half-written is left behind.
+// Writes ProgID, CLSID and LocalServer32 below HKEY_LOCAL_MACHINE\Software\Classes or, where that is not
+// allowed, HKEY_CURRENT_USER\Software\Classes; on 64-bit systems for clients of both bitnesses. `command` is
+// the whole command line with the program's path quoted. Throws Failure; nothing half-written is left behind.
 void RegisterServer(const ServerClass& serverClass, const std::wstring& command);
 
 // Removes whatever RegisterServer wrote, at both places. Registrations of the name for another class stay.
@@ -31,7 +31,8 @@ void UnregisterServer(const ServerClass& serverClass);
 // Makes the class available to COM for as long as it lives.
 class ClassObject {
 public:
-    // Called on the thread that made the class object, once for every object that a client creates. It may throw.
+    // Called on the thread that made the class object, once for every object that a client creates. It may
+    // throw.
     using Maker = std::function<ComPtr<IDispatch>()>;
 
     // Throws Failure when COM refuses. `context` is CLSCTX_LOCAL_SERVER for a server of other processes; add
@@ -51,4 +52,4 @@ private:
 // The text form "{...}" of a class id.
 std::wstring ToText(const CLSID& id);
 
-} // namespace simulators
+}  // namespace simulators

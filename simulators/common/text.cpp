@@ -25,7 +25,7 @@ void WriteLine(DWORD which, std::wstring_view line) {
     WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
-} // namespace
+}  // namespace
 
 Failure::Failure(std::wstring_view message) : std::runtime_error(ToUtf8(message)), message_(message) {}
 
@@ -70,8 +70,8 @@ std::wstring FromBstr(const wchar_t* bstr) {
 
 std::wstring SystemMessage(unsigned long code) {
     wchar_t buffer[512] = {};
-    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                                  buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
+    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
+                                  0, buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
     while (length > 0 && (buffer[length - 1] <= L' ' || buffer[length - 1] == L'.')) {
         --length;
     }
@@ -93,4 +93,4 @@ void PrintErrorLine(std::wstring_view line) {
     WriteLine(STD_ERROR_HANDLE, line);
 }
 
-} // namespace simulators
+}  // namespace simulators

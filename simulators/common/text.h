@@ -41,4 +41,4 @@ std::wstring SystemMessage(unsigned long code);
 void PrintLine(std::wstring_view line);
 void PrintErrorLine(std::wstring_view line);
 
-} // namespace simulators
+}  // namespace simulators

@@ -16,30 +16,54 @@ VARIANT* Source(const VARIANT& value) noexcept {
 
 std::wstring TypeName(VARTYPE type) {
     switch (type) {
-    case VT_EMPTY: return L"EMPTY";
-    case VT_NULL: return L"NULL";
-    case VT_I1: return L"I1";
-    case VT_I2: return L"I2";
-    case VT_I4: return L"I4";
-    case VT_I8: return L"I8";
-    case VT_UI1: return L"UI1";
-    case VT_UI2: return L"UI2";
-    case VT_UI4: return L"UI4";
-    case VT_UI8: return L"UI8";
-    case VT_INT: return L"INT";
-    case VT_UINT: return L"UINT";
-    case VT_R4: return L"R4";
-    case VT_R8: return L"R8";
-    case VT_CY: return L"CY";
-    case VT_DATE: return L"DATE";
-    case VT_BSTR: return L"BSTR";
-    case VT_BOOL: return L"BOOL";
-    case VT_DECIMAL: return L"DECIMAL";
-    case VT_DISPATCH: return L"DISPATCH";
-    case VT_UNKNOWN: return L"UNKNOWN";
-    case VT_ERROR: return L"ERROR";
-    case VT_VARIANT: return L"VARIANT";
-    default: return L"VT" + std::to_wstring(type);
+    case VT_EMPTY:
+        return L"EMPTY";
+    case VT_NULL:
+        return L"NULL";
+    case VT_I1:
+        return L"I1";
+    case VT_I2:
+        return L"I2";
+    case VT_I4:
+        return L"I4";
+    case VT_I8:
+        return L"I8";
+    case VT_UI1:
+        return L"UI1";
+    case VT_UI2:
+        return L"UI2";
+    case VT_UI4:
+        return L"UI4";
+    case VT_UI8:
+        return L"UI8";
+    case VT_INT:
+        return L"INT";
+    case VT_UINT:
+        return L"UINT";
+    case VT_R4:
+        return L"R4";
+    case VT_R8:
+        return L"R8";
+    case VT_CY:
+        return L"CY";
+    case VT_DATE:
+        return L"DATE";
+    case VT_BSTR:
+        return L"BSTR";
+    case VT_BOOL:
+        return L"BOOL";
+    case VT_DECIMAL:
+        return L"DECIMAL";
+    case VT_DISPATCH:
+        return L"DISPATCH";
+    case VT_UNKNOWN:
+        return L"UNKNOWN";
+    case VT_ERROR:
+        return L"ERROR";
+    case VT_VARIANT:
+        return L"VARIANT";
+    default:
+        return L"VT" + std::to_wstring(type);
     }
 }
 
@@ -47,17 +71,22 @@ std::wstring DescribeContent(const Value& value) {
     const VARIANT& variant = value.Get();
     switch (variant.vt) {
     case VT_EMPTY:
-    case VT_NULL: return {};
-    case VT_BSTR: return L" " + Quoted(FromBstr(variant.bstrVal));
-    case VT_BOOL: return variant.boolVal != VARIANT_FALSE ? L" true" : L" false";
+    case VT_NULL:
+        return {};
+    case VT_BSTR:
+        return L" " + Quoted(FromBstr(variant.bstrVal));
+    case VT_BOOL:
+        return variant.boolVal != VARIANT_FALSE ? L" true" : L" false";
     case VT_DISPATCH:
-    case VT_UNKNOWN: return variant.punkVal == nullptr ? L" Nothing" : L" object";
+    case VT_UNKNOWN:
+        return variant.punkVal == nullptr ? L" Nothing" : L" object";
     case VT_ERROR: {
         wchar_t code[16];
         std::swprintf(code, std::size(code), L" 0x%08lX", static_cast<unsigned long>(variant.scode));
         return variant.scode == DISP_E_PARAMNOTFOUND ? L" missing" : code;
     }
-    default: break;
+    default:
+        break;
     }
     if ((variant.vt & VT_ARRAY) != 0) {
         return L" array";
@@ -73,7 +102,7 @@ std::wstring DescribeContent(const Value& value) {
     return content;
 }
 
-} // namespace
+}  // namespace
 
 Value::Value(const Value& other) {
     VariantInit(&variant_);
@@ -182,7 +211,8 @@ VARIANT Value::Release() noexcept {
 
 Value Value::ConvertedTo(VARTYPE type) const {
     Value converted;
-    const HRESULT code = VariantChangeTypeEx(&converted.variant_, Source(variant_), LOCALE_USER_DEFAULT, 0, type);
+    const HRESULT code =
+        VariantChangeTypeEx(&converted.variant_, Source(variant_), LOCALE_USER_DEFAULT, 0, type);
     if (FAILED(code)) {
         throw HresultError(code);
     }
@@ -193,11 +223,21 @@ std::wstring Quoted(std::wstring_view text) {
     std::wstring quoted = L"\"";
     for (const wchar_t character : text) {
         switch (character) {
-        case L'"': quoted += L"\\\""; break;
-        case L'\\': quoted += L"\\\\"; break;
-        case L'\r': quoted += L"\\r"; break;
-        case L'\n': quoted += L"\\n"; break;
-        case L'\t': quoted += L"\\t"; break;
+        case L'"':
+            quoted += L"\\\"";
+            break;
+        case L'\\':
+            quoted += L"\\\\";
+            break;
+        case L'\r':
+            quoted += L"\\r";
+            break;
+        case L'\n':
+            quoted += L"\\n";
+            break;
+        case L'\t':
+            quoted += L"\\t";
+            break;
         default:
             if (character < L' ') {
                 wchar_t escape[8];
@@ -230,4 +270,4 @@ std::wstring Describe(const VARIANT& value) {
     }
 }
 
-} // namespace simulators
+}  // namespace simulators

@@ -54,4 +54,4 @@ std::wstring Describe(const VARIANT& value);
 // A text in double quotes with backslash escapes for quotes, backslashes and control characters.
 std::wstring Quoted(std::wstring_view text);
 
-} // namespace simulators
+}  // namespace simulators

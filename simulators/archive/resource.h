@@ -1,0 +1,9 @@
+#pragma once
+
+#define IDR_MENU 100
+#define IDR_ACCELERATORS 101
+#define IDM_OPEN 200
+#define IDM_CLOSE 201
+#define IDM_REFRESH 202
+#define IDM_NEXT_PANE 203
+#define IDM_PREVIOUS_PANE 204
