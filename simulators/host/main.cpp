@@ -180,7 +180,8 @@ public:
         }
     }
 
-    bool AnyCallFailed() const { return anyCallFailed_; }
+    // True when a call failed or a voucher is not in the archive although it was sent with a barcode.
+    bool HasFailed() const { return failed_; }
 
 private:
     // Adds the time until it goes to a sum, also when a request cannot be run.
@@ -197,7 +198,7 @@ private:
     };
 
     void Keep(Outcome outcome) {
-        anyCallFailed_ = anyCallFailed_ || FAILED(outcome.code);
+        failed_ = failed_ || FAILED(outcome.code);
         outcomes_.push_back(std::move(outcome));
     }
 
@@ -205,6 +206,7 @@ private:
         std::optional<StoreReader> store;
         if (!options_.store.empty()) {
             store = StoreReader::Read(options_.store);
+            failed_ = failed_ || !IsEverythingFiled(outcomes, *store);
         }
         PrintLine(L"");
         for (const std::wstring& line : RenderYearTable(
@@ -220,7 +222,7 @@ private:
     std::optional<ProviderLink> provider_;
     std::vector<Outcome> outcomes_;
     double seconds_ = 0;
-    bool anyCallFailed_ = false;
+    bool failed_ = false;
 };
 
 std::vector<Request> ReadRequests(const std::filesystem::path& path) {
@@ -255,7 +257,7 @@ int RunAndReport(Session& session, Work work) {
         result = exitBadInput;
     }
     session.WriteReport();
-    return result == exitDone && session.AnyCallFailed() ? exitFailed : result;
+    return result == exitDone && session.HasFailed() ? exitFailed : result;
 }
 
 DWORD mainThread = 0;

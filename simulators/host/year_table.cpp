@@ -18,6 +18,10 @@ std::wstring Count(std::size_t count) {
     return std::to_wstring(count);
 }
 
+std::wstring Count(std::size_t count, const wchar_t* one, const wchar_t* many) {
+    return std::to_wstring(count) + L" " + (count == 1 ? one : many);
+}
+
 std::wstring Fixed(double value, int decimals) {
     std::array<wchar_t, 40> text{};
     const int length = std::swprintf(text.data(), text.size(), L"%.*f", decimals, value);
@@ -144,8 +148,8 @@ void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const S
         places[{entry->folder, entry->mask}].push_back(entry);
     }
     for (const auto& [place, entries] : places) {
-        lines.push_back(L"  " + Count(entries.size()) + L" Einträge im Ordner " + place.first + L", Maske " +
-                        Guillemets(store.MaskName(place.second)));
+        lines.push_back(L"  " + Count(entries.size(), L"Eintrag", L"Einträge") + L" im Ordner " +
+                        place.first + L", Maske " + Guillemets(store.MaskName(place.second)));
         std::set<int> fieldLines;
         for (const StoredEntry* entry : entries) {
             for (const auto& field : entry->fields) {
@@ -202,7 +206,7 @@ std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::v
     const std::array<Group, 3> groups = Sort(client, outcomes, store);
     std::vector<std::wstring> lines;
     for (const Group& group : groups) {
-        lines.push_back(group.name + L": " + Count(group.saved) + L" Belege gespeichert");
+        lines.push_back(group.name + L": " + Count(group.saved, L"Beleg", L"Belege") + L" gespeichert");
         if (store) {
             RenderEntries(lines, group, *store, rows);
         }
@@ -254,6 +258,13 @@ std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::v
         lines.push_back(L"Fehlgeschlagene Aufrufe: " + Count(total.failedCalls));
     }
     return lines;
+}
+
+bool IsEverythingFiled(const std::vector<Outcome>& outcomes, const StoreReader& store) {
+    return std::all_of(outcomes.begin(), outcomes.end(), [&](const Outcome& outcome) {
+        return outcome.kind != RequestKind::SaveDocument || outcome.barcode.empty() ||
+               store.FindByFieldValue(outcome.docId) != nullptr;
+    });
 }
 
 }  // namespace simulators

@@ -15,4 +15,7 @@ namespace simulators {
 std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::vector<Outcome>& outcomes,
                                           const StoreReader* store, double seconds, std::size_t rows);
 
+// True when every voucher that was saved with a barcode lies in the archive.
+bool IsEverythingFiled(const std::vector<Outcome>& outcomes, const StoreReader& store);
+
 }  // namespace simulators

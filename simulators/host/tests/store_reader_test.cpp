@@ -85,8 +85,8 @@ TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {
     const StoreReader store = Read();
     const auto lines = RenderYearTable(client, outcomes, &store, 1.5, 0);
     EXPECT_THAT(lines, ::testing::IsSupersetOf({
-                           L"Debitoren: 1 Belege gespeichert",
-                           L"  1 Einträge im Ordner /Sesam/A/B, Maske «Debi»",
+                           L"Debitoren: 1 Beleg gespeichert",
+                           L"  1 Eintrag im Ordner /Sesam/A/B, Maske «Debi»",
                            L"    Eintrag  Kurzbezeichnung  Barcode  Dokument",
                            L"         10  RG Müller        B1       20260304080000",
                            L"  1 mit Barcode, aber nicht im Archiv:",
@@ -95,6 +95,19 @@ TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {
                            L"Total                        3         1             1                1",
                            L"Dauer: 1.5 s, 500.0 ms je Beleg",
                        }));
+}
+
+TEST_F(StoreReaderTest, AVoucherWithBarcodeThatIsNotFiledIsNoticed) {
+    Outcome outcome;
+    outcome.kind = RequestKind::SaveDocument;
+    outcome.docId = L"20260304080000";
+    outcome.barcode = L"B1";
+    const StoreReader store = Read();
+    EXPECT_TRUE(IsEverythingFiled({outcome}, store));
+    outcome.docId = L"20260305080000";
+    EXPECT_FALSE(IsEverythingFiled({outcome}, store));
+    outcome.barcode.clear();
+    EXPECT_TRUE(IsEverythingFiled({outcome}, store));
 }
 
 TEST_F(StoreReaderTest, LongTablesAreCutWhereAsked) {
