@@ -124,9 +124,11 @@ Font FormFont(const ScreenResolution& screen, bool bold) {
                             DEFAULT_QUALITY, DEFAULT_PITCH | FF_DONTCARE, fontName));
 }
 
-void FocusKeeper::GiveBack() const noexcept {
+void FocusKeeper::GiveBack(bool foreground) const noexcept {
     if (IsWindowVisible(active_) && IsWindowEnabled(active_)) {
-        SetActiveWindow(active_);
+        if (!foreground || !SetForegroundWindow(active_)) {
+            SetActiveWindow(active_);
+        }
         if (focus_ == active_ || IsChild(active_, focus_)) {
             SetFocus(focus_);
         }
@@ -327,7 +329,7 @@ void Form::EndModal() noexcept {
     if (modal_) {
         const FocusKeeper keyboard = modal_->keyboard;
         modal_.reset();
-        keyboard.GiveBack();
+        keyboard.GiveBack(GetForegroundWindow() == window_);
     }
 }
 

@@ -48,8 +48,8 @@ Font FormFont(const ScreenResolution& screen, bool bold);
 class FocusKeeper {
 public:
     FocusKeeper() : active_(GetActiveWindow()), focus_(GetFocus()) {}
-    /// Never takes the foreground from another program to which the user has turned meanwhile.
-    void GiveBack() const noexcept;
+    /// With `foreground` false the foreground stays with the program to which the user has turned meanwhile.
+    void GiveBack(bool foreground) const noexcept;
 
 private:
     HWND active_;

@@ -1,5 +1,6 @@
 #include "ui/WindowsUserInterface.h"
 
+#include <optional>
 #include <utility>
 
 #include "ui/InputForm.h"
@@ -8,14 +9,6 @@
 namespace kandora {
 
 namespace {
-
-/// A system-modal box is one that stays on top. The platform can combine that with disabling the thread's
-/// windows, which a box without an owner does not do by itself, only under these names.
-UINT PlatformStyle(int style) {
-    const bool onTop = (style & boxstyle::systemModal) != 0;
-    const auto rest = static_cast<UINT>(style & ~boxstyle::systemModal);
-    return rest | MB_TASKMODAL | MB_SETFOREGROUND | (onTop ? MB_TOPMOST : 0U);
-}
 
 Text CaptionOr(const Text& caption) {
     return caption.empty() ? Text(applicationTitle) : Displayable(caption);
@@ -28,9 +21,18 @@ WindowsUserInterface::WindowsUserInterface(Platform& platform, std::function<CEr
 
 void WindowsUserInterface::ShowMessage(const Text& prompt, int style, const Text& caption) {
     const FocusKeeper keyboard;
+    // The platform disables the thread's windows under a box without an owner, unless it is a system-modal
+    // one.
+    const bool systemModal = (style & boxstyle::systemModal) != 0;
+    std::optional<OtherWindowsDisabled> others;
+    if (systemModal) {
+        others.emplace(nullptr);
+    }
     // A box that cannot be shown is no error: it would only end up in another box.
-    MessageBoxW(nullptr, Displayable(prompt).c_str(), CaptionOr(caption).c_str(), PlatformStyle(style));
-    keyboard.GiveBack();
+    MessageBoxW(nullptr, Displayable(prompt).c_str(), CaptionOr(caption).c_str(),
+                static_cast<UINT>(style) | MB_SETFOREGROUND | (systemModal ? 0U : MB_TASKMODAL));
+    others.reset();
+    keyboard.GiveBack(true);
 }
 
 Text WindowsUserInterface::InputBox(const Text& prompt, const Text& title, const Text& proposal,

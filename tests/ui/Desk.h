@@ -1,0 +1,123 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "automation/Platform.h"
+#include "support/CErrHandler.h"
+#include "ui/WindowsUserInterface.h"
+
+/// The user at the desk: finds the windows that another thread shows, reads them, types and clicks.
+namespace kandora::desk {
+
+/// Waits until the condition holds; false when it does not come to hold in a minute.
+bool Eventually(const std::function<bool()>& condition);
+
+/// A clock that stands still, and waits that are counted.
+class DeskPlatform final : public Platform {
+public:
+    LocalTime now{2026, 3, 5, 10, 20, 30};
+
+    LateBound CreateObject(const Text& progId) override;
+    bool FileExists(const Text& path) override;
+    bool FolderExists(const Text& path) override;
+    void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
+                                 const std::string& file) override;
+    void GetPrivateProfileSection(const char* section, std::span<char> buffer,
+                                  const std::string& file) override;
+    bool WritePrivateProfileString(const char* section, const char* key, const char* value,
+                                   const std::string& file) override;
+    void AppendToFile(const Text& path, const std::string& bytes) override;
+    Text Environment(const wchar_t* name) override;
+    LocalTime Now() override { return now; }
+    void Sleep(std::uint32_t milliseconds) override;
+    Text ComponentFile() override;
+
+    [[nodiscard]] int Waits() const { return waits_; }
+    [[nodiscard]] bool AllWaitsWere10Milliseconds() const { return !otherWait_; }
+
+private:
+    std::atomic<int> waits_ = 0;
+    std::atomic<bool> otherWait_ = false;
+};
+
+/// What the host's thread works with.
+struct Office {
+    DeskPlatform platform;
+    WindowsUserInterface userInterface{platform, [this]() -> CErrHandler& { return errors; }};
+    CErrHandler errors{userInterface, LocalTime{}};
+};
+
+/// A thread as the host's: the body runs on it while the test plays the user. Whatever it still shows when
+/// this object dies is closed.
+class HostThread {
+public:
+    explicit HostThread(std::function<void()> body);
+    ~HostThread();
+    HostThread(const HostThread&) = delete;
+    HostThread& operator=(const HostThread&) = delete;
+
+    [[nodiscard]] DWORD Id() const { return id_; }
+    /// Waits for the body's end; false when it does not come.
+    [[nodiscard]] bool Ends() const;
+    /// The window with class and caption, as soon as the thread shows it and, unless told otherwise, has the
+    /// keyboard in it; null when that never happens.
+    [[nodiscard]] HWND Window(const wchar_t* windowClass, const std::wstring& caption,
+                              bool withKeyboard = true) const;
+    [[nodiscard]] HWND MessageBoxWindow(const std::wstring& caption) const {
+        return Window(L"#32770", caption);
+    }
+    /// The window that has the keyboard.
+    [[nodiscard]] HWND Focus() const;
+
+private:
+    std::atomic<bool> ended_ = false;
+    DWORD id_ = 0;
+    std::thread thread_;
+};
+
+/// A window that the host itself shows, with a text box that has the keyboard. Lives on the thread that makes
+/// it.
+class HostWindow {
+public:
+    explicit HostWindow(const wchar_t* caption);
+    ~HostWindow();
+    HostWindow(const HostWindow&) = delete;
+    HostWindow& operator=(const HostWindow&) = delete;
+
+    [[nodiscard]] HWND Handle() const { return window_; }
+    [[nodiscard]] HWND Field() const { return field_; }
+    [[nodiscard]] int Paintings() const { return paintings_; }
+    /// Called when the window gets the message WM_APP.
+    std::function<void()> onRequest;
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    HWND window_ = nullptr;
+    HWND field_ = nullptr;
+    std::atomic<int> paintings_ = 0;
+};
+
+/// Direct children, the front one first, which is also their tab order.
+std::vector<HWND> ControlsOf(HWND window);
+std::vector<HWND> ControlsOf(HWND window, const wchar_t* windowClass);
+HWND ButtonOf(HWND window, const std::wstring& caption);
+std::wstring ClassOf(HWND window);
+std::wstring TextIn(HWND window);
+
+void Type(HWND control, const std::wstring& text);
+void Press(HWND control, WPARAM key);
+void Click(HWND button);
+
+}  // namespace kandora::desk

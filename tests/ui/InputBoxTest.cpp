@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+
+#include "Desk.h"
+
+using namespace kandora;
+using namespace kandora::desk;
+
+namespace {
+
+constexpr const wchar_t* title = L"Archivpfad erstellen";
+constexpr const wchar_t* prompt =
+    L"Bitte passen Sie allenfalls den Archivpfad des Mandanten an. Trennzeichen für Ordner ist '/'";
+constexpr const wchar_t* proposal = L"/Sesam/2026/Muster & Söhne";
+
+struct Shown {
+    HWND form = nullptr;
+    HWND box = nullptr;
+    HWND ok = nullptr;
+    HWND cancel = nullptr;
+    HWND question = nullptr;
+
+    explicit Shown(const HostThread& host, const wchar_t* caption = title)
+        : form(host.Window(L"KandoraForm", caption)) {
+        const auto boxes = ControlsOf(form, L"Edit");
+        const auto labels = ControlsOf(form, L"Static");
+        box = boxes.size() == 1 ? boxes[0] : nullptr;
+        question = labels.size() == 1 ? labels[0] : nullptr;
+        ok = ButtonOf(form, L"OK");
+        cancel = ButtonOf(form, L"Abbrechen");
+    }
+    [[nodiscard]] bool Complete() const {
+        return box != nullptr && ok != nullptr && cancel != nullptr && question != nullptr;
+    }
+};
+
+class InputBoxTest : public testing::Test {
+protected:
+    void Ask(const Text& proposed = proposal) {
+        answer = office.userInterface.InputBox(prompt, title, proposed, -2500, -1500);
+    }
+
+    Office office;
+    Text answer = L"(none)";
+};
+
+#define OPEN_INPUT_BOX()                                                                                     \
+    const HostThread host([this] { Ask(); });                                                                \
+    const Shown shown(host);                                                                                 \
+    ASSERT_TRUE(shown.Complete())
+
+TEST_F(InputBoxTest, ShowsPromptAndSelectedProposal) {
+    OPEN_INPUT_BOX();
+    EXPECT_EQ(TextIn(shown.question), prompt);
+    EXPECT_EQ(TextIn(shown.box), proposal);
+    EXPECT_EQ(host.Focus(), shown.box);
+    DWORD from = 0;
+    DWORD to = 0;
+    SendMessageW(shown.box, EM_GETSEL, reinterpret_cast<WPARAM>(&from), reinterpret_cast<LPARAM>(&to));
+    EXPECT_EQ(from, 0U);
+    EXPECT_EQ(to, TextIn(shown.box).size());
+    EXPECT_EQ(GetWindow(shown.form, GW_OWNER), nullptr);
+}
+
+TEST_F(InputBoxTest, EnterTakesTheProposal) {
+    OPEN_INPUT_BOX();
+    Press(shown.box, VK_RETURN);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, proposal);
+    EXPECT_TRUE(office.platform.AllWaitsWere10Milliseconds());
+}
+
+TEST_F(InputBoxTest, TypingReplacesTheProposal) {
+    OPEN_INPUT_BOX();
+    Type(shown.box, L"/Anders/Zürich");
+    Click(shown.ok);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"/Anders/Zürich");
+}
+
+TEST_F(InputBoxTest, TakesLongTexts) {
+    OPEN_INPUT_BOX();
+    const std::wstring text(1000, L'x');
+    Type(shown.box, text);
+    Click(shown.ok);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, text);
+}
+
+TEST_F(InputBoxTest, AnEmptiedBoxAnswersTheEmptyText) {
+    OPEN_INPUT_BOX();
+    SetWindowTextW(shown.box, L"");
+    Click(shown.ok);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"");
+}
+
+TEST_F(InputBoxTest, EscAnswersTheEmptyText) {
+    OPEN_INPUT_BOX();
+    Press(shown.box, VK_ESCAPE);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"");
+}
+
+TEST_F(InputBoxTest, AbbrechenAnswersTheEmptyText) {
+    OPEN_INPUT_BOX();
+    Click(shown.cancel);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"");
+}
+
+TEST_F(InputBoxTest, EnterOnAbbrechenAnswersTheEmptyText) {
+    OPEN_INPUT_BOX();
+    Press(shown.box, VK_TAB);
+    ASSERT_TRUE(Eventually([&] { return host.Focus() == shown.ok; }));
+    Press(shown.ok, VK_TAB);
+    ASSERT_TRUE(Eventually([&] { return host.Focus() == shown.cancel; }));
+    Press(shown.cancel, VK_RETURN);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"");
+}
+
+TEST_F(InputBoxTest, ClosingAnswersTheEmptyText) {
+    OPEN_INPUT_BOX();
+    PostMessageW(shown.form, WM_SYSCOMMAND, SC_CLOSE, 0);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_EQ(answer, L"");
+}
+
+TEST_F(InputBoxTest, StandsWhereItIsTold) {
+    OPEN_INPUT_BOX();
+    const HDC screen = GetDC(nullptr);
+    const int dotsPerInchX = GetDeviceCaps(screen, LOGPIXELSX);
+    const int dotsPerInchY = GetDeviceCaps(screen, LOGPIXELSY);
+    ReleaseDC(nullptr, screen);
+    RECT frame{};
+    ASSERT_TRUE(GetWindowRect(shown.form, &frame));
+    EXPECT_EQ(frame.left, GetSystemMetrics(SM_CXSCREEN) / 2 - MulDiv(2500, dotsPerInchX, 1440));
+    EXPECT_EQ(frame.top, GetSystemMetrics(SM_CYSCREEN) / 2 - MulDiv(1500, dotsPerInchY, 1440));
+}
+
+TEST_F(InputBoxTest, StaysOnTheScreen) {
+    const HostThread host(
+        [this] { answer = office.userInterface.InputBox(prompt, title, proposal, 900000, -900000); });
+    const Shown shown(host);
+    ASSERT_TRUE(shown.Complete());
+    RECT frame{};
+    ASSERT_TRUE(GetWindowRect(shown.form, &frame));
+    EXPECT_LE(frame.right, GetSystemMetrics(SM_CXSCREEN));
+    EXPECT_GE(frame.top, 0);
+}
+
+TEST_F(InputBoxTest, TextsWithoutLengthAndWithNulCharactersAreShown) {
+    const HostThread host([this] {
+        answer = office.userInterface.InputBox(Text(L"A\0B", 3), Text(), Text(L"C\0D", 3), -2500, -1500);
+    });
+    const Shown shown(host, L"Kandora");
+    ASSERT_TRUE(shown.Complete());
+    EXPECT_EQ(TextIn(shown.question), L"A\\0B");
+    EXPECT_EQ(TextIn(shown.box), L"C\\0D");
+}
+
+TEST_F(InputBoxTest, DisablesTheThreadsOtherWindowsAndGivesTheKeyboardBack) {
+    std::atomic<HWND> other = nullptr;
+    bool enabled = false;
+    bool keyboardBack = false;
+    const HostThread host([&] {
+        const HostWindow window(L"Fibu");
+        other = window.Handle();
+        Ask();
+        enabled = IsWindowEnabled(window.Handle()) != FALSE;
+        keyboardBack = GetFocus() == window.Field();
+    });
+    const Shown shown(host);
+    ASSERT_TRUE(shown.Complete());
+    EXPECT_FALSE(IsWindowEnabled(other));
+    EXPECT_TRUE(Eventually([&] { return GetForegroundWindow() == shown.form; }));
+    Press(shown.box, VK_RETURN);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_TRUE(enabled);
+    EXPECT_TRUE(keyboardBack);
+}
+
+}  // namespace

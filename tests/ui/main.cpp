@@ -1,0 +1,27 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// On a display without a window manager, wine waits for one at every window that is hidden; told that there
+/// is none, it does not.
+void TellWineThatThereIsNoWindowManager() {
+    const HMODULE platform = GetModuleHandleW(L"ntdll.dll");
+    if (platform == nullptr || GetProcAddress(platform, "wine_get_version") == nullptr) {
+        return;
+    }
+    const wchar_t no[] = L"N";
+    RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Wine\\AppDefaults\\ui_tests.exe\\X11 Driver", L"Managed",
+                    REG_SZ, no, sizeof(no));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    TellWineThatThereIsNoWindowManager();
+    // The screen as it is: a process that does not know its resolution is always told 96 dots per inch.
+    SetProcessDPIAware();
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
