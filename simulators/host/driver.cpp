@@ -70,6 +70,7 @@ ClientFile LoadClient(const std::filesystem::path& path, const std::filesystem::
 Outcome Driver::Run(const Request& request, const std::wstring& requestFile) {
     Outcome outcome;
     outcome.kind = request.kind;
+    outcome.source = request.source;
     outcome.belegNr = request.belegNr;
     outcome.belegIndex = request.belegIndex;
     switch (request.kind) {

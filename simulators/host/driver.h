@@ -12,6 +12,8 @@ namespace simulators {
 // What became of one request.
 struct Outcome {
     RequestKind kind = RequestKind::InitProvider;
+    // The request's line in its file; empty for requests that stand in none.
+    std::wstring source;
     std::wstring docId;
     std::wstring belegNr;
     std::wstring belegIndex;

@@ -112,7 +112,11 @@ private:
 
 void ShowBoxes(const Outcome& outcome) {
     for (const AnsweredBox& box : outcome.boxes) {
-        PrintLine(L"  Fenster " + Guillemets(box.caption) + L": " + box.text);
+        std::wstring text = box.text;
+        for (std::size_t at = text.find(L'\n'); at != std::wstring::npos; at = text.find(L'\n', at + 1)) {
+            text.insert(at + 1, L"    ");
+        }
+        PrintLine(L"  Fenster " + Guillemets(box.caption) + L": " + text);
     }
 }
 

@@ -84,15 +84,15 @@ std::string RenderReport(const std::vector<Outcome>& outcomes, double seconds) {
 }
 
 std::wstring DescribeOutcome(const Outcome& outcome) {
+    if (!IsSentToComponent(outcome.kind)) {
+        return outcome.source;
+    }
     std::wstring line(NameOf(outcome.kind));
     for (const std::wstring* part :
          {&outcome.docId, &outcome.belegNr, &outcome.belegIndex, &outcome.barcode}) {
         if (!part->empty()) {
             line += L" " + *part;
         }
-    }
-    if (!IsSentToComponent(outcome.kind)) {
-        return line;
     }
     line += L" -> " + DescribeCode(outcome.code);
     const nlohmann::ordered_json result = ToJson(outcome.result);

@@ -59,6 +59,8 @@ public:
         Request request;
         request.kind = name.kind;
         request.place = PlaceOf(tokens_.front());
+        const std::size_t start = tokens_.front().column - 1;
+        request.source = line_.substr(start, line_.find_last_not_of(L" \t\r") + 1 - start);
         ReadArguments(request);
         if (next_ < tokens_.size()) {
             Fail(tokens_[next_].column, L"Angabe zu viel: " + Guillemets(tokens_[next_].text) + L".");

@@ -45,6 +45,8 @@ struct FieldChange {
 struct Request {
     RequestKind kind = RequestKind::InitProvider;
     Place place;
+    // The line as it stands in the file, without the blanks around it.
+    std::wstring source;
     std::wstring docId;
     std::wstring belegNr;
     std::wstring belegIndex;

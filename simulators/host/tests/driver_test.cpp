@@ -201,6 +201,13 @@ TEST_F(DriverTest, ResultsComeBack) {
     EXPECT_EQ(outcomes[3].result.Type(), VT_EMPTY);
 }
 
+TEST_F(DriverTest, TheAccountingsOwnRequestsAreShownAsTheyStand) {
+    const auto outcomes = Run(L"  change 10 1 text=\"a  b\" \r\ncloseclient");
+    EXPECT_EQ(DescribeOutcome(outcomes[0]), L"change 10 1 text=\"a  b\"");
+    EXPECT_EQ(DescribeOutcome(outcomes[1]), L"closeclient");
+    EXPECT_TRUE(provider_.calls.empty());
+}
+
 TEST_F(DriverTest, AFailingAnswerIsAnOutcome) {
     provider_.code = RPC_E_DISCONNECTED;
     const auto outcomes = Run(L"SaveDocument booking 10 1");

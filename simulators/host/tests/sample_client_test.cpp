@@ -1,5 +1,7 @@
 #include "simulators/host/client_file.h"
 
+#include "simulators/host/driver.h"
+
 #include "test_support.h"
 
 #include <gmock/gmock.h>
@@ -184,6 +186,13 @@ TEST_F(SampleClient, HasOneGapOfEachKind) {
 
 TEST_F(SampleClient, IsWrittenBackAsItIsCommitted) {
     EXPECT_EQ(client_.Render(), ReadFile(SampleClientPath()));
+}
+
+TEST_F(SampleClient, SuitsTheSampleRequests) {
+    const std::filesystem::path path = SampleClientPath().parent_path() / L"Beispiel.txt";
+    const auto requests = ParseRequests(FromUtf8(ReadFile(path)), path.wstring());
+    EXPECT_EQ(testing::MessageOf([&] { CheckRequests(requests, path.wstring(), &client_); }), L"");
+    EXPECT_GT(requests.size(), 15U);
 }
 
 }  // namespace
