@@ -92,6 +92,15 @@ struct WindowSearch {
     std::exception_ptr failure;
 };
 
+Text CurrentText(HWND window, int id) {
+    const HWND control = GetDlgItem(window, id);
+    Text text(static_cast<std::size_t>(GetWindowTextLengthW(control)), L'\0');
+    // Room for the terminating NUL is there: a text ends in one.
+    text.resize(
+        static_cast<std::size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1)));
+    return text;
+}
+
 BOOL CALLBACK CollectEnabled(HWND window, LPARAM parameter) noexcept {
     auto& search = *reinterpret_cast<WindowSearch*>(parameter);
     try {
@@ -112,10 +121,11 @@ Text Displayable(const Text& text) {
 }
 
 ScreenResolution::ScreenResolution() {
-    const HDC screen = GetDC(nullptr);
-    x_ = GetDeviceCaps(screen, LOGPIXELSX);
-    y_ = GetDeviceCaps(screen, LOGPIXELSY);
-    ReleaseDC(nullptr, screen);
+    if (const HDC screen = GetDC(nullptr)) {
+        x_ = GetDeviceCaps(screen, LOGPIXELSX);
+        y_ = GetDeviceCaps(screen, LOGPIXELSY);
+        ReleaseDC(nullptr, screen);
+    }
 }
 
 Font FormFont(const ScreenResolution& screen, bool bold) {
@@ -239,15 +249,15 @@ void Form::Show() {
 }
 
 void Form::WaitForWindow() {
-    while (IsVisible()) {
+    while (IsVisible() && !failure_) {
         ProcessMessages();
-        if (failure_) {
-            Close();
-            std::rethrow_exception(std::exchange(failure_, nullptr));
-        }
         platform_.Sleep(waitMilliseconds);
     }
     EndModal();
+    if (failure_) {
+        Close();
+        std::rethrow_exception(std::exchange(failure_, nullptr));
+    }
 }
 
 void Form::ProcessMessages() {
@@ -286,7 +296,9 @@ INT_PTR CALLBACK Form::Procedure(HWND window, UINT message, WPARAM wParam, LPARA
     try {
         return form->OnMessage(message, wParam) ? TRUE : FALSE;
     } catch (...) {
-        form->failure_ = std::current_exception();
+        if (!form->failure_) {
+            form->failure_ = std::current_exception();
+        }
         return TRUE;
     }
 }
@@ -303,10 +315,7 @@ bool Form::OnMessage(UINT message, WPARAM wParam) {
         Close();
         return true;
     case WM_DESTROY:
-        KeepTexts();
-        return false;
-    case WM_NCDESTROY:
-        window_ = nullptr;
+        KeepTexts(std::exchange(window_, nullptr));
         return false;
     default:
         return false;
@@ -333,24 +342,15 @@ void Form::EndModal() noexcept {
     }
 }
 
-Text Form::CurrentText(int id) const {
-    const HWND control = GetDlgItem(window_, id);
-    Text text(static_cast<std::size_t>(GetWindowTextLengthW(control)), L'\0');
-    // Room for the terminating NUL is there: a text ends in one.
-    text.resize(
-        static_cast<std::size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1)));
-    return text;
-}
-
-void Form::KeepTexts() {
+void Form::KeepTexts(HWND window) {
     for (auto& [id, text] : texts_) {
-        text = CurrentText(id);
+        text = CurrentText(window, id);
     }
 }
 
 Text Form::TextOf(int id) const {
     if (IsLoaded()) {
-        return CurrentText(id);
+        return CurrentText(window_, id);
     }
     const auto kept = std::ranges::find(texts_, id, &std::pair<int, Text>::first);
     return kept == texts_.end() ? Text() : kept->second;

@@ -31,8 +31,8 @@ public:
     static constexpr int twipsPerInch = 1440;
 
 private:
-    int x_;
-    int y_;
+    int x_ = USER_DEFAULT_SCREEN_DPI;
+    int y_ = USER_DEFAULT_SCREEN_DPI;
 };
 
 struct FontDeleter {
@@ -120,8 +120,7 @@ private:
     void ProcessMessages();
     bool TakesKey(MSG& message);
     [[nodiscard]] bool IsVisible() const noexcept { return IsWindowVisible(window_) != FALSE; }
-    [[nodiscard]] Text CurrentText(int id) const;
-    void KeepTexts();
+    void KeepTexts(HWND window);
     void EndModal() noexcept;
     void Close() noexcept;
 

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "automation/Errors.h"
+
 namespace kandora::desk {
 
 namespace {
@@ -39,6 +41,11 @@ bool Eventually(const std::function<bool()>& condition) {
     return true;
 }
 
+bool RunsUnderWine() {
+    const HMODULE platform = GetModuleHandleW(L"ntdll.dll");
+    return platform != nullptr && GetProcAddress(platform, "wine_get_version") != nullptr;
+}
+
 LateBound DeskPlatform::CreateObject(const Text&) {
     Unexpected();
 }
@@ -65,6 +72,13 @@ Text DeskPlatform::Environment(const wchar_t*) {
 }
 Text DeskPlatform::ComponentFile() {
     Unexpected();
+}
+
+LocalTime DeskPlatform::Now() {
+    if (clockFails) {
+        throw RuntimeError(errors::internal);
+    }
+    return now;
 }
 
 void DeskPlatform::Sleep(std::uint32_t milliseconds) {

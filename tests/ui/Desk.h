@@ -23,10 +23,13 @@ namespace kandora::desk {
 /// Waits until the condition holds; false when it does not come to hold in a minute.
 bool Eventually(const std::function<bool()>& condition);
 
+bool RunsUnderWine();
+
 /// A clock that stands still, and waits that are counted.
 class DeskPlatform final : public Platform {
 public:
     LocalTime now{2026, 3, 5, 10, 20, 30};
+    bool clockFails = false;
 
     LateBound CreateObject(const Text& progId) override;
     bool FileExists(const Text& path) override;
@@ -39,7 +42,7 @@ public:
                                    const std::string& file) override;
     void AppendToFile(const Text& path, const std::string& bytes) override;
     Text Environment(const wchar_t* name) override;
-    LocalTime Now() override { return now; }
+    LocalTime Now() override;
     void Sleep(std::uint32_t milliseconds) override;
     Text ComponentFile() override;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "Desk.h"
 
@@ -20,6 +21,17 @@ struct Screen {
         ReleaseDC(nullptr, device);
     }
 };
+
+constexpr const wchar_t* resolutionVariable = L"UI_TESTS_RESOLUTION";
+
+/// The resolution that this process was started to test, in dots per inch.
+std::optional<int> ToldResolution() {
+    std::array<wchar_t, 16> value{};
+    if (GetEnvironmentVariableW(resolutionVariable, value.data(), static_cast<DWORD>(value.size())) == 0) {
+        return std::nullopt;
+    }
+    return _wtoi(value.data());
+}
 
 RECT PlaceIn(HWND form, HWND control) {
     RECT place{};
@@ -131,6 +143,10 @@ TEST_F(LayoutTest, ReportDialog) {
     const HWND form = host.Window(L"KandoraForm", L"Auswertung Indizieren");
     ASSERT_NE(form, nullptr);
     const Screen screen;
+    if (const auto expected = ToldResolution()) {
+        EXPECT_EQ(screen.x, *expected);
+        EXPECT_EQ(screen.y, *expected);
+    }
     RECT client{};
     ASSERT_TRUE(GetClientRect(form, &client));
     EXPECT_EQ(client.right, MulDiv(7905, screen.x, 1440));
@@ -194,5 +210,73 @@ TEST_P(InputBoxLayoutTest, PromptIsBrokenIntoLines) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sentences, InputBoxLayoutTest, testing::Values(1, 3, 10));
+
+/// The resolution of the screen as programs find it that start from now on; put back at the end.
+class ScreenSetting {
+public:
+    explicit ScreenSetting(int dotsPerInch) {
+        existed_ = RegGetValueW(HKEY_CURRENT_USER, key, name, RRF_RT_REG_DWORD, nullptr, &before_, &size_) ==
+                   ERROR_SUCCESS;
+        const auto value = static_cast<DWORD>(dotsPerInch);
+        RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_DWORD, &value, sizeof(value));
+    }
+    ~ScreenSetting() {
+        if (existed_) {
+            RegSetKeyValueW(HKEY_CURRENT_USER, key, name, REG_DWORD, &before_, sizeof(before_));
+        } else {
+            RegDeleteKeyValueW(HKEY_CURRENT_USER, key, name);
+        }
+    }
+    ScreenSetting(const ScreenSetting&) = delete;
+    ScreenSetting& operator=(const ScreenSetting&) = delete;
+
+private:
+    static constexpr const wchar_t* key = L"Control Panel\\Desktop";
+    static constexpr const wchar_t* name = L"LogPixels";
+
+    DWORD before_ = 0;
+    DWORD size_ = sizeof(before_);
+    bool existed_ = false;
+};
+
+/// Runs this program's layout tests in a process of their own; its exit code.
+std::optional<DWORD> RunLayoutTests(int dotsPerInch) {
+    std::wstring file(1024, L'\0');
+    file.resize(GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
+    std::wstring command = L"\"" + file + L"\" --gtest_filter=*LayoutTest*";
+    SetEnvironmentVariableW(resolutionVariable, std::to_wstring(dotsPerInch).c_str());
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    const BOOL started = CreateProcessW(file.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                        nullptr, &startup, &process);
+    SetEnvironmentVariableW(resolutionVariable, nullptr);
+    if (!started) {
+        return std::nullopt;
+    }
+    std::optional<DWORD> result;
+    if (WaitForSingleObject(process.hProcess, 600000) == WAIT_OBJECT_0) {
+        DWORD code = 0;
+        GetExitCodeProcess(process.hProcess, &code);
+        result = code;
+    } else {
+        TerminateProcess(process.hProcess, 1);
+    }
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return result;
+}
+
+class ResolutionTest : public testing::TestWithParam<int> {};
+
+TEST_P(ResolutionTest, NothingIsCutOffOrOverlaps) {
+    if (!RunsUnderWine()) {
+        GTEST_SKIP() << "Windows itself changes the resolution only when the user logs on.";
+    }
+    const ScreenSetting setting(GetParam());
+    EXPECT_EQ(RunLayoutTests(GetParam()), std::optional<DWORD>(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(DotsPerInch, ResolutionTest, testing::Values(96, 120, 144, 192));
 
 }  // namespace

@@ -549,6 +549,19 @@ TEST_F(ReportDialogTest, AnErrorOfAButtonEndsItUnderTheNameInitControls) {
     EXPECT_FALSE(IsWindow(shown.form));
 }
 
+TEST_F(ReportDialogTest, AnErrorBeforeItOpensIsRaisedWithoutAWindow) {
+    office.platform.clockFails = true;
+    const auto dialog = office.userInterface.NewReportDialog();
+    try {
+        dialog->GetIndex();
+        FAIL() << "no error was raised";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.Number(), errors::internal);
+        EXPECT_EQ(error.Source(), L"frmArchivIndex.InitControls");
+    }
+    EXPECT_EQ(office.platform.Waits(), 0);
+}
+
 TEST_F(ReportDialogTest, AnyExceptionBecomesARunTimeError) {
     Failure caught;
     std::atomic<bool> ready = false;

@@ -2,13 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "Desk.h"
+
 namespace {
 
 /// On a display without a window manager, wine waits for one at every window that is hidden; told that there
 /// is none, it does not.
 void TellWineThatThereIsNoWindowManager() {
-    const HMODULE platform = GetModuleHandleW(L"ntdll.dll");
-    if (platform == nullptr || GetProcAddress(platform, "wine_get_version") == nullptr) {
+    if (!kandora::desk::RunsUnderWine()) {
         return;
     }
     const wchar_t no[] = L"N";
