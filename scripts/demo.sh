@@ -7,6 +7,7 @@ demoStore="$demo/Archiv"
 demoClient="$demo/Muster AG.json"
 demoReport="$demo/Bericht.json"
 demoPicture="$demo/Archiv.png"
+demoArchiveLog="$logs/demo-archive-program.log"
 archivePid=
 
 demo_run() { "$(wine_loader "$demoArchitecture")" "$@"; }
@@ -36,21 +37,21 @@ register_simulators() {
         demo_run "$bin/HostSimulator.exe" --register
 }
 
-# Started by hand, as a person would; it serves as soon as its window is there.
+# Started by hand, as a person would.
 start_archive() {
     demo_run "$build/$demoArchitecture/bin/ArchiveSimulator.exe" --store "$(windows_path "$demoStore")" \
-        >"$logs/demo-archive-program.log" 2>&1 </dev/null &
+        >"$demoArchiveLog" 2>&1 </dev/null &
     archivePid=$!
-    wait_until "the archive's window is shown" archive_window_shown && wait_until "the archive answers" archive_answers
+    wait_until "the archive is ready" archive_ready && wait_until "the archive answers" archive_answers
 }
 
-archive_window_shown() {
-    kill -0 "$archivePid" || return 2
-    [[ -n $(archive_window) ]]
+archive_ready() {
+    if ! kill -0 "$archivePid" 2>/dev/null; then
+        cat "$demoArchiveLog"
+        return 2
+    fi
+    grep -qs '^Bereit: ' "$demoArchiveLog" || return 1
 }
-
-# The archive's main window is the only large one on this display.
-archive_window() { xdotool search --onlyvisible --name "$demoArchiveTitle" 2>/dev/null | head -n 1; }
 
 # Asks COM for the class as any script would. A script error of cscript leaves its exit code 0, hence the last line.
 archive_answers() {
@@ -83,9 +84,9 @@ run_year() {
 
 take_picture() { import -window root "$demoPicture"; }
 
-# Closes the window as a person would, so that the archive ends by itself.
 stop_archive() {
-    demo_tool taskkill.exe /im ArchiveSimulator.exe && wait_until "the archive has ended" archive_ended
+    demo_run "$build/$demoArchitecture/bin/ArchiveSimulator.exe" --stop --store "$(windows_path "$demoStore")" &&
+        wait_until "the archive has ended" archive_ended
 }
 
 archive_ended() { ! kill -0 "$archivePid" 2>/dev/null; }
