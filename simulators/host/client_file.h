@@ -53,6 +53,7 @@ struct Address {
 };
 
 // A client (Mandant) of the accounting: what its file holds, and its options, which are written back.
+// NOLINTNEXTLINE(bugprone-exception-escape): the JSON library's move does not throw, it only does not say so
 class ClientFile {
 public:
     // Reads and checks the file. Throws Failure with a message that names the file and the place.

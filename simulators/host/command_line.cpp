@@ -21,6 +21,92 @@ std::wstring Complaint(const CLI::ParseError& error) {
     return L"Die Befehlszeile ist nicht richtig.";
 }
 
+// The values as the library fills them in: UTF-8.
+struct Given {
+    std::string client;
+    std::string clientCopy;
+    std::string requests;
+    std::string component;
+    std::string report;
+    std::string store;
+    bool answerBoxes = false;
+    bool table = false;
+    std::size_t tableRows = CommandLine().tableRows;
+    bool year = false;
+    bool menu = false;
+    bool serve = false;
+    bool registerClass = false;
+    bool unregisterClass = false;
+};
+
+void Declare(CLI::App& app, Given& given) {
+    app.get_formatter()->label("OPTIONS", "ANGABEN");
+    app.get_formatter()->label("Usage", "Aufruf");
+    app.get_formatter()->label("TEXT", "PFAD");
+    app.get_formatter()->label("UINT", "ZAHL");
+    app.get_formatter()->column_width(28);
+    app.option_defaults()->group("Angaben");
+    app.allow_extras();
+    app.set_help_flag("-h,--help", "Zeigt diese Hilfe.")->group("Angaben");
+    app.add_option("--client", given.client, "Mandantendatei (JSON)");
+    app.add_option("--client-copy", given.clientCopy,
+                   "Arbeitet auf einer Kopie der Mandantendatei, die hier angelegt wird.");
+    app.add_option("--requests", given.requests, "Sendet die Anfragen dieser Datei.");
+    app.add_flag("--year", given.year, "Speichert alle Buchungen des Mandanten.");
+    app.add_flag("--menu", given.menu,
+                 ToUtf8(L"Bietet Beispielläufe zur Auswahl an (Vorgabe an der Konsole)."));
+    app.add_flag("--serve", given.serve, ToUtf8(L"Bedient nur «FibuNT.Mandant», bis Ctrl+C gedrückt wird."));
+    app.add_option("--component", given.component,
+                   ToUtf8(L"Lädt die Komponente aus dieser DLL statt aus der Registrierung."));
+    app.add_flag("--answer-boxes", given.answerBoxes,
+                 ToUtf8(L"Bestätigt Meldungen und Eingabefenster von selbst."));
+    app.add_option("--report", given.report, "Schreibt das Ergebnis als JSON in diese Datei.");
+    app.add_flag("--table", given.table, ToUtf8(L"Zeigt nach --year, was wo abgelegt wurde."));
+    app.add_option("--table-rows", given.tableRows,
+                   ToUtf8(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
+    app.add_option("--store", given.store, "Ablageordner des Archivs, aus dem die Tabelle gelesen wird.");
+    app.add_flag("--register", given.registerClass,
+                 ToUtf8(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
+    app.add_flag("--unregister", given.unregisterClass, "Nimmt den Eintrag wieder weg.");
+}
+
+CommandLine::Task TaskOf(const Given& given, bool embedding) {
+    using Task = CommandLine::Task;
+    std::vector<Task> tasks;
+    const auto add = [&](bool wanted, Task task) {
+        if (wanted) {
+            tasks.push_back(task);
+        }
+    };
+    add(!given.requests.empty(), Task::Requests);
+    add(given.year, Task::Year);
+    add(given.menu, Task::Menu);
+    add(given.serve || embedding, Task::Serve);
+    add(given.registerClass, Task::Register);
+    add(given.unregisterClass, Task::Unregister);
+    if (tasks.size() > 1) {
+        throw Failure(
+            L"Nur eine dieser Angaben ist möglich: --requests, --year, --menu, --serve, --register, "
+            L"--unregister.");
+    }
+    return tasks.empty() ? Task::Menu : tasks.front();
+}
+
+void RequireSense(const CommandLine& options) {
+    using Task = CommandLine::Task;
+    const bool needsClient =
+        options.task == Task::Requests || options.task == Task::Year || options.task == Task::Menu;
+    if (needsClient && options.client.empty()) {
+        throw Failure(L"Es fehlt die Mandantendatei: --client DATEI. Hilfe gibt HostSimulator.exe --help.");
+    }
+    if (!options.clientCopy.empty() && options.client.empty()) {
+        throw Failure(L"--client-copy braucht --client.");
+    }
+    if (options.table && options.task == Task::Requests) {
+        throw Failure(L"--table gibt es nur zusammen mit --year.");
+    }
+}
+
 }  // namespace
 
 std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arguments, std::wstring& help) {
@@ -33,50 +119,13 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
             remaining.push_back(ToUtf8(argument));
         }
     }
-
-    CLI::App app(ToUtf8(L"Nachbildung der Finanzbuchhaltung: bedient «FibuNT.Mandant» aus einer "
-                        L"Mandantendatei und ruft die "
-                        L"Archivkomponente so auf, wie es die Buchhaltung tut."),
-                 "HostSimulator.exe");
-    app.get_formatter()->label("OPTIONS", "ANGABEN");
-    app.option_defaults()->group("Angaben");
-    app.allow_extras();
-    app.get_formatter()->label("Usage", "Aufruf");
-    app.get_formatter()->label("TEXT", "DATEI");
-    app.get_formatter()->label("UINT", "ZAHL");
-    app.get_formatter()->column_width(28);
-    app.set_help_flag("-h,--help", "Zeigt diese Hilfe.")->group("Angaben");
-    std::string client;
-    std::string clientCopy;
-    std::string requests;
-    std::string component;
-    std::string report;
-    std::string store;
-    bool year = false;
-    bool menu = false;
-    bool serve = false;
-    bool registerClass = false;
-    bool unregisterClass = false;
-    app.add_option("--client", client, "Mandantendatei (JSON)");
-    app.add_option("--client-copy", clientCopy,
-                   "Arbeitet auf einer Kopie der Mandantendatei, die hier angelegt wird.");
-    app.add_option("--requests", requests, "Sendet die Anfragen dieser Datei.");
-    app.add_flag("--year", year, "Speichert alle Buchungen des Mandanten.");
-    app.add_flag("--menu", menu, ToUtf8(L"Bietet Beispielläufe zur Auswahl an (Vorgabe an der Konsole)."));
-    app.add_flag("--serve", serve, ToUtf8(L"Bedient nur «FibuNT.Mandant», bis Ctrl+C gedrückt wird."));
-    app.add_option("--component", component,
-                   ToUtf8(L"Lädt die Komponente aus dieser DLL statt aus der Registrierung."));
-    app.add_flag("--answer-boxes", result.answerBoxes,
-                 ToUtf8(L"Bestätigt Meldungen und Eingabefenster von selbst."));
-    app.add_option("--report", report, "Schreibt das Ergebnis als JSON in diese Datei.");
-    app.add_flag("--table", result.table, ToUtf8(L"Zeigt nach --year, was wo abgelegt wurde."));
-    app.add_option("--table-rows", result.tableRows,
-                   ToUtf8(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
-    app.add_option("--store", store,
-                   ToUtf8(L"Ablageordner des Archivs, aus dem die Tabelle gelesen wird (Ordner)."));
-    app.add_flag("--register", registerClass, ToUtf8(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
-    app.add_flag("--unregister", unregisterClass, "Nimmt den Eintrag wieder weg.");
-
+    CLI::App app(
+        ToUtf8(L"Nachbildung der Finanzbuchhaltung: bedient «FibuNT.Mandant» aus einer Mandantendatei und "
+               L"ruft die Archivkomponente so auf, wie es die Buchhaltung tut."),
+        "HostSimulator.exe");
+    Given given;
+    Declare(app, given);
+    // The library takes the arguments last one first.
     std::reverse(remaining.begin(), remaining.end());
     try {
         app.parse(remaining);
@@ -90,35 +139,17 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
         throw Failure(L"Unbekannte Angabe " + Guillemets(FromUtf8(extras.front())) +
                       L". Hilfe gibt HostSimulator.exe --help.");
     }
-
-    result.client = FromUtf8(client);
-    result.clientCopy = FromUtf8(clientCopy);
-    result.requests = FromUtf8(requests);
-    result.component = FromUtf8(component);
-    result.report = FromUtf8(report);
-    result.store = FromUtf8(store);
-    if ((!requests.empty()) + year + menu + serve + registerClass + unregisterClass > 1) {
-        throw Failure(L"Nur eine dieser Angaben ist möglich: --requests, --year, --menu, --serve, "
-                      L"--register, --unregister.");
-    }
-    using Task = CommandLine::Task;
-    result.task = !requests.empty()           ? Task::Requests
-                  : year                      ? Task::Year
-                  : registerClass             ? Task::Register
-                  : unregisterClass           ? Task::Unregister
-                  : serve || result.embedding ? Task::Serve
-                                              : Task::Menu;
-    const bool needsClient =
-        result.task == Task::Requests || result.task == Task::Year || result.task == Task::Menu;
-    if (needsClient && client.empty()) {
-        throw Failure(L"Es fehlt die Mandantendatei: --client DATEI. Hilfe gibt HostSimulator.exe --help.");
-    }
-    if (!clientCopy.empty() && client.empty()) {
-        throw Failure(L"--client-copy braucht --client.");
-    }
-    if (result.table && result.task == Task::Requests) {
-        throw Failure(L"--table gibt es nur zusammen mit --year.");
-    }
+    result.task = TaskOf(given, result.embedding);
+    result.client = FromUtf8(given.client);
+    result.clientCopy = FromUtf8(given.clientCopy);
+    result.requests = FromUtf8(given.requests);
+    result.component = FromUtf8(given.component);
+    result.report = FromUtf8(given.report);
+    result.store = FromUtf8(given.store);
+    result.answerBoxes = given.answerBoxes;
+    result.table = given.table;
+    result.tableRows = given.tableRows;
+    RequireSense(result);
     return result;
 }
 

@@ -85,7 +85,7 @@ public:
         inPlace_ = GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
     }
 
-    void Show(std::size_t done) {
+    void Show(std::size_t done) const {
         const std::wstring text =
             std::to_wstring(done) + L" von " + std::to_wstring(total_) + L" Belegen gespeichert";
         if (inPlace_) {

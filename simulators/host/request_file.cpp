@@ -120,8 +120,8 @@ private:
     }
 
     const RequestName& Lookup(const Token& token) const {
-        const auto found = std::find_if(requestNames.begin(), requestNames.end(),
-                                        [&](const RequestName& name) { return name.name == token.text; });
+        const auto* found = std::find_if(requestNames.begin(), requestNames.end(),
+                                         [&](const RequestName& name) { return name.name == token.text; });
         if (found == requestNames.end()) {
             Fail(token.column, L"Unbekannte Anfrage " + Guillemets(token.text) + L".");
         }

@@ -103,7 +103,7 @@ TEST_F(ClientFileTest, UndeclaredGapsAreReported) {
                 ::testing::ElementsAre(
                     ::testing::EndsWith(L"Konto 1 verweist auf die Adresse 599, was nicht erfasst ist.")));
     content.replace(content.find("\"buchungen\""), 11,
-                    "\"bewusstFehlend\": {\"adressen\": [599]}, \"buchungen\"");
+                    R"("bewusstFehlend": {"adressen": [599]}, "buchungen")");
     EXPECT_THAT(Load(content).UnresolvedReferences(), ::testing::IsEmpty());
 }
 

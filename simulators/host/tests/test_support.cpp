@@ -64,7 +64,7 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 std::filesystem::path TemporaryFolder::Write(const std::wstring& name, const std::string& content) const {
-    const std::filesystem::path path = path_ / name;
+    std::filesystem::path path = path_ / name;
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
     return path;
