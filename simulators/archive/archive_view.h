@@ -23,7 +23,7 @@ public:
     // Ends the program once the call in hand has been answered.
     virtual void Close() = 0;
     // Ends the process on the spot, as a crash would.
-    virtual void Die() = 0;
+    [[noreturn]] virtual void Die() = 0;
 };
 
 }  // namespace simulators

@@ -198,8 +198,12 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
     // Leaving the apartment takes the objects of clients that are still there along, so it must come before
     // what the objects use goes.
     const Apartment apartment;
-    const ClassObject classObject(
-        ArchiveClassId, [&program] { return ComPtr<IDispatch>(MakeObject<ArchiveObject>(program).Get()); });
+    std::optional<ClassObject> classObject;
+    classObject.emplace(ArchiveClassId,
+                        [&program] { return ComPtr<IDispatch>(MakeObject<ArchiveObject>(program).Get()); });
+    // Windows forgets the class of a process that has died and starts another one; wine would go on sending
+    // clients to the dead one, so that no rehearsal could show how they recover.
+    window.BeforeDeath([&classObject] { classObject.reset(); });
     if (!options.isStartedByCom) {
         CLSID registered{};
         if (FAILED(CLSIDFromProgID(ArchiveProgId, &registered)) || registered != ArchiveClassId) {

@@ -266,7 +266,12 @@ void ArchiveWindow::Close() {
 }
 
 void ArchiveWindow::Die() {
-    TerminateProcess(GetCurrentProcess(), 3);
+    if (beforeDeath_) {
+        beforeDeath_();
+    }
+    for (;;) {
+        TerminateProcess(GetCurrentProcess(), 3);
+    }
 }
 
 // --- Messages

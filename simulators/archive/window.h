@@ -29,6 +29,9 @@ public:
     // The number of clients logged on, for the status bar.
     void CountSessionsOf(const ArchiveProgram& program) { program_ = &program; }
 
+    // What is still done when a rehearsal lets the process die.
+    void BeforeDeath(std::function<void()> action) { beforeDeath_ = std::move(action); }
+
     HWND Handle() const noexcept { return window_; }
     // True while a user has it open before him.
     bool IsInUse() const noexcept;
@@ -43,7 +46,7 @@ public:
     void Notice(std::wstring_view text) override;
     void SessionsChanged() override;
     void Close() override;
-    void Die() override;
+    [[noreturn]] void Die() override;
 
 private:
     struct Area {
@@ -111,6 +114,7 @@ private:
     bool isEntryChangePending_ = false;
     std::int32_t detailsOf_ = 0;
     std::wstring notice_;
+    std::function<void()> beforeDeath_;
 };
 
 }  // namespace simulators
