@@ -355,16 +355,24 @@ TEST_F(ReportDialogTest, AQuitMessageEndsItAndReachesTheThread) {
     EXPECT_EQ(code, 7U);
 }
 
-TEST_F(ReportDialogTest, TakesTheForeground) {
-    const HostThread host([this] {
-        const HostWindow window(L"Fibu");
-        answer = Ask(office);
+TEST_F(ReportDialogTest, TakesTheForegroundFromWhateverHasIt) {
+    std::atomic<HWND> stranger = nullptr;
+    const HostThread otherProgram([&] {
+        const HostWindow window(L"Fremd");
+        stranger = window.Handle();
+        MSG message{};
+        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+            DispatchMessageW(&message);
+        }
     });
-    const Shown shown(host);
-    ASSERT_TRUE(shown.Complete());
+    ASSERT_TRUE(Eventually([&] { return stranger != nullptr && GetForegroundWindow() == stranger; }));
+    OPEN_DIALOG();
     EXPECT_TRUE(Eventually([&] { return GetForegroundWindow() == shown.form; }));
     EXPECT_EQ(GetWindow(shown.form, GW_OWNER), nullptr);
     EXPECT_EQ(GetWindowLongW(shown.form, GWL_EXSTYLE) & WS_EX_TOPMOST, 0);
+    EXPECT_TRUE(IsWindowEnabled(stranger));
+    PostThreadMessageW(otherProgram.Id(), WM_QUIT, 0, 0);
+    EXPECT_TRUE(otherProgram.Ends());
 }
 
 /// Every way in which the dialog can end.
