@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <source_location>
+#include <string>
+#include <vector>
+
+namespace kandora::test {
+
+using Lines = std::vector<std::string>;
+
+/// What a component said to the world around it and what it was answered, one line a call, in the order of
+/// the calls. All fakes of a test share one.
+class Conversation {
+public:
+    /// The place of the line, for an answer that is only known later.
+    std::size_t Add(std::string line);
+    void Complete(std::size_t place, const std::string& answer) { lines_.at(place) += answer; }
+
+    [[nodiscard]] const Lines& Said() const noexcept { return lines_; }
+    /// Everything said since the last time, which is then forgotten.
+    Lines Take();
+
+private:
+    Lines lines_;
+};
+
+/// Takes what was said and fails at the caller's line with the first line that differs, shown with its
+/// neighbours on both sides.
+void ExpectConversation(Conversation& actual, const Lines& expected,
+                        std::source_location where = std::source_location::current());
+
+/// The same for lines that were recorded elsewhere.
+void ExpectLines(const Lines& actual, const Lines& expected,
+                 std::source_location where = std::source_location::current());
+
+/// How often the line was said.
+std::ptrdiff_t Occurrences(const Lines& lines, const std::string& line);
+
+/// One list of several, for conversations with recurring stretches.
+Lines Together(std::initializer_list<Lines> parts);
+
+}  // namespace kandora::test

@@ -1,0 +1,100 @@
+#include "tests/support/FakePlatform.h"
+
+#include <utility>
+
+#include "tests/support/Rendering.h"
+
+namespace kandora::test {
+
+namespace {
+
+std::string NameOrDash(const char* name) {
+    return name == nullptr ? "-" : "\"" + Utf8(TextFromAnsi(name)) + "\"";
+}
+
+}  // namespace
+
+void FakePlatform::HandsOut(const Text& progId, const Fake& object) {
+    prepared_[progId].emplace_back(object);
+}
+
+void FakePlatform::RefusesOnce(const Text& progId, std::int32_t number) {
+    prepared_[progId].emplace_back(number);
+}
+
+void FakePlatform::Makes(const Text& progId, std::function<Fake()> maker) {
+    makers_[progId] = std::move(maker);
+}
+
+LateBound FakePlatform::CreateObject(const Text& progId) {
+    const std::size_t place = conversation_.Add("create " + Utf8(progId));
+    std::variant<Fake, std::int32_t> outcome = errors::cannotCreateObject;
+    if (auto& waiting = prepared_[progId]; !waiting.empty()) {
+        outcome = std::move(waiting.front());
+        waiting.pop_front();
+    } else if (const auto maker = makers_.find(progId); maker != makers_.end()) {
+        outcome = maker->second();
+    }
+    if (const auto* const number = std::get_if<std::int32_t>(&outcome)) {
+        conversation_.Complete(place, " !! " + std::to_string(*number));
+        throw RuntimeError(*number);
+    }
+    return std::get<Fake>(outcome).AsLateBound();
+}
+
+bool FakePlatform::FileExists(const Text& path) {
+    const bool exists = files.contains(path);
+    conversation_.Add("file " + Quoted(path) + (exists ? " -> True" : " -> False"));
+    return exists;
+}
+
+bool FakePlatform::FolderExists(const Text& path) {
+    const bool exists = folders.contains(path);
+    conversation_.Add("folder " + Quoted(path) + (exists ? " -> True" : " -> False"));
+    return exists;
+}
+
+void FakePlatform::GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
+                                           const std::string& file) {
+    profileFile = file;
+    profileCalls.push_back("string " + NameOrDash(section) + " " + NameOrDash(key) + " " +
+                           std::to_string(buffer.size()));
+    profile.ReadString(section, key, buffer, file);
+}
+
+void FakePlatform::GetPrivateProfileSection(const char* section, std::span<char> buffer,
+                                            const std::string& file) {
+    profileFile = file;
+    profileCalls.push_back("section " + NameOrDash(section) + " " + std::to_string(buffer.size()));
+    profile.ReadSection(section, buffer, file);
+}
+
+bool FakePlatform::WritePrivateProfileString(const char* section, const char* key, const char* value,
+                                             const std::string& file) {
+    profileFile = file;
+    profileCalls.push_back("write " + NameOrDash(section) + " " + NameOrDash(key) + " " + NameOrDash(value));
+    if (!profileWritesFail) {
+        profile.Set(file, section, key, value);
+    }
+    return !profileWritesFail;
+}
+
+void FakePlatform::AppendToFile(const Text& path, const std::string& bytes) {
+    const std::size_t place = conversation_.Add("log " + Quoted(TextFromAnsi(bytes)));
+    if (appendFailure) {
+        conversation_.Complete(place, " !! " + std::to_string(appendFailure->Number()));
+        throw RuntimeError(*appendFailure);
+    }
+    appended[path] += bytes;
+}
+
+Text FakePlatform::Environment(const wchar_t* name) {
+    const auto found = environment.find(name);
+    return found == environment.end() ? Text() : found->second;
+}
+
+void FakePlatform::Sleep(std::uint32_t milliseconds) {
+    conversation_.Add("sleep " + std::to_string(milliseconds));
+}
+
+}  // namespace kandora::test

@@ -1,0 +1,33 @@
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/FakeObject.h"
+
+namespace {
+
+/// Every test must have let go of every fake when it ends, and so must the component that it drove.
+class LeakCheck final : public testing::EmptyTestEventListener {
+    void OnTestEnd(const testing::TestInfo&) override {
+        EXPECT_EQ(kandora::test::FakeObject::Alive() - before_, 0)
+            << "automation objects are still referenced";
+        before_ = kandora::test::FakeObject::Alive();
+    }
+
+    int before_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
+    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+        return 2;
+    }
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}
