@@ -238,8 +238,7 @@ void Form::MoveTo(int left, int top) {
 
 void Form::Show() {
     const FocusKeeper keyboard;
-    // Where the platform refuses the foreground, the form at least lies on top of all windows for the user to
-    // see.
+    // Where the platform refuses the foreground, the user at least sees the form on top of all windows.
     SetWindowPos(window_, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_SHOWWINDOW);
     SetWindowPos(window_, HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
     SetForegroundWindow(window_);

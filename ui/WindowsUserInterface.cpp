@@ -21,8 +21,8 @@ WindowsUserInterface::WindowsUserInterface(Platform& platform, std::function<CEr
 
 void WindowsUserInterface::ShowMessage(const Text& prompt, int style, const Text& caption) {
     const FocusKeeper keyboard;
-    // The platform disables the thread's windows under a box without an owner, unless it is a system-modal
-    // one.
+    // Under a box without an owner the platform disables the thread's windows only when the box is not
+    // system-modal.
     const bool systemModal = (style & boxstyle::systemModal) != 0;
     std::optional<OtherWindowsDisabled> others;
     if (systemModal) {
