@@ -170,7 +170,7 @@ private:
         if (module < moduleFibu || module > moduleCreditors) {
             return Value::Long(unknownModule);
         }
-        if (!accounting_->Client() || !EqualIgnoringCase(client, accounting_->LastClient())) {
+        if (accounting_->Client() == nullptr || !EqualIgnoringCase(client, accounting_->LastClient())) {
             return Value::Long(unknownClient);
         }
         module_ = module;

@@ -251,7 +251,7 @@ std::vector<std::wstring> ClientFile::UnresolvedReferences() const {
             continue;
         }
         const Ledger ledger = booking.ursprung == 1 ? Ledger::Debtors : Ledger::Creditors;
-        if (!FindOpenItem(ledger, booking.opNr) &&
+        if (FindOpenItem(ledger, booking.opNr) == nullptr &&
             !isDeclared("offenePosten/" + NameOf(ledger), ToUtf8(booking.opNr))) {
             complain(L"Buchung " + booking.belegNr + L"/" + booking.belegIndex,
                      L"den offenen Posten " + booking.opNr);
@@ -259,12 +259,13 @@ std::vector<std::wstring> ClientFile::UnresolvedReferences() const {
     }
     for (const Ledger ledger : {Ledger::Debtors, Ledger::Creditors}) {
         for (const auto& [opNr, item] : Data(ledger).openItems) {
-            if (!FindAccount(ledger, item.pkNr) && !isDeclared("konten/" + NameOf(ledger), item.pkNr)) {
+            if (FindAccount(ledger, item.pkNr) == nullptr &&
+                !isDeclared("konten/" + NameOf(ledger), item.pkNr)) {
                 complain(L"Offener Posten " + opNr, L"das Konto " + std::to_wstring(item.pkNr));
             }
         }
         for (const auto& [pkNr, account] : Data(ledger).accounts) {
-            if (!FindAddress(account.adressId) && !isDeclared("adressen", account.adressId)) {
+            if (FindAddress(account.adressId) == nullptr && !isDeclared("adressen", account.adressId)) {
                 complain(L"Konto " + std::to_wstring(pkNr),
                          L"die Adresse " + std::to_wstring(account.adressId));
             }

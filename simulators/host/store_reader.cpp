@@ -28,7 +28,7 @@ Listing List(const std::wstring& directory) {
         } else if (name != L"." && name != L"..") {
             listing.directories.push_back(name);
         }
-    } while (FindNextFileW(search, &found));
+    } while (FindNextFileW(search, &found) != FALSE);
     FindClose(search);
     return listing;
 }
@@ -97,7 +97,7 @@ void StoreReader::ReadFolder(const std::wstring& directory, const std::wstring& 
             entry.fields[LineNumber(file, fields, field.key())] = file.Text(field.value());
         }
         const Json* document = file.Optional(file.Root(), "dokument");
-        entry.hasDocument = document && IsFile(directory + L"\\" + file.Text(*document));
+        entry.hasDocument = document != nullptr && IsFile(directory + L"\\" + file.Text(*document));
         entries_.push_back(std::move(entry));
     }
     for (const std::wstring& name : listing.directories) {

@@ -12,6 +12,7 @@ namespace simulators {
 namespace {
 
 constexpr std::size_t widestCell = 26;
+constexpr std::size_t widestMessage = 90;
 constexpr std::size_t numbersListed = 8;
 
 std::wstring Count(std::size_t count) {
@@ -72,15 +73,19 @@ private:
     std::set<std::size_t> rightAligned_;
 };
 
-// Index fields can hold line breaks and long texts; a cell holds one short line.
-std::wstring Cell(std::wstring text) {
+// Index fields and messages can hold line breaks and long texts; here they get one short line.
+std::wstring Shortened(std::wstring text, std::size_t most) {
     std::replace_if(
         text.begin(), text.end(), [](wchar_t unit) { return unit < L' '; }, L' ');
-    if (text.size() > widestCell) {
-        text.resize(widestCell - 1);
+    if (text.size() > most) {
+        text.resize(most - 1);
         text += L"…";
     }
     return text;
+}
+
+std::wstring Cell(std::wstring text) {
+    return Shortened(std::move(text), widestCell);
 }
 
 std::wstring NumberOf(const Outcome& outcome) {
@@ -195,8 +200,9 @@ std::wstring ReasonOf(const Outcome& outcome) {
     if (FAILED(outcome.code)) {
         return DescribeCode(outcome.code);
     }
-    return outcome.boxes.empty() ? L"ohne Meldung"
-                                 : L"Meldung " + Guillemets(Cell(outcome.boxes.back().text));
+    return outcome.boxes.empty()
+               ? L"ohne Meldung"
+               : L"Meldung " + Guillemets(Shortened(outcome.boxes.back().text, widestMessage));
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ public:
         description.hInstance = GetModuleHandleW(nullptr);
         description.lpszClassName = windowClass;
         RegisterClassW(&description);
-        window_ = CreateWindowW(windowClass, caption, WS_OVERLAPPEDWINDOW, 0, 0, 300, 200, nullptr, nullptr,
-                                description.hInstance, this);
+        window_ = CreateWindowExW(0, windowClass, caption, WS_OVERLAPPEDWINDOW, 0, 0, 300, 200, nullptr,
+                                  nullptr, description.hInstance, this);
         AddChild(L"STATIC", L"Bitte anpassen", 0, 0);
         AddChild(L"EDIT", editText, editStyle, inputId);
         AddChild(L"BUTTON", L"Abbrechen", BS_PUSHBUTTON, confirmId + 1);
@@ -54,8 +54,9 @@ public:
 
 private:
     void AddChild(const wchar_t* kind, const wchar_t* text, DWORD style, int id) {
-        CreateWindowW(kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 100, 30, window_,
-                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+        CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 100, 30, window_,
+                        reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr),
+                        nullptr);
     }
 
     static LRESULT CALLBACK Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -138,8 +138,8 @@ TEST_F(SampleClient, HasEqualNumbersWithDifferentIndex) {
 
 TEST_F(SampleClient, UsesTheSameItemNumberOnBothSides) {
     const auto isShared = [&](const Booking& booking) {
-        return booking.ursprung == 1 && client_.FindOpenItem(Ledger::Debtors, booking.opNr) &&
-               client_.FindOpenItem(Ledger::Creditors, booking.opNr);
+        return booking.ursprung == 1 && client_.FindOpenItem(Ledger::Debtors, booking.opNr) != nullptr &&
+               client_.FindOpenItem(Ledger::Creditors, booking.opNr) != nullptr;
     };
     EXPECT_GT(CountBookings(isShared), 0U);
 }
