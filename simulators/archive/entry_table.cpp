@@ -37,9 +37,14 @@ bool EntryTable::Refresh() {
     rows_.clear();
     std::set<std::int32_t> masks;
     if (const Folder* folder = store_.FindFolder(folder_)) {
-        rows_ = folder->entries;
+        rows_ = folder->entries;  // ascending
+        std::int32_t last = 0;
         for (const std::int32_t id : rows_) {
-            masks.insert(store_.FindEntry(id)->mask);
+            const std::int32_t mask = store_.FindEntry(id)->mask;
+            if (masks.empty() || mask != last) {
+                masks.insert(mask);
+                last = mask;
+            }
         }
     }
 
@@ -79,7 +84,9 @@ void EntryTable::SortBy(std::size_t column, bool descending) {
 
 void EntryTable::Sort() {
     if (sortColumn_ == Number) {
-        std::sort(rows_.begin(), rows_.end());
+        if (!std::is_sorted(rows_.begin(), rows_.end())) {
+            std::sort(rows_.begin(), rows_.end());
+        }
     } else {
         std::vector<std::pair<std::wstring, std::int32_t>> keyed;
         keyed.reserve(rows_.size());

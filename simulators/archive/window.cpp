@@ -13,7 +13,11 @@ namespace simulators {
 namespace {
 
 constexpr UINT_PTR ChangeTimer = 1;
-constexpr UINT ChangeDelay = 100;  // milliseconds for which changes are gathered before they are shown
+// Milliseconds for which changes are gathered before they are shown, and how many times as long as the last
+// showing took, so that a large folder costs the clients a fraction of the time and no more.
+constexpr ULONGLONG ChangeDelay = 100;
+constexpr ULONGLONG ChangeDelayFactor = 10;
+constexpr ULONGLONG LongestChangeDelay = 3000;
 
 constexpr int TreeId = 1;
 constexpr int ListId = 2;
@@ -557,7 +561,7 @@ void ArchiveWindow::Layout() {
     const int value = Width(area.details) - Scaled(170) - GetSystemMetrics(SM_CXVSCROLL) - Scaled(6);
     ListView_SetColumnWidth(details_, 1, std::max(Scaled(120), value));
 
-    std::array<int, 5> edges{Scaled(120), Scaled(260), Scaled(420), Scaled(560), -1};
+    std::array<int, 5> edges{Scaled(110), Scaled(280), Scaled(440), Scaled(570), -1};
     SendMessageW(status_, SB_SETPARTS, edges.size(), reinterpret_cast<LPARAM>(edges.data()));
     ShowStatus();
 }
@@ -675,11 +679,13 @@ void ArchiveWindow::OnChange(ArchiveStore::Change change, std::int32_t id, std::
     }
     if (!isRefreshPending_) {
         isRefreshPending_ = true;
-        SetTimer(window_, ChangeTimer, ChangeDelay, nullptr);
+        const ULONGLONG delay = std::clamp(lastShowing_ * ChangeDelayFactor, ChangeDelay, LongestChangeDelay);
+        SetTimer(window_, ChangeTimer, static_cast<UINT>(delay), nullptr);
     }
 }
 
 void ArchiveWindow::ApplyChanges() {
+    const ULONGLONG start = GetTickCount64();
     KillTimer(window_, ChangeTimer);
     isRefreshPending_ = false;
     for (const std::int32_t folder : std::exchange(removedFolders_, {})) {
@@ -711,6 +717,8 @@ void ArchiveWindow::ApplyChanges() {
     detailsOf_ = 0;
     ShowDetails();
     ShowStatus();
+    UpdateWindow(list_);  // painting counts, too
+    lastShowing_ = GetTickCount64() - start;
 }
 
 // --- List and details

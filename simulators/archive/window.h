@@ -112,6 +112,7 @@ private:
     std::set<std::int32_t> removedFolders_;
     bool isRefreshPending_ = false;
     bool isEntryChangePending_ = false;
+    ULONGLONG lastShowing_ = 0;  // milliseconds that the last showing of changes took
     std::int32_t detailsOf_ = 0;
     std::wstring notice_;
     std::function<void()> beforeDeath_;

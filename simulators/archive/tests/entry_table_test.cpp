@@ -66,6 +66,9 @@ TEST_F(EntryTableTest, SortsByEveryColumnAndBothWays) {
     EXPECT_THAT(Column(1), ElementsAre(L"Auszug", L"beleg 9", L"Beleg 10"));
     table_.SortBy(EntryTable::FirstField + 6, true);
     EXPECT_THAT(Column(EntryTable::FirstField + 6), ElementsAre(L"100.00", L"20.00", L"9.50"));
+    table_.SortBy(EntryTable::Number, false);
+    EXPECT_THAT(Column(1), ElementsAre(L"Beleg 10", L"beleg 9", L"Auszug"));
+    table_.SortBy(EntryTable::FirstField + 6, true);
     FileEntry(2, L"Neu", {{std::int16_t{7}, L"50.00"}});
     table_.Refresh();
     EXPECT_EQ(table_.Cell(1, 1), L"Neu") << "new entries take their place in the order";
