@@ -139,17 +139,18 @@ std::int32_t OrigELODMS::FolderId(const FixedFolder& folder) {
     });
 }
 
-/// The levels of a case's path, the case itself last.
-Variant OrigELODMS::PathLevels(std::int32_t lFallId, const Text& separator) {
+/// The levels of a case's path, the case itself last, and what separates them.
+Variant OrigELODMS::PathLevels(std::int32_t lFallId, Text& separator) {
     std::int32_t asked = lFallId;
     const std::int32_t answer = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
     Assert(answer == 1, L"Could not GotoId: " + Decimal(lFallId), errors::invalidArgument);
+    separator = Separator();
     return Split(oElo().Get(L"GetTreePath", none, separator, longestPath).ToText(), separator);
 }
 
 std::int32_t OrigELODMS::GetParentFolderId(std::int32_t lFallId) {
     return Silent(L"GetParentFolderId", [&] {
-        const Text separator = Separator();
+        Text separator;
         Variant levels = PathLevels(lFallId, separator);
         TakeLastOfArray(levels);
         const Text path = Join(levels, separator);
@@ -164,7 +165,8 @@ std::int32_t OrigELODMS::GetParentFolderId(std::int32_t lFallId) {
 
 double OrigELODMS::CurrentRegisterDate(std::int32_t lFallId) {
     return Silent(L"CurrentRegisterDate", [&] {
-        Variant levels = PathLevels(lFallId, Separator());
+        Text separator;
+        Variant levels = PathLevels(lFallId, separator);
         TakeLastOfArray(levels);
         const std::int16_t day = TakeLastOfArray(levels).ToInteger();
         const std::int16_t month = TakeLastOfArray(levels).ToInteger();

@@ -58,7 +58,7 @@ private:
     void Class_Terminate();
     [[nodiscard]] Text Separator();
     std::int32_t FolderId(const FixedFolder& folder);
-    [[nodiscard]] Variant PathLevels(std::int32_t lFallId, const Text& separator);
+    [[nodiscard]] Variant PathLevels(std::int32_t lFallId, Text& separator);
     std::int32_t FileWithoutIndex(const Text& file, const FixedFolder& folder);
 
     static const FixedFolder unlinked;
