@@ -161,7 +161,8 @@ void SOKInterface::GetPartnerDaten(DocumentRecord& record, Module& module) {
         record.AdressNr = account.Get(L"AdressID").ToText();
         oAdresse.Call(L"lesen", account.Get(L"AdressID"));
         record.Kundenname = oAdresse.Get(L"Firma").ToText();
-        record.Kundenort = oAdresse.Get(L"PLZ").ToJoinedText() + L" " + oAdresse.Get(L"Ort").ToJoinedText();
+        const Text postcode = oAdresse.Get(L"PLZ").ToJoinedText();
+        record.Kundenort = postcode + L" " + oAdresse.Get(L"Ort").ToJoinedText();
     }
     oOP = {};
     oAdresse = {};
