@@ -67,22 +67,22 @@ World::World() {
                {111, Variant(SampleFolders().strPfadDebi)},
                {112, Variant(SampleFolders().strPfadKredi)}};
 
-    booking = NewObject("booking");
+    booking = Fake("booking", &talk);
     booking->Answers(L"lesen", 0);
     booking->Answers(L"ursprung", 0);
     booking->Answers(L"Text", L"Miete Büro");
     booking->Answers(L"Datum", L"15.11.2026");
     booking->Answers(L"Betrag", L"1200.50");
     booking->Answers(L"OPNr", L"77");
-    openItem = NewObject("openItem");
+    openItem = Fake("openItem", &talk);
     openItem->Answers(L"lesen", 0);
     openItem->Answers(L"Datum", L"01.11.2026");
     openItem->Answers(L"BetragFaktura", L"1234.55");
     openItem->Answers(L"PKNr", L"1100");
-    account = NewObject("account");
+    account = Fake("account", &talk);
     account->Answers(L"lesen");
     account->Answers(L"AdressID", L"42");
-    address = NewObject("address");
+    address = Fake("address", &talk);
     address->Answers(L"lesen", 0);
     address->Answers(L"Firma", L"Muster & Co");
     address->Answers(L"PLZ", L"8000");

@@ -68,6 +68,7 @@ protected:
     /// The client's options in the host's group 600.
     std::map<std::int32_t, Variant> options;
     Text client = L"C:\\Daten\\Muster";
+    /// What the host hands out, the same objects again and again.
     Fake booking;
     Fake openItem;
     Fake account;

@@ -1,0 +1,188 @@
+// How the host's client is opened once for each of its modules.
+
+#include "tests/protocol/AccountingTest.h"
+
+namespace kandora::test {
+namespace {
+
+struct ModuleCase {
+    const char* name;
+    int module;
+    const char* loginProcedure;
+    LateBound (SOKInterface::*object)();
+};
+
+void PrintTo(const ModuleCase& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+class HostModule : public AccountingTest, public testing::WithParamInterface<ModuleCase> {
+protected:
+    HostModule() {
+        machine.Makes(hostProgId, [this] { return NewHost(GetParam().name); });
+    }
+    LateBound Object() { return (Sok().*GetParam().object)(); }
+    [[nodiscard]] Lines Opening() const { return Opened(GetParam().name, GetParam().module); }
+    [[nodiscard]] std::string Line(const std::string& call) const { return GetParam().name + ("." + call); }
+    /// The box of a failed login.
+    [[nodiscard]] std::string Box(int number) const {
+        return "box \"" + std::to_string(number) + " SOKInterface " + GetParam().loginProcedure + "\" 0";
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Modules, HostModule,
+    testing::Values(ModuleCase{"fibu", 1, "AnmeldenAnSage", &SOKInterface::oSesamFibu},
+                    ModuleCase{"debi", 2, "AnmeldenAnSesamDebi", &SOKInterface::oSesamDebi},
+                    ModuleCase{"kredi", 3, "AnmeldenAnSesamKredi", &SOKInterface::oSesamKredi}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(HostModule, OpensTheLatestClientUnderItsNumber) {
+    const Fake host = NewHost(GetParam().name);
+    machine.HandsOut(hostProgId, host);
+    EXPECT_EQ(Object().Pointer(), host.Get());
+    Expect(Opening());
+}
+
+TEST_P(HostModule, IsAskedBeforeEachUseWhetherItsClientIsOpen) {
+    Object();
+    Object();
+    Object();
+    Expect(Together({Opening(), {Line("istoffen -> BOOL True"), Line("istoffen -> BOOL True")}}));
+}
+
+TEST_P(HostModule, IsCreatedAnewWhenTheHostHasClosedTheClient) {
+    const Fake first = NewHost(GetParam().name);
+    const Fake second = NewHost(GetParam().name);
+    machine.HandsOut(hostProgId, first);
+    machine.HandsOut(hostProgId, second);
+    Object();
+    first->Next(L"istoffen", false);
+    EXPECT_EQ(Object().Pointer(), second.Get());
+    Expect(Together({Opening(), {Line("istoffen -> BOOL False")}, Opening()}));
+    EXPECT_EQ(first->References(), 2U) << "the references of this test; the replaced object is let go";
+}
+
+TEST_P(HostModule, IsNotLoggedInWhenItsClientIsOpenFromTheStart) {
+    const Fake host = NewHost(GetParam().name);
+    host->Answers(L"istoffen", true);
+    machine.HandsOut(hostProgId, host);
+    Object();
+    Expect({"create FibuNT.Mandant", Line(R"(letztermandant -> BSTR "C:\Daten\Muster")"),
+            Line("istoffen -> BOOL True")});
+}
+
+TEST_P(HostModule, IsHandedOutWhateverTheLoginAnswered) {
+    const Fake host = NewHost(GetParam().name);
+    host->Next(L"Login", -1);
+    machine.HandsOut(hostProgId, host);
+    EXPECT_EQ(Object().Pointer(), host.Get());
+    talk.Take();
+}
+
+TEST_P(HostModule, KeepsTheClientsTextWhenTheHostWritesIntoIt) {
+    const Fake host = NewHost(GetParam().name);
+    host->Next(L"Login", [](Call& call) {
+        call.Store(1, Variant(L"C:\\Andere"));
+        return Variant(std::int32_t{0});
+    });
+    machine.HandsOut(hostProgId, host);
+    Object();
+    Expect(Opening());
+}
+
+TEST_P(HostModule, TellsTheUserThatTheHostIsMissing) {
+    machine.RefusesOnce(hostProgId, 429);
+    EXPECT_TRUE(Object().IsNothing());
+    Expect({"create FibuNT.Mandant !! 429", Box(429)});
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+TEST_P(HostModule, KeepsAnObjectWhoseLoginFailed) {
+    const Fake host = NewHost(GetParam().name);
+    host->Next(L"Login", Failure::Exception(3021, L"Mandant gesperrt"));
+    machine.HandsOut(hostProgId, host);
+    EXPECT_EQ(Object().Pointer(), host.Get());
+    Expect({"create FibuNT.Mandant", Line(R"(letztermandant -> BSTR "C:\Daten\Muster")"),
+            Line("istoffen -> BOOL False"),
+            Line("Login(I2 " + std::to_string(GetParam().module) +
+                 R"(, BSTR& "C:\Daten\Muster") !! 3021 "Mandant gesperrt")"),
+            Box(3021)});
+}
+
+TEST_P(HostModule, KeepsTheOldObjectWhenANewOneCannotBeCreated) {
+    const Fake host = NewHost(GetParam().name);
+    machine.HandsOut(hostProgId, host);
+    machine.RefusesOnce(hostProgId, 462);
+    Object();
+    host->Next(L"istoffen", false);
+    EXPECT_EQ(Object().Pointer(), host.Get());
+    Expect(Together({Opening(), {Line("istoffen -> BOOL False"), "create FibuNT.Mandant !! 462", Box(462)}}));
+}
+
+TEST_P(HostModule, TellsTheUserThatTheClientCannotBeRead) {
+    const Fake host = NewHost(GetParam().name);
+    host->Next(L"letztermandant", Variant::Null());
+    machine.HandsOut(hostProgId, host);
+    Object();
+    Expect({"create FibuNT.Mandant", Line("letztermandant -> Null"), Box(94)});
+}
+
+TEST_P(HostModule, TellsTheUserThatALoginAnswersNoNumber) {
+    const Fake host = NewHost(GetParam().name);
+    host->Next(L"Login", L"nein");
+    machine.HandsOut(hostProgId, host);
+    Object();
+    EXPECT_EQ(talk.Take().back(), Box(13));
+}
+
+TEST_P(HostModule, TellsTheUserTheTextAloneWhenTheQuestionFails) {
+    const Fake host = NewHost(GetParam().name);
+    machine.HandsOut(hostProgId, host);
+    Object();
+    host->Next(L"istoffen", Failure::Exception(3022, L"Verbindung verloren"));
+    EXPECT_TRUE(Object().IsNothing());
+    Expect(Together(
+        {Opening(), {Line(R"(istoffen !! 3022 "Verbindung verloren")"), R"(box "Verbindung verloren" 0)"}}));
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+class HostSession : public AccountingTest {};
+
+TEST_F(HostSession, HasOneObjectForEachModule) {
+    machine.HandsOut(hostProgId, NewHost("fibu"));
+    machine.HandsOut(hostProgId, NewHost("debi"));
+    machine.HandsOut(hostProgId, NewHost("kredi"));
+    Sok().oSesamFibu();
+    Sok().oSesamDebi();
+    Sok().oSesamKredi();
+    Sok().oSesamFibu();
+    Expect(
+        Together({Opened("fibu", 1), Opened("debi", 2), Opened("kredi", 3), {"fibu.istoffen -> BOOL True"}}));
+}
+
+TEST_F(HostSession, NamesTheClientByWhatFollowsTheLastBackslash) {
+    struct Case {
+        const wchar_t* client;
+        std::string proposal;
+    };
+    for (const Case& row : std::vector<Case>{{L"C:\\Daten\\Mandanten\\Muster", "/Sesam/Muster"},
+                                             {L"Muster", "/Sesam/Muster"},
+                                             {L"C:\\Daten\\", "/Sesam/"},
+                                             {L"C:/Daten/Muster", "/Sesam/C:/Daten/Muster"},
+                                             {L"", "/Sesam/"}}) {
+        client = row.client;
+        SOKInterface sok(AccountingContext{machine, screen, handler, state, folders});
+        sok.EinstellungenSchreiben();
+        const Lines said = talk.Take();
+        EXPECT_EQ(Occurrences(
+                      said, "input \"Archivpfad erstellen\" \"Bitte passen Sie allenfalls den Archivpfad des "
+                            "Mandanten an. Trennzeichen für Ordner ist '/'\" \"" +
+                                row.proposal + "\" -2500 -1500 -> \"\""),
+                  1)
+            << Utf8(row.client);
+    }
+}
+
+}  // namespace
+}  // namespace kandora::test
