@@ -250,6 +250,12 @@ std::vector<Text> FakeObject::AskedRepeatedly() const {
     return names;
 }
 
+void FakeObject::ForgetAsked() {
+    for (Member& member : members_) {
+        member.asked = 0;
+    }
+}
+
 const FakeObject* FakeObject::Of(IUnknown* object) {
     void* fake = nullptr;
     if (FAILED(object->QueryInterface(fakeInterface, &fake))) {

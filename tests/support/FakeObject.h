@@ -146,6 +146,8 @@ public:
     [[nodiscard]] int TimesAsked(const Text& member) const;
     /// The members whose ids were asked more than once.
     [[nodiscard]] std::vector<Text> AskedRepeatedly() const;
+    /// Begins the counting anew, for an object that is handed out once more.
+    void ForgetAsked();
     [[nodiscard]] ULONG References() const noexcept { return references_; }
 
     /// The fake behind an interface pointer; null when it is none.
