@@ -15,7 +15,8 @@ constexpr const wchar_t* className = L"SOKInterface";
 constexpr const wchar_t* hostClass = L"FibuNT.Mandant";
 
 constexpr std::int32_t bookingsFolderMissing = 5003;
-/// Also the number of a missing report, debtor or creditor folder: only the bookings folder has one of its own.
+/// Also the number of a missing report, debtor or creditor folder: only the bookings folder has one of its
+/// own.
 constexpr std::int32_t placeholderMissing = 5004;
 constexpr std::int32_t bookingUnreadable = 5010;
 constexpr std::int32_t optionsNotWritten = 1580;
@@ -34,7 +35,7 @@ constexpr std::int16_t creditors = 112;
 
 struct FolderOption {
     std::int16_t key;
-    Text ClientFolders::* folder;
+    Text ClientFolders::*folder;
     const wchar_t* name;
 };
 
@@ -54,7 +55,8 @@ constexpr double fromCreditors = 2;
 
 SOKInterface::SOKInterface(const AccountingContext& context) : context_(context) {}
 
-// Session ------------------------------------------------------------------------------------------------------------
+// Session
+// ------------------------------------------------------------------------------------------------------------
 
 /// Departs from the convention: a failure is told to the user at once, and the caller gets no object.
 LateBound SOKInterface::LoggedIn(Module& module) {
@@ -69,7 +71,8 @@ LateBound SOKInterface::LoggedIn(Module& module) {
     }
 }
 
-/// Departs from the convention: a failure is told to the user at once, and the module keeps what it held when it came.
+/// Departs from the convention: a failure is told to the user at once, and the module keeps what it held when
+/// it came.
 void SOKInterface::Anmelden(Module& module) {
     try {
         module.object = context_.platform.CreateObject(hostClass);
@@ -77,16 +80,19 @@ void SOKInterface::Anmelden(Module& module) {
         strMandant_ = ReturnMandant(strMandantPfad_);
         if (!module.object.Get(L"istoffen").ToBoolean()) {
             Text mandant = strMandantPfad_;
-            // What the host answers is not examined: whether the login succeeded shows on the next "istoffen".
+            // What the host answers is not examined: whether the login succeeded shows on the next
+            // "istoffen".
             static_cast<void>(module.object.Get(L"Login", module.number, ByRef(mandant)).ToLong());
         }
     } catch (...) {
-        context_.userInterface.ShowMessage(
-            Decimal(CurrentError().Number()) + L" SOKInterface " + module.loginProcedure, boxstyle::okOnly, {});
+        context_.userInterface.ShowMessage(Decimal(CurrentError().Number()) + L" SOKInterface " +
+                                               module.loginProcedure,
+                                           boxstyle::okOnly, {});
     }
 }
 
-/// Departs from the convention: an error (a module that was never opened, say) is ignored and the next module is tried.
+/// Departs from the convention: an error (a module that was never opened, say) is ignored and the next module
+/// is tried.
 void SOKInterface::AbmeldenVonSesam() {
     for (const LateBound& object : {fibu_.object, debi_.object, kredi_.object}) {
         try {
@@ -106,7 +112,8 @@ Text SOKInterface::ReturnMandant(const Text& text) const {
     });
 }
 
-// Vouchers and partners ----------------------------------------------------------------------------------------------
+// Vouchers and partners
+// ----------------------------------------------------------------------------------------------
 
 Text SOKInterface::GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex) {
     oBuchung_ = LateBound(oSesamFibu().Get(L"neubuchung"));
@@ -169,7 +176,8 @@ void SOKInterface::GetPartnerDaten(DocumentRecord& record, Module& module) {
     oBuchung_ = {};
 }
 
-// Client settings ----------------------------------------------------------------------------------------------------
+// Client settings
+// ----------------------------------------------------------------------------------------------------
 
 void SOKInterface::EinstellungenLesen(bool& bResult) {
     bResult = false;
@@ -242,7 +250,7 @@ void SOKInterface::RequireOptionWritten(std::int16_t key, const Text& value) {
            optionsNotWritten);
 }
 
-void SOKInterface::ReadFolder(std::int16_t key, Text ClientFolders::* folder, std::int32_t errorNumber) {
+void SOKInterface::ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber) {
     const Text path = ReadOption(key);
     context_.state.folders.*folder = path;
     const Text failure = context_.folders.CheckPFadVorhanden(path);

@@ -21,29 +21,30 @@ struct AccountingContext {
     ArchiveFolders& folders;
 };
 
-/// The one place that talks to the host's object kit: the host's client, opened once for each of its three modules, the
-/// bookings in it, and the client's archive settings among its options.
+/// The one place that talks to the host's object kit: the host's client, opened once for each of its three
+/// modules, the bookings in it, and the client's archive settings among its options.
 class SOKInterface {
 public:
     explicit SOKInterface(const AccountingContext& context);
     SOKInterface(const SOKInterface&) = delete;
     SOKInterface& operator=(const SOKInterface&) = delete;
 
-    /// Reads the client's archive folders and placeholder document into the shared state and checks them; sets up a
-    /// client without a decision first. `bResult` becomes true when the archive is on for the client; it is true also
-    /// when an error came after that was known.
+    /// Reads the client's archive folders and placeholder document into the shared state and checks them;
+    /// sets up a client without a decision first. `bResult` becomes true when the archive is on for the
+    /// client; it is true also when an error came after that was known.
     void EinstellungenLesen(bool& bResult);
-    /// Proposes a folder layout, lets the user adjust it, creates it in the archive and writes the client's options.
+    /// Proposes a folder layout, lets the user adjust it, creates it in the archive and writes the client's
+    /// options.
     bool EinstellungenSchreiben();
 
-    /// Transfers the booking that GetBuchungsType loaded into the record of its kind. The booking is consumed; numbers and
-    /// index are taken for symmetry only.
+    /// Transfers the booking that GetBuchungsType loaded into the record of its kind. The booking is
+    /// consumed; numbers and index are taken for symmetry only.
     void GetKrediDaten(const Text& strBelegNr, const Text& strIndex);
     void GetDebiDaten(const Text& strBelegNr, const Text& strIndex);
     void GetBelegDaten(const Text& strBelegNr, const Text& strIndex);
 
-    /// The client's object of one module, logged in again when the host has closed the client. No object after a failure,
-    /// which the user has then been told.
+    /// The client's object of one module, logged in again when the host has closed the client. No object
+    /// after a failure, which the user has then been told.
     LateBound oSesamFibu() { return LoggedIn(fibu_); }
     LateBound oSesamDebi() { return LoggedIn(debi_); }
     LateBound oSesamKredi() { return LoggedIn(kredi_); }
@@ -68,7 +69,7 @@ private:
     [[nodiscard]] Text ReadOption(std::int16_t key);
     [[nodiscard]] bool WriteOption(std::int16_t key, const Text& value);
     void RequireOptionWritten(std::int16_t key, const Text& value);
-    void ReadFolder(std::int16_t key, Text ClientFolders::* folder, std::int32_t errorNumber);
+    void ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber);
 
     AccountingContext context_;
     Module fibu_{1, L"AnmeldenAnSage", {}};

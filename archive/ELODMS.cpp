@@ -51,8 +51,8 @@ void IgnoringErrors(Step&& step) noexcept {
 
 ELODMS::ELODMS(ArchiveContext context) : context_(std::move(context)) {}
 
-/// A logout that fails (without a session it always does) is recorded like every error and then forgotten, so that it
-/// cannot colour the next one.
+/// A logout that fails (without a session it always does) is recorded like every error and then forgotten, so
+/// that it cannot colour the next one.
 ELODMS::~ELODMS() {
     IgnoringErrors([this] {
         const ErrorKeeper keeper(context_.errHandler);
@@ -60,14 +60,16 @@ ELODMS::~ELODMS() {
     });
 }
 
-// Session ------------------------------------------------------------------------------------------------------------
+// Session
+// ------------------------------------------------------------------------------------------------------------
 
 void ELODMS::AnmeldenAnElo() {
     Inner(context_.errHandler, In(L"AnmeldenAnElo"), [&] {
         RequireCredentials(context_.user());
         session_.Store(context_.platform.CreateObject(archiveClass));
         const Settings& settings = context_.state.settings;
-        std::int32_t answer = session_.Login(settings.gsEloUserName, settings.gsEloPasswort, settings.gsArchivname);
+        std::int32_t answer =
+            session_.Login(settings.gsEloUserName, settings.gsEloPasswort, settings.gsArchivname);
         if (answer == -1) {
             context_.platform.Sleep(loginRetryPause);
             answer = session_.Login(settings.gsEloUserName, settings.gsEloPasswort, settings.gsArchivname);
@@ -113,10 +115,11 @@ void ELODMS::AbmeldenVonElo() {
     });
 }
 
-// Lookup -------------------------------------------------------------------------------------------------------------
+// Lookup
+// -------------------------------------------------------------------------------------------------------------
 
-/// Lists what the archive holds of the pass's mask and loads one hit after the other until one matches. The search is
-/// deliberately not narrowed: the comparison is made here.
+/// Lists what the archive holds of the pass's mask and loads one hit after the other until one matches. The
+/// search is deliberately not narrowed: the comparison is made here.
 template <class Matches>
 std::int32_t ELODMS::FirstHit(const SearchPass& pass, bool loadWithMask, Matches matches) {
     std::int32_t mask = context_.state.settings.*pass.mask;
@@ -150,7 +153,8 @@ std::int32_t ELODMS::FindSageDocumentByID(const Text& strSageDokID) {
         for (const SearchPass& pass : searchPasses) {
             id = FirstHit(pass, true, [&](const IndexPositions& positions) {
                 const std::int16_t position = positions.SesamDocID;
-                static_cast<void>(Attribute(position));  // read twice, deliberately: only the second answer counts
+                static_cast<void>(
+                    Attribute(position));  // read twice, deliberately: only the second answer counts
                 return Attribute(position).EqualsText(strSageDokID);
             });
             if (id != 0) {
@@ -180,11 +184,13 @@ std::int32_t ELODMS::FindSageDocumentByBelegNr(const Text& strBelegNr, const Tex
 }
 
 bool ELODMS::IsDokumentVorhanden(std::int32_t lDokID) {
-    return Inner(context_.errHandler, In(L"IsDokumentVorhanden"),
-                 [&] { return oElo().Get(L"PrepareObjectEx", ByRef(lDokID), none, none).ComparedTo(1) >= 0; });
+    return Inner(context_.errHandler, In(L"IsDokumentVorhanden"), [&] {
+        return oElo().Get(L"PrepareObjectEx", ByRef(lDokID), none, none).ComparedTo(1) >= 0;
+    });
 }
 
-// Folders and masks --------------------------------------------------------------------------------------------------
+// Folders and masks
+// --------------------------------------------------------------------------------------------------
 
 Text ELODMS::InArchiveNotation(const Text& strPfad) {
     return Replaced(strPfad, L"/", oElo().Get(L"LookupDelimiter").ToText());
@@ -208,7 +214,8 @@ Text ELODMS::CheckPFadVorhanden(const Text& strPfad) {
             return {};
         }
         // A carriage return alone parts the lines of this message.
-        return L"Der Pfad '" + strPfad + L"' ist im Archiv nicht vorhanden\rKorrigieren Sie die Sesam-Einstellungen";
+        return L"Der Pfad '" + strPfad +
+               L"' ist im Archiv nicht vorhanden\rKorrigieren Sie die Sesam-Einstellungen";
     });
 }
 
@@ -225,7 +232,8 @@ Text ELODMS::PFadErstellen(Text& strPfad) {
         const Variant answer = oElo().Get(L"CreateStructure", ByRef(path), none);
         if (answer.IsNumeric() && answer.ToLong() < 0) {
             // Without quotes, unlike above.
-            return L"Das Erstellen des Pfades " + strPfad + L" war nicht erfolgreich. Fehler Nr. " + answer.ToText();
+            return L"Das Erstellen des Pfades " + strPfad + L" war nicht erfolgreich. Fehler Nr. " +
+                   answer.ToText();
         }
         return {};
     });
@@ -241,7 +249,8 @@ Text ELODMS::CheckMaskeVorhanden(std::int32_t lMaskeNr) {
     });
 }
 
-// Changes ------------------------------------------------------------------------------------------------------------
+// Changes
+// ------------------------------------------------------------------------------------------------------------
 
 /// The shared record is not cleared first: what is not set here keeps what its last use left.
 void ELODMS::ChangeDocument(const Text& strBarcode, const Text& strBelegNr, const Text& strBelegIndex,
@@ -250,8 +259,8 @@ void ELODMS::ChangeDocument(const Text& strBarcode, const Text& strBelegNr, cons
         const std::int32_t id = FindSageDocumentByBelegNr(strBelegNr, strBelegIndex);
         if (id < 1) {
             if (!strBarcode.empty()) {
-                AddDokument(Text(context_.state.folders.strPlatzhalterDatei), strBarcode, strBelegNr, strBelegIndex,
-                            pending, strSesamDocID);
+                AddDokument(Text(context_.state.folders.strPlatzhalterDatei), strBarcode, strBelegNr,
+                            strBelegIndex, pending, strSesamDocID);
             }
             return;
         }
@@ -324,15 +333,18 @@ void ELODMS::LoescheDokument(std::int32_t lDokID) {
     });
 }
 
-// Filing -------------------------------------------------------------------------------------------------------------
+// Filing
+// -------------------------------------------------------------------------------------------------------------
 
 std::int32_t ELODMS::AddDokument(const Text& sFile, const Text& strBarcode, const Text& strBelegNr,
-                                 const Text& strBelegIndex, const Text& strStatus, const Text& strSesamDocID) {
+                                 const Text& strBelegIndex, const Text& strStatus,
+                                 const Text& strSesamDocID) {
     for (const DocumentKind& kind : documentKinds) {
         RecordOf(kind) = {};  // nothing of an earlier document may reach this one
     }
     return Inner(context_.errHandler, In(L"AddDokument"), [&] {
-        Assert(context_.platform.FileExists(sFile), L"Dokument nicht gefunden: " + sFile, errors::invalidArgument);
+        Assert(context_.platform.FileExists(sFile), L"Dokument nicht gefunden: " + sFile,
+               errors::invalidArgument);
         const DocumentKind* const kind = KindOf(context_.vouchers.GetBuchungsType(strBelegNr, strBelegIndex));
         if (kind == nullptr) {
             return std::int32_t{0};
@@ -391,7 +403,8 @@ void ELODMS::SaveAuswertung() {
         oElo().Put(L"ObjMaskNo", settings.glMaskeAuswertung);
         oElo().Put(L"ObjShort", record.Kurzbezeichnung);
         SetAttribute(settings.giIdxAuswertung.Listenbeschreibung, Text(record.Listenbeschreibung));
-        SetAttribute(settings.giIdxAuswertung.DatumBis, Text(record.DatumBis));  // the end comes before the start
+        SetAttribute(settings.giIdxAuswertung.DatumBis,
+                     Text(record.DatumBis));  // the end comes before the start
         SetAttribute(settings.giIdxAuswertung.DatumVon, Text(record.DatumVon));
         FileDocument(Text(settings.gsEloPrinterFile), reportFolder);
         oElo().Call(L"GetEntryId", filedEntry);
@@ -402,7 +415,8 @@ void ELODMS::SaveAuswertung() {
 /// A new entry (id 0) or an existing one becomes the archive's current one.
 void ELODMS::PrepareEntry(std::int32_t lObjID, std::int32_t lMaske) {
     const std::int32_t answer = oElo().Get(L"PrepareObjectEx", lObjID, documentEntry, ByRef(lMaske)).ToLong();
-    Assert(answer > 0, L"Unerwarteter Rückgabewert: PrepareObjectEx=" + Decimal(answer), errors::invalidArgument);
+    Assert(answer > 0, L"Unerwarteter Rückgabewert: PrepareObjectEx=" + Decimal(answer),
+           errors::invalidArgument);
 }
 
 /// The status written is always the same, whatever the record says.

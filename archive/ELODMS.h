@@ -10,8 +10,9 @@
 
 namespace kandora {
 
-/// The archive client: session, folders and masks, lookup, filing and changing of documents. Every failure is raised with
-/// its frames recorded in the error handler; an unexpected answer of the archive is error 5 with the answer in its text.
+/// The archive client: session, folders and masks, lookup, filing and changing of documents. Every failure is
+/// raised with its frames recorded in the error handler; an unexpected answer of the archive is error 5 with
+/// the answer in its text.
 class ELODMS {
 public:
     explicit ELODMS(ArchiveContext context);
@@ -20,8 +21,8 @@ public:
     ELODMS(const ELODMS&) = delete;
     ELODMS& operator=(const ELODMS&) = delete;
 
-    /// The logged-in automation object. A missing or lost session is opened first, so that every operation that asks here
-    /// before each call pays one probe and survives a restarted archive.
+    /// The logged-in automation object. A missing or lost session is opened first, so that every operation
+    /// that asks here before each call pays one probe and survives a restarted archive.
     LateBound oElo();
     /// Brings the archive's window to the user; errors are ignored.
     void ELOSichtbar();
@@ -40,7 +41,8 @@ public:
     Text PFadErstellen(Text& strPfad);
     Text CheckMaskeVorhanden(std::int32_t lMaskeNr);
 
-    /// Rewrites the index fields of a voucher's document, or files its placeholder when it has none yet and a barcode.
+    /// Rewrites the index fields of a voucher's document, or files its placeholder when it has none yet and a
+    /// barcode.
     void ChangeDocument(const Text& strBarcode, const Text& strBelegNr, const Text& strBelegIndex,
                         const Text& strSesamDocID);
     /// Blanks the index fields of a document, marks it as deleted and deletes it.
@@ -49,8 +51,9 @@ public:
     void ShowDokument(const Text& strSageDokID);
     void LoescheDokument(std::int32_t lDokID);
 
-    /// Files a voucher with its index fields. The new entry's object id; 0 when the booking is of no kind that is filed.
-    /// `sFile` must exist, but what is handed to the archive is the client's placeholder document.
+    /// Files a voucher with its index fields. The new entry's object id; 0 when the booking is of no kind
+    /// that is filed. `sFile` must exist, but what is handed to the archive is the client's placeholder
+    /// document.
     std::int32_t AddDokument(const Text& sFile, const Text& strBarcode, const Text& strBelegNr,
                              const Text& strBelegIndex, const Text& strStatus, const Text& strSesamDocID);
     /// Asks the user for a report's description and files the printer's file; nothing when the user cancels.

@@ -101,7 +101,8 @@ auto OrigELODMS::Silent(const wchar_t* procedure, Body&& body) {
     }
 }
 
-// Session ------------------------------------------------------------------------------------------------------------
+// Session
+// ------------------------------------------------------------------------------------------------------------
 
 void OrigELODMS::AnmeldenAnElo() {
     Silent(L"AnmeldenAnElo", [&] {
@@ -122,7 +123,8 @@ LateBound OrigELODMS::oElo() {
     });
 }
 
-// Folders and paths --------------------------------------------------------------------------------------------------
+// Folders and paths
+// --------------------------------------------------------------------------------------------------
 
 Text OrigELODMS::Separator() {
     return oElo().Get(L"LookupDelimiter").ToText();
@@ -175,7 +177,8 @@ double OrigELODMS::CurrentRegisterDate(std::int32_t lFallId) {
     });
 }
 
-// Documents ----------------------------------------------------------------------------------------------------------
+// Documents
+// ----------------------------------------------------------------------------------------------------------
 
 void OrigELODMS::ShowDokument(std::int32_t lDokID) {
     Silent(L"ShowDokument", [&] {
@@ -234,8 +237,10 @@ std::int32_t OrigELODMS::AddDokument(const Text& sFile) {
 std::int32_t OrigELODMS::FileWithoutIndex(const Text& file, const FixedFolder& folder) {
     Assert(context_.platform.FileExists(file), L"Dokument nicht gefunden: " + file, errors::invalidArgument);
     std::int32_t mask = context_.state.settings.glMaskeBelege;
-    const std::int32_t prepared = oElo().Get(L"PrepareObjectEx", std::int32_t{0}, documentEntry, ByRef(mask)).ToLong();
-    Assert(prepared >= 1, L"Unerwarteter Rückgabewert: PrepareObjectEx=" + Decimal(prepared), errors::invalidArgument);
+    const std::int32_t prepared =
+        oElo().Get(L"PrepareObjectEx", std::int32_t{0}, documentEntry, ByRef(mask)).ToLong();
+    Assert(prepared >= 1, L"Unerwarteter Rückgabewert: PrepareObjectEx=" + Decimal(prepared),
+           errors::invalidArgument);
     oElo().Put(L"ObjMaskNo", context_.state.settings.glMaskeBelege);
     Text path = file;
     const std::int32_t added = oElo().Get(L"AddPostboxFile", ByRef(path)).ToLong();
@@ -256,7 +261,8 @@ void OrigELODMS::PrintDokument(std::int32_t lDokID) {
         Assert(shown == 1, L"Fehler beim Anzeigen von Dokument " + inBrackets + L" GotoId=" + Decimal(shown),
                errors::invalidArgument);
         const std::int32_t printed = oElo().Get(L"PrintDocument", none, L"", L"", none, none, none).ToLong();
-        Assert(printed == 1, L"Fehler beim Drucken von Dokument " + inBrackets + L" PrintDocument=" + Decimal(printed),
+        Assert(printed == 1,
+               L"Fehler beim Drucken von Dokument " + inBrackets + L" PrintDocument=" + Decimal(printed),
                errors::invalidArgument);
     });
 }
@@ -273,8 +279,10 @@ void OrigELODMS::LoescheVerknuepfung(std::int32_t lDokID) {
         const std::int32_t folder = FolderId(unlinked);
         std::int32_t moving = lDokID;
         const Variant parent = oElo().Get(L"ObjMainParent");
-        const std::int32_t moved = oElo().Get(L"InsertRef", ByRef(moving), parent, folder, asReference).ToLong();
-        Assert(moved >= 0, L"Fehler beim Verschieben des Dokuments: " + Decimal(moved), errors::invalidArgument);
+        const std::int32_t moved =
+            oElo().Get(L"InsertRef", ByRef(moving), parent, folder, asReference).ToLong();
+        Assert(moved >= 0, L"Fehler beim Verschieben des Dokuments: " + Decimal(moved),
+               errors::invalidArgument);
     });
 }
 

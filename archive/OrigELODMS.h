@@ -11,8 +11,8 @@
 
 namespace kandora {
 
-/// The older archive client with fixed folders, kept for outside callers. Two groups of operations differ deliberately:
-/// those marked "silent" record an error and return their empty result, the others raise it.
+/// The older archive client with fixed folders, kept for outside callers. Two groups of operations differ
+/// deliberately: those marked "silent" record an error and return their empty result, the others raise it.
 class OrigELODMS {
 public:
     explicit OrigELODMS(ArchiveContext context);
@@ -31,7 +31,8 @@ public:
     Variant GetUnverknuepfte();
     /// Object id of the folder that the case lies in; 0 when the archive does not know it. Silent.
     std::int32_t GetParentFolderId(std::int32_t lFallId);
-    /// The date that the levels year, month and day above the case give; the empty date (0) after an error. Silent.
+    /// The date that the levels year, month and day above the case give; the empty date (0) after an error.
+    /// Silent.
     double CurrentRegisterDate(std::int32_t lFallId);
     /// Silent.
     void LoescheDokument(std::int32_t lDokID);

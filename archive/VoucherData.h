@@ -4,8 +4,8 @@
 
 namespace kandora {
 
-/// What filing needs of the accounting side: first the booking's kind, which loads the booking, then exactly one of the
-/// data operations, which fills the shared record of that kind from the loaded booking.
+/// What filing needs of the accounting side: first the booking's kind, which loads the booking, then exactly
+/// one of the data operations, which fills the shared record of that kind from the loaded booking.
 class VoucherData {
 public:
     VoucherData() = default;

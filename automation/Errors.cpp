@@ -116,10 +116,7 @@ std::string Utf8(const Text& text) {
 RuntimeError::RuntimeError(std::int32_t number) : RuntimeError(number, DescriptionOf(number)) {}
 
 RuntimeError::RuntimeError(std::int32_t number, Text description, Text source, std::int32_t line)
-    : number_(number),
-      description_(std::move(description)),
-      source_(std::move(source)),
-      line_(line),
+    : number_(number), description_(std::move(description)), source_(std::move(source)), line_(line),
       what_(Utf8(Decimal(number) + L": " + description_)) {}
 
 Text DescriptionOf(std::int32_t number) {
@@ -127,7 +124,8 @@ Text DescriptionOf(std::int32_t number) {
     if (row != descriptionRows.end()) {
         return row->description;
     }
-    return number < 0 ? L"Automatisierungsfehler " + Decimal(number) : L"Anwendungsdefinierter Fehler " + Decimal(number);
+    return number < 0 ? L"Automatisierungsfehler " + Decimal(number)
+                      : L"Anwendungsdefinierter Fehler " + Decimal(number);
 }
 
 std::int32_t NumberOf(std::int32_t hresult) noexcept {

@@ -79,7 +79,8 @@ std::int32_t HresultOf(std::int32_t number) noexcept;
 /// Raises the error of `hresult` when it is a failure.
 void RequireSuccess(std::int32_t hresult);
 
-/// Whatever exception is being handled, as a RuntimeError. To be called inside a catch block only; never raises.
+/// Whatever exception is being handled, as a RuntimeError. To be called inside a catch block only; never
+/// raises.
 RuntimeError CurrentError();
 
 }  // namespace kandora

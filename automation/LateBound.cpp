@@ -101,7 +101,8 @@ struct LateBound::Binding {
     std::vector<Id> ids;
 };
 
-LateBound::LateBound(IDispatch* object) : binding_(object == nullptr ? nullptr : std::make_shared<Binding>(object)) {}
+LateBound::LateBound(IDispatch* object)
+    : binding_(object == nullptr ? nullptr : std::make_shared<Binding>(object)) {}
 
 LateBound::LateBound(const Variant& value) {
     if (!value.IsObject()) {
@@ -109,7 +110,8 @@ LateBound::LateBound(const Variant& value) {
     }
     if (value.ObjectPointer() != nullptr) {
         IDispatch* object = nullptr;
-        RequireSuccess(value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object)));
+        RequireSuccess(
+            value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object)));
         const struct Releaser {
             IDispatch* pointer;
             ~Releaser() { pointer->Release(); }
@@ -135,7 +137,8 @@ Variant LateBound::Invoke(const wchar_t* member, WORD flags, bool wantsResult, A
     const std::shared_ptr<Binding> binding = binding_;
     std::array<VARIANT, maximalArguments> passed;
     for (std::size_t i = 0; i < count; ++i) {
-        passed[count - 1 - i] = arguments[i].Passed();  // automation takes arguments from the last to the first
+        passed[count - 1 - i] =
+            arguments[i].Passed();  // automation takes arguments from the last to the first
     }
     DISPID put = DISPID_PROPERTYPUT;
     DISPPARAMS parameters{};
@@ -181,7 +184,8 @@ std::optional<std::vector<Variant>> LateBound::Items() const {
             InvokeById(binding_->object, DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
         IEnumVARIANT* items = nullptr;
         if (!enumerator.IsObject() || enumerator.ObjectPointer() == nullptr ||
-            FAILED(enumerator.ObjectPointer()->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(&items)))) {
+            FAILED(enumerator.ObjectPointer()->QueryInterface(IID_IEnumVARIANT,
+                                                              reinterpret_cast<void**>(&items)))) {
             return std::nullopt;
         }
         const std::unique_ptr<IEnumVARIANT, void (*)(IEnumVARIANT*)> release(
@@ -208,10 +212,12 @@ LateBound NewObject(const Text& progId) {
     }
     if (FAILED(outcome)) {
         const std::int32_t number = NumberOf(outcome);
-        throw RuntimeError(number == errors::outOfMemory || number == errors::serverGone ? number
-                                                                                        : errors::cannotCreateObject);
+        throw RuntimeError(number == errors::outOfMemory || number == errors::serverGone
+                               ? number
+                               : errors::cannotCreateObject);
     }
-    const std::unique_ptr<IDispatch, void (*)(IDispatch*)> release(object, [](IDispatch* created) { created->Release(); });
+    const std::unique_ptr<IDispatch, void (*)(IDispatch*)> release(
+        object, [](IDispatch* created) { created->Release(); });
     return LateBound(object);
 }
 

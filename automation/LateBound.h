@@ -29,14 +29,14 @@ ByReference<T> ByRef(T& variable) {
 /// One argument of a late-bound call, in the form in which the callee sees it.
 class Argument {
 public:
-    Argument(const Variant& value) : value_(value) {}                   // NOLINT(google-explicit-constructor)
-    Argument(const Text& text) : value_(text) {}                        // NOLINT(google-explicit-constructor)
-    Argument(const wchar_t* text) : value_(text) {}                     // NOLINT(google-explicit-constructor)
-    Argument(std::int32_t number) : value_(number) {}                   // NOLINT(google-explicit-constructor)
-    Argument(std::int16_t number) : value_(number) {}                   // NOLINT(google-explicit-constructor)
-    Argument(ByReference<Text> text);                                   // NOLINT(google-explicit-constructor)
-    Argument(ByReference<std::int32_t> number);                         // NOLINT(google-explicit-constructor)
-    Argument(ByReference<std::int16_t> number);                         // NOLINT(google-explicit-constructor)
+    Argument(const Variant& value) : value_(value) {}  // NOLINT(google-explicit-constructor)
+    Argument(const Text& text) : value_(text) {}       // NOLINT(google-explicit-constructor)
+    Argument(const wchar_t* text) : value_(text) {}    // NOLINT(google-explicit-constructor)
+    Argument(std::int32_t number) : value_(number) {}  // NOLINT(google-explicit-constructor)
+    Argument(std::int16_t number) : value_(number) {}  // NOLINT(google-explicit-constructor)
+    Argument(ByReference<Text> text);                  // NOLINT(google-explicit-constructor)
+    Argument(ByReference<std::int32_t> number);        // NOLINT(google-explicit-constructor)
+    Argument(ByReference<std::int16_t> number);        // NOLINT(google-explicit-constructor)
     ~Argument();
     Argument(const Argument&) = delete;
     Argument& operator=(const Argument&) = delete;
@@ -54,9 +54,9 @@ private:
     std::int16_t* integer_ = nullptr;
 };
 
-/// An object reached by the names of its members alone. A member's number is asked once per object and kept with it, so
-/// that each further call is one round trip. Copies share the object and the numbers. Every call on a missing object
-/// raises 91; a failing one raises the callee's own error.
+/// An object reached by the names of its members alone. A member's number is asked once per object and kept
+/// with it, so that each further call is one round trip. Copies share the object and the numbers. Every call
+/// on a missing object raises 91; a failing one raises the callee's own error.
 class LateBound {
 public:
     LateBound() noexcept = default;
@@ -78,7 +78,8 @@ public:
     /// A method or property whose value is used.
     template <class... Arguments>
     [[nodiscard]] Variant Get(const wchar_t* member, Arguments&&... arguments) const {
-        return InvokeWith(member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, true, std::forward<Arguments>(arguments)...);
+        return InvokeWith(member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, true,
+                          std::forward<Arguments>(arguments)...);
     }
 
     /// A property assigned.
@@ -109,13 +110,14 @@ private:
     }
 
     void InvokePut(const wchar_t* member, Argument& value) const;
-    Variant Invoke(const wchar_t* member, WORD flags, bool wantsResult, Argument* arguments, std::size_t count) const;
+    Variant Invoke(const wchar_t* member, WORD flags, bool wantsResult, Argument* arguments,
+                   std::size_t count) const;
 
     std::shared_ptr<Binding> binding_;
 };
 
-/// A new object of a registered class, in process or in a local server. Raises 429 when it cannot be created, 462 when
-/// its server is gone, 7 when there is no memory.
+/// A new object of a registered class, in process or in a local server. Raises 429 when it cannot be created,
+/// 462 when its server is gone, 7 when there is no memory.
 LateBound NewObject(const Text& progId);
 
 }  // namespace kandora

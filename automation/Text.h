@@ -19,8 +19,8 @@ Text Digits(int value, int width);
 
 Text Joined(const std::vector<Text>& parts, TextView separator);
 
-/// All occurrences of `what`, found from the first character on by exact comparison, replaced by `with`. An empty `what`
-/// leaves the text as it is.
+/// All occurrences of `what`, found from the first character on by exact comparison, replaced by `with`. An
+/// empty `what` leaves the text as it is.
 Text Replaced(const Text& text, TextView what, TextView with);
 
 /// Without leading and trailing blanks (only the blank character, no other white space).

@@ -30,8 +30,8 @@ VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
     return SUCCEEDED(SafeArrayGetVartype(array, &type)) && type != VT_EMPTY ? type : declared;
 }
 
-/// The element at `data` as a value of its own. Records need a description that only their array has; they are handed
-/// out as an error value.
+/// The element at `data` as a value of its own. Records need a description that only their array has; they
+/// are handed out as an error value.
 Variant ElementAt(void* data, VARTYPE type) {
     VARIANT reference;
     VariantInit(&reference);
@@ -64,8 +64,8 @@ SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
 }
 
 bool SameWord(const Text& text, TextView word) {
-    return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()), word.data(),
-                          static_cast<int>(word.size())) == CSTR_EQUAL;
+    return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()),
+                          word.data(), static_cast<int>(word.size())) == CSTR_EQUAL;
 }
 
 }  // namespace
@@ -147,30 +147,30 @@ Variant Variant::ArrayOf(const std::vector<Variant>& values) {
 
 bool Variant::IsNumeric() const noexcept {
     switch (value_.vt) {
-        case VT_EMPTY:
-        case VT_I1:
-        case VT_UI1:
-        case VT_I2:
-        case VT_UI2:
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-        case VT_I8:
-        case VT_UI8:
-        case VT_R4:
-        case VT_R8:
-        case VT_CY:
-        case VT_DECIMAL:
-        case VT_BOOL:
-            return true;
-        case VT_BSTR: {
-            double number = 0;
-            return value_.bstrVal != nullptr &&
-                   SUCCEEDED(VarR8FromStr(value_.bstrVal, LOCALE_USER_DEFAULT, 0, &number));
-        }
-        default:
-            return false;
+    case VT_EMPTY:
+    case VT_I1:
+    case VT_UI1:
+    case VT_I2:
+    case VT_UI2:
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_I8:
+    case VT_UI8:
+    case VT_R4:
+    case VT_R8:
+    case VT_CY:
+    case VT_DECIMAL:
+    case VT_BOOL:
+        return true;
+    case VT_BSTR: {
+        double number = 0;
+        return value_.bstrVal != nullptr &&
+               SUCCEEDED(VarR8FromStr(value_.bstrVal, LOCALE_USER_DEFAULT, 0, &number));
+    }
+    default:
+        return false;
     }
 }
 
@@ -182,7 +182,8 @@ Variant Variant::ConvertedTo(VARTYPE type) const {
         throw RuntimeError(errors::objectMissing);
     }
     Variant result;
-    RequireSuccess(VariantChangeTypeEx(&result.value_, Source(value_), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type));
+    RequireSuccess(
+        VariantChangeTypeEx(&result.value_, Source(value_), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, type));
     return result;
 }
 

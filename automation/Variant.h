@@ -12,9 +12,9 @@
 
 namespace kandora {
 
-/// An automation value that owns what it holds. A value given by reference is dereferenced when it is taken in, so that a
-/// Variant never points into a caller's memory. Conversions are the platform's own, in the user's locale, and raise a
-/// RuntimeError (13 type, 6 overflow, 94 null) when they are impossible.
+/// An automation value that owns what it holds. A value given by reference is dereferenced when it is taken
+/// in, so that a Variant never points into a caller's memory. Conversions are the platform's own, in the
+/// user's locale, and raise a RuntimeError (13 type, 6 overflow, 94 null) when they are impossible.
 class Variant {
 public:
     Variant() noexcept { VariantInit(&value_); }
@@ -23,7 +23,8 @@ public:
     Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
     Variant& operator=(Variant other) noexcept;
 
-    /// A copy of a caller's value. A value that cannot be copied (an unknown type, no memory) becomes an error value.
+    /// A copy of a caller's value. A value that cannot be copied (an unknown type, no memory) becomes an
+    /// error value.
     explicit Variant(const VARIANT& source) noexcept;
 
     explicit Variant(TextView text);
@@ -44,7 +45,9 @@ public:
     [[nodiscard]] VARTYPE Type() const noexcept { return value_.vt; }
     [[nodiscard]] bool IsEmpty() const noexcept { return value_.vt == VT_EMPTY; }
     [[nodiscard]] bool IsNull() const noexcept { return value_.vt == VT_NULL; }
-    [[nodiscard]] bool IsObject() const noexcept { return value_.vt == VT_DISPATCH || value_.vt == VT_UNKNOWN; }
+    [[nodiscard]] bool IsObject() const noexcept {
+        return value_.vt == VT_DISPATCH || value_.vt == VT_UNKNOWN;
+    }
     [[nodiscard]] bool IsArray() const noexcept { return (value_.vt & VT_ARRAY) != 0; }
     /// A number, or a text that reads as one.
     [[nodiscard]] bool IsNumeric() const noexcept;
@@ -56,13 +59,14 @@ public:
     [[nodiscard]] std::int16_t ToInteger() const;
     /// The words True and False in any letter case and in any locale, or a number.
     [[nodiscard]] bool ToBoolean() const;
-    /// Equal as values: exactly the same text; an empty value equals the empty text, null equals nothing, and a number never
-    /// equals a text. Raises 13 for arrays and objects.
+    /// Equal as values: exactly the same text; an empty value equals the empty text, null equals nothing, and
+    /// a number never equals a text. Raises 13 for arrays and objects.
     [[nodiscard]] bool EqualsText(const Text& text) const;
     /// How the value compares with a number; null is unordered, so that no comparison with it holds.
     [[nodiscard]] std::partial_ordering ComparedTo(double number) const;
 
-    /// The object as it stands, without a new reference; null when there is none. Only for a value that IsObject.
+    /// The object as it stands, without a new reference; null when there is none. Only for a value that
+    /// IsObject.
     [[nodiscard]] IUnknown* ObjectPointer() const noexcept { return value_.punkVal; }
 
     /// Bounds of the first dimension. 13 when the value is no array, 9 when the array has no such dimension.

@@ -61,10 +61,12 @@ bool WindowsPlatform::FolderExists(const Text& path) {
 
 void WindowsPlatform::GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
                                               const std::string& file) {
-    GetPrivateProfileStringA(section, key, "", buffer.data(), static_cast<DWORD>(buffer.size()), file.c_str());
+    GetPrivateProfileStringA(section, key, "", buffer.data(), static_cast<DWORD>(buffer.size()),
+                             file.c_str());
 }
 
-void WindowsPlatform::GetPrivateProfileSection(const char* section, std::span<char> buffer, const std::string& file) {
+void WindowsPlatform::GetPrivateProfileSection(const char* section, std::span<char> buffer,
+                                               const std::string& file) {
     GetPrivateProfileSectionA(section, buffer.data(), static_cast<DWORD>(buffer.size()), file.c_str());
 }
 
@@ -74,8 +76,8 @@ bool WindowsPlatform::WritePrivateProfileString(const char* section, const char*
 }
 
 void WindowsPlatform::AppendToFile(const Text& path, const std::string& bytes) {
-    const HANDLE handle = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE handle = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         RaiseFileError();
     }

@@ -12,7 +12,8 @@ public:
     bool FolderExists(const Text& path) override;
     void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
                                  const std::string& file) override;
-    void GetPrivateProfileSection(const char* section, std::span<char> buffer, const std::string& file) override;
+    void GetPrivateProfileSection(const char* section, std::span<char> buffer,
+                                  const std::string& file) override;
     bool WritePrivateProfileString(const char* section, const char* key, const char* value,
                                    const std::string& file) override;
     void AppendToFile(const Text& path, const std::string& bytes) override;

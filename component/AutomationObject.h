@@ -54,7 +54,8 @@ T& Required(T* argument) {
     return *argument;
 }
 
-/// Runs a procedure that may change a by-reference text, and hands the changed text back, also when it raised.
+/// Runs a procedure that may change a by-reference text, and hands the changed text back, also when it
+/// raised.
 template <class Body>
 decltype(auto) WithText(BSTR* argument, Body&& body) {
     Text text = TextOf(Required(argument));
@@ -71,8 +72,8 @@ decltype(auto) WithText(BSTR* argument, Body&& body) {
     return std::forward<Body>(body)(text);
 }
 
-/// A public class behind its dual interface: identity, reference count, calls by name and error information. A derived
-/// class converts and forwards; each of its methods is one line around Guarded or Result.
+/// A public class behind its dual interface: identity, reference count, calls by name and error information.
+/// A derived class converts and forwards; each of its methods is one line around Guarded or Result.
 template <class Interface, const IID& iid>
 class AutomationObject : public Interface, public ISupportErrorInfo {
 public:
@@ -164,8 +165,8 @@ protected:
     /// The state of the thread that made the object.
     [[nodiscard]] MGlobals& Globals() const noexcept { return *globals_; }
 
-    /// Runs a procedure for an outside caller: nothing but a return value leaves it, and the record of its error is handed
-    /// over and forgotten.
+    /// Runs a procedure for an outside caller: nothing but a return value leaves it, and the record of its
+    /// error is handed over and forgotten.
     template <class Body>
     HRESULT Guarded(Body&& body) noexcept {
         SetErrorInfo(0, nullptr);

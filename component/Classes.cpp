@@ -18,10 +18,12 @@ IUnknown* Create() {
 
 /// The provider comes first: its key carries the host interface's identifier.
 const auto classes = std::to_array<PublicClass>({
-    {CLSID_ELOProvider, L"ELOProvider", L"Kandora: Archivanbindung der Finanzbuchhaltung", Create<ELOProviderObject>},
+    {CLSID_ELOProvider, L"ELOProvider", L"Kandora: Archivanbindung der Finanzbuchhaltung",
+     Create<ELOProviderObject>},
     {CLSID_ELODMS, L"ELODMS", L"Kandora: Zugang zum Archiv", Create<ELODMSObject>},
     {CLSID_OrigELODMS, L"OrigELODMS", L"Kandora: Älterer Zugang zum Archiv", Create<OrigELODMSObject>},
-    {CLSID_SOKInterface, L"SOKInterface", L"Kandora: Zugang zur Finanzbuchhaltung", Create<SOKInterfaceObject>},
+    {CLSID_SOKInterface, L"SOKInterface", L"Kandora: Zugang zur Finanzbuchhaltung",
+     Create<SOKInterfaceObject>},
     {CLSID_cUser, L"cUser", L"Kandora: Benutzer des Archivs", Create<cUserObject>},
     {CLSID_cBeleg, L"cBeleg", L"Kandora: Beleg", Create<cBelegObject>},
     {CLSID_cDebiBeleg, L"cDebiBeleg", L"Kandora: Debitorenbeleg", Create<cDebiBelegObject>},

@@ -10,7 +10,8 @@ namespace kandora {
 
 namespace {
 
-/// The view of a dual interface that tells the vtable's truth: results as arguments, HRESULT as the return type.
+/// The view of a dual interface that tells the vtable's truth: results as arguments, HRESULT as the return
+/// type.
 HRESULT VtableView(ITypeInfo* description, ITypeInfo** view) {
     HREFTYPE reference = 0;
     const HRESULT found = description->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference);
@@ -87,8 +88,8 @@ public:
             return DISP_E_PARAMNOTOPTIONAL;
         }
         Variant copy(*meant);
-        const HRESULT converted =
-            VariantChangeTypeEx(value_.Receive(), copy.Receive(), LOCALE_USER_DEFAULT, VARIANT_ALPHABOOL, declared);
+        const HRESULT converted = VariantChangeTypeEx(value_.Receive(), copy.Receive(), LOCALE_USER_DEFAULT,
+                                                      VARIANT_ALPHABOOL, declared);
         if (FAILED(converted)) {
             return converted;
         }
@@ -144,8 +145,8 @@ bool IsPut(WORD flags) {
 }
 
 bool NamedArgumentsFit(WORD flags, const DISPPARAMS& parameters) {
-    return parameters.cNamedArgs == 0 ||
-           (IsPut(flags) && parameters.cNamedArgs == 1 && parameters.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT);
+    return parameters.cNamedArgs == 0 || (IsPut(flags) && parameters.cNamedArgs == 1 &&
+                                          parameters.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT);
 }
 
 HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD flags, DISPPARAMS& parameters,
@@ -176,8 +177,8 @@ HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD 
         const TYPEDESC& type = function->lprgelemdescParam[i].tdesc;
         const bool byReference = type.vt == VT_PTR;
         const UINT position = parameters.cArgs - 1 - i;  // arguments come from the last to the first
-        const HRESULT taken =
-            arguments[i].Take(&parameters.rgvarg[position], byReference ? type.lptdesc->vt : type.vt, byReference);
+        const HRESULT taken = arguments[i].Take(&parameters.rgvarg[position],
+                                                byReference ? type.lptdesc->vt : type.vt, byReference);
         if (FAILED(taken)) {
             if (wrongArgument != nullptr) {
                 *wrongArgument = position;
@@ -203,8 +204,8 @@ HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD 
     }
 
     Variant returned;
-    const HRESULT called = DispCallFunc(object, static_cast<ULONG_PTR>(function->oVft), CC_STDCALL, VT_I4, count,
-                                        types.data(), values.data(), returned.Receive());
+    const HRESULT called = DispCallFunc(object, static_cast<ULONG_PTR>(function->oVft), CC_STDCALL, VT_I4,
+                                        count, types.data(), values.data(), returned.Receive());
     if (FAILED(called)) {
         return called;
     }
@@ -222,8 +223,9 @@ HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD 
 
 }  // namespace
 
-HRESULT InvokeByDescription(ITypeInfo* description, void* object, DISPID member, WORD flags, DISPPARAMS* parameters,
-                            VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) noexcept {
+HRESULT InvokeByDescription(ITypeInfo* description, void* object, DISPID member, WORD flags,
+                            DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                            UINT* wrongArgument) noexcept {
     if (parameters == nullptr) {
         return E_INVALIDARG;
     }
@@ -231,7 +233,8 @@ HRESULT InvokeByDescription(ITypeInfo* description, void* object, DISPID member,
         VariantInit(result);
     }
     try {
-        return InvokeChecked(description, object, member, flags, *parameters, result, exception, wrongArgument);
+        return InvokeChecked(description, object, member, flags, *parameters, result, exception,
+                             wrongArgument);
     } catch (...) {
         return HresultOf(CurrentError().Number());
     }

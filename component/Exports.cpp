@@ -88,7 +88,8 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* object) {
     }
     *object = nullptr;
     const auto classes = PublicClasses();
-    const auto row = std::ranges::find_if(classes, [&](const PublicClass& each) { return each.clsid == clsid; });
+    const auto row =
+        std::ranges::find_if(classes, [&](const PublicClass& each) { return each.clsid == clsid; });
     if (row == classes.end()) {
         return CLASS_E_CLASSNOTAVAILABLE;
     }
@@ -116,8 +117,8 @@ STDAPI DllUnregisterServer() {
     return kandora::Unregister(kandora::RegistrationScope::Machine);
 }
 
-/// The command line "user" registers for the current user alone, without administrator rights; anything else for the
-/// machine.
+/// The command line "user" registers for the current user alone, without administrator rights; anything else
+/// for the machine.
 STDAPI DllInstall(BOOL install, LPCWSTR commandLine) {
     using namespace kandora;
     const bool forUser = commandLine != nullptr && _wcsicmp(commandLine, L"user") == 0;

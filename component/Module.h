@@ -9,8 +9,8 @@ void Retain() noexcept;
 void Release() noexcept;
 [[nodiscard]] bool IsUnused() noexcept;
 
-/// Keeps the module loaded until the process ends. Each unloading would leak a slot of thread storage of the C++ library,
-/// and a process has few of them.
+/// Keeps the module loaded until the process ends. Each unloading would leak a slot of thread storage of the
+/// C++ library, and a process has few of them.
 void Pin() noexcept;
 
 /// Retains the module for as long as it lives.

@@ -7,25 +7,29 @@ namespace kandora {
 ELOProviderObject::ELOProviderObject() : hostInterface_(RegisteredHostInterface()) {}
 
 void* ELOProviderObject::Further(REFIID wanted) noexcept {
-    const bool isHostInterface = wanted == IID_DMSProvider || (hostInterface_ != IID_NULL && wanted == hostInterface_);
+    const bool isHostInterface =
+        wanted == IID_DMSProvider || (hostInterface_ != IID_NULL && wanted == hostInterface_);
     return isHostInterface ? static_cast<DMSProvider*>(&requests_) : nullptr;
 }
 
-HRESULT ELOProviderObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) {
+HRESULT ELOProviderObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
+                                         DISPID* ids) {
     const HRESULT own = AutomationObject::GetIDsOfNames(reserved, names, count, locale, ids);
     return own == DISP_E_UNKNOWNNAME ? requests_.GetIDsOfNames(reserved, names, count, locale, ids) : own;
 }
 
-HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* parameters,
-                                  VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) {
-    const HRESULT own =
-        AutomationObject::Invoke(member, reserved, locale, flags, parameters, result, exception, wrongArgument);
-    return own == DISP_E_MEMBERNOTFOUND
-               ? requests_.Invoke(member, reserved, locale, flags, parameters, result, exception, wrongArgument)
-               : own;
+HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags,
+                                  DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                  UINT* wrongArgument) {
+    const HRESULT own = AutomationObject::Invoke(member, reserved, locale, flags, parameters, result,
+                                                 exception, wrongArgument);
+    return own == DISP_E_MEMBERNOTFOUND ? requests_.Invoke(member, reserved, locale, flags, parameters,
+                                                           result, exception, wrongArgument)
+                                        : own;
 }
 
-// The host's interface by name ---------------------------------------------------------------------------------------
+// The host's interface by name
+// ---------------------------------------------------------------------------------------
 
 HRESULT ELOProviderObject::Requests::GetTypeInfoCount(UINT* count) {
     return owner_.GetTypeInfoCount(count);
@@ -46,8 +50,8 @@ HRESULT ELOProviderObject::Requests::GetTypeInfo(UINT index, LCID /*locale*/, IT
     return found;
 }
 
-HRESULT ELOProviderObject::Requests::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID /*locale*/,
-                                                   DISPID* ids) {
+HRESULT ELOProviderObject::Requests::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count,
+                                                   LCID /*locale*/, DISPID* ids) {
     if (reserved != IID_NULL) {
         return DISP_E_UNKNOWNINTERFACE;
     }
@@ -69,7 +73,8 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
                                                parameters, result, exception, wrongArgument);
 }
 
-// Requests -----------------------------------------------------------------------------------------------------------
+// Requests
+// -----------------------------------------------------------------------------------------------------------
 
 /// Success whatever happens: what could not be shown to the user either is given up.
 template <class Body>
@@ -99,15 +104,18 @@ HRESULT ELOProviderObject::Requests::RequestResult(Value* result, Body&& body) n
 }
 
 HRESULT ELOProviderObject::Requests::ShowDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::PrintDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::SaveDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::StartProvider(VARIANT vtMetaData) {
@@ -119,7 +127,8 @@ HRESULT ELOProviderObject::Requests::FibuVersion(VARIANT vtVerInfo) {
 }
 
 HRESULT ELOProviderObject::Requests::CreateDocID(VARIANT vtMetaData, BSTR* psDocID) {
-    return RequestResult(psDocID, [&](ELOProvider& provider) { return provider.CreateDocID(Variant(vtMetaData)); });
+    return RequestResult(psDocID,
+                         [&](ELOProvider& provider) { return provider.CreateDocID(Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::GetOpenDocInfo(VARIANT* pvtDocInfo) {
@@ -144,15 +153,18 @@ HRESULT ELOProviderObject::Requests::InitProvider(VARIANT vtMetaData, VARIANT* p
 }
 
 HRESULT ELOProviderObject::Requests::DeleteDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::SetDocumentStatus(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::DocumentChanged(BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(
+        [&](ELOProvider& provider) { provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData)); });
 }
 
 }  // namespace kandora

@@ -7,8 +7,8 @@
 
 namespace kandora {
 
-/// The host's plug-in: its own interface with `bRunning`, and beside it the host's DMSProvider. The host always receives
-/// success.
+/// The host's plug-in: its own interface with `bRunning`, and beside it the host's DMSProvider. The host
+/// always receives success.
 class ELOProviderObject final : public AutomationObject<_ELOProvider, IID__ELOProvider> {
 public:
     ELOProviderObject();
@@ -20,12 +20,13 @@ public:
         return Guarded([&] { provider_.bRunning = newValue != VARIANT_FALSE; });
     }
 
-    // A script has no way to ask for a further interface. Its calls by name find the host's requests here too; the type
-    // library describes only bRunning.
+    // A script has no way to ask for a further interface. Its calls by name find the host's requests here
+    // too; the type library describes only bRunning.
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override;
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags, DISPPARAMS* parameters,
-                                     VARIANT* result, EXCEPINFO* exception, UINT* wrongArgument) override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags,
+                                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                     UINT* wrongArgument) override;
 
 protected:
     void* Further(REFIID wanted) noexcept override;
@@ -56,7 +57,8 @@ private:
         HRESULT STDMETHODCALLTYPE FibuVersion(VARIANT vtVerInfo) override;
         HRESULT STDMETHODCALLTYPE CreateDocID(VARIANT vtMetaData, BSTR* psDocID) override;
         HRESULT STDMETHODCALLTYPE GetOpenDocInfo(VARIANT* pvtDocInfo) override;
-        HRESULT STDMETHODCALLTYPE SavePendingDocument(VARIANT vtDocInfo, BSTR sDocID, VARIANT vtMetaData) override;
+        HRESULT STDMETHODCALLTYPE SavePendingDocument(VARIANT vtDocInfo, BSTR sDocID,
+                                                      VARIANT vtMetaData) override;
         HRESULT STDMETHODCALLTYPE GetVirtualPrinterName(BSTR* psName) override;
         HRESULT STDMETHODCALLTYPE InitProvider(VARIANT vtMetaData, VARIANT* pvtResult) override;
         HRESULT STDMETHODCALLTYPE DeleteDocument(BSTR sDocID, VARIANT vtMetaData) override;

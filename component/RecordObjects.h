@@ -11,10 +11,10 @@ namespace kandora {
 template <class Interface, const IID& iid, class Record>
 class RecordObject : public AutomationObject<Interface, iid> {
 protected:
-    HRESULT Read(BSTR* result, Text Record::* field) {
+    HRESULT Read(BSTR* result, Text Record::*field) {
         return this->Result(result, [&] { return record_.*field; });
     }
-    HRESULT Write(BSTR newValue, Text Record::* field) {
+    HRESULT Write(BSTR newValue, Text Record::*field) {
         return this->Guarded([&] { record_.*field = TextOf(newValue); });
     }
 
@@ -22,9 +22,13 @@ protected:
 };
 
 /// Both halves of a text property.
-#define KANDORA_TEXT_PROPERTY(Record, Name)                                                                      \
-    HRESULT STDMETHODCALLTYPE get_##Name(BSTR* result) override { return this->Read(result, &Record::Name); } \
-    HRESULT STDMETHODCALLTYPE put_##Name(BSTR newValue) override { return this->Write(newValue, &Record::Name); }
+#define KANDORA_TEXT_PROPERTY(Record, Name)                                                                  \
+    HRESULT STDMETHODCALLTYPE get_##Name(BSTR* result) override {                                            \
+        return this->Read(result, &Record::Name);                                                            \
+    }                                                                                                        \
+    HRESULT STDMETHODCALLTYPE put_##Name(BSTR newValue) override {                                           \
+        return this->Write(newValue, &Record::Name);                                                         \
+    }
 
 /// A plain voucher.
 class cBelegObject final : public RecordObject<_cBeleg, IID__cBeleg, DocumentRecord> {

@@ -60,7 +60,8 @@ public:
     /// Sets a value, the default value when `name` is null, creating the key if need be.
     void Set(const Text& path, const wchar_t* name, const Text& value) const {
         HKEY key = nullptr;
-        RequireWritten(RegCreateKeyExW(root_, Full(path).c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr));
+        RequireWritten(
+            RegCreateKeyExW(root_, Full(path).c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr));
         const LSTATUS status =
             RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
                            static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
@@ -145,7 +146,8 @@ std::vector<InterfaceIdentity> InterfacesOf(ITypeLib* library) {
     return interfaces;
 }
 
-void RegisterClass(const ClassesKey& classes, const PublicClass& row, const Text& file, const Text& libraryId) {
+void RegisterClass(const ClassesKey& classes, const PublicClass& row, const Text& file,
+                   const Text& libraryId) {
     const Text path = ClassPath(row);
     const Text programId = Text(programIdPrefix) + row.name;
     const Text versioned = programId + versionSuffix;
@@ -241,8 +243,8 @@ IID RegisteredHostInterface() noexcept {
         wchar_t value[64] = {};
         DWORD size = sizeof(value) - sizeof(wchar_t);
         const Text path = ClassPath(PublicClasses().front());
-        if (RegGetValueW(HKEY_CLASSES_ROOT, path.c_str(), hostInterfaceValue, RRF_RT_REG_SZ, nullptr, value, &size) !=
-                ERROR_SUCCESS ||
+        if (RegGetValueW(HKEY_CLASSES_ROOT, path.c_str(), hostInterfaceValue, RRF_RT_REG_SZ, nullptr, value,
+                         &size) != ERROR_SUCCESS ||
             FAILED(IIDFromString(value, &iid))) {
             return IID_NULL;
         }

@@ -8,7 +8,8 @@
 
 namespace kandora {
 
-/// The archive client for outside callers: a session of its own, the thread's settings, records and error handler.
+/// The archive client for outside callers: a session of its own, the thread's settings, records and error
+/// handler.
 class ELODMSObject final : public AutomationObject<_ELODMS, IID__ELODMS> {
 public:
     HRESULT STDMETHODCALLTYPE get_oElo(IDispatch** result) override {
@@ -23,9 +24,11 @@ public:
     HRESULT STDMETHODCALLTYPE FindSageDocumentByID(BSTR* strSageDokID, long* result) override {
         return Result(result, [&] { return client_.FindSageDocumentByID(TextOf(Required(strSageDokID))); });
     }
-    HRESULT STDMETHODCALLTYPE FindSageDocumentByBelegNr(BSTR* strBelegNr, BSTR* strIndex, long* result) override {
+    HRESULT STDMETHODCALLTYPE FindSageDocumentByBelegNr(BSTR* strBelegNr, BSTR* strIndex,
+                                                        long* result) override {
         return Result(result, [&] {
-            return client_.FindSageDocumentByBelegNr(TextOf(Required(strBelegNr)), TextOf(Required(strIndex)));
+            return client_.FindSageDocumentByBelegNr(TextOf(Required(strBelegNr)),
+                                                     TextOf(Required(strIndex)));
         });
     }
     HRESULT STDMETHODCALLTYPE IsDokumentVorhanden(long lDokID, VARIANT_BOOL* result) override {
@@ -35,7 +38,9 @@ public:
         return Result(result, [&] { return client_.CheckPFadVorhanden(TextOf(Required(strPfad))); });
     }
     HRESULT STDMETHODCALLTYPE PFadErstellen(BSTR* strPfad, BSTR* result) override {
-        return Result(result, [&] { return WithText(strPfad, [&](Text& path) { return client_.PFadErstellen(path); }); });
+        return Result(result, [&] {
+            return WithText(strPfad, [&](Text& path) { return client_.PFadErstellen(path); });
+        });
     }
     HRESULT STDMETHODCALLTYPE CheckMaskeVorhanden(long* lMaskeNr, BSTR* result) override {
         return Result(result, [&] { return client_.CheckMaskeVorhanden(Required(lMaskeNr)); });
@@ -43,11 +48,12 @@ public:
     HRESULT STDMETHODCALLTYPE ChangeDocument(BSTR strBarcode, BSTR* strBelegNr, BSTR* strBelegIndex,
                                              BSTR* strSesamDocID) override {
         return Guarded([&] {
-            client_.ChangeDocument(TextOf(strBarcode), TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)),
-                                   TextOf(Required(strSesamDocID)));
+            client_.ChangeDocument(TextOf(strBarcode), TextOf(Required(strBelegNr)),
+                                   TextOf(Required(strBelegIndex)), TextOf(Required(strSesamDocID)));
         });
     }
-    HRESULT STDMETHODCALLTYPE MarkAsDeleted(BSTR strSesamDocID, BSTR* strBelegNr, BSTR* strBelegIndex) override {
+    HRESULT STDMETHODCALLTYPE MarkAsDeleted(BSTR strSesamDocID, BSTR* strBelegNr,
+                                            BSTR* strBelegIndex) override {
         return Guarded([&] {
             client_.MarkAsDeleted(TextOf(strSesamDocID), TextOf(Required(strBelegNr)),
                                   TextOf(Required(strBelegIndex)));
@@ -62,9 +68,9 @@ public:
     HRESULT STDMETHODCALLTYPE AddDokument(BSTR sFile, BSTR* strBarcode, BSTR* strBelegNr, BSTR* strBelegIndex,
                                           BSTR* strStatus, BSTR* strSesamDocID, long* result) override {
         return Result(result, [&] {
-            return client_.AddDokument(TextOf(sFile), TextOf(Required(strBarcode)), TextOf(Required(strBelegNr)),
-                                       TextOf(Required(strBelegIndex)), TextOf(Required(strStatus)),
-                                       TextOf(Required(strSesamDocID)));
+            return client_.AddDokument(TextOf(sFile), TextOf(Required(strBarcode)),
+                                       TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)),
+                                       TextOf(Required(strStatus)), TextOf(Required(strSesamDocID)));
         });
     }
     HRESULT STDMETHODCALLTYPE SaveAuswertung(BSTR* /*strDocID*/) override {
@@ -133,13 +139,15 @@ public:
         return Result(result, [&] { return host_.EinstellungenSchreiben(); });
     }
     HRESULT STDMETHODCALLTYPE GetKrediDaten(BSTR* strBelegNr, BSTR* strIndex) override {
-        return Guarded([&] { host_.GetKrediDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
+        return Guarded(
+            [&] { host_.GetKrediDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE GetDebiDaten(BSTR* strBelegNr, BSTR* strIndex) override {
         return Guarded([&] { host_.GetDebiDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE GetBelegDaten(BSTR* strBelegNr, BSTR* strIndex) override {
-        return Guarded([&] { host_.GetBelegDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
+        return Guarded(
+            [&] { host_.GetBelegDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE get_oSesamFibu(IDispatch** result) override {
         return Result(result, [&] { return host_.oSesamFibu(); });

@@ -52,7 +52,8 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE PreInitialize(DWORD /*coInit*/, DWORD /*references*/) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE PostInitialize(HRESULT outcome, DWORD /*coInit*/, DWORD /*references*/) override {
+    HRESULT STDMETHODCALLTYPE PostInitialize(HRESULT outcome, DWORD /*coInit*/,
+                                             DWORD /*references*/) override {
         return outcome;
     }
     HRESULT STDMETHODCALLTYPE PreUninitialize(DWORD references) override {
@@ -72,7 +73,8 @@ private:
     std::shared_ptr<ThreadParts> parts_;
 };
 
-/// A bare slot of thread storage: this toolchain frees storage with destructors too early for objects that need COM.
+/// A bare slot of thread storage: this toolchain frees storage with destructors too early for objects that
+/// need COM.
 DWORD SlotIndex() {
     static const DWORD index = TlsAlloc();
     if (index == TLS_OUT_OF_INDEXES) {

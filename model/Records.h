@@ -4,8 +4,8 @@
 
 namespace kandora {
 
-/// What describes one voucher, debtor or creditor document. Dates and amounts are carried as text, as the host delivers
-/// them. A plain voucher uses the fields up to `Betrag`.
+/// What describes one voucher, debtor or creditor document. Dates and amounts are carried as text, as the
+/// host delivers them. A plain voucher uses the fields up to `Betrag`.
 struct DocumentRecord {
     Text Kurzbezeichnung;  ///< short title of the entry in the archive
     Text Barcode;          ///< barcode of the paper voucher

@@ -36,8 +36,8 @@ struct ReportIndexPositions {
 /// One index field: its key in the settings, its position in a mask and the record's text that belongs there.
 struct IndexField {
     const wchar_t* key;
-    std::int16_t IndexPositions::* position;
-    Text DocumentRecord::* value;
+    std::int16_t IndexPositions::*position;
+    Text DocumentRecord::*value;
 };
 
 /// The index fields of debtor and creditor documents, in the order in which they are read and written.
@@ -62,12 +62,12 @@ inline constexpr std::span<const IndexField> voucherIndexFields = partnerIndexFi
 
 /// The settings as read from the INI file at start; until then nothing is set and everything is switched off.
 struct Settings {
-    bool gbDebug = false;         ///< trace every host request into the log
-    bool gbArchivAktiv = false;   ///< master switch
-    Text gsEloPrinterFile;        ///< file that the archive's virtual printer writes
-    Text gsArchivname;            ///< archive to log in to
-    bool gbTreuhand = false;      ///< trustee: a year level above each client's folder
-    Text gsSagePfad;              ///< top archive folder of this host installation
+    bool gbDebug = false;        ///< trace every host request into the log
+    bool gbArchivAktiv = false;  ///< master switch
+    Text gsEloPrinterFile;       ///< file that the archive's virtual printer writes
+    Text gsArchivname;           ///< archive to log in to
+    bool gbTreuhand = false;     ///< trustee: a year level above each client's folder
+    Text gsSagePfad;             ///< top archive folder of this host installation
     std::int32_t glMaskeStruktur = 0;
     std::int32_t glMaskeBelege = 0;
     std::int32_t glMaskeAuswertung = 0;

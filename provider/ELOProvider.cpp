@@ -19,7 +19,8 @@ constexpr std::int32_t voucherIndex = 3;
 constexpr std::int32_t barcode = 4;
 }  // namespace element
 
-/// The voucher's identity in the host's metadata. Element 0 is read and not used, so that metadata without it is an error.
+/// The voucher's identity in the host's metadata. Element 0 is read and not used, so that metadata without it
+/// is an error.
 struct Voucher {
     Text number;
     Text index;
@@ -37,16 +38,20 @@ Text BarcodeIn(const Variant& vtMetaData) {
 
 }  // namespace
 
-// The request gate ---------------------------------------------------------------------------------------------------
+// The request gate
+// ---------------------------------------------------------------------------------------------------
 
 template <class... Arguments>
 void ELOProvider::Trace(const wchar_t* method, const std::tuple<Arguments...>& arguments) {
     std::apply(
-        [&](const auto&... each) { globals_.Log().WriteLog(Text(L"DMSProvider_") + method, {Variant(each)...}); },
+        [&](const auto&... each) {
+            globals_.Log().WriteLog(Text(L"DMSProvider_") + method, {Variant(each)...});
+        },
         arguments);
 }
 
-/// Asks the host whether the archive is on for the client that is open; nothing is kept from one request to the next.
+/// Asks the host whether the archive is on for the client that is open; nothing is kept from one request to
+/// the next.
 void ELOProvider::RefreshClient() {
     bool active = false;
     globals_.goSesamSOK()->EinstellungenLesen(active);
@@ -59,7 +64,8 @@ void ELOProvider::Request(const wchar_t* method, Body&& body) {
 }
 
 template <class Arguments, class Work, class Otherwise>
-void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments, Work&& work, Otherwise&& otherwise) {
+void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments, Work&& work,
+                               Otherwise&& otherwise) {
     Request(method, [&] {
         if (globals_.state.settings.gbDebug) {
             Trace(method, arguments);
@@ -76,7 +82,8 @@ void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments
     });
 }
 
-// Start and identity -------------------------------------------------------------------------------------------------
+// Start and identity
+// -------------------------------------------------------------------------------------------------
 
 void ELOProvider::InitProvider(const Variant& vtMetaData) {
     Request(L"InitProvider", [&] {
@@ -91,18 +98,18 @@ void ELOProvider::InitProvider(const Variant& vtMetaData) {
             return;
         }
         if (globals_.state.gbMandantArchivAktiv) {
-            const Text message =
-                L"Die Ini-Datei konnte nicht gelesen werden. Alle Funktionen des DMS sind bis zu einem Neustart von "
-                L"Sesam deaktiviert. ";
+            const Text message = L"Die Ini-Datei konnte nicht gelesen werden. Alle Funktionen des DMS sind "
+                                 L"bis zu einem Neustart von "
+                                 L"Sesam deaktiviert. ";
             globals_.Log().WriteLog(message, {});
-            // The number of the system-modal style stands where the caption belongs, and the box is captioned by it:
-            // deliberate, users know the box that way.
+            // The number of the system-modal style stands where the caption belongs, and the box is captioned
+            // by it: deliberate, users know the box that way.
             globals_.Screen().ShowMessage(message, boxstyle::exclamation, Decimal(boxstyle::systemModal));
         } else {
-            globals_.Log().WriteLog(
-                L"Das Archiv ist deaktiviert. Alle Funktionen des DMS sind bis zu einem Neustart von Sesam nicht "
-                L"verfügbar.",
-                {});
+            globals_.Log().WriteLog(L"Das Archiv ist deaktiviert. Alle Funktionen des DMS sind bis zu einem "
+                                    L"Neustart von Sesam nicht "
+                                    L"verfügbar.",
+                                    {});
         }
         globals_.state.gbIniOK = false;
     });
@@ -112,7 +119,8 @@ void ELOProvider::StartProvider(const Variant& vtMetaData) {
     GatedRequest(
         L"StartProvider", std::tie(vtMetaData), [&] { globals_.goArchiv()->ELOSichtbar(); },
         [&] {
-            // An error box without an error (number 0) is how the user learns that the open client has no archive.
+            // An error box without an error (number 0) is how the user learns that the open client has no
+            // archive.
             ShowAndClear(globals_.goErrHandler(), RuntimeError(0), {className, L"StartProvider"});
         });
 }
@@ -152,7 +160,8 @@ Text ELOProvider::GetVirtualPrinterName() {
     return name;
 }
 
-// Documents ----------------------------------------------------------------------------------------------------------
+// Documents
+// ----------------------------------------------------------------------------------------------------------
 
 void ELOProvider::SaveDocument(const Text& sDocID, const Variant& vtMetaData) {
     GatedRequest(L"SaveDocument", std::tie(sDocID, vtMetaData), [&] {
@@ -161,8 +170,8 @@ void ELOProvider::SaveDocument(const Text& sDocID, const Variant& vtMetaData) {
         if (barcode.empty()) {
             return;  // a voucher without a barcode is not filed
         }
-        globals_.goArchiv()->AddDokument(Text(globals_.state.folders.strPlatzhalterDatei), barcode, voucher.number,
-                                         voucher.index, L"Pendent", sDocID);
+        globals_.goArchiv()->AddDokument(Text(globals_.state.folders.strPlatzhalterDatei), barcode,
+                                         voucher.number, voucher.index, L"Pendent", sDocID);
     });
 }
 
@@ -189,10 +198,12 @@ void ELOProvider::ShowDocument(const Text& sDocID, const Variant& vtMetaData) {
 }
 
 void ELOProvider::PrintDocument(const Text& sDocID, const Variant& vtMetaData) {
-    GatedRequest(L"PrintDocument", std::tie(sDocID, vtMetaData), [&] { globals_.goArchiv()->SaveAuswertung(); });
+    GatedRequest(L"PrintDocument", std::tie(sDocID, vtMetaData),
+                 [&] { globals_.goArchiv()->SaveAuswertung(); });
 }
 
-void ELOProvider::SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID, const Variant& vtMetaData) {
+void ELOProvider::SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID,
+                                      const Variant& vtMetaData) {
     Request(L"SavePendingDocument", [&] {
         if (globals_.state.settings.gbDebug) {
             Trace(L"SavePendingDocument", std::tie(vtDocInfo, sDocID, vtMetaData));

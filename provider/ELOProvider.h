@@ -8,8 +8,8 @@
 
 namespace kandora {
 
-/// What the host calls. No request ever fails for the host: an error is shown to the user with its call stack and then
-/// forgotten, and the request returns what it had by then (normally the empty result).
+/// What the host calls. No request ever fails for the host: an error is shown to the user with its call stack
+/// and then forgotten, and the request returns what it had by then (normally the empty result).
 class ELOProvider {
 public:
     explicit ELOProvider(MGlobals& globals) : globals_(globals) {}
@@ -41,8 +41,8 @@ private:
     void RefreshClient();
     template <class Body>
     void Request(const wchar_t* method, Body&& body);
-    /// Traces the request, and does its work when the settings were read and the archive is on for the open client.
-    /// `otherwise` is what happens when it is not on.
+    /// Traces the request, and does its work when the settings were read and the archive is on for the open
+    /// client. `otherwise` is what happens when it is not on.
     template <class Arguments, class Work, class Otherwise = void (*)()>
     void GatedRequest(
         const wchar_t* method, const Arguments& arguments, Work&& work, Otherwise&& otherwise = [] {});

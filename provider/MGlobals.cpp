@@ -43,7 +43,9 @@ class MGlobals::FoldersOfArchive final : public ArchiveFolders {
 public:
     explicit FoldersOfArchive(MGlobals& globals) : globals_(globals) {}
 
-    Text CheckPFadVorhanden(const Text& strPfad) override { return globals_.goArchiv()->CheckPFadVorhanden(strPfad); }
+    Text CheckPFadVorhanden(const Text& strPfad) override {
+        return globals_.goArchiv()->CheckPFadVorhanden(strPfad);
+    }
     Text PFadErstellen(Text& strPfad) override { return globals_.goArchiv()->PFadErstellen(strPfad); }
 
 private:
@@ -51,11 +53,8 @@ private:
 };
 
 MGlobals::MGlobals(Platform& platform, UserInterface& userInterface)
-    : platform_(platform),
-      userInterface_(userInterface),
-      errHandler_(userInterface, platform.Now()),
-      log_(platform),
-      vouchers_(std::make_unique<VouchersOfHost>(*this)),
+    : platform_(platform), userInterface_(userInterface), errHandler_(userInterface, platform.Now()),
+      log_(platform), vouchers_(std::make_unique<VouchersOfHost>(*this)),
       folders_(std::make_unique<FoldersOfArchive>(*this)) {}
 
 MGlobals::~MGlobals() {
@@ -123,13 +122,16 @@ bool MGlobals::IniLesen() {
             return false;
         }
         read(ArchiveSettings(settings));
-        Assert(!settings.gsEloUserName.empty() && !settings.gsArchivname.empty() && !settings.gsEloKuerzel.empty(),
-               L"Archivname, Benutzername oder Kurzzeichen nicht eingetragen. Das ELO-Interface ist deaktiviert.",
+        Assert(!settings.gsEloUserName.empty() && !settings.gsArchivname.empty() &&
+                   !settings.gsEloKuerzel.empty(),
+               L"Archivname, Benutzername oder Kurzzeichen nicht eingetragen. Das ELO-Interface ist "
+               L"deaktiviert.",
                namesMissing);
         const Text failure = goArchiv()->CheckLogin();
         Assert(failure.empty(), failure, loginFailed);
-        for (const std::int32_t mask : {settings.glMaskeStruktur, settings.glMaskeBelege, settings.glMaskeAuswertung,
-                                        settings.glMaskeDebi, settings.glMaskeKredi}) {
+        for (const std::int32_t mask :
+             {settings.glMaskeStruktur, settings.glMaskeBelege, settings.glMaskeAuswertung,
+              settings.glMaskeDebi, settings.glMaskeKredi}) {
             const Text missing = goArchiv()->CheckMaskeVorhanden(mask);
             Assert(missing.empty(), missing, maskMissing);
         }

@@ -16,8 +16,9 @@
 
 namespace kandora {
 
-/// The state of one thread: settings, flags, records, error handler and log, and the service objects, each created on
-/// first use and kept until the thread's state ends. Also the one place that knows how the parts are wired.
+/// The state of one thread: settings, flags, records, error handler and log, and the service objects, each
+/// created on first use and kept until the thread's state ends. Also the one place that knows how the parts
+/// are wired.
 class MGlobals {
 public:
     /// Platform and user interface outlive this object.
@@ -26,7 +27,8 @@ public:
     MGlobals(const MGlobals&) = delete;
     MGlobals& operator=(const MGlobals&) = delete;
 
-    /// Lets go of the service objects, which logs out of the archive; to be called while automation still works.
+    /// Lets go of the service objects, which logs out of the archive; to be called while automation still
+    /// works.
     void ReleaseServices() noexcept;
 
     SharedState state;
@@ -45,11 +47,13 @@ public:
     /// A new object for the default INI file at each call.
     [[nodiscard]] std::unique_ptr<CIniFile> NewIniFile();
 
-    /// What an archive client or an accounting access of an outside caller works with: this thread's state and objects.
+    /// What an archive client or an accounting access of an outside caller works with: this thread's state
+    /// and objects.
     [[nodiscard]] ArchiveContext ArchiveSide();
     [[nodiscard]] AccountingContext AccountingSide();
 
-    /// Reads and checks all settings. False when the archive is switched off in them; raises on every other failure.
+    /// Reads and checks all settings. False when the archive is switched off in them; raises on every other
+    /// failure.
     bool IniLesen();
 
 private:

@@ -8,8 +8,8 @@ namespace kandora {
 
 namespace {
 
-void AppendIndexSettings(std::vector<Setting>& table, const wchar_t* section, std::span<const IndexField> fields,
-                         IndexPositions& positions) {
+void AppendIndexSettings(std::vector<Setting>& table, const wchar_t* section,
+                         std::span<const IndexField> fields, IndexPositions& positions) {
     for (const IndexField& field : fields) {
         table.push_back({section, field.key, &(positions.*field.position)});
     }

@@ -10,8 +10,8 @@
 
 namespace kandora {
 
-/// The record of the error that is on its way outwards: its first and its current number and text, and the frames
-/// "class.method" that it has passed, innermost first. One per thread.
+/// The record of the error that is on its way outwards: its first and its current number and text, and the
+/// frames "class.method" that it has passed, innermost first. One per thread.
 class CErrHandler {
 public:
     CErrHandler(MessageBoxes& boxes, const LocalTime& created) : boxes_(boxes), dtCreated_(created) {}
@@ -33,7 +33,8 @@ public:
 
     /// Records an error, or the passing of a recorded one through an outer procedure, and appends the frame.
     void Log(const RuntimeError& oError, const Text& sThisClass, const Text& sThisMethod);
-    /// Forgets number, description and frames. Source and line deliberately stay as the last first error left them.
+    /// Forgets number, description and frames. Source and line deliberately stay as the last first error left
+    /// them.
     void Clear();
     /// Raises the recorded error with its frames as the source.
     [[noreturn]] void RaiseAgain() const;
@@ -61,8 +62,8 @@ private:
     Record record_;
 };
 
-/// Puts the error record back to what it was when this object was made: for a stretch of work whose errors are ignored,
-/// so that they do not colour the next error that is shown.
+/// Puts the error record back to what it was when this object was made: for a stretch of work whose errors
+/// are ignored, so that they do not colour the next error that is shown.
 class ErrorKeeper {
 public:
     explicit ErrorKeeper(CErrHandler& handler) : handler_(handler), kept_(handler.record_) {}

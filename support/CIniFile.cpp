@@ -66,8 +66,8 @@ void CIniFile::sIniFile(const Text& sNewIniFile) {
     });
 }
 
-/// The profile functions cut off what does not fit and end it with a NUL at the buffer's last place, which is how a
-/// buffer that is too small is told.
+/// The profile functions cut off what does not fit and end it with a NUL at the buffer's last place, which is
+/// how a buffer that is too small is told.
 std::string CIniFile::ReadGrowing(const Reader& read) {
     const std::string file = AnsiFromText(sIniFile());
     std::string buffer;
@@ -109,7 +109,8 @@ void CIniFile::sString(const Text& sSection, const Text& sKey, const Text& sNewV
         RequireFilled(sKey);
         if (!platform_.WritePrivateProfileString(AnsiFromText(sSection).c_str(), AnsiFromText(sKey).c_str(),
                                                  AnsiFromText(sNewValue).c_str(), AnsiFromText(sIniFile()))) {
-            throw RuntimeError(writeFailed, L"Failed to write [" + sSection + L"] " + sKey + L"=" + sNewValue);
+            throw RuntimeError(writeFailed,
+                               L"Failed to write [" + sSection + L"] " + sKey + L"=" + sNewValue);
         }
     });
 }

@@ -22,13 +22,14 @@ private:
     std::vector<std::pair<Text, Text>> pairs_;
 };
 
-/// One INI file, read and written through the platform's profile functions. Every failure is raised with the member's
-/// name as its source.
+/// One INI file, read and written through the platform's profile functions. Every failure is raised with the
+/// member's name as its source.
 class CIniFile {
 public:
     explicit CIniFile(Platform& platform) : platform_(platform) {}
 
-    /// Full path. Unless it was set, it becomes the file beside the component that has the component's name, and stays.
+    /// Full path. Unless it was set, it becomes the file beside the component that has the component's name,
+    /// and stays.
     const Text& sIniFile();
     /// May be set once, before anything else is used (5); its folder must exist (53), the file need not.
     void sIniFile(const Text& sNewIniFile);

@@ -31,7 +31,8 @@ inline void ShowAndClear(CErrHandler& handler, const RuntimeError& error, Frame 
     handler.Clear();
 }
 
-/// Runs the body of an outermost procedure: an error is recorded, shown and forgotten, and the caller never sees it.
+/// Runs the body of an outermost procedure: an error is recorded, shown and forgotten, and the caller never
+/// sees it.
 template <class Body>
 void Outermost(CErrHandler& handler, Frame frame, Body&& body) {
     try {

@@ -8,8 +8,8 @@ namespace {
 
 /// "dd.mm.yyyy hh.nn.ss": dots also between the parts of the time.
 Text LineTime(const LocalTime& now) {
-    return Digits(now.day, 2) + L"." + Digits(now.month, 2) + L"." + Digits(now.year, 4) + L" " + Digits(now.hour, 2) +
-           L"." + Digits(now.minute, 2) + L"." + Digits(now.second, 2);
+    return Digits(now.day, 2) + L"." + Digits(now.month, 2) + L"." + Digits(now.year, 4) + L" " +
+           Digits(now.hour, 2) + L"." + Digits(now.minute, 2) + L"." + Digits(now.second, 2);
 }
 
 /// "yyyymmdd_hhnnss".
@@ -36,8 +36,9 @@ void MSimpleLog::WriteLog(const Text& sText, const std::vector<Variant>& vtParam
 
 void MSimpleLog::BuildLogFileName() {
     // The separator before the extension belongs to the name.
-    gsLogFile_ = ComponentFolder(platform_) + L"\\" + FileTime(platform_.Now()) + L"_" + ComponentName(platform_) +
-                 L"_" + platform_.Environment(L"USERNAME") + L"_" + platform_.Environment(L"COMPUTERNAME") + L"_.log";
+    gsLogFile_ = ComponentFolder(platform_) + L"\\" + FileTime(platform_.Now()) + L"_" +
+                 ComponentName(platform_) + L"_" + platform_.Environment(L"USERNAME") + L"_" +
+                 platform_.Environment(L"COMPUTERNAME") + L"_.log";
 }
 
 }  // namespace kandora

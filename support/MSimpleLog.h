@@ -8,8 +8,8 @@
 
 namespace kandora {
 
-/// The text log beside the component: one file per thread and start, named by the moment of its first line. The file is
-/// opened and closed for every line; a failing write raises in the caller.
+/// The text log beside the component: one file per thread and start, named by the moment of its first line.
+/// The file is opened and closed for every line; a failing write raises in the caller.
 class MSimpleLog {
 public:
     explicit MSimpleLog(Platform& platform) : platform_(platform) {}

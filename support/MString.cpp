@@ -13,14 +13,17 @@ namespace {
 
 constexpr const wchar_t* separator = L", ";
 
-/// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the host's stack.
+/// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the
+/// host's stack.
 constexpr int deepestNesting = 64;
 constexpr const wchar_t* tooDeep = L"(...)";
 
 /// Identifier of the scripting runtime's dictionary interface.
-constexpr IID dictionaryInterface = {0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
+constexpr IID dictionaryInterface = {
+    0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
 /// Identifier of the oldest record set interface, which every later one still answers to.
-constexpr IID recordsetInterface = {0x0000050E, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x6D, 0x2E, 0xA4}};
+constexpr IID recordsetInterface = {
+    0x0000050E, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x6D, 0x2E, 0xA4}};
 
 Text Render(const Variant& value, int depth);
 
@@ -43,7 +46,8 @@ bool Answers(const LateBound& object, const IID& iid) {
 }
 
 bool IsDictionary(const LateBound& object) {
-    return Answers(object, dictionaryInterface) || object.Knows({L"Keys", L"Items", L"Exists", L"CompareMode"});
+    return Answers(object, dictionaryInterface) ||
+           object.Knows({L"Keys", L"Items", L"Exists", L"CompareMode"});
 }
 
 bool IsRecordset(const LateBound& object) {
@@ -118,20 +122,21 @@ Text Render(const Variant& value, int depth) {
         return tooDeep;
     }
     if (value.IsArray()) {
-        return value.Raw().parray == nullptr ? Text(L"[]") : L"[" + JoinedTexts(value.Elements(), depth + 1) + L"]";
+        return value.Raw().parray == nullptr ? Text(L"[]")
+                                             : L"[" + JoinedTexts(value.Elements(), depth + 1) + L"]";
     }
     if (value.IsObject()) {
         return RenderObject(value, depth + 1);
     }
     switch (value.Type()) {
-        case VT_EMPTY:
-            return L"(Empty)";
-        case VT_NULL:
-            return L"(Null)";
-        case VT_ERROR:
-            return RenderError(value.Raw().scode);
-        default:
-            return CanConvertToText(value) ? value.ToText() : L"(Typ " + Decimal(value.Type()) + L")";
+    case VT_EMPTY:
+        return L"(Empty)";
+    case VT_NULL:
+        return L"(Null)";
+    case VT_ERROR:
+        return RenderError(value.Raw().scode);
+    default:
+        return CanConvertToText(value) ? value.ToText() : L"(Typ " + Decimal(value.Type()) + L")";
     }
 }
 

@@ -15,7 +15,8 @@ Text ArrayToText(const Variant& vtValue);
 Text ListToText(const LateBound& oList);
 /// "{key=item, key=item}", in the dictionary's order.
 Text DictionaryToText(const LateBound& oDictionary);
-/// "{Recordset: name=value, name=value}" of the current record, or the names of its fields when there is none.
+/// "{Recordset: name=value, name=value}" of the current record, or the names of its fields when there is
+/// none.
 Text RecordsetToText(const LateBound& oRecordset);
 
 /// True when the object enumerates at least one item; an empty collection is no list.

@@ -24,7 +24,8 @@ public:
     MessageBoxes(const MessageBoxes&) = delete;
     MessageBoxes& operator=(const MessageBoxes&) = delete;
 
-    /// Shows a message box that belongs to no window, in the foreground, and waits until the user has closed it.
+    /// Shows a message box that belongs to no window, in the foreground, and waits until the user has closed
+    /// it.
     virtual void ShowMessage(const Text& prompt, int style, const Text& caption) = 0;
 };
 
