@@ -250,7 +250,7 @@ Variant Variant::Element(std::int32_t index) const {
 std::vector<Variant> Variant::Elements() const {
     SAFEARRAY* const array = ArrayIn(value_);
     std::size_t count = SafeArrayGetDim(array) == 0 ? 0 : 1;
-    for (USHORT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
+    for (UINT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
         count *= array->rgsabound[dimension].cElements;
     }
     const ArrayLock lock(array);

@@ -104,7 +104,7 @@ Text RenderObject(const Variant& value, int depth) {
         return L"(Object=Nothing)";
     }
     const auto address = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(value.ObjectPointer()));
-    const Text byAddress = L"(Object@" + Decimal(address) + L")";
+    Text byAddress = L"(Object@" + Decimal(address) + L")";
     try {
         return RenderByKind(LateBound(value), depth).value_or(byAddress);
     } catch (const RuntimeError&) {
