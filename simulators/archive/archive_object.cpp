@@ -24,32 +24,33 @@ bool NeedsSession(std::wstring_view member) {
 
 const MemberTable& ArchiveObject::Members() {
     using A = ArchiveObject;
-    static const MemberTable table = MemberTableOf<ArchiveObject>()
-                                         .Method(L"Login", 3, &A::Login)
-                                         .Method(L"EloWindow", 1, &A::EloWindow)
-                                         .Method(L"BringToFront", 0, &A::BringToFront)
-                                         .Method(L"GetEntryId", 1, &A::GetEntryId)
-                                         .Method(L"SelectView", 1, &A::SelectView)
-                                         .Method(L"LookupDelimiter", 0, &A::LookupDelimiter)
-                                         .Method(L"LookupIndex", 1, &A::LookupIndex)
-                                         .Method(L"CreateStructure", 2, &A::CreateStructure)
-                                         .Method(L"ReadObjMask", 1, &A::ReadObjMask)
-                                         .Method(L"PrepareObjectEx", 3, &A::PrepareObjectEx)
-                                         .Property(L"ObjMaskNo", &A::MaskNumber, &A::SetMaskNumber)
-                                         .Property(L"ObjShort", &A::ShortName, &A::SetShortName)
-                                         .Property(L"ObjMainParent", &A::MainParent)
-                                         .Method(L"setobjAttrib", 2, &A::SetAttribute)
-                                         .Method(L"getobjAttrib", 1, &A::GetAttribute)
-                                         .Method(L"AddPostboxFile", 1, &A::AddPostboxFile)
-                                         .Method(L"MoveToArchive", 1, &A::MoveToArchive)
-                                         .Method(L"UpdateObject", 0, &A::UpdateObject)
-                                         .Method(L"DoInvisibleSearch", 0, &A::DoInvisibleSearch)
-                                         .Method(L"GotoId", 1, &A::GotoId)
-                                         .Method(L"DeleteObj", 1, &A::DeleteObj)
-                                         .Method(L"clickon", 1, &A::ClickOn)
-                                         .Method(L"GetTreePath", 3, &A::GetTreePath)
-                                         .Method(L"PrintDocument", 6, &A::PrintDocument)
-                                         .Method(L"InsertRef", 4, &A::InsertRef);
+    static const MemberTable table =
+        MemberTableOf<ArchiveObject>()
+            .Method(L"Login", 3, &A::Login)
+            .Method(L"EloWindow", 1, &A::EloWindow)
+            .Method(L"BringToFront", 0, &A::BringToFront)
+            .Method(L"GetEntryId", 1, &A::GetEntryId)
+            .Method(L"SelectView", 1, [](A&, const Arguments& arguments) { return SelectView(arguments); })
+            .Method(L"LookupDelimiter", 0, &A::LookupDelimiter)
+            .Method(L"LookupIndex", 1, &A::LookupIndex)
+            .Method(L"CreateStructure", 2, &A::CreateStructure)
+            .Method(L"ReadObjMask", 1, &A::ReadObjMask)
+            .Method(L"PrepareObjectEx", 3, &A::PrepareObjectEx)
+            .Property(L"ObjMaskNo", &A::MaskNumber, &A::SetMaskNumber)
+            .Property(L"ObjShort", &A::ShortName, &A::SetShortName)
+            .Property(L"ObjMainParent", &A::MainParent)
+            .Method(L"setobjAttrib", 2, &A::SetAttribute)
+            .Method(L"getobjAttrib", 1, &A::GetAttribute)
+            .Method(L"AddPostboxFile", 1, &A::AddPostboxFile)
+            .Method(L"MoveToArchive", 1, &A::MoveToArchive)
+            .Method(L"UpdateObject", 0, &A::UpdateObject)
+            .Method(L"DoInvisibleSearch", 0, &A::DoInvisibleSearch)
+            .Method(L"GotoId", 1, &A::GotoId)
+            .Method(L"DeleteObj", 1, &A::DeleteObj)
+            .Method(L"clickon", 1, &A::ClickOn)
+            .Method(L"GetTreePath", 3, &A::GetTreePath)
+            .Method(L"PrintDocument", 6, &A::PrintDocument)
+            .Method(L"InsertRef", 4, &A::InsertRef);
     return table;
 }
 
@@ -183,7 +184,7 @@ Value ArchiveObject::BringToFront(Arguments&) {
     return Value::Long(1);
 }
 
-Value ArchiveObject::SelectView(Arguments& arguments) {
+Value ArchiveObject::SelectView(const Arguments& arguments) {
     const std::int32_t view = arguments.Long(0);
     return Value::Long(view >= 1 && view <= 5 ? 1 : InvalidArgument);
 }
@@ -355,7 +356,7 @@ Value ArchiveObject::GetEntryId(Arguments& arguments) {
     if (which < FirstHit) {
         return Value::Long(InvalidArgument);
     }
-    const std::size_t hit = static_cast<std::size_t>(which - FirstHit);
+    const auto hit = static_cast<std::size_t>(which - FirstHit);
     return Value::Long(hit < hits_.size() ? hits_[hit] : 0);
 }
 

@@ -100,7 +100,7 @@ private:
     Value EloWindow(Arguments& arguments);
     Value BringToFront(Arguments& arguments);
     Value GetEntryId(Arguments& arguments);
-    Value SelectView(Arguments& arguments);
+    static Value SelectView(const Arguments& arguments);
     Value LookupDelimiter(Arguments& arguments);
     Value LookupIndex(Arguments& arguments);
     Value CreateStructure(Arguments& arguments);

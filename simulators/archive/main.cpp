@@ -8,6 +8,7 @@
 #include <CLI/Formatter.hpp>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 namespace simulators {
@@ -219,7 +220,9 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
 }
 
 int Run(const Options& options) {
-    if (options.registers + options.unregisters + options.stops + !options.sample.empty() > 1) {
+    const std::array<bool, 4> actions{options.registers, options.unregisters, options.stops,
+                                      !options.sample.empty()};
+    if (std::count(actions.begin(), actions.end(), true) > 1) {
         throw Failure(L"--register, --unregister, --stop und --create-sample-store schliessen sich aus.");
     }
     if (!options.sample.empty()) {

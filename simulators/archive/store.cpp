@@ -124,7 +124,7 @@ ArchiveStore::ArchiveStore(std::wstring directory, unsigned patience)
 ArchiveStore::~ArchiveStore() {
     try {
         WriteCounter(nextId_);
-    } catch (const Failure&) {
+    } catch (...) {
         // The block reserved before stays reserved; ids are skipped, never used twice.
     }
 }

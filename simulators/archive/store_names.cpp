@@ -39,7 +39,7 @@ bool MeetsStoreFile(std::wstring_view name) {
     if (folded == L"ORDNER.JSON" || folded.ends_with(L".TMP")) {
         return true;
     }
-    const std::size_t digits =
+    const auto digits =
         static_cast<std::size_t>(std::find_if_not(name.begin(), name.end(), IsDigit) - name.begin());
     return digits > 0 && digits < name.size() && name[digits] == L'.';
 }

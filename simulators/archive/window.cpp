@@ -169,13 +169,13 @@ ArchiveWindow::ArchiveWindow(ArchiveStore& store, Appearance appearance)
         OnChange(change, id, folder);
     });
     FillTree();
-    ShowStatus();
     if (!store.Warnings().empty()) {
-        Notice(store.Warnings().front() +
-               (store.Warnings().size() == 1
-                    ? std::wstring()
-                    : L" (und " + std::to_wstring(store.Warnings().size() - 1) + L" weitere Hinweise)"));
+        notice_ = store.Warnings().front();
+        if (store.Warnings().size() > 1) {
+            notice_ += L" (und " + std::to_wstring(store.Warnings().size() - 1) + L" weitere Hinweise)";
+        }
     }
+    ShowStatus();
     if (appearance == Appearance::Normal) {
         ShowWindow(window_, SW_SHOWNORMAL);
         SetFocus(tree_);
@@ -463,7 +463,7 @@ bool ArchiveWindow::HandleKeys(MSG& message) {
 
 void ArchiveWindow::FocusNextPane(bool backwards) {
     const std::array<HWND, 3> panes{tree_, list_, details_};
-    const auto current = std::find(panes.begin(), panes.end(), GetFocus());
+    const auto* const current = std::find(panes.begin(), panes.end(), GetFocus());
     const std::size_t index = current == panes.end() ? 0 : static_cast<std::size_t>(current - panes.begin());
     SetFocus(panes[(index + (backwards ? 2 : 1)) % panes.size()]);
 }
@@ -612,7 +612,7 @@ HTREEITEM ArchiveWindow::AddTreeItem(std::int32_t folder, HTREEITEM parent, HTRE
     insert.item.lParam = folder;
     insert.item.iImage = FolderImage;
     insert.item.iSelectedImage = OpenFolderImage;
-    const HTREEITEM item = TreeView_InsertItem(tree_, &insert);
+    auto* const item = TreeView_InsertItem(tree_, &insert);
     items_[folder] = item;
     for (const std::int32_t child : store_.FindFolder(folder)->children) {
         AddTreeItem(child, item, TVI_LAST);

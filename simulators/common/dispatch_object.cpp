@@ -102,7 +102,7 @@ void Arguments::Assign(std::size_t index, const Value& value) const {
         *target->pvarVal = Value(value).Release();
         return;
     }
-    const VARTYPE type = static_cast<VARTYPE>(target->vt & ~VT_BYREF);
+    const auto type = static_cast<VARTYPE>(target->vt & ~VT_BYREF);
     Value converted;
     try {
         converted = value.ConvertedTo(type);
@@ -156,7 +156,7 @@ void Arguments::Assign(std::size_t index, const Value& value) const {
 // ----------------------------------------------------------------------------------------------
 
 void MemberTable::Add(Member member) {
-    const DISPID id = static_cast<DISPID>(members_.size() + 1);
+    const auto id = static_cast<DISPID>(members_.size() + 1);
     idByFoldedName_[FoldCase(member.name)] = id;
     members_.push_back(std::move(member));
 }

@@ -10,7 +10,7 @@ void FailWithLastError(std::wstring_view what, const std::wstring& path) {
 }
 
 std::wstring LongPath(std::wstring_view path) {
-    const std::wstring given(path);
+    std::wstring given(path);
     if (given.starts_with(L"\\\\?\\")) {
         return given;
     }

@@ -97,7 +97,7 @@ std::wstring DescribeContent(const Value& value) {
     if (FAILED(VariantChangeTypeEx(&converted, Source(variant), LOCALE_INVARIANT, 0, VT_BSTR))) {
         return L" ?";
     }
-    const std::wstring content = L" " + FromBstr(converted.bstrVal);
+    std::wstring content = L" " + FromBstr(converted.bstrVal);
     VariantClear(&converted);
     return content;
 }
@@ -255,7 +255,7 @@ std::wstring Describe(const VARIANT& value) {
     if (value.vt == (VT_BYREF | VT_VARIANT)) {
         return value.pvarVal == nullptr ? L"VARIANT& ?" : L"VARIANT& " + Describe(*value.pvarVal);
     }
-    const VARTYPE plain = static_cast<VARTYPE>(value.vt & ~(VT_BYREF | VT_ARRAY));
+    const auto plain = static_cast<VARTYPE>(value.vt & ~(VT_BYREF | VT_ARRAY));
     std::wstring text = TypeName(plain);
     if ((value.vt & VT_ARRAY) != 0) {
         text += L"[]";

@@ -20,15 +20,15 @@ public:
     Value& operator=(Value other) noexcept;
 
     static Value Null();
-    static Value Boolean(bool value);
-    static Value Short(std::int16_t value);
-    static Value Long(std::int32_t value);
-    static Value Double(double value);
+    static Value Boolean(bool content);
+    static Value Short(std::int16_t content);
+    static Value Long(std::int32_t content);
+    static Value Double(double content);
     // Days since 30 December 1899, as automation dates count.
-    static Value Date(double value);
+    static Value Date(double content);
     // Ten-thousandths, as automation currency counts.
     static Value Currency(std::int64_t tenThousandths);
-    static Value Text(std::wstring_view value);
+    static Value Text(std::wstring_view content);
     // Holds a reference of its own; a null pointer gives the empty object (Nothing).
     static Value Object(IDispatch* object);
     // A copy of any value with every by-reference level resolved. Throws HresultError (dispatch_object.h).

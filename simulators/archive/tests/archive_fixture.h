@@ -13,14 +13,14 @@ class RecordingView : public ArchiveView {
 public:
     struct Died {};
 
-    void BringToFront() override { log.push_back(L"BringToFront"); }
-    void Minimize() override { log.push_back(L"Minimize"); }
-    void Restore() override { log.push_back(L"Restore"); }
-    void Select(std::int32_t id) override { log.push_back(L"Select " + std::to_wstring(id)); }
-    void Refresh() override { log.push_back(L"Refresh"); }
-    void Notice(std::wstring_view text) override { log.push_back(L"Notice " + std::wstring(text)); }
+    void BringToFront() override { log.emplace_back(L"BringToFront"); }
+    void Minimize() override { log.emplace_back(L"Minimize"); }
+    void Restore() override { log.emplace_back(L"Restore"); }
+    void Select(std::int32_t id) override { log.emplace_back(L"Select " + std::to_wstring(id)); }
+    void Refresh() override { log.emplace_back(L"Refresh"); }
+    void Notice(std::wstring_view text) override { log.emplace_back(L"Notice " + std::wstring(text)); }
     void SessionsChanged() override { ++sessionChanges; }
-    void Close() override { log.push_back(L"Close"); }
+    void Close() override { log.emplace_back(L"Close"); }
     [[noreturn]] void Die() override { throw Died(); }
 
     std::vector<std::wstring> log;

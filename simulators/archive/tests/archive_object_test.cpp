@@ -37,12 +37,12 @@ VARIANT Reference(BSTR& text) {
 class ArchiveObjectTest : public ArchiveFixture {
 protected:
     // Creates the folder and answers its id.
-    std::int32_t Folder(const LateBoundClient& client, std::wstring_view path) {
+    static std::int32_t Folder(const LateBoundClient& client, std::wstring_view path) {
         return client.Call(L"CreateStructure", {Value::Text(path), Value::Short(0)}).Long();
     }
 
-    std::int32_t Prepare(const LateBoundClient& client, std::int32_t id, std::int16_t type,
-                         std::int32_t mask) {
+    static std::int32_t Prepare(const LateBoundClient& client, std::int32_t id, std::int16_t type,
+                                std::int32_t mask) {
         return client.Call(L"PrepareObjectEx", {Value::Long(id), Value::Short(type), Value::Long(mask)})
             .Long();
     }
@@ -60,7 +60,7 @@ protected:
         return client.Call(L"GetEntryId", {Value::Short(-2)}).Long();
     }
 
-    std::vector<std::int32_t> Hits(const LateBoundClient& client) {
+    static std::vector<std::int32_t> Hits(const LateBoundClient& client) {
         std::vector<std::int32_t> ids;
         for (std::int32_t hit = 0;; ++hit) {
             const std::int32_t id = client.Call(L"GetEntryId", {Value::Long(FirstHit + hit)}).Long();

@@ -74,8 +74,7 @@ protected:
         const ULONGLONG limit = GetTickCount64() + 60000;
         while (Output().find("Bereit:") == std::string::npos) {
             ASSERT_LT(GetTickCount64(), limit) << Errors();
-            ASSERT_EQ(WaitForSingleObject(process_.hProcess, 10), static_cast<DWORD>(WAIT_TIMEOUT))
-                << Errors();
+            ASSERT_NE(WaitForSingleObject(process_.hProcess, 10), WAIT_OBJECT_0) << Errors();
         }
     }
 

@@ -10,7 +10,6 @@ namespace simulators {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class StoreTest : public StoreFixture {

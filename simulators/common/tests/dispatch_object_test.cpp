@@ -27,8 +27,8 @@ private:
                         [](Calculator&, Arguments& a) {
                             return Value::Long(static_cast<std::int32_t>(a.Text(0).size()));
                         })
-                .Method(L"Swap", 2, &Calculator::Swap)
-                .Method(L"Fail", 1, &Calculator::Fail)
+                .Method(L"Swap", 2, [](Calculator&, Arguments& a) { return Swap(a); })
+                .Method(L"Fail", 1, [](Calculator&, Arguments& a) { return Fail(a); })
                 .Property(L"Total", &Calculator::Total, &Calculator::SetTotal)
                 .Property(L"Name", [](Calculator&, Arguments&) { return Value::Text(L"Rechner"); })
                 .Property(L"Cell", &Calculator::Cell, &Calculator::SetCell, 1)
@@ -40,14 +40,14 @@ private:
         total_ += arguments.Long(0) + (arguments.IsMissing(1) ? 0 : arguments.Long(1));
         return Value::Long(total_);
     }
-    Value Swap(Arguments& arguments) {
+    static Value Swap(Arguments& arguments) {
         const Value first = arguments.Any(0);
         const Value second = arguments.Any(1);
         arguments.Assign(0, second);
         arguments.Assign(1, first);
         return Value();
     }
-    Value Fail(Arguments& arguments) {
+    static Value Fail(Arguments& arguments) {
         switch (arguments.Long(0)) {
         case 1:
             throw AutomationError(5, L"Ungültig", L"Quelle");
@@ -65,7 +65,7 @@ private:
             throw 7;
         }
     }
-    Value Total(Arguments&) { return Value::Long(total_); }
+    Value Total(Arguments&) const { return Value::Long(total_); }
     void SetTotal(Arguments& arguments) { total_ = arguments.Long(0); }
     Value Cell(Arguments& arguments) { return Value::Long(cells_[arguments.Long(0)]); }
     void SetCell(Arguments& arguments) { cells_[arguments.Long(0)] = arguments.Long(1); }

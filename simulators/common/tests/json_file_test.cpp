@@ -62,7 +62,7 @@ TEST(JsonFileTest, NamesAnUnknownMember) {
 }
 
 TEST(JsonFileTest, SaysWhatIsMissingOrOfTheWrongKind) {
-    const JsonFile file = Parsed("{\"zahl\": 3, \"text\": \"\", \"gross\": 99999999999, \"bruch\": 1.5}");
+    const JsonFile file = Parsed(R"({"zahl": 3, "text": "", "gross": 99999999999, "bruch": 1.5})");
     const auto& root = file.Root();
     EXPECT_EQ(FailureOf([&] { file.Required(root, "fehlt"); }),
               L"probe.json, Zeile 1, Spalte 1: Die Angabe «fehlt» fehlt.");

@@ -25,7 +25,9 @@ TEST(Text, ComparesWithoutLetterCaseBeyondAscii) {
 TEST(Value, KeepsATextWithEmbeddedNul) {
     const std::wstring text(L"a\0b", 3);
     const Value value = Value::Text(text);
-    const Value copy = value;
+    Value copy;
+    copy = value;
+    EXPECT_NE(copy.Get().bstrVal, value.Get().bstrVal);
     EXPECT_EQ(FromBstr(copy.Get().bstrVal), text);
 }
 
