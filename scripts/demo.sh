@@ -1,4 +1,5 @@
-# A year of the sample client through the component, with both stand-ins, in a Windows session of its own.
+# A year of the sample client through the component, and what happens to it afterwards, with both stand-ins, in a Windows
+# session of its own.
 # shellcheck shell=bash
 
 demo="$build/demo"
@@ -6,7 +7,9 @@ demoInstall="$demo/Kandora"
 demoStore="$demo/Archiv"
 demoClient="$demo/Muster AG.json"
 demoReport="$demo/Bericht.json"
+demoPrint="$demo/Druck.pdf"
 demoPicture="$demo/Archiv.png"
+demoDialogPicture="$demo/Auswertung.png"
 demoArchiveLog="$logs/demo-archive-program.log"
 archivePid=
 
@@ -23,7 +26,20 @@ install_files() {
         cp "$bin/Kandora.dll" "$bin/Platzhalter.pdf" "$demoInstall" &&
         demo_run "$bin/ArchiveSimulator.exe" --create-sample-store "$(windows_path "$demoStore")" &&
         python3 "$root/scripts/fill_ini.py" "$bin/Kandora.ini.template" "$demoStore/archiv.json" \
-            "$demoInstall/Kandora.ini" --folder Buchhaltung --printer-file "$(windows_path "$demo/Druck.pdf")"
+            "$demoInstall/Kandora.ini" --folder Buchhaltung --printer-file "$(windows_path "$demoPrint")"
+}
+
+# Dates and amounts as a Swiss workstation writes them: 31.12.2026 and 1'234.50.
+set_swiss_formats() {
+    local file="$demo/formats.reg"
+    {
+        printf '%s\r\n' 'REGEDIT4' '' '[HKEY_CURRENT_USER\Control Panel\International]'
+        printf '"%s"="%s"\r\n' sShortDate dd.MM.yyyy sLongDate 'dddd, d. MMMM yyyy' sDate . iDate 1 sTime : iTime 1 \
+            sTimeFormat HH:mm:ss sShortTime HH:mm sDecimal . sThousand "'" sMonDecimalSep . sMonThousandSep "'" \
+            sCurrency CHF iCountry 41 iMeasure 0 sList ';'
+    } >"$file" &&
+        demo_tool regedit.exe /S "$(windows_path "$file")" &&
+        demo_tool reg.exe query 'HKCU\Control Panel\International' /v sShortDate | grep -F dd.MM.yyyy
 }
 
 register_component() {
@@ -78,21 +94,37 @@ run_year() {
     # Through a pipe wine leaves the terminal alone.
     demo_run "$build/$demoArchitecture/bin/HostSimulator.exe" \
         --client "$(windows_path "$root/simulators/clients/Muster AG.json")" --client-copy "$(windows_path "$demoClient")" \
-        --year --table --store "$(windows_path "$demoStore")" --answer-boxes \
+        --year --requests "$(windows_path "$root/simulators/clients/Aenderungen.txt")" \
+        --table --store "$(windows_path "$demoStore")" --answer-boxes \
+        --printer-file "$(windows_path "$demoPrint")" --picture-hook "$(windows_path "$demo/Auswertung")" \
         --report "$(windows_path "$demoReport")" 2>&1 </dev/null | tr -d '\r' | tee "$logs/demo-year.log"
 }
 
-# A picture of the archive's window with the debtors' folder open and its first entry chosen.
+# Takes a picture of the report dialog once it is filled in; it waits for that. Runs beside the year until the year ends.
+photograph_dialog() {
+    local ready="$demo/Auswertung.ready"
+    while [[ ! -e $ready ]]; do
+        kill -0 $$ 2>/dev/null || return
+        sleep 0.2
+    done
+    wait_until "the dialog stands still" settled && import -window root -trim +repage "$demoDialogPicture"
+    touch "$demo/Auswertung.done"
+}
+
+# A picture of the archive's window with the entry that it showed last.
 take_picture() {
-    local before now entry
+    local before
     before=$(display_signature) &&
-        entry=$(find "$demoStore/Ordner" -path '*/Debi/*' -name '[0-9]*.json' -printf '%f\n' | sort -n | head -n 1) &&
-        demo_tool cscript.exe //nologo "$(windows_path "$root/scripts/show_entry.vbs")" \
-            Kandora geheim Muster-Archiv "${entry%.json}" | grep '^shown' || return
+        demo_tool cscript.exe //nologo "$(windows_path "$root/scripts/show_archive.vbs")" \
+            Kandora geheim Muster-Archiv | grep '^shown' || return
     drawn() { [[ $(display_signature) != "$before" ]]; }
-    settled() { now=$(display_signature) && sleep 0.3 && [[ $(display_signature) == "$now" ]]; }
     wait_until "the window is drawn" drawn && wait_until "the picture stands still" settled &&
         import -window root -trim +repage "$demoPicture"
+}
+
+settled() {
+    local now
+    now=$(display_signature) && sleep 0.3 && [[ $(display_signature) == "$now" ]]
 }
 
 display_signature() { import -window root rgb:- | cksum; }
@@ -105,18 +137,24 @@ stop_archive() {
 archive_ended() { ! kill -0 "$archivePid" 2>/dev/null; }
 
 run_demo() {
-    local demoArchitecture=x86 start=$EPOCHREALTIME result=0
+    local demoArchitecture=x86 start=$EPOCHREALTIME result=0 photographer
     has_32_bit_wine || demoArchitecture=x64
     mkdir -p "$demo"
     begin_wine "$demo/wine"
     use_prefix "$demo/wine"
+    step demo-formats "Give the Windows session Swiss formats" set_swiss_formats
     step demo-install "Install into build/demo/Kandora, with an empty archive" install_files
     step demo-register "Register the component (regsvr32)" register_component
     step demo-simulators "Register the stand-ins for archive and accounting" register_simulators
     step demo-archive "Start the archive" start_archive
     say ""
     say "A year of the sample client, $demoArchitecture component:"
+    photograph_dialog >"$logs/demo-dialog.log" 2>&1 &
+    photographer=$!
     run_year || result=$?
+    kill "$photographer" 2>/dev/null || true
+    wait "$photographer" || true
+    [[ -f $demoDialogPicture ]] || demoDialogPicture="none, see $logs/demo-dialog.log"
     say ""
     step demo-picture "Take a picture of the archive's window" take_picture || demoPicture="none, see above"
     step demo-stop "Close the archive" stop_archive
@@ -124,6 +162,8 @@ run_demo() {
     say ""
     say "The archive's store, folder by folder:  $demoStore/Ordner"
     say "Its window after the run:               $demoPicture"
+    say "The dialog that describes the report:   $demoDialogPicture"
+    say "The report as it was printed:           $demoPrint"
     say "Every request with its answer:          $demoReport"
     say "The installed component:                $demoInstall"
     say "The whole demonstration took $(seconds_since "$start") s."

@@ -76,12 +76,15 @@ ensure_prefix() {
 # Keeps the services of WINEPREFIX running until stop_wineserver. Otherwise the first program of a session would start them
 # and hand them its output, and whoever reads that output would wait until they have gone down again.
 hold_session() {
-    local fifo="$WINEPREFIX/.hold" input
+    local fifo="$WINEPREFIX/.hold" input loader
+    loader=$(wine_loader x64)
     rm -f "$fifo"
     mkfifo "$fifo"
     # The other end stays open in this shell: when the shell dies, however it dies, the session ends.
     exec {input}<>"$fifo"
-    "$(wine_loader x64)" cmd.exe /c pause <"$fifo" >/dev/null 2>&1 {input}>&- &
+    "$loader" cmd.exe /c pause <"$fifo" >/dev/null 2>&1 {input}>&- &
+    # When a second program has run, the services are there; this one asks for the desktop, which has a process as well.
+    "$loader" rundll32.exe user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 {input}>&- || true
 }
 
 stop_wineserver() {
