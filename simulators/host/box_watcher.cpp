@@ -1,8 +1,8 @@
 #include "box_watcher.h"
 
-#include <array>
+#include "window_texts.h"
+
 #include <chrono>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -11,44 +11,13 @@ namespace {
 
 constexpr std::wstring_view reportDialogCaption = L"Auswertung Indizieren";
 constexpr std::wstring_view inputBoxCaption = L"Archivpfad erstellen";
-constexpr UINT answerLimitMilliseconds = 5000;
 constexpr auto pollInterval = std::chrono::milliseconds(10);
 // A click can be lost while a box is still coming up, so it is repeated for as long as the box stays.
 constexpr unsigned looksBeforeRepeat = 30;
 
-std::wstring ClassOf(HWND window) {
-    std::array<wchar_t, 64> name{};
-    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return {name.data(), static_cast<std::size_t>(length)};
-}
-
-// The window's text; nothing when its thread does not answer, which it does once it gets back to its
-// messages.
-std::optional<std::wstring> TextOf(HWND window) {
-    DWORD_PTR length = 0;
-    if (!SendMessageTimeoutW(window, WM_GETTEXTLENGTH, 0, 0, SMTO_ABORTIFHUNG, answerLimitMilliseconds,
-                             &length)) {
-        return std::nullopt;
-    }
-    std::wstring text(static_cast<std::size_t>(length) + 1, L'\0');
-    DWORD_PTR copied = 0;
-    if (!SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
-                             SMTO_ABORTIFHUNG, answerLimitMilliseconds, &copied)) {
-        return std::nullopt;
-    }
-    text.resize(static_cast<std::size_t>(copied));
-    return text;
-}
-
 BOOL CALLBACK Collect(HWND window, LPARAM list) {
     reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
     return TRUE;
-}
-
-std::vector<HWND> ChildrenOf(HWND parent) {
-    std::vector<HWND> children;
-    EnumChildWindows(parent, Collect, reinterpret_cast<LPARAM>(&children));
-    return children;
 }
 
 bool IsBox(HWND window) {
@@ -62,49 +31,16 @@ bool IsBox(HWND window) {
     return caption && (*caption == inputBoxCaption || *caption == reportDialogCaption);
 }
 
-std::wstring WithoutMnemonic(std::wstring text) {
-    std::erase(text, L'&');
-    return text;
-}
-
-// "OK" or "Archivieren" by name, else the default button, else the first one; none when there is no button.
-HWND ConfirmingButton(HWND box) {
-    HWND first = nullptr;
-    HWND defaultButton = nullptr;
-    for (HWND child : ChildrenOf(box)) {
-        if (ClassOf(child) != L"Button") {
-            continue;
-        }
-        const std::wstring text = WithoutMnemonic(TextOf(child).value_or(L""));
-        if (text == L"OK" || text == L"Archivieren") {
-            return child;
-        }
-        const auto kind = GetWindowLongPtrW(child, GWL_STYLE) & BS_TYPEMASK;
-        if (kind == BS_DEFPUSHBUTTON) {
-            defaultButton = child;
-        }
-        if (!first && kind <= BS_DEFPUSHBUTTON) {
-            first = child;
-        }
-    }
-    return defaultButton ? defaultButton : first;
-}
-
-// The report dialog's description is its multi-line text box.
-void DescribeReport(HWND dialog) {
-    for (HWND child : ChildrenOf(dialog)) {
-        const bool multiLine = (GetWindowLongPtrW(child, GWL_STYLE) & ES_MULTILINE) != 0;
-        if (ClassOf(child) == L"Edit" && multiLine && TextOf(child) == L"") {
-            SendMessageTimeoutW(child, WM_SETTEXT, 0,
-                                reinterpret_cast<LPARAM>(L"Auswertung der Finanzbuchhaltung"),
-                                SMTO_ABORTIFHUNG, answerLimitMilliseconds, nullptr);
-        }
-    }
+std::wstring InLines(const ReportDescription& report) {
+    return L"Kurzbezeichnung: " + report.shortName.value_or(L"") + L"\nDatum von: " +
+           report.from.value_or(L"") + L"\nDatum bis: " + report.to.value_or(L"") + L"\nBeschreibung: " +
+           report.description;
 }
 
 }  // namespace
 
-BoxWatcher::BoxWatcher(DWORD threadId) : threadId_(threadId), thread_([this] { Run(); }) {}
+BoxWatcher::BoxWatcher(DWORD threadId, const std::filesystem::path& pictureHook)
+    : threadId_(threadId), typist_(pictureHook, stop_), thread_([this] { Run(); }) {}
 
 BoxWatcher::~BoxWatcher() {
     stop_ = true;
@@ -114,6 +50,11 @@ BoxWatcher::~BoxWatcher() {
 std::vector<AnsweredBox> BoxWatcher::TakeAnswered() {
     const std::lock_guard guard(lock_);
     return std::exchange(answered_, {});
+}
+
+void BoxWatcher::DescribeNextReport(const ReportDescription& description) {
+    const std::lock_guard guard(lock_);
+    description_ = description;
 }
 
 void BoxWatcher::Run() {
@@ -146,8 +87,9 @@ void BoxWatcher::Answer(HWND box) {
         pending_.erase(entry);
         return;
     }
-    if (*caption == reportDialogCaption) {
-        DescribeReport(box);
+    if (*caption == reportDialogCaption && isNew) {
+        AnswerReport(box);
+        return;
     }
     if (isNew) {
         AnsweredBox answered{*caption, L""};
@@ -164,6 +106,27 @@ void BoxWatcher::Answer(HWND box) {
     }
     PostMessageW(box, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(button), BN_CLICKED),
                  reinterpret_cast<LPARAM>(button));
+}
+
+void BoxWatcher::AnswerReport(HWND dialog) {
+    ReportDescription description;
+    {
+        const std::lock_guard guard(lock_);
+        description = std::exchange(description_, {});
+    }
+    ReportDescription filled;
+    const std::wstring complaint = typist_.FillIn(dialog, description, filled);
+    {
+        // Before the click, after which the request may end at any moment.
+        const std::lock_guard guard(lock_);
+        answered_.push_back(
+            {std::wstring(reportDialogCaption), complaint.empty() ? InLines(filled) : complaint});
+    }
+    if (complaint.empty()) {
+        typist_.Confirm(dialog);
+    } else {
+        PostMessageW(dialog, WM_CLOSE, 0, 0);
+    }
 }
 
 }  // namespace simulators

@@ -283,6 +283,11 @@ std::wstring SetBookingField(Booking& booking, const std::wstring& field, const 
         booking.barcode = value;
     } else if (field == L"docId") {
         booking.docId = value;
+    } else if (field == L"belegNr" || field == L"belegIndex") {
+        if (value.empty()) {
+            return L"Belegnummer und Belegindex können nicht leer sein.";
+        }
+        (field == L"belegNr" ? booking.belegNr : booking.belegIndex) = value;
     } else if (field == L"datum") {
         if (!ParseDate(value, booking.datum)) {
             return L"Ein Datum hat die Form 2026-03-31, nicht " + Guillemets(value) + L".";

@@ -29,6 +29,8 @@ struct Given {
     std::string component;
     std::string report;
     std::string store;
+    std::string printerFile;
+    std::string pictureHook;
     bool answerBoxes = false;
     bool table = false;
     std::size_t tableRows = CommandLine().tableRows;
@@ -51,7 +53,8 @@ void Declare(CLI::App& app, Given& given) {
     app.add_option("--client", given.client, "Mandantendatei (JSON)");
     app.add_option("--client-copy", given.clientCopy,
                    "Arbeitet auf einer Kopie der Mandantendatei, die hier angelegt wird.");
-    app.add_option("--requests", given.requests, "Sendet die Anfragen dieser Datei.");
+    app.add_option("--requests", given.requests,
+                   ToUtf8(L"Sendet die Anfragen dieser Datei, mit --year nach den Buchungen."));
     app.add_flag("--year", given.year, "Speichert alle Buchungen des Mandanten.");
     app.add_flag("--menu", given.menu,
                  ToUtf8(L"Bietet Beispielläufe zur Auswahl an (Vorgabe an der Konsole)."));
@@ -61,10 +64,16 @@ void Declare(CLI::App& app, Given& given) {
     app.add_flag("--answer-boxes", given.answerBoxes,
                  ToUtf8(L"Bestätigt Meldungen und Eingabefenster von selbst."));
     app.add_option("--report", given.report, "Schreibt das Ergebnis als JSON in diese Datei.");
-    app.add_flag("--table", given.table, ToUtf8(L"Zeigt nach --year, was wo abgelegt wurde."));
+    app.add_flag("--table", given.table,
+                 ToUtf8(L"Zeigt nach --year, was wo abgelegt wurde, und nach --requests, was sich im Archiv "
+                        L"geändert hat."));
     app.add_option("--table-rows", given.tableRows,
                    ToUtf8(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
     app.add_option("--store", given.store, "Ablageordner des Archivs, aus dem die Tabelle gelesen wird.");
+    app.add_option("--printer-file", given.printerFile,
+                   ToUtf8(L"Datei, in die PrintDocument vor der Anfrage eine Saldobilanz (PDF) druckt."));
+    app.add_option("--picture-hook", given.pictureHook,
+                   ToUtf8(L"Schreibt vor dem Klick auf «Archivieren» PFAD.ready und wartet auf PFAD.done."));
     app.add_flag("--register", given.registerClass,
                  ToUtf8(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
     app.add_flag("--unregister", given.unregisterClass, "Nimmt den Eintrag wieder weg.");
@@ -78,7 +87,7 @@ CommandLine::Task TaskOf(const Given& given, bool embedding) {
             tasks.push_back(task);
         }
     };
-    add(!given.requests.empty(), Task::Requests);
+    add(!given.requests.empty() && !given.year, Task::Requests);
     add(given.year, Task::Year);
     add(given.menu, Task::Menu);
     add(given.serve || embedding, Task::Serve);
@@ -86,7 +95,7 @@ CommandLine::Task TaskOf(const Given& given, bool embedding) {
     add(given.unregisterClass, Task::Unregister);
     if (tasks.size() > 1) {
         throw Failure(
-            L"Nur eine dieser Angaben ist möglich: --requests, --year, --menu, --serve, --register, "
+            L"Nur eine dieser Angaben ist möglich: --requests oder --year, --menu, --serve, --register, "
             L"--unregister.");
     }
     return tasks.empty() ? Task::Menu : tasks.front();
@@ -102,8 +111,11 @@ void RequireSense(const CommandLine& options) {
     if (!options.clientCopy.empty() && options.client.empty()) {
         throw Failure(L"--client-copy braucht --client.");
     }
-    if (options.table && options.task == Task::Requests) {
-        throw Failure(L"--table gibt es nur zusammen mit --year.");
+    if (options.table && options.task == Task::Requests && options.store.empty()) {
+        throw Failure(L"--table braucht bei --requests den Ablageordner des Archivs: --store ORDNER.");
+    }
+    if (!options.pictureHook.empty() && !options.answerBoxes) {
+        throw Failure(L"--picture-hook gibt es nur zusammen mit --answer-boxes.");
     }
 }
 
@@ -146,6 +158,8 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     result.component = FromUtf8(given.component);
     result.report = FromUtf8(given.report);
     result.store = FromUtf8(given.store);
+    result.printerFile = FromUtf8(given.printerFile);
+    result.pictureHook = FromUtf8(given.pictureHook);
     result.answerBoxes = given.answerBoxes;
     result.table = given.table;
     result.tableRows = given.tableRows;

@@ -17,10 +17,13 @@ struct CommandLine {
     bool embedding = false;
     std::filesystem::path client;
     std::filesystem::path clientCopy;
+    // With Task::Year what is sent after the year; empty for nothing.
     std::filesystem::path requests;
     std::filesystem::path component;
     std::filesystem::path report;
     std::filesystem::path store;
+    std::filesystem::path printerFile;
+    std::filesystem::path pictureHook;
     bool answerBoxes = false;
     bool table = false;
     // Entries shown per kind of booking; 0 shows all.

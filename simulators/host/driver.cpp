@@ -1,7 +1,10 @@
 #include "driver.h"
 
+#include "trial_balance.h"
+
 #include "simulators/common/files.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace simulators {
@@ -40,12 +43,37 @@ void RequireDocId(const Request& request, const std::wstring& requestFile, const
 
 void Apply(const Request& request, const std::wstring& requestFile, ClientFile* client) {
     Booking& booking = BookingOf(request, requestFile, client);
+    const auto isOther = [&](const Booking& candidate) {
+        return &candidate != &booking && candidate.belegNr == booking.belegNr &&
+               candidate.belegIndex == booking.belegIndex;
+    };
     for (const FieldChange& change : request.changes) {
         const std::wstring complaint = SetBookingField(booking, change.field, change.value);
         if (!complaint.empty()) {
             throw Failure(AtPlace(requestFile, change.place, complaint));
         }
     }
+    if (std::any_of(client->Bookings().begin(), client->Bookings().end(), isOther)) {
+        throw Failure(
+            AtPlace(requestFile, request.place,
+                    L"Die Buchung " + booking.belegNr + L"/" + booking.belegIndex + L" gibt es schon."));
+    }
+}
+
+ReportDescription DescriptionIn(const Request& request) {
+    ReportDescription description;
+    for (const FieldChange& change : request.changes) {
+        if (change.field == L"kurzbezeichnung") {
+            description.shortName = change.value;
+        } else if (change.field == L"von") {
+            description.from = change.value;
+        } else if (change.field == L"bis") {
+            description.to = change.value;
+        } else {
+            description.description = change.value;
+        }
+    }
+    return description;
 }
 
 // Out-of-process objects and windows of the component live on this thread's messages.
@@ -89,6 +117,11 @@ Outcome Driver::Run(const Request& request, const std::wstring& requestFile) {
         }
         accounting_.Client()->SetOption(optionGroup, request.optionKey, request.text);
         break;
+    case RequestKind::DescribeReport:
+        if (boxes_) {
+            boxes_->DescribeNextReport(DescriptionIn(request));
+        }
+        break;
     default:
         Send(request, requestFile, outcome);
         break;
@@ -104,6 +137,10 @@ void Driver::Send(const Request& request, const std::wstring& requestFile, Outco
         RequireDocId(request, requestFile, booking);
         outcome.docId = booking.docId;
         outcome.barcode = booking.barcode;
+    }
+    if (request.kind == RequestKind::PrintDocument && !printerFile_.empty() && accounting_.Client()) {
+        WriteFileAtomically(printerFile_.wstring(),
+                            RenderTrialBalance(ComputeTrialBalance(*accounting_.Client())));
     }
     ProviderCall call;
     call.kind = request.kind;

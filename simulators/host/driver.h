@@ -5,6 +5,7 @@
 #include "provider_link.h"
 #include "request_file.h"
 
+#include <filesystem>
 #include <vector>
 
 namespace simulators {
@@ -28,9 +29,11 @@ struct Outcome {
 // Runs requests one after the other, as the accounting does: on the thread that created the component.
 class Driver {
 public:
-    // `boxes` may be null. All must outlive the driver.
-    Driver(Accounting& accounting, const ProviderLink& provider, BoxWatcher* boxes)
-        : accounting_(accounting), provider_(provider), boxes_(boxes) {}
+    // `boxes` may be null. All must outlive the driver. `printerFile` is where a report is printed to before
+    // it is sent; empty for no printing.
+    Driver(Accounting& accounting, const ProviderLink& provider, BoxWatcher* boxes,
+           std::filesystem::path printerFile = {})
+        : accounting_(accounting), provider_(provider), boxes_(boxes), printerFile_(std::move(printerFile)) {}
 
     // Throws Failure when the accounting's own data does not allow the request (an unknown booking, a client
     // file that cannot be read); a failing component is an outcome, not a failure. `requestFile` is named in
@@ -43,6 +46,7 @@ private:
     Accounting& accounting_;
     const ProviderLink& provider_;
     BoxWatcher* boxes_;
+    std::filesystem::path printerFile_;
 };
 
 // Goes through the requests as Driver would, without a component: files that cannot be read, bookings that do

@@ -2,6 +2,7 @@
 
 #include "accounting.h"
 #include "box_watcher.h"
+#include "changes_table.h"
 #include "command_line.h"
 #include "driver.h"
 #include "menu.h"
@@ -136,13 +137,17 @@ public:
         provider_ = options_.component.empty() ? ProviderLink::FromRegistration()
                                                : ProviderLink::FromLibrary(options_.component);
         if (options_.answerBoxes) {
-            boxes_ = std::make_unique<BoxWatcher>(GetCurrentThreadId());
+            boxes_ = std::make_unique<BoxWatcher>(GetCurrentThreadId(), options_.pictureHook);
         }
     }
 
     void RunRequests(const std::vector<Request>& requests, const std::wstring& name) {
+        if (options_.table && !options_.store.empty()) {
+            RunRequestsWithTable(requests, name);
+            return;
+        }
         const Timer timer(seconds_);
-        Driver driver(*accounting_, *provider_, boxes_.get());
+        Driver driver = MakeDriver();
         for (const Request& request : requests) {
             Keep(driver.Run(request, name));
             PrintLine(DescribeOutcome(outcomes_.back()));
@@ -155,7 +160,7 @@ public:
         const double before = seconds_;
         {
             const Timer timer(seconds_);
-            Driver driver(*accounting_, *provider_, boxes_.get());
+            Driver driver = MakeDriver();
             Progress progress(accounting_->Client()->Bookings().size());
             std::size_t saved = 0;
             for (const Request& request : requests) {
@@ -200,6 +205,38 @@ private:
         double& sum_;
         std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     };
+
+    Driver MakeDriver() { return {*accounting_, *provider_, boxes_.get(), options_.printerFile}; }
+
+    // Reads the archive back after every request. What the accounting changes in its own data is shown with
+    // the request that follows.
+    void RunRequestsWithTable(const std::vector<Request>& requests, const std::wstring& name) {
+        Driver driver = MakeDriver();
+        StoreReader before = StoreReader::Read(options_.store);
+        ChangeStep step;
+        ChangeTotals totals;
+        for (const Request& request : requests) {
+            {
+                const Timer timer(seconds_);
+                Keep(driver.Run(request, name));
+            }
+            step.outcome = outcomes_.back();
+            if (!IsSentToComponent(request.kind)) {
+                step.preparations.push_back(DescribeOutcome(step.outcome));
+                continue;
+            }
+            StoreReader after = StoreReader::Read(options_.store);
+            totals.Add(CompareStores(before, after));
+            PrintLine(L"");
+            for (const std::wstring& line : RenderChange(totals.requests, step, before, after)) {
+                PrintLine(line);
+            }
+            before = std::move(after);
+            step = {};
+        }
+        PrintLine(L"");
+        PrintLine(RenderChangeTotals(totals));
+    }
 
     void Keep(Outcome outcome) {
         failed_ = failed_ || FAILED(outcome.code);
@@ -317,15 +354,15 @@ int Run(const std::vector<std::wstring>& arguments) {
     }
     // Whatever is wrong with the input shows before the component is created.
     std::vector<Request> requests;
-    if (options->task == Task::Requests) {
+    if (!options->requests.empty()) {
         requests = ReadRequests(options->requests);
     }
     Session session(*options);
     OpenClient(session, *options);
-    if (options->task == Task::Requests) {
-        CheckRequests(requests, options->requests.wstring(), session.State().Client());
-    } else if (options->task == Task::Year) {
-        requests = YearRequests(*session.State().Client());
+    CheckRequests(requests, options->requests.wstring(), session.State().Client());
+    std::vector<Request> year;
+    if (options->task == Task::Year) {
+        year = YearRequests(*session.State().Client());
     } else if (options->task == Task::Serve) {
         Serve(*options);
         return exitDone;
@@ -339,7 +376,12 @@ int Run(const std::vector<std::wstring>& arguments) {
     }
     switch (options->task) {
     case Task::Year:
-        return RunAndReport(session, [&] { session.RunYear(requests); });
+        return RunAndReport(session, [&] {
+            session.RunYear(year);
+            if (!requests.empty()) {
+                session.RunRequests(requests, options->requests.wstring());
+            }
+        });
     case Task::Menu:
         return RunAndReport(session, [&] {
             session.RunRequests(ParseRequests(L"InitProvider\nStartProvider", L"Start"), L"Start");

@@ -190,6 +190,7 @@ ProviderAnswer ProviderLink::Send(const ProviderCall& call) const {
     case RequestKind::CloseClient:
     case RequestKind::ChangeBooking:
     case RequestKind::SetOption:
+    case RequestKind::DescribeReport:
         answer.code = E_INVALIDARG;
         break;
     }

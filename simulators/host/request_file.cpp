@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace simulators {
 namespace {
@@ -34,10 +35,14 @@ constexpr std::array requestNames{
     RequestName{RequestKind::CloseClient, L"closeclient", false},
     RequestName{RequestKind::ChangeBooking, L"change", false},
     RequestName{RequestKind::SetOption, L"option", false},
+    RequestName{RequestKind::DescribeReport, L"describe", false},
 };
 
-constexpr std::array<std::wstring_view, 7> bookingFields{L"text",    L"datum",    L"betrag", L"opNr",
-                                                         L"barcode", L"ursprung", L"docId"};
+constexpr std::array<std::wstring_view, 9> bookingFields{
+    L"belegNr", L"belegIndex", L"text", L"datum", L"betrag", L"opNr", L"barcode", L"ursprung", L"docId"};
+
+// What a user can fill in when a report is filed.
+constexpr std::array<std::wstring_view, 4> reportFields{L"kurzbezeichnung", L"von", L"bis", L"beschreibung"};
 
 struct Token {
     std::wstring text;
@@ -169,7 +174,14 @@ private:
             request.copy = TakeOptional();
             break;
         case RequestKind::ChangeBooking:
-            ReadChanges(request);
+            request.belegNr = Take(L"die Belegnummer").text;
+            request.belegIndex = Take(L"der Belegindex").text;
+            ReadAssignments(request, bookingFields, L"eine Änderung wie text=\"neuer Text\"",
+                            L"Eine Buchung hat kein Feld ");
+            break;
+        case RequestKind::DescribeReport:
+            ReadAssignments(request, reportFields, L"eine Angabe wie beschreibung=\"Saldobilanz\"",
+                            L"Eine Auswertung hat keine Angabe ");
             break;
         case RequestKind::SetOption:
             ReadOption(request);
@@ -192,18 +204,17 @@ private:
         }
     }
 
-    void ReadChanges(Request& request) {
-        request.belegNr = Take(L"die Belegnummer").text;
-        request.belegIndex = Take(L"der Belegindex").text;
+    void ReadAssignments(Request& request, std::span<const std::wstring_view> fields, const wchar_t* example,
+                         const std::wstring& unknown) {
         do {
-            const Token& token = Take(L"eine Änderung wie text=\"neuer Text\"");
+            const Token& token = Take(example);
             const std::size_t equals = token.text.find(L'=');
             if (equals == std::wstring::npos) {
                 Fail(token.column, L"Erwartet wird Feld=Wert, nicht " + Guillemets(token.text) + L".");
             }
             const std::wstring field = token.text.substr(0, equals);
-            if (std::find(bookingFields.begin(), bookingFields.end(), field) == bookingFields.end()) {
-                Fail(token.column, L"Eine Buchung hat kein Feld " + Guillemets(field) + L".");
+            if (std::find(fields.begin(), fields.end(), field) == fields.end()) {
+                Fail(token.column, unknown + Guillemets(field) + L".");
             }
             request.changes.push_back({field, token.text.substr(equals + 1), PlaceOf(token)});
         } while (HasMore());

@@ -25,6 +25,7 @@ enum class RequestKind {
     CloseClient,
     ChangeBooking,
     SetOption,
+    DescribeReport,
 };
 
 // Where in the request file a request or one of its values stands; both count from 1, the column in UTF-16
@@ -34,7 +35,7 @@ struct Place {
     std::size_t column = 0;
 };
 
-// One assignment of a `change` request.
+// One assignment of a `change` or `describe` request.
 struct FieldChange {
     std::wstring field;
     std::wstring value;

@@ -18,6 +18,8 @@ struct StoredEntry {
     std::map<int, std::wstring> fields;
     // False when the entry's document file is missing.
     bool hasDocument = false;
+
+    bool operator==(const StoredEntry&) const = default;
 };
 
 // The content of an archive's store folder.

@@ -1,6 +1,7 @@
 #include "year_table.h"
 
 #include "report.h"
+#include "text_table.h"
 
 #include <algorithm>
 #include <array>
@@ -27,61 +28,6 @@ std::wstring Fixed(double value, int decimals) {
     std::array<wchar_t, 40> text{};
     const int length = std::swprintf(text.data(), text.size(), L"%.*f", decimals, value);
     return {text.data(), static_cast<std::size_t>(std::max(length, 0))};
-}
-
-// Columns as wide as their widest cell; the first row is the head.
-class Table {
-public:
-    Table(std::vector<std::wstring> head, std::set<std::size_t> rightAligned)
-        : rows_{std::move(head)}, rightAligned_(std::move(rightAligned)) {}
-
-    void Add(std::vector<std::wstring> row) { rows_.push_back(std::move(row)); }
-
-    void RenderTo(std::vector<std::wstring>& lines, const std::wstring& indent) const {
-        std::vector<std::size_t> widths(rows_.front().size());
-        for (const auto& row : rows_) {
-            for (std::size_t column = 0; column < widths.size(); ++column) {
-                widths[column] = std::max(widths[column], row[column].size());
-            }
-        }
-        for (std::size_t at = 0; at < rows_.size(); ++at) {
-            lines.push_back(indent + RenderRow(rows_[at], widths));
-            if (at == 0) {
-                std::vector<std::wstring> rule;
-                for (const std::size_t width : widths) {
-                    rule.emplace_back(width, L'-');
-                }
-                lines.push_back(indent + RenderRow(rule, widths));
-            }
-        }
-    }
-
-private:
-    std::wstring RenderRow(const std::vector<std::wstring>& row,
-                           const std::vector<std::size_t>& widths) const {
-        std::wstring line;
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            const std::wstring padding(widths[column] - row[column].size(), L' ');
-            line += (column == 0 ? L"" : L"  ");
-            line += rightAligned_.contains(column) ? padding + row[column] : row[column] + padding;
-        }
-        line.erase(line.find_last_not_of(L' ') + 1);
-        return line;
-    }
-
-    std::vector<std::vector<std::wstring>> rows_;
-    std::set<std::size_t> rightAligned_;
-};
-
-// Index fields and messages can hold line breaks and long texts; here they get one short line.
-std::wstring Shortened(std::wstring text, std::size_t most) {
-    std::replace_if(
-        text.begin(), text.end(), [](wchar_t unit) { return unit < L' '; }, L' ');
-    if (text.size() > most) {
-        text.resize(most - 1);
-        text += L"…";
-    }
-    return text;
 }
 
 std::wstring Cell(std::wstring text) {
@@ -165,7 +111,7 @@ void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const S
         for (const int line : fieldLines) {
             head.push_back(Cell(store.FieldName(place.second, line)));
         }
-        Table table(std::move(head), {0});
+        TextTable table(std::move(head), {0});
         const std::size_t shown = rows == 0 ? entries.size() : std::min(rows, entries.size());
         for (std::size_t at = 0; at < shown; ++at) {
             std::vector<std::wstring> row{Count(static_cast<std::size_t>(entries[at]->id)),
@@ -233,8 +179,9 @@ std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::v
         lines.emplace_back();
     }
 
-    Table table({L"Buchungsart", L"gespeichert", L"abgelegt", L"ohne Barcode", L"fehlt im Archiv", L"Ordner"},
-                {1, 2, 3, 4});
+    TextTable table(
+        {L"Buchungsart", L"gespeichert", L"abgelegt", L"ohne Barcode", L"fehlt im Archiv", L"Ordner"},
+        {1, 2, 3, 4});
     Group total;
     const auto addRow = [&](const Group& group, const std::wstring& name, std::size_t filed,
                             std::size_t without, std::size_t missing) {

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace simulators {
+
+// Reading windows of another thread. None of these waits for a thread that does not answer.
+
+std::wstring ClassOf(HWND window);
+
+// The window's text; nothing when its thread does not answer, which it does once it gets back to its
+// messages.
+std::optional<std::wstring> TextOf(HWND window);
+
+// All windows below `parent`, in the order in which they were created.
+std::vector<HWND> ChildrenOf(HWND parent);
+
+// The button that confirms a box: "OK" or "Archivieren" by name, else the default button, else the first one;
+// null when there is no button.
+HWND ConfirmingButton(HWND box);
+
+}  // namespace simulators
