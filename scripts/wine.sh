@@ -44,10 +44,16 @@ make_prefix() {
     mkdir -p "$WINEPREFIX" &&
         WINEARCH=win64 timeout -k 10 600 "$loader" wineboot.exe -i &&
         timeout -k 10 120 "$loader" reg.exe add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f &&
+        unmanage_windows &&
         timeout -k 10 120 "$wineDirectory/wineserver" -w || return
     [[ -f $WINEPREFIX/system.reg && -f $WINEPREFIX/drive_c/windows/system32/regsvr32.exe ]] || return
     ! has_32_bit_wine || [[ -f $WINEPREFIX/drive_c/windows/syswow64/regsvr32.exe ]] || return
     prefix_identity >"$WINEPREFIX/.kandora-ready"
+}
+
+# The virtual display has no window manager, and wine would wait two seconds for one whenever a window closes.
+unmanage_windows() {
+    timeout -k 10 120 "$(wine_loader x64)" reg.exe add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f
 }
 
 # Makes the prefix in WINEPREFIX unless it is complete. Needs a display. Callers in parallel wait for the first one.
