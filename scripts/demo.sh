@@ -107,7 +107,7 @@ photograph_dialog() {
         kill -0 $$ 2>/dev/null || return
         sleep 0.2
     done
-    wait_until "the dialog stands still" settled && import -window root -trim +repage "$demoDialogPicture"
+    wait_until "the dialog stands still" settled && import -window "Auswertung Indizieren" "$demoDialogPicture"
     touch "$demo/Auswertung.done"
 }
 
