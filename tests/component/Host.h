@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Support.h"
+
+#include <nlohmann/json.hpp>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+/// A host of the component in a process of its own. State and log file last as long as a process does, so
+/// each course of events gets a fresh one.
+namespace kandora::component_tests {
+
+/// A message box that was shown during a request and confirmed.
+struct ShownBox {
+    std::wstring caption;
+    std::wstring text;
+
+    bool operator==(const ShownBox&) const = default;
+};
+std::ostream& operator<<(std::ostream& stream, const ShownBox& box);
+
+/// How a request went.
+struct Answer {
+    std::string request;
+    HRESULT code = E_UNEXPECTED;
+    nlohmann::json result;  ///< null for Empty and for no result
+    std::vector<ShownBox> boxes;
+};
+
+/// A folder with a copy of the component, as installed on a workstation.
+class Installation {
+public:
+    explicit Installation(const std::wstring& name = L"Kandora");
+
+    /// Writes the INI file beside the component.
+    void WriteSettings(const std::string& text) const;
+    /// Makes the component the plug-in of a new host, which sends the requests and ends. Besides the requests
+    /// of DMSProvider there are "bRunning", which reads the property, and "settings <name>", which takes the
+    /// file of that name beside the component for its INI file from now on.
+    [[nodiscard]] std::vector<Answer> Play(const std::vector<std::wstring>& requests) const;
+
+    [[nodiscard]] fs::path Component() const { return folder_.Path() / (name_ + L".dll"); }
+    [[nodiscard]] const fs::path& Folder() const { return folder_.Path(); }
+    /// The names of all log files.
+    [[nodiscard]] std::vector<std::wstring> LogFiles() const;
+    /// The only log file's lines without the time, each of which must have its form and its end. None without
+    /// a file.
+    [[nodiscard]] std::vector<std::wstring> LogLines() const;
+
+private:
+    std::wstring name_;
+    TemporaryFolder folder_;
+};
+
+/// The other side: runs in the new process. Returns its exit code.
+int PlayHost(const std::vector<std::wstring>& arguments);
+
+/// First argument of that process.
+inline constexpr const wchar_t* playHost = L"--play-host";
+
+}  // namespace kandora::component_tests

@@ -1,0 +1,169 @@
+#include "Support.h"
+
+#include <gtest/gtest.h>
+
+#include <winver.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <set>
+
+// The file itself, as an administrator's tools and a host's loader see it.
+namespace kandora::component_tests {
+namespace {
+
+constexpr std::uintmax_t largestFile = 600 * 1024;
+
+/// A PE file, read as a file.
+class Image {
+public:
+    explicit Image(const fs::path& file) : bytes_(ReadBytes(file)) {
+        const auto& dos = At<IMAGE_DOS_HEADER>(0);
+        headers_ = static_cast<std::size_t>(dos.e_lfanew);
+        if (dos.e_magic != IMAGE_DOS_SIGNATURE || At<DWORD>(headers_) != IMAGE_NT_SIGNATURE) {
+            throw std::runtime_error("no Windows program");
+        }
+    }
+
+    [[nodiscard]] const IMAGE_NT_HEADERS& Headers() const { return At<IMAGE_NT_HEADERS>(headers_); }
+
+    [[nodiscard]] std::set<std::string> Exports() const {
+        std::set<std::string> names;
+        const auto& table = Table<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
+        EXPECT_EQ(table.NumberOfFunctions, table.NumberOfNames) << "some are exported by number only";
+        for (DWORD at = 0; at < table.NumberOfNames; ++at) {
+            names.insert(Name(At<DWORD>(Offset(table.AddressOfNames) + at * sizeof(DWORD))));
+        }
+        return names;
+    }
+
+    [[nodiscard]] std::set<std::string> ImportedModules() const {
+        std::set<std::string> modules;
+        const auto* entry = &Table<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
+        for (; entry->Name != 0; ++entry) {
+            std::string name = Name(entry->Name);
+            std::ranges::transform(name, name.begin(), [](unsigned char unit) { return std::toupper(unit); });
+            modules.insert(name);
+        }
+        return modules;
+    }
+
+    [[nodiscard]] DWORD DirectorySize(int directory) const {
+        return Headers().OptionalHeader.DataDirectory[directory].Size;
+    }
+
+private:
+    template <class Record>
+    [[nodiscard]] const Record& At(std::size_t offset) const {
+        if (offset + sizeof(Record) > bytes_.size()) {
+            throw std::runtime_error("beyond the end of the file");
+        }
+        return *reinterpret_cast<const Record*>(bytes_.data() + offset);
+    }
+    template <class Record>
+    [[nodiscard]] const Record& Table(int directory) const {
+        return At<Record>(Offset(Headers().OptionalHeader.DataDirectory[directory].VirtualAddress));
+    }
+    [[nodiscard]] std::string Name(DWORD address) const { return bytes_.data() + Offset(address); }
+
+    [[nodiscard]] std::size_t Offset(DWORD address) const {
+        const IMAGE_NT_HEADERS& headers = Headers();
+        const std::size_t first =
+            headers_ + offsetof(IMAGE_NT_HEADERS, OptionalHeader) + headers.FileHeader.SizeOfOptionalHeader;
+        for (std::size_t at = 0; at < headers.FileHeader.NumberOfSections; ++at) {
+            const auto& section = At<IMAGE_SECTION_HEADER>(first + at * sizeof(IMAGE_SECTION_HEADER));
+            if (address >= section.VirtualAddress &&
+                address < section.VirtualAddress + section.SizeOfRawData) {
+                return address - section.VirtualAddress + section.PointerToRawData;
+            }
+        }
+        throw std::runtime_error("an address outside of all sections");
+    }
+
+    std::string bytes_;
+    std::size_t headers_ = 0;
+};
+
+TEST(ComponentFile, ExportsWhatComCallsUnderPlainNames) {
+    const std::set<std::string> expected{"DllCanUnloadNow", "DllGetClassObject", "DllInstall",
+                                         "DllRegisterServer", "DllUnregisterServer"};
+    EXPECT_EQ(Image(ComponentFile()).Exports(), expected);
+}
+
+TEST(ComponentFile, NeedsNothingButTheSystem) {
+    const std::set<std::string> allowed{"KERNEL32.DLL", "USER32.DLL", "GDI32.DLL",    "ADVAPI32.DLL",
+                                        "SHELL32.DLL",  "OLE32.DLL",  "OLEAUT32.DLL", "MSVCRT.DLL"};
+    const std::set<std::string> imported = Image(ComponentFile()).ImportedModules();
+    EXPECT_TRUE(std::ranges::includes(allowed, imported)) << testing::PrintToString(imported);
+    EXPECT_TRUE(imported.contains("OLEAUT32.DLL"));
+}
+
+TEST(ComponentFile, IsSmall) {
+    if (KANDORA_IS_INSTRUMENTED) {
+        GTEST_SKIP() << "a build that records coverage is larger";
+    }
+    EXPECT_LT(fs::file_size(ComponentFile()), largestFile);
+}
+
+TEST(ComponentFile, IsALibraryOfItsArchitecture) {
+    const Image image(ComponentFile());
+    EXPECT_EQ(image.Headers().FileHeader.Machine,
+              sizeof(void*) == 8 ? IMAGE_FILE_MACHINE_AMD64 : IMAGE_FILE_MACHINE_I386);
+    EXPECT_NE(image.Headers().FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
+}
+
+TEST(ComponentFile, CanBeLoadedAnywhereAndRunsNoData) {
+    const Image image(ComponentFile());
+    const WORD flags = image.Headers().OptionalHeader.DllCharacteristics;
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
+    constexpr WORD highEntropy = 0x0020;
+    EXPECT_EQ((flags & highEntropy) != 0, sizeof(void*) == 8);
+    EXPECT_EQ(image.Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0);
+    EXPECT_GT(image.DirectorySize(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0U);
+}
+
+class VersionResource : public testing::Test {
+protected:
+    void SetUp() override {
+        const std::wstring file = ComponentFile().wstring();
+        DWORD unused = 0;
+        data_.resize(GetFileVersionInfoSizeW(file.c_str(), &unused));
+        ASSERT_FALSE(data_.empty());
+        ASSERT_TRUE(GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(data_.size()), data_.data()));
+    }
+    /// One of the texts, in German of Switzerland.
+    std::wstring Text(const std::wstring& name) {
+        wchar_t* text = nullptr;
+        UINT length = 0;
+        const std::wstring path = L"\\StringFileInfo\\080704B0\\" + name;
+        return VerQueryValueW(data_.data(), path.c_str(), reinterpret_cast<void**>(&text), &length) ? text
+                                                                                                    : L"";
+    }
+
+    std::vector<char> data_;
+};
+
+TEST_F(VersionResource, TellsTheVersion) {
+    VS_FIXEDFILEINFO* fixed = nullptr;
+    UINT length = 0;
+    ASSERT_TRUE(VerQueryValueW(data_.data(), L"\\", reinterpret_cast<void**>(&fixed), &length));
+    const std::string version = std::to_string(HIWORD(fixed->dwFileVersionMS)) + "." +
+                                std::to_string(LOWORD(fixed->dwFileVersionMS)) + "." +
+                                std::to_string(HIWORD(fixed->dwFileVersionLS));
+    EXPECT_EQ(version, KANDORA_VERSION);
+    EXPECT_EQ(fixed->dwFileVersionMS, fixed->dwProductVersionMS);
+    EXPECT_EQ(fixed->dwFileType, static_cast<DWORD>(VFT_DLL));
+    EXPECT_EQ(Utf8(Text(L"FileVersion")), KANDORA_VERSION);
+    EXPECT_EQ(Utf8(Text(L"ProductVersion")), KANDORA_VERSION);
+}
+
+TEST_F(VersionResource, NamesTheComponent) {
+    EXPECT_EQ(Text(L"ProductName"), L"Kandora");
+    EXPECT_EQ(Text(L"OriginalFilename"), L"Kandora.dll");
+    EXPECT_EQ(Text(L"FileDescription"), L"Kandora: Archivanbindung der Finanzbuchhaltung");
+}
+
+}  // namespace
+}  // namespace kandora::component_tests

@@ -1,0 +1,384 @@
+#include "Support.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+namespace kandora::component_tests {
+
+namespace {
+
+constexpr DWORD programLimit = 180'000;  // milliseconds
+
+VARIANT Of(VARTYPE type) {
+    VARIANT value;
+    VariantInit(&value);
+    value.vt = type;
+    return value;
+}
+
+fs::path OwnFile() {
+    std::array<wchar_t, 1024> path{};
+    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return path.data();
+}
+
+/// As the C library takes a command line apart again.
+std::wstring Quoted(const std::wstring& argument) {
+    std::wstring quoted = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t unit : argument) {
+        if (unit == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        quoted.append(unit == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+        backslashes = 0;
+        quoted += unit;
+    }
+    return quoted.append(backslashes * 2, L'\\') + L"\"";
+}
+
+class Handle {
+public:
+    explicit Handle(HANDLE handle) : handle_(handle) {}
+    ~Handle() { CloseHandle(handle_); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    [[nodiscard]] HANDLE Get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+}  // namespace
+
+// Values -------------------------------------------------------------------------------------------------
+
+Value Value::Text(std::wstring_view text) {
+    Value value;
+    value.value_ = Of(VT_BSTR);
+    value.value_.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    return value;
+}
+Value Value::Short(short number) {
+    Value value;
+    value.value_ = Of(VT_I2);
+    value.value_.iVal = number;
+    return value;
+}
+Value Value::Long(long number) {
+    Value value;
+    value.value_ = Of(VT_I4);
+    value.value_.lVal = number;
+    return value;
+}
+Value Value::Double(double number) {
+    Value value;
+    value.value_ = Of(VT_R8);
+    value.value_.dblVal = number;
+    return value;
+}
+Value Value::Boolean(bool given) {
+    Value value;
+    value.value_ = Of(VT_BOOL);
+    value.value_.boolVal = given ? VARIANT_TRUE : VARIANT_FALSE;
+    return value;
+}
+Value Value::Null() {
+    Value value;
+    value.value_ = Of(VT_NULL);
+    return value;
+}
+Value Value::Missing() {
+    Value value;
+    value.value_ = Of(VT_ERROR);
+    value.value_.scode = DISP_E_PARAMNOTFOUND;
+    return value;
+}
+Value Value::To(BSTR* text) {
+    Value value;
+    value.value_ = Of(VT_BYREF | VT_BSTR);
+    value.value_.pbstrVal = text;
+    return value;
+}
+Value Value::To(long* number) {
+    Value value;
+    value.value_ = Of(VT_BYREF | VT_I4);
+    value.value_.plVal = number;
+    return value;
+}
+Value Value::To(VARIANT* other) {
+    Value value;
+    value.value_ = Of(VT_BYREF | VT_VARIANT);
+    value.value_.pvarVal = other;
+    return value;
+}
+Value Value::Texts(const std::vector<std::wstring>& texts) {
+    Value value;
+    value.value_ = Of(VT_ARRAY | VT_VARIANT);
+    value.value_.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(texts.size()));
+    for (LONG at = 0; at < static_cast<LONG>(texts.size()); ++at) {
+        Value element = Text(texts[static_cast<std::size_t>(at)]);
+        SafeArrayPutElement(value.value_.parray, &at, element.Place());
+    }
+    return value;
+}
+
+std::wstring Value::AsText() const {
+    if (value_.vt != VT_BSTR) {
+        ADD_FAILURE() << "a text was expected, not a value of type " << value_.vt;
+        return {};
+    }
+    return {value_.bstrVal == nullptr ? L"" : value_.bstrVal, SysStringLen(value_.bstrVal)};
+}
+
+// Calls by name ------------------------------------------------------------------------------------------
+
+DISPID IdOf(IDispatch* object, const wchar_t* name) {
+    auto* asked = const_cast<LPOLESTR>(name);
+    DISPID id = DISPID_UNKNOWN;
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &asked, 1, LOCALE_USER_DEFAULT, &id), S_OK) << Utf8(name);
+    return id;
+}
+
+Called Invoke(IDispatch* object, DISPID member, WORD flags, std::vector<Value> arguments) {
+    std::vector<VARIANT> reversed;
+    for (std::size_t at = arguments.size(); at > 0; --at) {
+        reversed.push_back(arguments[at - 1].Raw());
+    }
+    DISPID put = DISPID_PROPERTYPUT;
+    const bool isPut = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    DISPPARAMS parameters{reversed.data(), isPut ? &put : nullptr, static_cast<UINT>(reversed.size()),
+                          isPut ? 1U : 0U};
+    Called called;
+    EXCEPINFO exception{};
+    called.outcome =
+        object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                       isPut ? nullptr : called.result.Receive(), &exception, &called.wrongArgument);
+    called.code = exception.scode;
+    const auto take = [](BSTR text) {
+        std::wstring taken(text == nullptr ? L"" : text, SysStringLen(text));
+        SysFreeString(text);
+        return taken;
+    };
+    called.description = take(exception.bstrDescription);
+    called.source = take(exception.bstrSource);
+    SysFreeString(exception.bstrHelpFile);
+    return called;
+}
+
+Called Call(IDispatch* object, const wchar_t* name, std::vector<Value> arguments) {
+    return Invoke(object, IdOf(object, name), DISPATCH_METHOD | DISPATCH_PROPERTYGET, std::move(arguments));
+}
+
+Called Get(IDispatch* object, const wchar_t* name) {
+    return Invoke(object, IdOf(object, name), DISPATCH_PROPERTYGET);
+}
+
+Called Put(IDispatch* object, const wchar_t* name, Value value) {
+    return Invoke(object, IdOf(object, name), DISPATCH_PROPERTYPUT, List(std::move(value)));
+}
+
+// The component ------------------------------------------------------------------------------------------
+
+Component::Component(const fs::path& file)
+    : module_(LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+    if (module_ == nullptr) {
+        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                                Utf8(file.wstring()));
+    }
+}
+
+const Component& Component::Built() {
+    static const Component component(ComponentFile());
+    return component;
+}
+
+HRESULT Component::GetClassObject(REFCLSID clsid, REFIID iid, void** object) const {
+    const auto function = reinterpret_cast<decltype(&DllGetClassObject)>(
+        reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
+    return function(clsid, iid, object);
+}
+
+HRESULT Component::CanUnloadNow() const {
+    const auto function = reinterpret_cast<decltype(&DllCanUnloadNow)>(
+        reinterpret_cast<void*>(GetProcAddress(module_, "DllCanUnloadNow")));
+    return function();
+}
+
+const std::vector<PublicClass>& PublicClasses() {
+    static const std::vector<PublicClass> classes{
+        {L"ELOProvider", L"{6129D4B6-648D-4312-890E-F7F9C45BC617}",
+         L"{C61A0F87-AADD-4B38-9A38-1ECB7341001B}"},
+        {L"ELODMS", L"{6D013511-784A-4599-BD39-AD2204CDC948}", L"{AD130315-5C66-44A0-A02A-F1018089CE29}"},
+        {L"OrigELODMS", L"{D9FD4FF2-B19E-4A98-8C50-08EB4BE0F069}", L"{10C2AFB9-BEEA-45BE-8A5B-D08E9555B2C5}"},
+        {L"SOKInterface", L"{A4D08778-6744-4999-8E08-417B9DC0971D}",
+         L"{8DD8B6E9-A0D2-4B77-89FE-6990C7E3835A}"},
+        {L"cUser", L"{2697026E-D92C-4A4D-A030-0DB02C4DD320}", L"{AF090F65-E329-40C0-820A-5FC0D36B80FF}"},
+        {L"cBeleg", L"{C6E71054-3657-497A-AE85-352AAAFB57A4}", L"{D35F0BF9-7DB1-4142-B1A7-C4FE7CC03C7F}"},
+        {L"cDebiBeleg", L"{236409D5-A13B-4299-B7F4-6471B9FD7D3A}", L"{5000F3E7-DFA6-44F2-BEA8-DDC06A71BCD7}"},
+        {L"cKrediBeleg", L"{8E395AAA-D04D-42BA-A62D-A38CAE2DA15E}",
+         L"{5BF7AE62-EB89-4584-85DC-616A4C5BCCE9}"},
+        {L"cAuswertung", L"{0B4F002C-746C-4AAF-B503-4116B7B09AE9}",
+         L"{16D83923-165E-4F07-9FBD-BEE0CC836CB7}"},
+    };
+    return classes;
+}
+
+GUID GuidOf(const wchar_t* text) {
+    GUID guid{};
+    EXPECT_EQ(CLSIDFromString(text, &guid), S_OK) << Utf8(text);
+    return guid;
+}
+
+std::wstring TextOf(REFGUID guid) {
+    std::array<wchar_t, 40> text{};
+    StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
+    return text.data();
+}
+
+fs::path BinFolder() {
+    return (OwnFile().parent_path() / KANDORA_BIN_FROM_TESTS).lexically_normal();
+}
+
+fs::path ComponentFile() {
+    return BinFolder() / L"Kandora.dll";
+}
+
+Apartment::Apartment(DWORD kind) {
+    const HRESULT entered = CoInitializeEx(nullptr, kind);
+    if (FAILED(entered)) {
+        throw std::system_error(entered, std::system_category(), "CoInitializeEx");
+    }
+}
+
+Apartment::~Apartment() {
+    CoUninitialize();
+}
+
+// Files and programs -------------------------------------------------------------------------------------
+
+TemporaryFolder::TemporaryFolder() {
+    static int count = 0;
+    path_ = fs::temp_directory_path() /
+            (L"Kandora-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
+    fs::create_directories(path_);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    // A program that has just ended may still hold a file for a moment.
+    EXPECT_TRUE(Eventually([this] {
+        std::error_code error;
+        fs::remove_all(path_, error);
+        return !error && !fs::exists(path_);
+    })) << Utf8(path_.wstring())
+        << " stays behind";
+}
+
+void WriteAnsi(const fs::path& file, const std::string& bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+std::string ReadBytes(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.good()) << Utf8(file.wstring());
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& arguments) {
+    // A pipe, and read only to the program's end: a process that Windows itself starts on the way (the
+    // desktop, say) inherits the other end and may keep it open for long.
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    Ended ended;
+    if (!CreatePipe(&readEnd, &writeEnd, &inherited, 0)) {
+        ADD_FAILURE() << "no pipe: " << GetLastError();
+        return ended;
+    }
+    const Handle output(readEnd);
+    const Handle input(writeEnd);
+    SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
+
+    std::wstring commandLine = Quoted(program.wstring());
+    for (const std::wstring& argument : arguments) {
+        commandLine += L" " + Quoted(argument);
+    }
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = writeEnd;
+    startup.hStdError = writeEnd;
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                        &startup, &process)) {
+        ADD_FAILURE() << Utf8(program.wstring()) << " does not start: " << GetLastError();
+        return ended;
+    }
+    const Handle ownedProcess(process.hProcess);
+    const Handle ownedThread(process.hThread);
+    const auto readAvailable = [&] {
+        DWORD available = 0;
+        while (PeekNamedPipe(readEnd, nullptr, 0, nullptr, &available, nullptr) && available > 0) {
+            std::string bytes(available, '\0');
+            DWORD read = 0;
+            ReadFile(readEnd, bytes.data(), available, &read, nullptr);
+            ended.output.append(bytes, 0, read);
+        }
+    };
+    const ULONGLONG limit = GetTickCount64() + programLimit;
+    while (WaitForSingleObject(process.hProcess, 5) == WAIT_TIMEOUT) {
+        readAvailable();
+        if (GetTickCount64() > limit) {
+            ADD_FAILURE() << Utf8(commandLine) << " does not end";
+            TerminateProcess(process.hProcess, 99);
+        }
+    }
+    readAvailable();
+    GetExitCodeProcess(process.hProcess, &ended.exitCode);
+    return ended;
+}
+
+fs::path SystemProgram(const wchar_t* name) {
+    std::array<wchar_t, MAX_PATH> folder{};
+    GetSystemDirectoryW(folder.data(), static_cast<UINT>(folder.size()));
+    return fs::path(folder.data()) / name;
+}
+
+std::string Utf8(std::wstring_view text) {
+    const auto length = static_cast<int>(text.size());
+    std::string utf8(static_cast<std::size_t>(
+                         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr)),
+                     '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr,
+                        nullptr);
+    return utf8;
+}
+
+std::wstring Wide(std::string_view utf8) {
+    const auto length = static_cast<int>(utf8.size());
+    std::wstring text(
+        static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, nullptr, 0)), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, text.data(), static_cast<int>(text.size()));
+    return text;
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace kandora::component_tests
