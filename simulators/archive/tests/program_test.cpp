@@ -1,5 +1,6 @@
 // The program itself, from outside: its command line, and its automation object across the process border.
 #include "simulators/archive/tests/archive_fixture.h"
+#include "simulators/archive/window.h"
 
 #include <gmock/gmock.h>
 
@@ -186,6 +187,17 @@ TEST_F(ProgramTest, EndsByTheMenuCommandWhileClientsHoldOn) {
     EXPECT_EQ(client.Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), 1);
     EXPECT_EQ(ExitCode(), 0U);
     EXPECT_LT(client.Call(L"GetEntryId", {Value::Short(-1)}).code, 0);
+}
+
+TEST_F(ProgramTest, EndsWhenItsWindowIsClosed) {
+    Serve();
+    const HWND window = FindWindowW(ArchiveWindow::ClassName, nullptr);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    ASSERT_EQ(process, process_.dwProcessId);
+    EXPECT_FALSE(IsWindowVisible(window));
+    PostMessageW(window, WM_CLOSE, 0, 0);
+    EXPECT_EQ(ExitCode(), 0U);
 }
 
 TEST_F(ProgramTest, DiesWhereTheScriptSaysSo) {
