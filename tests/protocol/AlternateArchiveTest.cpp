@@ -1,0 +1,424 @@
+// The older archive client with its fixed folders: one group of operations records an error and answers
+// nothing, the other raises it.
+
+#include "archive/OrigELODMS.h"
+#include "tests/protocol/ArchiveTest.h"
+
+namespace kandora::test {
+namespace {
+
+const std::string delimiter = R"(archive.LookupDelimiter -> BSTR "¶")";
+const Lines unlinked{
+    delimiter,
+    R"(archive.LookupIndex(BSTR& "¶Wiederanschlusskontrolle¶Unverknüpfte Dokumente") -> I4 800)",
+};
+
+class Alternate : public ArchiveTest {
+protected:
+    Alternate() { client_ = std::make_unique<OrigELODMS>(Context()); }
+    void ReleaseComponent() override {
+        client_.reset();
+        ArchiveTest::ReleaseComponent();
+    }
+    OrigELODMS& Client() { return *client_; }
+    void LogIn() {
+        Client().oElo();
+        talk.Take();
+    }
+    /// What the error handler holds; it is clear afterwards.
+    std::string Recorded() {
+        std::string recorded = Utf8(handler.sToString());
+        handler.Clear();
+        return recorded;
+    }
+
+    const Lines opened{
+        "create ELO.professional",
+        R"(archive.EloWindow(BSTR "MINIMIZE"))",
+        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
+    };
+
+private:
+    std::unique_ptr<OrigELODMS> client_;
+};
+
+TEST_F(Alternate, MinimisesTheArchiveBeforeItLogsIn) {
+    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    Expect(Together({opened, {probe}}));
+}
+
+TEST_F(Alternate, LogsInOnceOnlyAndTellsNobodyThatItFailed) {
+    archive->Answers(L"Login", -1);
+    Client().oElo();
+    Expect({"create ELO.professional", R"(archive.EloWindow(BSTR "MINIMIZE"))",
+            R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)"});
+    EXPECT_EQ(Recorded(),
+              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-1", "CArchiv.AnmeldenAnElo"));
+}
+
+TEST_F(Alternate, NeedsCredentials) {
+    state.settings.gsEloUserName = L"";
+    state.settings.gsEloPasswort = L"";
+    EXPECT_TRUE(Client().oElo().IsNothing());
+    Expect({});
+    EXPECT_EQ(Recorded(),
+              Shown(5, "Benutzer muss angemeldet sein, um ELO anzumelden.", "CArchiv.AnmeldenAnElo"));
+}
+
+TEST_F(Alternate, AnswersNothingWithoutAnArchive) {
+    machine.RefusesOnce(archiveProgId, 429);
+    EXPECT_FALSE(Client().IsDokumentVorhanden(7));
+    Expect({"create ELO.professional !! 429"});
+    EXPECT_EQ(Recorded(),
+              "[91 (429) ] " + Utf8(DescriptionOf(91)) +
+                  " | ON LINE 0 | CALLSTACK: CArchiv.AnmeldenAnElo <- CArchiv.IsDokumentVorhanden");
+}
+
+TEST_F(Alternate, LogsInAgainWhenTheProbeSaysNo) {
+    LogIn();
+    const Fake second = NewArchive("second");
+    machine.HandsOut(archiveProgId, second);
+    archive->Next(L"GetEntryId", -1);
+    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
+    Expect({"archive.GetEntryId(I2 -1) -> I4 -1", "create ELO.professional",
+            R"(second.EloWindow(BSTR "MINIMIZE"))",
+            R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)"});
+}
+
+TEST_F(Alternate, ShowsADocumentByItsId) {
+    LogIn();
+    Client().ShowDokument(321);
+    Expect(Probed({"archive.BringToFront()", R"(archive.EloWindow(BSTR "NORMAL"))",
+                   "archive.GotoId(I4& 321) -> I4 1", "archive.BringToFront()"}));
+    archive->Next(L"GotoId", 2);
+    Client().ShowDokument(321);
+    EXPECT_EQ(talk.Take().back(), "archive.GotoId(I4& 321) -> I4 2");
+    EXPECT_EQ(Recorded(), Shown(5, "Dokument nicht gefunden: id=321", "CArchiv.ShowDokument"));
+}
+
+TEST_F(Alternate, LooksForADocumentWithTheVoucherMask) {
+    LogIn();
+    for (const int answer : {1, 2, 0, -1}) {
+        archive->Next(L"PrepareObjectEx", answer);
+        EXPECT_EQ(Client().IsDokumentVorhanden(321), answer >= 1);
+        Expect(Probed({"archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 " + std::to_string(answer)}));
+    }
+}
+
+TEST_F(Alternate, DeletesADocument) {
+    LogIn();
+    Client().LoescheDokument(321);
+    Expect(Probed({"archive.DeleteObj(I4& 321) -> I4 1"}));
+    archive->Next(L"DeleteObj", -5);
+    Client().LoescheDokument(321);
+    Expect(Probed({"archive.DeleteObj(I4& 321) -> I4 -5"}));
+    EXPECT_EQ(Recorded(), Shown(5, "Konnte Dokument nicht löschen: -5", "CArchiv.LoescheDokument"));
+}
+
+class Unlinked : public Alternate {
+protected:
+    static void ExpectEmptyArray(const Variant& list) {
+        ASSERT_TRUE(list.IsArray());
+        EXPECT_EQ(list.LowerBound(), 0);
+        EXPECT_EQ(list.UpperBound(), -1);
+    }
+};
+
+TEST_F(Unlinked, AreCheckedAndNeverCollected) {
+    LogIn();
+    hits = {1, 321};
+    ExpectEmptyArray(Client().GetUnverknuepfte());
+    Expect(Probed({"archive.PrepareObjectEx(I2 0, I2 0, I4& 2)", "archive.DoInvisibleSearch -> I4 0",
+                   "archive.GetEntryId(I4 268435456) -> I4 1",
+                   "archive.PrepareObjectEx(I4& 1, I2 0, I4& 2) -> I4 1",
+                   "archive.GetEntryId(I4 268435457) -> I4 321",
+                   "archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 1",
+                   "archive.GetEntryId(I4 268435458) -> I4 0"}));
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+TEST_F(Unlinked, AreNotListedWhenTheSearchFails) {
+    LogIn();
+    hits = {321};
+    archive->Next(L"DoInvisibleSearch", -1);
+    ExpectEmptyArray(Client().GetUnverknuepfte());
+    Expect(Probed({"archive.PrepareObjectEx(I2 0, I2 0, I4& 2)", "archive.DoInvisibleSearch -> I4 -1"}));
+}
+
+TEST_F(Unlinked, StopAtADocumentThatCannotBeLoaded) {
+    LogIn();
+    hits = {321, 322};
+    archive->Next(L"PrepareObjectEx", 1);
+    archive->Next(L"PrepareObjectEx", 0);
+    ExpectEmptyArray(Client().GetUnverknuepfte());
+    EXPECT_EQ(talk.Take().back(), "archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 0");
+    EXPECT_EQ(Recorded(), Shown(5, "DokID nicht gefunden: 321", "CArchiv.GetUnverknuepfte"));
+}
+
+TEST_F(Unlinked, AreCheckedUpToHitTenThousand) {
+    LogIn();
+    hits.assign(10005, 7);
+    ExpectEmptyArray(Client().GetUnverknuepfte());
+    const Lines said = talk.Take();
+    EXPECT_EQ(Occurrences(said, "archive.GetEntryId(I4 268445456) -> I4 7"), 1);
+    EXPECT_EQ(Occurrences(said, "archive.GetEntryId(I4 268445457) -> I4 7"), 0);
+}
+
+class Case : public Alternate {
+protected:
+    Case() { LogIn(); }
+    void LiesAt(const wchar_t* path) { archive->Answers(L"GetTreePath", path); }
+    static Lines Asked(const std::string& path) {
+        return {"archive.GotoId(I4& 321) -> I4 1", delimiter,
+                R"(archive.GetTreePath(I2 0, BSTR "¶", I2 1024) -> BSTR ")" + path + "\""};
+    }
+};
+
+TEST_F(Case, LiesInTheFolderAboveIt) {
+    LiesAt(L"Archiv¶2004¶5¶17¶Fall");
+    EXPECT_EQ(Client().GetParentFolderId(321), 800);
+    Expect(Probed(Together(
+        {Asked("Archiv¶2004¶5¶17¶Fall"), {R"(archive.LookupIndex(BSTR& "¶2004¶5¶17") -> I4 800)"}})));
+}
+
+TEST_F(Case, LiesNowhereWhenTheArchiveDoesNotKnowTheFolder) {
+    LiesAt(L"¶A¶Fall");
+    archive->Next(L"LookupIndex", 0);
+    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    Expect(Probed(Together({Asked("¶A¶Fall"), {R"(archive.LookupIndex(BSTR& "¶A") -> I4 0)"}})));
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+TEST_F(Case, HasNoParentWithoutASeparatorAboveIt) {
+    for (const wchar_t* const path : {L"Archiv¶Fall", L"Fall", L""}) {
+        LiesAt(path);
+        EXPECT_EQ(Client().GetParentFolderId(321), 0);
+        Expect(Probed(Asked(Utf8(path))));
+        EXPECT_EQ(Recorded(), Shown(5, Utf8(DescriptionOf(5)), "CArchiv.GetParentFolderId"));
+    }
+}
+
+TEST_F(Case, MustBeReachable) {
+    archive->Answers(L"GotoId", 0);
+    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    EXPECT_EQ(Recorded(), Shown(5, "Could not GotoId: 321", "CArchiv.GetParentFolderId"));
+    EXPECT_EQ(Client().CurrentRegisterDate(321), 0);
+    EXPECT_EQ(Recorded(), Shown(5, "Could not GotoId: 321", "CArchiv.CurrentRegisterDate"));
+    Expect(Probed({"archive.GotoId(I4& 321) -> I4 0", "archive.GotoId(I4& 321) -> I4 0"}));
+}
+
+TEST_F(Case, HasTheDateOfTheLevelsAboveIt) {
+    struct Row {
+        const wchar_t* path;
+        double date;
+    };
+    for (const Row& row : std::vector<Row>{{L"Archiv¶2004¶5¶17¶Fall", 38124},
+                                           {L"2004¶05¶17¶Fall", 38124},
+                                           {L"A¶B¶2026¶11¶15¶Fall", 46341},
+                                           {L"2004¶2¶29¶Fall", 38046},
+                                           {L"2004¶14¶1¶Fall", 38384},
+                                           {L"2004¶3¶0¶Fall", 38046}}) {
+        LiesAt(row.path);
+        EXPECT_EQ(Client().CurrentRegisterDate(321), row.date) << Utf8(row.path);
+        Expect(Probed(Asked(Utf8(row.path))));
+    }
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+TEST_F(Case, HasNoDateWhenALevelIsNoNumberOrMissing) {
+    struct Row {
+        const wchar_t* path;
+        int number;
+    };
+    for (const Row& row : std::vector<Row>{{L"A¶Jahr¶5¶17¶Fall", 13},
+                                           {L"A¶2004¶Mai¶17¶Fall", 13},
+                                           {L"A¶2004¶5¶Tag¶Fall", 13},
+                                           {L"A¶99999¶5¶17¶Fall", 6},
+                                           {L"5¶17¶Fall", 9},
+                                           {L"Fall", 9}}) {
+        LiesAt(row.path);
+        EXPECT_EQ(Client().CurrentRegisterDate(321), 0) << Utf8(row.path);
+        EXPECT_EQ(Recorded(),
+                  Shown(row.number, Utf8(DescriptionOf(row.number)), "CArchiv.CurrentRegisterDate"));
+    }
+    talk.Take();
+}
+
+/// Filing without index fields.
+struct FolderCase {
+    const char* name;
+    std::int32_t (OrigELODMS::*file)(const Text&);
+    const char* path;
+    const char* missing;
+    const char* folderFrame;
+    const char* frame;
+};
+
+void PrintTo(const FolderCase& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+class PlainFiling : public Alternate, public testing::WithParamInterface<FolderCase> {
+protected:
+    PlainFiling() { LogIn(); }
+    std::int32_t File() { return (Client().*GetParam().file)(L"C:\\Kandora\\Platzhalter.pdf"); }
+    const Lines checked{R"(file "C:\Kandora\Platzhalter.pdf" -> True)"};
+    const Lines posted{"archive.PrepareObjectEx(I4 0, I2 254, I4& 2) -> I4 1", "archive.ObjMaskNo = I4 2",
+                       R"(archive.AddPostboxFile(BSTR& "C:\Kandora\Platzhalter.pdf") -> I4 1)"};
+    [[nodiscard]] Lines Found(int id) const {
+        return {delimiter, std::string("archive.LookupIndex(BSTR& \"") + GetParam().path + "\") -> I4 " +
+                               std::to_string(id)};
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Folders, PlainFiling,
+    testing::Values(FolderCase{"Unlinked", &OrigELODMS::AddDokument,
+                               "¶Wiederanschlusskontrolle¶Unverknüpfte Dokumente",
+                               "Ordner für unverknüpfte Dokumente nicht gefunden: ",
+                               "CArchiv.lUnverknuepfteDokumente", "CArchiv.AddDokument"},
+                    FolderCase{"MassMailing", &OrigELODMS::AddDokumentToMassenversaendeZA,
+                               "¶Wiederanschlusskontrolle¶MassenversaendeZA",
+                               "Ordner für Massenversaende ZA nicht gefunden: ", "CArchiv.lMassenversaendeZA",
+                               "CArchiv.AddDokumentToMassenversaendeZA"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(PlainFiling, WritesNoIndexFields) {
+    EXPECT_EQ(File(), 4711);
+    Expect(Together({checked, Probed(Together({posted,
+                                               Found(800),
+                                               {R"(archive.MoveToArchive(BSTR "#800") -> I4 1)",
+                                                "archive.GetEntryId(I2 -2) -> I4 4711"}}))}));
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
+TEST_P(PlainFiling, NeedsTheFile) {
+    machine.files.clear();
+    EXPECT_EQ(File(), 0);
+    Expect({R"(file "C:\Kandora\Platzhalter.pdf" -> False)"});
+    EXPECT_EQ(Recorded(),
+              Shown(5, "Dokument nicht gefunden: C:\\Kandora\\Platzhalter.pdf", GetParam().frame));
+}
+
+TEST_P(PlainFiling, StopsAtEachUnexpectedAnswer) {
+    struct Step {
+        const wchar_t* member;
+        int answer;
+        std::string message;
+    };
+    for (const Step& step : std::vector<Step>{
+             {L"PrepareObjectEx", 0, "Unerwarteter Rückgabewert: PrepareObjectEx=0"},
+             {L"AddPostboxFile", 2, "Fehler beim Hinzufügen des Dokuments: AddPostboxFile=2"},
+             {L"MoveToArchive", -1, "Fehler beim Hinzufügen des Dokuments: MoveToArchive=-1"}}) {
+        archive->Next(step.member, step.answer);
+        EXPECT_EQ(File(), 0);
+        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Utf8(step.member)));
+        EXPECT_EQ(Recorded(), Shown(5, step.message, GetParam().frame));
+    }
+}
+
+TEST_P(PlainFiling, GoesOnWithoutTheFolderWhichIsNoErrorForTheCaller) {
+    archive->Next(L"LookupIndex", 0);
+    archive->Next(L"MoveToArchive", 0);
+    EXPECT_EQ(File(), 0);
+    Expect(Together(
+        {checked, Probed(Together({posted, Found(0), {R"(archive.MoveToArchive(BSTR "#0") -> I4 0)"}}))}));
+    EXPECT_EQ(Recorded(),
+              "[5] Fehler beim Hinzufügen des Dokuments: MoveToArchive=0 | ON LINE 0 | CALLSTACK: " +
+                  std::string(GetParam().folderFrame) + " <- " + GetParam().frame);
+}
+
+TEST_P(PlainFiling, RecordsTheMissingFolder) {
+    archive->Next(L"LookupIndex", 0);
+    EXPECT_EQ(File(), 4711) << "the archive took the document nevertheless";
+    EXPECT_EQ(Recorded(),
+              Shown(5, std::string(GetParam().missing) + GetParam().path, GetParam().folderFrame));
+    talk.Take();
+}
+
+/// Operations that raise.
+class Loud : public Alternate {
+protected:
+    Loud() { LogIn(); }
+};
+
+TEST_F(Loud, PrintingShowsTheDocumentFirst) {
+    Client().PrintDokument(321);
+    Expect(Probed({"archive.GotoId(I4& 321) -> I4 1",
+                   R"(archive.PrintDocument(I2 0, BSTR "", BSTR "", I2 0, I2 0, I2 0) -> I4 1)"}));
+}
+
+TEST_F(Loud, PrintingRaisesEachUnexpectedAnswer) {
+    archive->Next(L"GotoId", 0);
+    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+              Shown(5, "Fehler beim Anzeigen von Dokument [321] GotoId=0", "CArchiv.PrintDokument"));
+    Expect(Probed({"archive.GotoId(I4& 321) -> I4 0"}));
+    archive->Next(L"PrintDocument", -2);
+    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+              Shown(5, "Fehler beim Drucken von Dokument [321] PrintDocument=-2", "CArchiv.PrintDokument"));
+    talk.Take();
+}
+
+TEST_F(Loud, UnlinkingMovesTheDocumentBack) {
+    Client().LoescheVerknuepfung(321);
+    Expect(Probed(Together(
+        {{"archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 1", "archive.UpdateObject -> I4 3"},
+         unlinked,
+         {"archive.ObjMainParent -> I4 600", "archive.InsertRef(I4& 321, I4 600, I4 800, I2 1) -> I4 0"}})));
+}
+
+TEST_F(Loud, UnlinkingRaisesEachUnexpectedAnswer) {
+    struct Step {
+        const wchar_t* member;
+        int answer;
+        std::string message;
+    };
+    for (const Step& step :
+         std::vector<Step>{{L"PrepareObjectEx", 0, "Dokument nicht gefunden: 321"},
+                           {L"UpdateObject", 1, "Fehler beim indizieren des Dokuments: UpdateObject=1"},
+                           {L"UpdateObject", 0, "Fehler beim indizieren des Dokuments: UpdateObject=0"},
+                           {L"InsertRef", -1, "Fehler beim Verschieben des Dokuments: -1"}}) {
+        archive->Next(step.member, step.answer);
+        EXPECT_EQ(Failing([&] { Client().LoescheVerknuepfung(321); }),
+                  Shown(5, step.message, "CArchiv.LoescheVerknuepfung"));
+        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Utf8(step.member)));
+    }
+}
+
+TEST_F(Loud, UnlinkingTakesAnyAnswerFromZeroOnAsSuccess) {
+    archive->Next(L"InsertRef", 5);
+    EXPECT_NO_THROW(Client().LoescheVerknuepfung(321));
+    talk.Take();
+}
+
+TEST_F(Loud, EveryOperationHandsOnWhatTheArchiveSays) {
+    archive->Next(L"PrintDocument", Failure::Exception(1000, L"kein Papier"));
+    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+              Shown(1000, "kein Papier", "CArchiv.PrintDokument"));
+    archive->Next(L"ObjMainParent", Failure::Exception(1000, L"gesperrt"));
+    EXPECT_EQ(Failing([&] { Client().LoescheVerknuepfung(321); }),
+              Shown(1000, "gesperrt", "CArchiv.LoescheVerknuepfung"));
+    talk.Take();
+}
+
+TEST_F(Alternate, ClosesTheArchiveAtItsEnd) {
+    LogIn();
+    ReleaseComponent();
+    Expect(Probed({R"(archive.clickon(BSTR "M:Beenden"))"}));
+}
+
+TEST_F(Alternate, LogsInAtItsEndOnlyToCloseTheArchive) {
+    ReleaseComponent();
+    Expect(Together({opened, {R"(archive.clickon(BSTR "M:Beenden"))"}}));
+}
+
+TEST_F(Alternate, EndsQuietlyWithoutAnArchive) {
+    machine.RefusesOnce(archiveProgId, 429);
+    ReleaseComponent();
+    Expect({"create ELO.professional !! 429"});
+    EXPECT_EQ(Recorded(), "[0]  | ON LINE 0 | CALLSTACK: ");
+}
+
+}  // namespace
+}  // namespace kandora::test
