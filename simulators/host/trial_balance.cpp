@@ -164,6 +164,7 @@ private:
         document_.Text(page_, placeColumn, y_, PdfFont::Bold, textSize, L"Ort");
         Numbers(PdfFont::Bold, {L"Buchungen", L"Soll", L"Haben", L"Saldo"});
         Rule(1);
+        y_ -= 4;
     }
 
     void Heading(const std::wstring& title) {
