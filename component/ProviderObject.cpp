@@ -4,6 +4,14 @@
 
 namespace kandora {
 
+namespace {
+
+/// Both interfaces number their members from 1. What the provider's own calls by name know of the host's
+/// requests lies beyond this number.
+constexpr DISPID firstRequest = 0x10000;
+
+}  // namespace
+
 ELOProviderObject::ELOProviderObject() : hostInterface_(RegisteredHostInterface()) {}
 
 void* ELOProviderObject::Further(REFIID wanted) noexcept {
@@ -15,17 +23,25 @@ void* ELOProviderObject::Further(REFIID wanted) noexcept {
 HRESULT ELOProviderObject::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                          DISPID* ids) {
     const HRESULT own = AutomationObject::GetIDsOfNames(reserved, names, count, locale, ids);
-    return own == DISP_E_UNKNOWNNAME ? requests_.GetIDsOfNames(reserved, names, count, locale, ids) : own;
+    if (own != DISP_E_UNKNOWNNAME) {
+        return own;
+    }
+    const HRESULT found = requests_.GetIDsOfNames(reserved, names, count, locale, ids);
+    if (ids != nullptr && count > 0 && ids[0] != DISPID_UNKNOWN) {
+        ids[0] += firstRequest;
+    }
+    return found;
 }
 
 HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags,
                                   DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                   UINT* wrongArgument) {
-    const HRESULT own = AutomationObject::Invoke(member, reserved, locale, flags, parameters, result,
-                                                 exception, wrongArgument);
-    return own == DISP_E_MEMBERNOTFOUND ? requests_.Invoke(member, reserved, locale, flags, parameters,
-                                                           result, exception, wrongArgument)
-                                        : own;
+    if (member > firstRequest) {
+        return requests_.Invoke(member - firstRequest, reserved, locale, flags, parameters, result, exception,
+                                wrongArgument);
+    }
+    return AutomationObject::Invoke(member, reserved, locale, flags, parameters, result, exception,
+                                    wrongArgument);
 }
 
 // The host's interface by name
