@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "automation/Errors.h"
+#include "automation/Text.h"
 #include "automation/Variant.h"
 
 namespace kandora {
@@ -95,6 +96,7 @@ public:
         }
         passed_ = value_.Raw();
         if (byReference) {
+            before_ = value_;
             passed_.vt = static_cast<VARTYPE>(declared | VT_BYREF);
             passed_.byref = &value_.Receive()->byref;
         }
@@ -103,9 +105,11 @@ public:
 
     VARIANT* Passed() noexcept { return &passed_; }
 
-    /// Stores what the callee left in a by-reference argument where the caller keeps it.
+    /// Stores what the callee left in a by-reference argument where the caller keeps it. What the callee did
+    /// not change stays as it was given: a script's number must not become a text because a text was asked
+    /// for.
     void CopyBack() {
-        if (!byReference_ || (given_->vt & VT_BYREF) == 0) {
+        if (!byReference_ || (given_->vt & VT_BYREF) == 0 || !IsChanged()) {
             return;
         }
         VARIANT* const meant = Meant(given_);
@@ -121,9 +125,16 @@ public:
     }
 
 private:
+    [[nodiscard]] bool IsChanged() const {
+        const VARIANT& now = value_.Raw();
+        const VARIANT& before = before_.Raw();
+        return now.vt == VT_BSTR ? TextOf(now.bstrVal) != TextOf(before.bstrVal) : now.lVal != before.lVal;
+    }
+
     VARIANT* given_ = nullptr;
     bool byReference_ = false;
     Variant value_;
+    Variant before_;  ///< of an argument by reference
     VARIANT passed_{};
 };
 
