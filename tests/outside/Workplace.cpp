@@ -1,0 +1,323 @@
+#include "Workplace.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+
+namespace kandora::outside_tests {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr int okButton = 1;
+constexpr int boxText = 0xFFFF;
+// Controls of the component's own windows.
+constexpr int inputText = 101;
+constexpr int reportTitle = 101;
+constexpr int reportDescription = 104;
+
+std::wstring TextOf(HWND window) {
+    std::array<wchar_t, 4096> text{};
+    DWORD_PTR length = 0;
+    if (SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                            SMTO_NORMAL, 60'000, &length) == 0) {
+        return {};
+    }
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
+std::wstring ClassOf(HWND window) {
+    std::array<wchar_t, 64> name{};
+    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return {name.data(), static_cast<std::size_t>(length)};
+}
+
+void Type(HWND window, int control, const wchar_t* text) {
+    DWORD_PTR ignored = 0;
+    SendMessageTimeoutW(GetDlgItem(window, control), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text),
+                        SMTO_NORMAL, 60'000, &ignored);
+}
+
+json Mask(int number, const char* name, const std::vector<std::string>& fields) {
+    json mask{{"nummer", number}, {"name", name}, {"felder", json::array()}};
+    for (const std::string& field : fields) {
+        mask["felder"].push_back({{"zeile", mask["felder"].size() + 1}, {"name", field}});
+    }
+    return mask;
+}
+
+const std::vector<std::string> voucherFields{"Barcode",    "BelegNr",     "BelegIndex", "Belegstatus",
+                                             "SesamDocID", "Valutadatum", "Betrag"};
+const std::vector<std::string> reportFields{"Listenbeschreibung", "DatumVon", "DatumBis"};
+
+std::vector<std::string> PartnerFields() {
+    std::vector<std::string> fields = voucherFields;
+    fields.insert(fields.end(), {"Rechnungsdatum", "OPNr", "PKNr", "AdressNr", "Kundenname", "Kundenort"});
+    return fields;
+}
+
+json Archive() {
+    return {{"archive", {"Testarchiv"}},
+            {"trennzeichen", "¶"},
+            {"benutzer", {{{"name", "Kandora"}, {"passwort", "geheim"}, {"kuerzel", "KAN"}}}},
+            {"masken",
+             {Mask(1, "Ordner", {}), Mask(2, "Belege", voucherFields), Mask(3, "Auswertungen", reportFields),
+              Mask(4, "Debitoren", PartnerFields()), Mask(5, "Kreditoren", PartnerFields())}}};
+}
+
+/// One booking of each kind, and a creditor's without an open item. The archive is off for this client at
+/// first.
+json ClientAtFirst() {
+    return json::parse(R"json({
+        "mandant": "C:\\Daten\\Mandanten\\Muster AG",
+        "optionen": {"600": {"100": "False"}},
+        "buchungen": [
+            {"belegNr": "1001", "belegIndex": "1", "ursprung": 0, "text": "Saldovortrag Bank", "datum": "2026-01-05",
+             "betrag": 84312.75, "opNr": ""},
+            {"belegNr": "2001", "belegIndex": "1", "ursprung": 1, "text": "Rechnung an Bäckerei", "datum": "2026-01-06",
+             "betrag": 120.5, "opNr": "D-1"},
+            {"belegNr": "3001", "belegIndex": "1", "ursprung": 2, "text": "Rechnung der Garage", "datum": "2026-01-07",
+             "betrag": 99, "opNr": "K-1"},
+            {"belegNr": "3002", "belegIndex": "1", "ursprung": 2, "text": "Barbezug", "datum": "2026-01-08",
+             "betrag": 15, "opNr": ""}],
+        "offenePosten": {
+            "debitoren": [{"opNr": "D-1", "datum": "2026-01-02", "betragFaktura": 120.5, "pkNr": 1001}],
+            "kreditoren": [{"opNr": "K-1", "datum": "2026-01-03", "betragFaktura": 99, "pkNr": 1002}]},
+        "konten": {"debitoren": [{"pkNr": 1001, "adressId": 5001}], "kreditoren": [{"pkNr": 1002, "adressId": 5002}]},
+        "adressen": [
+            {"adressId": 5001, "firma": "Bäckerei Zürcher", "plz": "8001", "ort": "Zürich"},
+            {"adressId": 5002, "firma": "Garage Zäch", "plz": "9000", "ort": "St. Gallen"}]
+    })json");
+}
+
+std::string IndexSection(const std::string& name, const std::vector<std::string>& fields) {
+    std::string text = "[" + name + "]\r\n";
+    for (std::size_t at = 0; at < fields.size(); ++at) {
+        text += fields[at] + "=" + std::to_string(at + 1) + "\r\n";
+    }
+    return text;
+}
+
+std::string Settings(const fs::path& printerFile) {
+    return "[Debug]\r\nTest=False\r\n"
+           "[Archiv]\r\nArchivAktiv=True\r\nArchivname=Testarchiv\r\nTreuhand=False\r\nSagePFad="
+           "Buchhaltung\r\n"
+           "EloPrinterFile=" +
+           Utf8(printerFile.wstring()) +
+           "\r\n"
+           "[Maske]\r\nStruktur=1\r\nBelege=2\r\nAuswertung=3\r\nDebi=4\r\nKredi=5\r\n" +
+           IndexSection("IndexBelege", voucherFields) + IndexSection("IndexAuswertungen", reportFields) +
+           IndexSection("IndexDebi", PartnerFields()) + IndexSection("IndexKredi", PartnerFields()) +
+           "[Login]\r\nELOUSERNAME=Kandora\r\nELOPW=geheim\r\nELOKUERZEL=KAN\r\n";
+}
+
+void Run(const fs::path& program, const std::vector<std::wstring>& arguments) {
+    const Ended ended = RunProgram(program, arguments);
+    EXPECT_EQ(ended.exitCode, 0U) << ended.output;
+}
+
+}  // namespace
+
+// Programs
+// ---------------------------------------------------------------------------------------------------------
+
+RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments) {
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    const HANDLE output =
+        CreateFileW((folder_.Path() / L"output.txt").c_str(), GENERIC_WRITE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS, 0, nullptr);
+    std::wstring commandLine = L"\"" + program.wstring() + L"\"";
+    for (const std::wstring& argument : arguments) {
+        commandLine += L" \"" + argument + L"\"";
+    }
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output;
+    startup.hStdError = output;
+    const BOOL started = CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
+                                        nullptr, nullptr, &startup, &process_);
+    CloseHandle(output);
+    if (!started) {
+        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                                Utf8(program.wstring()));
+    }
+}
+
+RunningProgram::~RunningProgram() {
+    if (!HasEnded()) {
+        TerminateProcess(process_.hProcess, 99);
+        WaitForSingleObject(process_.hProcess, INFINITE);
+    }
+    CloseHandle(process_.hThread);
+    CloseHandle(process_.hProcess);
+}
+
+bool RunningProgram::Says(const std::string& text) const {
+    return Eventually(
+        [&] { return ReadBytes(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
+}
+
+bool RunningProgram::HasEnded() const {
+    return WaitForSingleObject(process_.hProcess, 0) == WAIT_OBJECT_0;
+}
+
+void RunningProgram::Quit() {
+    EXPECT_TRUE(Eventually([this] {
+        PostThreadMessageW(process_.dwThreadId, WM_QUIT, 0, 0);
+        return HasEnded();
+    }));
+}
+
+// The user
+// ---------------------------------------------------------------------------------------------------------
+
+User::User()
+    : thread_([this] {
+          while (!ended_) {
+              seen_.clear();
+              EnumWindows(LookAt, reinterpret_cast<LPARAM>(this));
+              // The handle of a window that is gone may be given to another one.
+              std::erase_if(open_, [this](HWND window) { return !seen_.contains(window); });
+              std::this_thread::sleep_for(std::chrono::milliseconds(10));
+          }
+      }) {}
+
+User::~User() {
+    ended_ = true;
+    thread_.join();
+}
+
+std::vector<std::wstring> User::Answered() const {
+    const std::lock_guard guard(lock_);
+    return answered_;
+}
+
+BOOL CALLBACK User::LookAt(HWND window, LPARAM self) {
+    reinterpret_cast<User*>(self)->Look(window);
+    return TRUE;
+}
+
+/// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.
+void User::Look(HWND window) {
+    const std::wstring windowClass = ClassOf(window);
+    const bool isBox = windowClass == L"#32770";
+    if (!IsWindowVisible(window) || !(isBox || windowClass == L"KandoraForm")) {
+        return;
+    }
+    seen_.insert(window);
+    const HWND button =
+        isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
+    const HWND prompt = GetDlgItem(window, isBox ? boxText : inputText);
+    if (button == nullptr || prompt == nullptr) {
+        return;  // it is still coming up
+    }
+    if (!open_.contains(window)) {
+        const std::wstring caption = TextOf(window);
+        const std::wstring text = TextOf(prompt);
+        if (caption.empty() || (isBox && text.empty())) {
+            return;
+        }
+        if (caption == L"Auswertung Indizieren") {
+            Type(window, reportTitle, L"Bilanz");
+            Type(window, reportDescription, L"Bilanz per Ende Jahr");
+        }
+        open_.insert(window);
+        const std::lock_guard guard(lock_);
+        answered_.push_back(L"[" + caption + L"] " + text);
+    }
+    PostMessageW(button, BM_CLICK, 0, 0);
+}
+
+// The workplace
+// ----------------------------------------------------------------------------------------------------
+
+Workplace::Workplace() {
+    fs::copy_file(ComponentFile(), File(L"Kandora.dll"));
+    fs::copy_file(BinFolder() / L"Platzhalter.pdf", File(L"Platzhalter.pdf"));
+    WriteAnsi(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
+    WriteAnsi(File(L"Druck.pdf"), "%PDF-1.4 Auswertung");
+    WriteAnsi(File(L"Beleg.pdf"), "%PDF-1.4 Beleg");
+    WriteAnsi(File(L"Mandant.json"), ClientAtFirst().dump());
+    fs::create_directory(File(L"Archiv"));
+    WriteAnsi(File(L"Archiv") / L"archiv.json", Archive().dump());
+
+    const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
+    const fs::path accounting = BinFolder() / L"HostSimulator.exe";
+    const std::wstring store = File(L"Archiv").wstring();
+    const std::wstring client = File(L"Mandant.json").wstring();
+    Run(SystemProgram(L"regsvr32.exe"), {L"/s", File(L"Kandora.dll").wstring()});
+    Run(archive, {L"--register", L"--store", store, L"--hidden"});
+    Run(accounting, {L"--register", L"--client", client});
+    archive_ = std::make_unique<RunningProgram>(
+        archive, std::vector<std::wstring>{L"--store", store, L"--hidden", L"--trace",
+                                           File(L"Gespräch.txt").wstring()});
+    EXPECT_TRUE(archive_->Says("Bereit:"));
+    accounting_ = std::make_unique<RunningProgram>(
+        accounting, std::vector<std::wstring>{L"--client", client, L"--serve"});
+    EXPECT_TRUE(accounting_->Says("FibuNT.Mandant wird bedient."));
+}
+
+Workplace::~Workplace() {
+    const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
+    Run(archive, {L"--stop", L"--store", File(L"Archiv").wstring()});
+    EXPECT_TRUE(Eventually([this] { return archive_->HasEnded(); }));
+    accounting_->Quit();
+    Run(archive, {L"--unregister"});
+    Run(BinFolder() / L"HostSimulator.exe", {L"--unregister"});
+    Run(SystemProgram(L"regsvr32.exe"), {L"/s", L"/u", File(L"Kandora.dll").wstring()});
+    archive_.reset();
+    accounting_.reset();
+}
+
+std::vector<std::string> Workplace::Trace() const {
+    return LinesOf(ReadBytes(File(L"Gespräch.txt")));
+}
+
+std::ptrdiff_t Workplace::Traced(const std::string& beginning) const {
+    return std::ranges::count_if(Trace(),
+                                 [&](const std::string& line) { return line.starts_with(beginning); });
+}
+
+std::map<int, json> Workplace::Entries() const {
+    std::map<int, json> entries;
+    const fs::path folders = File(L"Archiv") / L"Ordner";
+    for (const fs::directory_entry& file : fs::recursive_directory_iterator(folders)) {
+        if (file.path().extension() == L".json" && file.path().filename() != L"ordner.json") {
+            json entry = json::parse(ReadBytes(file.path()));
+            entry["ordner"] = Utf8(file.path().parent_path().lexically_relative(folders).generic_wstring());
+            const int id = entry["id"];
+            entries[id] = std::move(entry);
+        }
+    }
+    return entries;
+}
+
+json Workplace::Client() const {
+    return json::parse(ReadBytes(File(L"Mandant.json")));
+}
+
+std::vector<std::string> LinesOf(const std::string& output) {
+    std::vector<std::string> lines;
+    std::istringstream stream(output);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line.substr(0, line.find_last_not_of('\r') + 1));
+    }
+    return lines;
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+}  // namespace kandora::outside_tests
