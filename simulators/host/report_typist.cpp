@@ -5,6 +5,7 @@
 #include "simulators/common/files.h"
 #include "simulators/common/text.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <thread>
@@ -69,6 +70,11 @@ HWND ReportTypist::TabFrom(HWND textBox) const {
 
 std::wstring ReportTypist::FillTextBoxes(HWND dialog, const ReportDescription& description,
                                          ReportDescription& filled) const {
+    const std::vector<HWND> children = ChildrenOf(dialog);
+    if (std::none_of(children.begin(), children.end(),
+                     [&](HWND child) { return IsTextBoxOf(dialog, child); })) {
+        return L"Das Fenster hat kein Textfeld.";
+    }
     HWND textBox = nullptr;
     if (!WaitUntil([&] { return IsTextBoxOf(dialog, textBox = FocusOf(dialog)); })) {
         return L"Im Fenster hat kein Textfeld den Fokus.";

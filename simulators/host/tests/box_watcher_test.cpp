@@ -110,14 +110,6 @@ TEST(BoxWatcher, ConfirmsTheInputBoxAndLeavesTheProposal) {
     EXPECT_EQ(boxes[0].text, L"Bitte anpassen");
 }
 
-TEST(BoxWatcher, DescribesAReportBeforeItConfirms) {
-    BoxWatcher watcher(GetCurrentThreadId());
-    OwnWindow dialog(L"Auswertung Indizieren", ES_MULTILINE, L"", L"Archivieren");
-    EXPECT_EQ(dialog.Run(), confirmId);
-    EXPECT_NE(dialog.EditText(), L"");
-    EXPECT_EQ(watcher.TakeAnswered().size(), 1U);
-}
-
 TEST(BoxWatcher, LeavesOtherWindowsAlone) {
     BoxWatcher watcher(GetCurrentThreadId());
     OwnWindow other(L"Übersicht", 0, L"", L"OK");

@@ -154,7 +154,10 @@ TEST(BookingFields, TakeOnlyWhatSuitsThem) {
     EXPECT_NE(SetBookingField(booking, L"betrag", L""), L"");
     EXPECT_NE(SetBookingField(booking, L"datum", L"2026-02-30"), L"");
     EXPECT_NE(SetBookingField(booking, L"ursprung", L"12"), L"");
-    EXPECT_NE(SetBookingField(booking, L"belegNr", L"12"), L"");
+    EXPECT_EQ(SetBookingField(booking, L"belegNr", L"12"), L"");
+    EXPECT_EQ(booking.belegNr, L"12");
+    EXPECT_NE(SetBookingField(booking, L"belegIndex", L""), L"");
+    EXPECT_NE(SetBookingField(booking, L"nummer", L"12"), L"");
     EXPECT_EQ(booking.betrag, -12345000) << "a refused value changes nothing";
 }
 

@@ -73,10 +73,23 @@ TEST(CommandLineTest, WhatMakesNoSenseIsRefused) {
     EXPECT_THAT(Complaint({L"--year"}), ::testing::HasSubstr(L"fehlt die Mandantendatei"));
     EXPECT_THAT(Complaint({L"--client-copy", L"a", L"--register"}),
                 ::testing::HasSubstr(L"braucht --client"));
-    EXPECT_THAT(Complaint({L"--client", L"a", L"--year", L"--requests", L"b"}),
+    EXPECT_THAT(Complaint({L"--client", L"a", L"--year", L"--menu"}),
                 ::testing::HasSubstr(L"Nur eine dieser Angaben"));
     EXPECT_THAT(Complaint({L"--client", L"a", L"--requests", L"b", L"--table"}),
-                ::testing::HasSubstr(L"nur zusammen mit --year"));
+                ::testing::HasSubstr(L"--table braucht bei --requests den Ablageordner"));
+    EXPECT_THAT(Complaint({L"--client", L"a", L"--year", L"--picture-hook", L"b"}),
+                ::testing::HasSubstr(L"nur zusammen mit --answer-boxes"));
+}
+
+TEST(CommandLineTest, RequestsMayFollowAYear) {
+    const CommandLine line =
+        Parse({L"--client", L"a.json", L"--year", L"--requests", L"b.txt", L"--printer-file", L"D:\\Ä.pdf",
+               L"--answer-boxes", L"--picture-hook", L"D:\\Bild"});
+    EXPECT_EQ(line.task, Task::Year);
+    EXPECT_EQ(line.requests.wstring(), L"b.txt");
+    EXPECT_EQ(line.printerFile.wstring(), L"D:\\Ä.pdf");
+    EXPECT_EQ(line.pictureHook.wstring(), L"D:\\Bild");
+    EXPECT_TRUE(Parse({L"--client", L"a", L"--requests", L"b", L"--table", L"--store", L"c"}).table);
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ public:
     std::vector<std::wstring> calls;
     HRESULT code = S_OK;
     std::function<void()> whileSaving;
+    std::function<void()> whilePrinting;
 
     // The test owns the object, so it does not count.
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
@@ -63,6 +64,9 @@ public:
         return Note(L"ShowDocument", id, data);
     }
     HRESULT STDMETHODCALLTYPE PrintDocument(BSTR id, VARIANT data) override {
+        if (whilePrinting) {
+            whilePrinting();
+        }
         return Note(L"PrintDocument", id, data);
     }
     HRESULT STDMETHODCALLTYPE SaveDocument(BSTR id, VARIANT data) override {
@@ -132,9 +136,9 @@ protected:
 
     std::wstring RequestFile() const { return (folder_ / L"a.txt").wstring(); }
 
-    std::vector<Outcome> Run(const std::wstring& text) {
+    std::vector<Outcome> Run(const std::wstring& text, const std::filesystem::path& printerFile = {}) {
         std::vector<Outcome> outcomes;
-        Driver driver(accounting_, link_, nullptr);
+        Driver driver(accounting_, link_, nullptr, printerFile);
         for (const Request& request : ParseRequests(text, RequestFile())) {
             outcomes.push_back(driver.Run(request, RequestFile()));
         }
@@ -221,6 +225,38 @@ TEST_F(DriverTest, ChangesShowInLaterRequestsButNotInTheFile) {
     EXPECT_EQ(accounting_.Client()->FindBooking(L"10", L"1")->betrag, 10500);
     EXPECT_THAT(provider_.calls[0], ::testing::HasSubstr(L"BSTR \"B9\"]"));
     EXPECT_EQ(testing::ReadFile(folder_ / L"klein.json"), smallClient);
+}
+
+TEST_F(DriverTest, AChangedNumberCountsFromThenOn) {
+    Run(L"change 10 1 belegNr=12\nDocumentChanged booking 12 1");
+    EXPECT_THAT(provider_.calls[0],
+                ::testing::StartsWith(L"DocumentChanged(20260304080000, [0: BSTR \"12/1\""));
+    EXPECT_EQ(accounting_.Client()->FindBooking(L"10", L"1"), nullptr);
+    EXPECT_EQ(Check(L"change 12 1 belegNr=11"), L", Zeile 1, Spalte 1: Die Buchung 11/1 gibt es schon.");
+    EXPECT_EQ(Check(L"change 12 1 belegNr="),
+              L", Zeile 1, Spalte 13: Belegnummer und Belegindex können nicht leer sein.");
+}
+
+TEST_F(DriverTest, AReportIsPrintedBeforeItIsSent) {
+    const std::filesystem::path file = folder_ / L"Drück.pdf";
+    std::string seen;
+    provider_.whilePrinting = [&] { seen = testing::ReadFile(file); };
+    Run(L"PrintDocument 1", file);
+    EXPECT_THAT(seen, ::testing::StartsWith("%PDF-1.4"));
+    EXPECT_THAT(seen, ::testing::HasSubstr("Mandant Klein"));
+    EXPECT_EQ(provider_.calls.size(), 1U);
+    Run(L"ShowDocument 1", folder_ / L"andere.pdf");
+    EXPECT_FALSE(std::filesystem::exists(folder_ / L"andere.pdf")) << "nothing else is printed";
+}
+
+TEST_F(DriverTest, WithoutPrinterFileAReportIsOnlySent) {
+    bool wasThere = true;
+    provider_.whilePrinting = [&] {
+        wasThere = std::distance(std::filesystem::directory_iterator(folder_ / L""), {}) > 1;
+    };
+    Run(L"PrintDocument 1");
+    EXPECT_EQ(provider_.calls.size(), 1U);
+    EXPECT_FALSE(wasThere) << "beside the client file nothing is written";
 }
 
 TEST_F(DriverTest, AnotherClientIsFoundBesideTheRequestFileAndMayBeCopied) {

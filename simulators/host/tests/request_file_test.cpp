@@ -112,5 +112,26 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{L"option 1x x",
                 L"a.txt, Zeile 1, Spalte 8: Der Schlüssel ist eine Zahl von 0 bis 32767, nicht «1x»."}));
 
+TEST(RequestFile, ABookingCanGetAnotherNumber) {
+    const Request request = Parse(L"change 26105 1 belegNr=26905 belegIndex=2");
+    EXPECT_EQ(request.belegNr, L"26105");
+    ASSERT_EQ(request.changes.size(), 2U);
+    EXPECT_EQ(request.changes[0].field, L"belegNr");
+    EXPECT_EQ(request.changes[1].value, L"2");
+}
+
+TEST(RequestFile, AReportIsDescribedInWords) {
+    const Request request = Parse(L"describe kurzbezeichnung=Saldo von=\"\" beschreibung=\"Zwei Wörter\"");
+    EXPECT_EQ(request.kind, RequestKind::DescribeReport);
+    EXPECT_FALSE(IsSentToComponent(request.kind));
+    ASSERT_EQ(request.changes.size(), 3U);
+    EXPECT_EQ(request.changes[1].field, L"von");
+    EXPECT_EQ(request.changes[1].value, L"");
+    EXPECT_EQ(request.changes[2].value, L"Zwei Wörter");
+    EXPECT_EQ(Complaint(L"describe titel=Saldo"),
+              L"a.txt, Zeile 1, Spalte 10: Eine Auswertung hat keine Angabe «titel».");
+    EXPECT_THAT(Complaint(L"describe"), ::testing::HasSubstr(L"fehlt: eine Angabe wie beschreibung="));
+}
+
 }  // namespace
 }  // namespace simulators
