@@ -55,8 +55,10 @@ SAFEARRAY* ArrayIn(const VARIANT& value) {
     return value.parray;
 }
 
+/// Not one of the platform's vectors: those are of a fixed size, and resizing one leaks its elements.
 SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
-    SAFEARRAY* const array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(size));
+    SAFEARRAYBOUND bound{static_cast<ULONG>(size), 0};
+    SAFEARRAY* const array = SafeArrayCreate(type, 1, &bound);
     if (array == nullptr) {
         throw RuntimeError(errors::outOfMemory);
     }
