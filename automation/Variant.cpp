@@ -65,6 +65,14 @@ SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
     return array;
 }
 
+/// A value by reference, or one behind it, that a careless caller left without a place.
+bool PointsNowhere(const VARIANT& value) {
+    if ((value.vt & VT_BYREF) == 0) {
+        return false;
+    }
+    return value.byref == nullptr || (value.vt == (VT_BYREF | VT_VARIANT) && PointsNowhere(*value.pvarVal));
+}
+
 bool SameWord(const Text& text, TextView word) {
     return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()),
                           word.data(), static_cast<int>(word.size())) == CSTR_EQUAL;
@@ -82,7 +90,7 @@ Variant& Variant::operator=(Variant other) noexcept {
 }
 
 Variant::Variant(const VARIANT& source) noexcept : Variant() {
-    const HRESULT result = VariantCopyInd(&value_, Source(source));
+    const HRESULT result = PointsNowhere(source) ? E_POINTER : VariantCopyInd(&value_, Source(source));
     if (FAILED(result)) {
         value_.vt = VT_ERROR;
         value_.scode = result;

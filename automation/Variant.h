@@ -23,8 +23,8 @@ public:
     Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
     Variant& operator=(Variant other) noexcept;
 
-    /// A copy of a caller's value. A value that cannot be copied (an unknown type, no memory) becomes an
-    /// error value.
+    /// A copy of a caller's value. A value that cannot be copied (an unknown type, no place, no memory)
+    /// becomes an error value.
     explicit Variant(const VARIANT& source) noexcept;
 
     explicit Variant(TextView text);
