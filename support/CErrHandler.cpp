@@ -12,10 +12,8 @@ constexpr const wchar_t* frameSeparator = L" <- ";
 
 Text CErrHandler::CallStack() const {
     std::vector<Text> frames;
-    if (record_.vasCallStack.IsArray()) {
-        for (const Variant& frame : record_.vasCallStack.Elements()) {
-            frames.push_back(frame.ToText());
-        }
+    for (const Variant& frame : record_.vasCallStack.Elements()) {
+        frames.push_back(frame.ToText());
     }
     return Joined(frames, frameSeparator);
 }
@@ -48,7 +46,7 @@ void CErrHandler::Clear() {
     record_.sDescription.clear();
     record_.lOriginalNumber = 0;
     record_.lNumber = 0;
-    record_.vasCallStack = Variant();
+    record_.vasCallStack = NoFrames();
 }
 
 void CErrHandler::RaiseAgain() const {

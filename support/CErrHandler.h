@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "automation/Clock.h"
 #include "automation/Errors.h"
@@ -45,6 +46,9 @@ public:
 private:
     friend class ErrorKeeper;
 
+    /// An empty array.
+    static Variant NoFrames() { return Variant::ArrayOf(std::vector<Variant>()); }
+
     struct Record {
         Text sOriginalDescription;
         std::int32_t lOriginalNumber = 0;
@@ -52,7 +56,7 @@ private:
         std::int32_t lNumber = 0;
         Text sSource;
         std::int32_t lLine = 0;
-        Variant vasCallStack;
+        Variant vasCallStack = NoFrames();
     };
 
     [[nodiscard]] Text CallStack() const;
