@@ -38,6 +38,18 @@ Text ParentFolder(const Text& path) {
     return separator == Text::npos ? Text() : path.substr(0, separator);
 }
 
+/// Where the two NULs stand that end a list.
+std::size_t EndOfList(const std::string& buffer) {
+    return buffer.find(std::string(2, '\0'));
+}
+
+/// Some versions of the platform leave the last NUL of a list that was cut off away. Where nothing was
+/// written at all there is nothing to grow for.
+bool IsListCutOff(const std::string& buffer) {
+    const bool hasEntries = buffer.front() != '\0' && buffer.find('\0') != std::string::npos;
+    return hasEntries && EndOfList(buffer) >= buffer.size() - 3;
+}
+
 }  // namespace
 
 void Dictionary::Add(const Text& key, const Text& item) {
@@ -68,21 +80,24 @@ void CIniFile::sIniFile(const Text& sNewIniFile) {
 
 /// The profile functions cut off what does not fit and end it with a NUL at the buffer's last place, which is
 /// how a buffer that is too small is told.
-std::string CIniFile::ReadGrowing(const Reader& read) {
+std::string CIniFile::ReadGrowing(const Reader& read, bool (*isCutOff)(const std::string& buffer)) {
     const std::string file = AnsiFromText(sIniFile());
     std::string buffer;
     do {
         buffer.assign(buffer.size() + bufferStep, ' ');
         read(buffer, file);
-    } while (buffer.back() == '\0');
+    } while (buffer.back() == '\0' || isCutOff(buffer));
     return buffer;
 }
 
 std::vector<Text> CIniFile::ReadList(const Reader& read) {
-    const std::string buffer = ReadGrowing(read);
+    const std::string buffer = ReadGrowing(read, IsListCutOff);
+    const std::size_t end = EndOfList(buffer);
     std::vector<Text> entries;
-    const std::size_t end = buffer.find(std::string(2, '\0'));
-    for (std::size_t from = 0; buffer[from] != '\0' && from < end;) {
+    if (buffer.front() == '\0' || end == std::string::npos) {
+        return entries;
+    }
+    for (std::size_t from = 0; from < end;) {
         const std::size_t to = std::min(buffer.find('\0', from), end);
         entries.push_back(TextFromAnsi(std::string_view(buffer).substr(from, to - from)));
         from = to + 1;
@@ -96,9 +111,11 @@ Text CIniFile::sString(const Text& sSection, const Text& sKey) {
         RequireFilled(sKey);
         const std::string section = AnsiFromText(sSection);
         const std::string key = AnsiFromText(sKey);
-        const std::string buffer = ReadGrowing([&](std::span<char> space, const std::string& file) {
-            platform_.GetPrivateProfileString(section.c_str(), key.c_str(), space, file);
-        });
+        const std::string buffer = ReadGrowing(
+            [&](std::span<char> space, const std::string& file) {
+                platform_.GetPrivateProfileString(section.c_str(), key.c_str(), space, file);
+            },
+            [](const std::string&) { return false; });
         return TextFromAnsi(std::string_view(buffer).substr(0, buffer.find('\0')));
     });
 }

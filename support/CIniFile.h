@@ -60,7 +60,7 @@ public:
 
 private:
     using Reader = std::function<void(std::span<char> buffer, const std::string& file)>;
-    std::string ReadGrowing(const Reader& read);
+    std::string ReadGrowing(const Reader& read, bool (*isCutOff)(const std::string& buffer));
     std::vector<Text> ReadList(const Reader& read);
 
     Platform& platform_;
