@@ -156,14 +156,15 @@ public:
     }
 
 protected:
-    AutomationObject() : globals_(CurrentThreadState()) {}
+    AutomationObject() : state_(CurrentThreadState()) {}
     virtual ~AutomationObject() = default;
 
     /// A further interface of the derived class, without a new reference; null for an unknown one.
     virtual void* Further(REFIID /*wanted*/) noexcept { return nullptr; }
 
     /// The state of the thread that made the object.
-    [[nodiscard]] MGlobals& Globals() const noexcept { return *globals_; }
+    [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
+    [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
     /// Runs a procedure for an outside caller: nothing but a return value leaves it, and the record of its
     /// error is handed over and forgotten.
@@ -176,7 +177,7 @@ protected:
         } catch (...) {
             outcome = ReportError(CurrentError(), iid);
         }
-        globals_->goErrHandler().Clear();
+        Globals().goErrHandler().Clear();
         return outcome;
     }
 
@@ -192,7 +193,7 @@ protected:
 
 private:
     module::Use use_;
-    std::shared_ptr<MGlobals> globals_;
+    std::shared_ptr<ThreadState> state_;
     std::atomic<ULONG> references_ = 1;
 };
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <utility>
+
 #include "Kandora.h"
 #include "accounting/SOKInterface.h"
 #include "archive/ELODMS.h"
@@ -8,164 +11,192 @@
 
 namespace kandora {
 
+/// A public class that works through a client of its own. The client goes with the object or when the
+/// object's thread leaves COM, whichever comes first: its session can only end while calls to other programs
+/// still work.
+template <class Interface, const IID& iid, class Service>
+class ServiceObject : public AutomationObject<Interface, iid>, private ThreadEndWatcher {
+public:
+    ServiceObject(const ServiceObject&) = delete;
+    ServiceObject& operator=(const ServiceObject&) = delete;
+
+protected:
+    template <class Context>
+    explicit ServiceObject(const Context& context) : client_(std::in_place, context) {
+        this->State().Watch(*this);
+    }
+    ~ServiceObject() override { this->State().Unwatch(*this); }
+
+    /// Raises 91 once the thread has left COM.
+    [[nodiscard]] Service& Client() {
+        if (!client_.has_value()) {
+            throw RuntimeError(errors::objectMissing);
+        }
+        return *client_;
+    }
+
+private:
+    void OnThreadEnd() noexcept override { client_.reset(); }
+
+    std::optional<Service> client_;
+};
+
 /// The archive client for outside callers: a session of its own, the thread's settings, records and error
 /// handler.
-class ELODMSObject final : public AutomationObject<_ELODMS, IID__ELODMS> {
+class ELODMSObject final : public ServiceObject<_ELODMS, IID__ELODMS, ELODMS> {
 public:
+    ELODMSObject() : ServiceObject(CurrentThreadState()->Globals().ArchiveSide()) {}
+
     HRESULT STDMETHODCALLTYPE get_oElo(IDispatch** result) override {
-        return Result(result, [&] { return client_.oElo(); });
+        return Result(result, [&] { return Client().oElo(); });
     }
     HRESULT STDMETHODCALLTYPE ELOSichtbar() override {
-        return Guarded([&] { client_.ELOSichtbar(); });
+        return Guarded([&] { Client().ELOSichtbar(); });
     }
     HRESULT STDMETHODCALLTYPE CheckLogin(BSTR* result) override {
-        return Result(result, [&] { return client_.CheckLogin(); });
+        return Result(result, [&] { return Client().CheckLogin(); });
     }
     HRESULT STDMETHODCALLTYPE FindSageDocumentByID(BSTR* strSageDokID, long* result) override {
-        return Result(result, [&] { return client_.FindSageDocumentByID(TextOf(Required(strSageDokID))); });
+        return Result(result, [&] { return Client().FindSageDocumentByID(TextOf(Required(strSageDokID))); });
     }
     HRESULT STDMETHODCALLTYPE FindSageDocumentByBelegNr(BSTR* strBelegNr, BSTR* strIndex,
                                                         long* result) override {
         return Result(result, [&] {
-            return client_.FindSageDocumentByBelegNr(TextOf(Required(strBelegNr)),
-                                                     TextOf(Required(strIndex)));
+            return Client().FindSageDocumentByBelegNr(TextOf(Required(strBelegNr)),
+                                                      TextOf(Required(strIndex)));
         });
     }
     HRESULT STDMETHODCALLTYPE IsDokumentVorhanden(long lDokID, VARIANT_BOOL* result) override {
-        return Result(result, [&] { return client_.IsDokumentVorhanden(lDokID); });
+        return Result(result, [&] { return Client().IsDokumentVorhanden(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE CheckPFadVorhanden(BSTR* strPfad, BSTR* result) override {
-        return Result(result, [&] { return client_.CheckPFadVorhanden(TextOf(Required(strPfad))); });
+        return Result(result, [&] { return Client().CheckPFadVorhanden(TextOf(Required(strPfad))); });
     }
     HRESULT STDMETHODCALLTYPE PFadErstellen(BSTR* strPfad, BSTR* result) override {
         return Result(result, [&] {
-            return WithText(strPfad, [&](Text& path) { return client_.PFadErstellen(path); });
+            return WithText(strPfad, [&](Text& path) { return Client().PFadErstellen(path); });
         });
     }
     HRESULT STDMETHODCALLTYPE CheckMaskeVorhanden(long* lMaskeNr, BSTR* result) override {
-        return Result(result, [&] { return client_.CheckMaskeVorhanden(Required(lMaskeNr)); });
+        return Result(result, [&] { return Client().CheckMaskeVorhanden(Required(lMaskeNr)); });
     }
     HRESULT STDMETHODCALLTYPE ChangeDocument(BSTR strBarcode, BSTR* strBelegNr, BSTR* strBelegIndex,
                                              BSTR* strSesamDocID) override {
         return Guarded([&] {
-            client_.ChangeDocument(TextOf(strBarcode), TextOf(Required(strBelegNr)),
-                                   TextOf(Required(strBelegIndex)), TextOf(Required(strSesamDocID)));
+            Client().ChangeDocument(TextOf(strBarcode), TextOf(Required(strBelegNr)),
+                                    TextOf(Required(strBelegIndex)), TextOf(Required(strSesamDocID)));
         });
     }
     HRESULT STDMETHODCALLTYPE MarkAsDeleted(BSTR strSesamDocID, BSTR* strBelegNr,
                                             BSTR* strBelegIndex) override {
         return Guarded([&] {
-            client_.MarkAsDeleted(TextOf(strSesamDocID), TextOf(Required(strBelegNr)),
-                                  TextOf(Required(strBelegIndex)));
+            Client().MarkAsDeleted(TextOf(strSesamDocID), TextOf(Required(strBelegNr)),
+                                   TextOf(Required(strBelegIndex)));
         });
     }
     HRESULT STDMETHODCALLTYPE ShowDokument(BSTR strSageDokID) override {
-        return Guarded([&] { client_.ShowDokument(TextOf(strSageDokID)); });
+        return Guarded([&] { Client().ShowDokument(TextOf(strSageDokID)); });
     }
     HRESULT STDMETHODCALLTYPE LoescheDokument(long lDokID) override {
-        return Guarded([&] { client_.LoescheDokument(lDokID); });
+        return Guarded([&] { Client().LoescheDokument(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE AddDokument(BSTR sFile, BSTR* strBarcode, BSTR* strBelegNr, BSTR* strBelegIndex,
                                           BSTR* strStatus, BSTR* strSesamDocID, long* result) override {
         return Result(result, [&] {
-            return client_.AddDokument(TextOf(sFile), TextOf(Required(strBarcode)),
-                                       TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)),
-                                       TextOf(Required(strStatus)), TextOf(Required(strSesamDocID)));
+            return Client().AddDokument(TextOf(sFile), TextOf(Required(strBarcode)),
+                                        TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)),
+                                        TextOf(Required(strStatus)), TextOf(Required(strSesamDocID)));
         });
     }
     HRESULT STDMETHODCALLTYPE SaveAuswertung(BSTR* /*strDocID*/) override {
-        return Guarded([&] { client_.SaveAuswertung(); });
+        return Guarded([&] { Client().SaveAuswertung(); });
     }
-
-private:
-    ELODMS client_{Globals().ArchiveSide()};
 };
 
 /// The older archive client for outside callers.
-class OrigELODMSObject final : public AutomationObject<_OrigELODMS, IID__OrigELODMS> {
+class OrigELODMSObject final : public ServiceObject<_OrigELODMS, IID__OrigELODMS, OrigELODMS> {
 public:
+    OrigELODMSObject() : ServiceObject(CurrentThreadState()->Globals().ArchiveSide()) {}
+
     HRESULT STDMETHODCALLTYPE get_oElo(IDispatch** result) override {
-        return Result(result, [&] { return client_.oElo(); });
+        return Result(result, [&] { return Client().oElo(); });
     }
     HRESULT STDMETHODCALLTYPE ShowDokument(long lDokID) override {
-        return Guarded([&] { client_.ShowDokument(lDokID); });
+        return Guarded([&] { Client().ShowDokument(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE IsDokumentVorhanden(long lDokID, VARIANT_BOOL* result) override {
-        return Result(result, [&] { return client_.IsDokumentVorhanden(lDokID); });
+        return Result(result, [&] { return Client().IsDokumentVorhanden(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE GetUnverknuepfte(VARIANT* result) override {
-        return Result(result, [&] { return client_.GetUnverknuepfte(); });
+        return Result(result, [&] { return Client().GetUnverknuepfte(); });
     }
     HRESULT STDMETHODCALLTYPE GetParentFolderId(long lFallId, long* result) override {
-        return Result(result, [&] { return client_.GetParentFolderId(lFallId); });
+        return Result(result, [&] { return Client().GetParentFolderId(lFallId); });
     }
     HRESULT STDMETHODCALLTYPE CurrentRegisterDate(long lFallId, DATE* result) override {
-        return Result(result, [&] { return client_.CurrentRegisterDate(lFallId); });
+        return Result(result, [&] { return Client().CurrentRegisterDate(lFallId); });
     }
     HRESULT STDMETHODCALLTYPE LoescheDokument(long lDokID) override {
-        return Guarded([&] { client_.LoescheDokument(lDokID); });
+        return Guarded([&] { Client().LoescheDokument(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE AddDokumentToMassenversaendeZA(BSTR sPath, long* result) override {
-        return Result(result, [&] { return client_.AddDokumentToMassenversaendeZA(TextOf(sPath)); });
+        return Result(result, [&] { return Client().AddDokumentToMassenversaendeZA(TextOf(sPath)); });
     }
     HRESULT STDMETHODCALLTYPE AddDokument(BSTR sFile, long* result) override {
-        return Result(result, [&] { return client_.AddDokument(TextOf(sFile)); });
+        return Result(result, [&] { return Client().AddDokument(TextOf(sFile)); });
     }
     HRESULT STDMETHODCALLTYPE PrintDokument(long lDokID) override {
-        return Guarded([&] { client_.PrintDokument(lDokID); });
+        return Guarded([&] { Client().PrintDokument(lDokID); });
     }
     HRESULT STDMETHODCALLTYPE LoescheVerknuepfung(long lDokID) override {
-        return Guarded([&] { client_.LoescheVerknuepfung(lDokID); });
+        return Guarded([&] { Client().LoescheVerknuepfung(lDokID); });
     }
-
-private:
-    OrigELODMS client_{Globals().ArchiveSide()};
 };
 
 /// The access to the accounting host for outside callers.
-class SOKInterfaceObject final : public AutomationObject<_SOKInterface, IID__SOKInterface> {
+class SOKInterfaceObject final : public ServiceObject<_SOKInterface, IID__SOKInterface, SOKInterface> {
 public:
+    SOKInterfaceObject() : ServiceObject(CurrentThreadState()->Globals().AccountingSide()) {}
+
     /// What was decided before an error is delivered all the same.
     HRESULT STDMETHODCALLTYPE EinstellungenLesen(VARIANT_BOOL* result) override {
         if (result == nullptr) {
             return E_POINTER;
         }
         bool active = false;
-        const HRESULT outcome = Guarded([&] { host_.EinstellungenLesen(active); });
+        const HRESULT outcome = Guarded([&] { Client().EinstellungenLesen(active); });
         Deliver(result, active);
         return outcome;
     }
     HRESULT STDMETHODCALLTYPE EinstellungenSchreiben(VARIANT_BOOL* result) override {
-        return Result(result, [&] { return host_.EinstellungenSchreiben(); });
+        return Result(result, [&] { return Client().EinstellungenSchreiben(); });
     }
     HRESULT STDMETHODCALLTYPE GetKrediDaten(BSTR* strBelegNr, BSTR* strIndex) override {
         return Guarded(
-            [&] { host_.GetKrediDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
+            [&] { Client().GetKrediDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE GetDebiDaten(BSTR* strBelegNr, BSTR* strIndex) override {
-        return Guarded([&] { host_.GetDebiDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
+        return Guarded(
+            [&] { Client().GetDebiDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE GetBelegDaten(BSTR* strBelegNr, BSTR* strIndex) override {
         return Guarded(
-            [&] { host_.GetBelegDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
+            [&] { Client().GetBelegDaten(TextOf(Required(strBelegNr)), TextOf(Required(strIndex))); });
     }
     HRESULT STDMETHODCALLTYPE get_oSesamFibu(IDispatch** result) override {
-        return Result(result, [&] { return host_.oSesamFibu(); });
+        return Result(result, [&] { return Client().oSesamFibu(); });
     }
     HRESULT STDMETHODCALLTYPE get_oSesamDebi(IDispatch** result) override {
-        return Result(result, [&] { return host_.oSesamDebi(); });
+        return Result(result, [&] { return Client().oSesamDebi(); });
     }
     HRESULT STDMETHODCALLTYPE get_oSesamKredi(IDispatch** result) override {
-        return Result(result, [&] { return host_.oSesamKredi(); });
+        return Result(result, [&] { return Client().oSesamKredi(); });
     }
     HRESULT STDMETHODCALLTYPE GetBuchungsType(BSTR* strBelegNr, BSTR* strBelegIndex, BSTR* result) override {
         return Result(result, [&] {
-            return host_.GetBuchungsType(TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)));
+            return Client().GetBuchungsType(TextOf(Required(strBelegNr)), TextOf(Required(strBelegIndex)));
         });
     }
-
-private:
-    SOKInterface host_{Globals().AccountingSide()};
 };
 
 }  // namespace kandora

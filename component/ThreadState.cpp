@@ -7,31 +7,22 @@
 #include <objbase.h>
 
 #include "automation/Errors.h"
-#include "automation/WindowsPlatform.h"
 #include "component/Module.h"
-#include "ui/WindowsUserInterface.h"
 
 namespace kandora {
 
 namespace {
 
-/// Everything of one thread, in the order in which it is made.
-struct ThreadParts {
-    WindowsPlatform platform;
-    WindowsUserInterface userInterface{platform, [this]() -> CErrHandler& { return globals.goErrHandler(); }};
-    MGlobals globals{platform, userInterface};
-};
-
 /// Holds a thread's parts, and is told by COM when the thread is about to leave it.
 class ThreadSlot final : public IInitializeSpy {
 public:
-    explicit ThreadSlot(std::shared_ptr<ThreadParts> parts) : parts_(std::move(parts)) {}
+    explicit ThreadSlot(std::shared_ptr<ThreadState> state) : state_(std::move(state)) {}
     virtual ~ThreadSlot() = default;
     ThreadSlot(const ThreadSlot&) = delete;
     ThreadSlot& operator=(const ThreadSlot&) = delete;
 
     void Watch() { RequireSuccess(CoRegisterInitializeSpy(this, &cookie_)); }
-    [[nodiscard]] const std::shared_ptr<ThreadParts>& Parts() const noexcept { return parts_; }
+    [[nodiscard]] const std::shared_ptr<ThreadState>& State() const noexcept { return state_; }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         if (iid != IID_IUnknown && iid != IID_IInitializeSpy) {
@@ -70,7 +61,7 @@ private:
     module::Use use_;
     std::atomic<ULONG> references_ = 1;
     ULARGE_INTEGER cookie_{};
-    std::shared_ptr<ThreadParts> parts_;
+    std::shared_ptr<ThreadState> state_;
 };
 
 /// A bare slot of thread storage: this toolchain frees storage with destructors too early for objects that
@@ -85,24 +76,32 @@ DWORD SlotIndex() {
 
 void ThreadSlot::End() noexcept {
     TlsSetValue(SlotIndex(), nullptr);
-    parts_->globals.ReleaseServices();
-    parts_.reset();
+    state_->End();
+    state_.reset();
     CoRevokeInitializeSpy(cookie_);
     Release();
 }
 
 }  // namespace
 
-std::shared_ptr<MGlobals> CurrentThreadState() {
+void ThreadState::End() noexcept {
+    while (!watchers_.empty()) {
+        ThreadEndWatcher* const watcher = watchers_.back();
+        watchers_.pop_back();
+        watcher->OnThreadEnd();
+    }
+    globals_.ReleaseServices();
+}
+
+std::shared_ptr<ThreadState> CurrentThreadState() {
     auto* slot = static_cast<ThreadSlot*>(TlsGetValue(SlotIndex()));
     if (slot == nullptr) {
-        auto created = std::make_unique<ThreadSlot>(std::make_shared<ThreadParts>());
+        auto created = std::make_unique<ThreadSlot>(std::make_shared<ThreadState>());
         created->Watch();
         slot = created.release();
         TlsSetValue(SlotIndex(), slot);
     }
-    const std::shared_ptr<ThreadParts>& parts = slot->Parts();
-    return {parts, &parts->globals};
+    return slot->State();
 }
 
 }  // namespace kandora
