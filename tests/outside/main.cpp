@@ -1,4 +1,5 @@
 #include "Course.h"
+#include "Inside.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +24,8 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    // They are told by name in the processes that other tests start for them.
+    testing::GTEST_FLAG(filter) = insideTests;
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,251 @@
+#include "Inside.h"
+#include "Workplace.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <exception>
+#include <functional>
+#include <thread>
+
+#include "DmsSolution.h"
+#include "Kandora.h"
+
+// Threads and their states, as an outside caller with several apartments meets them.
+namespace kandora::outside_tests {
+namespace {
+
+constexpr HRESULT error5 = static_cast<HRESULT>(0x800A0005);
+constexpr HRESULT error91 = static_cast<HRESULT>(0x800A005B);
+
+template <class Interface>
+Ptr<Interface> Make(const wchar_t* name) {
+    CLSID clsid{};
+    Ptr<Interface> object;
+    EXPECT_EQ(CLSIDFromProgID(name, &clsid), S_OK);
+    EXPECT_EQ(
+        CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), object.ReceiveVoid()),
+        S_OK)
+        << Utf8(name);
+    return object;
+}
+
+Ptr<DMSProvider> Initialised() {
+    auto provider = Make<DMSProvider>(L"Kandora.ELOProvider");
+    const Value nothing;
+    Value result;
+    EXPECT_EQ(provider->InitProvider(nothing.Raw(), result.Receive()), S_OK);
+    return provider;
+}
+
+HRESULT CheckLogin(_ELODMS* archive) {
+    Bstr answer;
+    const HRESULT outcome = archive->CheckLogin(answer.Receive());
+    EXPECT_EQ(answer.Text(), L"");
+    return outcome;
+}
+
+std::ptrdiff_t Traced(const std::string& beginning) {
+    std::array<wchar_t, 1024> file{};
+    GetEnvironmentVariableW(traceVariable, file.data(), static_cast<DWORD>(file.size()));
+    return std::ranges::count_if(LinesOf(ReadBytes(file.data())),
+                                 [&](const std::string& line) { return line.starts_with(beginning); });
+}
+std::ptrdiff_t Logins() {
+    return Traced("Login(BSTR& \"Kandora\"");
+}
+std::ptrdiff_t Logouts() {
+    return Traced("Login(BSTR& \"LOGOUT\"");
+}
+
+/// A thread beside the test's own, which meanwhile answers calls from there.
+class Beside {
+public:
+    explicit Beside(std::function<void()> body)
+        : thread_([this, body = std::move(body)] {
+              try {
+                  body();
+              } catch (const std::exception& error) {
+                  ADD_FAILURE() << error.what();
+              }
+              ended_ = true;
+          }) {}
+    ~Beside() {
+        EXPECT_TRUE(Eventually([this] {
+            MSG message;
+            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+                DispatchMessageW(&message);
+            }
+            return ended_.load();
+        }));
+        thread_.join();
+    }
+    Beside(const Beside&) = delete;
+    Beside& operator=(const Beside&) = delete;
+
+private:
+    std::atomic<bool> ended_ = false;
+    std::thread thread_;
+};
+
+/// An interface on its way to another apartment.
+class Parcel {
+public:
+    template <class Interface>
+    explicit Parcel(const Ptr<Interface>& object) {
+        EXPECT_EQ(CoMarshalInterThreadInterfaceInStream(__uuidof(Interface), object.Get(), &stream_), S_OK);
+    }
+    template <class Interface>
+    Ptr<Interface> Open() {
+        Ptr<Interface> object;
+        EXPECT_EQ(CoGetInterfaceAndReleaseStream(stream_, __uuidof(Interface), object.ReceiveVoid()), S_OK);
+        return object;
+    }
+
+private:
+    IStream* stream_ = nullptr;
+};
+
+TEST(InsideApartments, HaveStatesOfTheirOwn) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    EXPECT_EQ(CheckLogin(archive.Get()), S_OK);
+    EXPECT_EQ(Logins(), 2) << "the provider's session and the outside caller's own one";
+    {
+        const Beside thread([] {
+            const Apartment other;
+            const auto elsewhere = Make<_ELODMS>(L"Kandora.ELODMS");
+            EXPECT_EQ(CheckLogin(elsewhere.Get()), error5) << "nobody has read settings here";
+            auto own = Make<_ELOProvider>(L"Kandora.ELOProvider");
+            VARIANT_BOOL running = VARIANT_TRUE;
+            EXPECT_EQ(own->get_bRunning(&running), S_OK);
+            EXPECT_EQ(running, VARIANT_FALSE);
+            EXPECT_EQ(Logins(), 2);
+            const auto otherProvider = Initialised();
+            EXPECT_EQ(CheckLogin(elsewhere.Get()), S_OK);
+            EXPECT_EQ(Logins(), 4);
+        });
+    }
+    EXPECT_EQ(Logouts(), 2) << "both sessions of the other thread, none of this one";
+    EXPECT_EQ(CheckLogin(archive.Get()), S_OK);
+    EXPECT_EQ(Logins(), 4);
+}
+
+TEST(InsideApartments, ShareAnObjectThatWasHandedOver) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    Parcel parcel(archive);
+    const Beside thread([&] {
+        const Apartment other;
+        const auto elsewhere = parcel.Open<_ELODMS>();
+        EXPECT_EQ(CheckLogin(elsewhere.Get()), S_OK) << "the settings are those of the object's thread";
+        Bstr path(L" Ablage/Hier ");
+        Bstr answer;
+        EXPECT_EQ(elsewhere->PFadErstellen(path.Place(), answer.Receive()), S_OK);
+        EXPECT_EQ(path.Text(), L"/Ablage/Hier");
+        long mask = 77;
+        EXPECT_EQ(elsewhere->CheckMaskeVorhanden(&mask, answer.Receive()), S_OK);
+        EXPECT_EQ(answer.Text(), L"Die Ablagemaske Nr. 77 ist nicht vorhanden");
+        EXPECT_EQ(elsewhere->LoescheDokument(9999), error5);
+        const Called called = Call(elsewhere.Get(), L"LoescheDokument", List(Value::Long(9999)));
+        EXPECT_EQ(called.code, error5);
+        EXPECT_EQ(called.description, L"Konnte Dokument nicht löschen: -5");
+        EXPECT_EQ(called.source, L"ELODMS.LoescheDokument");
+        Ptr<IDispatch> session;
+        EXPECT_EQ(elsewhere->get_oElo(session.Receive()), S_OK);
+        EXPECT_EQ(Call(session.Get(), L"LookupDelimiter").result.AsText(), L"¶");
+    });
+}
+
+/// A thread without an apartment of its own gets objects of one that COM keeps for such threads.
+TEST(InsideApartments, ServeCallersWithoutOne) {
+    const Beside thread([] {
+        const Apartment free(COINIT_MULTITHREADED);
+        const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+        EXPECT_EQ(CheckLogin(archive.Get()), error5);
+        const auto provider = Initialised();
+        EXPECT_EQ(CheckLogin(archive.Get()), S_OK);
+        const auto record = Make<_cBeleg>(L"Kandora.cBeleg");
+        EXPECT_EQ(record->put_Barcode(Bstr(L"MU1").Get()), S_OK);
+        Bstr barcode;
+        EXPECT_EQ(record->get_Barcode(barcode.Receive()), S_OK);
+        EXPECT_EQ(barcode.Text(), L"MU1");
+    });
+}
+
+/// Its own references outlive the thread's stay in COM. The sessions end while COM still works.
+TEST(InsideApartments, EndSessionsBeforeTheThreadLeavesCom) {
+    Ptr<_ELODMS> archive;
+    Ptr<_OrigELODMS> older;
+    Ptr<_SOKInterface> accounting;
+    {
+        const Apartment apartment;
+        const auto provider = Initialised();
+        archive = Make<_ELODMS>(L"Kandora.ELODMS");
+        EXPECT_EQ(CheckLogin(archive.Get()), S_OK);
+        older = Make<_OrigELODMS>(L"Kandora.OrigELODMS");
+        VARIANT_BOOL exists = VARIANT_TRUE;
+        EXPECT_EQ(older->IsDokumentVorhanden(9999, &exists), S_OK);
+        accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
+        Ptr<IDispatch> client;
+        EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
+        EXPECT_TRUE(client);
+        EXPECT_EQ(Logins(), 3);
+        EXPECT_EQ(Logouts(), 0);
+    }
+    EXPECT_EQ(Logouts(), 2);
+    EXPECT_EQ(Traced("clickon(BSTR \"M:Beenden\")"), 1);
+    Bstr answer;
+    EXPECT_EQ(archive->CheckLogin(answer.Receive()), error91) << "there is nothing to work with any more";
+    archive.Reset();
+    older.Reset();
+    accounting.Reset();
+    EXPECT_EQ(Logouts(), 2);
+    EXPECT_EQ(Logins(), 3);
+}
+
+/// Another apartment still holds the objects when their thread ends.
+TEST(InsideApartments, EndUnderTheirCallers) {
+    const Apartment apartment;
+    std::vector<Ptr<IDispatch>> objects;
+    std::vector<Parcel> parcels;
+    std::atomic<bool> isMade = false;
+    std::atomic<bool> mayEnd = false;
+    {
+        const Beside thread([&] {
+            const Apartment other;
+            const auto provider = Initialised();
+            for (const PublicClass& each : PublicClasses()) {
+                parcels.emplace_back(Make<IDispatch>((std::wstring(L"Kandora.") + each.name).c_str()));
+            }
+            isMade = true;
+            EXPECT_TRUE(Eventually([&] {
+                MSG message;
+                while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+                    DispatchMessageW(&message);
+                }
+                return mayEnd.load();
+            }));
+        });
+        EXPECT_TRUE(Eventually([&] { return isMade.load(); }));
+        for (Parcel& parcel : parcels) {
+            objects.push_back(parcel.Open<IDispatch>());
+        }
+        EXPECT_EQ(Call(objects[1].Get(), L"CheckLogin").result.AsText(), L"");
+        EXPECT_EQ(Logins(), 2);
+        mayEnd = true;
+    }
+    EXPECT_EQ(Logouts(), 2);
+    for (Ptr<IDispatch>& object : objects) {
+        UINT count = 0;
+        EXPECT_TRUE(FAILED(object->GetTypeInfoCount(&count))) << "the object's apartment is gone";
+        object.Reset();
+    }
+}
+
+}  // namespace
+}  // namespace kandora::outside_tests

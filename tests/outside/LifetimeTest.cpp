@@ -1,0 +1,144 @@
+#include "Inside.h"
+#include "Workplace.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+#include "Kandora.h"
+
+// Objects that come and go, and what they leave behind.
+namespace kandora::outside_tests {
+namespace {
+
+/// Runs one of the tests for apartments in a process of its own, at a workplace.
+void ExpectInside(const std::wstring& test) {
+    const Workplace place;
+    const User user;
+    std::array<wchar_t, 1024> self{};
+    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    SetEnvironmentVariableW(traceVariable, place.File(L"Gespräch.txt").c_str());
+    const Ended ended = RunProgram(self.data(), {L"--gtest_filter=InsideApartments." + test});
+    EXPECT_EQ(ended.exitCode, 0U) << ended.output;
+    EXPECT_NE(ended.output.find("[  PASSED  ] 1 test."), std::string::npos) << ended.output;
+}
+
+TEST(Apartments, HaveStatesOfTheirOwn) {
+    ExpectInside(L"HaveStatesOfTheirOwn");
+}
+
+TEST(Apartments, ShareAnObjectThatWasHandedOver) {
+    ExpectInside(L"ShareAnObjectThatWasHandedOver");
+}
+
+TEST(Apartments, ServeCallersWithoutOne) {
+    ExpectInside(L"ServeCallersWithoutOne");
+}
+
+TEST(Apartments, EndSessionsBeforeTheThreadLeavesCom) {
+    ExpectInside(L"EndSessionsBeforeTheThreadLeavesCom");
+}
+
+TEST(Apartments, EndUnderTheirCallers) {
+    ExpectInside(L"EndUnderTheirCallers");
+}
+
+constexpr int rounds = 10'000;
+/// Far fewer than the rounds: what every round left would be more.
+constexpr std::ptrdiff_t fewBlocks = 500;
+
+/// Blocks in use on all heaps of the process.
+std::ptrdiff_t BlocksInUse() {
+    std::array<HANDLE, 64> heaps{};
+    const DWORD count = std::min<DWORD>(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()),
+                                        static_cast<DWORD>(heaps.size()));
+    std::ptrdiff_t blocks = 0;
+    for (DWORD at = 0; at < count; ++at) {
+        PROCESS_HEAP_ENTRY entry{};
+        HeapLock(heaps.at(at));
+        while (HeapWalk(heaps.at(at), &entry) != FALSE) {
+            blocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
+        }
+        HeapUnlock(heaps.at(at));
+    }
+    return blocks;
+}
+
+class ComingAndGoing : public testing::TestWithParam<PublicClass> {
+protected:
+    [[nodiscard]] static Ptr<IDispatch> Make() {
+        return Component::Built().Create<IDispatch>(GuidOf(GetParam().clsid), IID_IDispatch);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Classes, ComingAndGoing, testing::ValuesIn(PublicClasses()),
+                         [](const auto& each) { return Utf8(each.param.name); });
+
+TEST_P(ComingAndGoing, LeavesNothingTenThousandTimes) {
+    {
+        const Apartment apartment;
+        const CLSID clsid = GuidOf(GetParam().clsid);
+        for (int warm = 0; warm < 100; ++warm) {
+            EXPECT_TRUE(Make());
+        }
+        const std::ptrdiff_t before = BlocksInUse();
+        ASSERT_GT(before, 100) << "the heaps cannot be walked";
+        Ptr<IClassFactory> factory;
+        ASSERT_EQ(Component::Built().GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid()), S_OK);
+        for (int round = 0; round < rounds; ++round) {
+            IUnknown* object = nullptr;
+            ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(&object)),
+                      S_OK);
+            ASSERT_EQ(object->Release(), 0U);
+        }
+        factory.Reset();
+        EXPECT_LT(BlocksInUse() - before, fewBlocks);
+        EXPECT_EQ(Component::Built().CanUnloadNow(), S_FALSE) << "this thread's state is still there";
+    }
+    EXPECT_EQ(Component::Built().CanUnloadNow(), S_OK);
+}
+
+/// Calls that succeed and calls that fail, with texts in both directions.
+TEST(Calls, LeaveNothing) {
+    const Apartment apartment;
+    const auto record = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
+    const auto archive = Component::Built().Create<IDispatch>(CLSID_ELODMS, IID_IDispatch);
+    const auto call = [&] {
+        EXPECT_EQ(Put(record.Get(), L"Barcode", Value::Text(L"MU26000001")).outcome, S_OK);
+        EXPECT_EQ(Get(record.Get(), L"Barcode").result.AsText(), L"MU26000001");
+        Value path = Value::Text(L"Ablage");
+        EXPECT_EQ(Call(archive.Get(), L"PFadErstellen", List(Value::To(path.Place()))).outcome,
+                  DISP_E_EXCEPTION);
+        EXPECT_EQ(path.AsText(), L"/Ablage");
+        Bstr text(L"Ablage");
+        EXPECT_EQ(Call(archive.Get(), L"PFadErstellen", List(Value::To(text.Place()))).outcome,
+                  DISP_E_EXCEPTION);
+        EXPECT_EQ(Call(archive.Get(), L"CheckMaskeVorhanden", List(Value::Text(L"drei"))).outcome,
+                  DISP_E_TYPEMISMATCH);
+    };
+    for (int warm = 0; warm < 100; ++warm) {
+        call();
+    }
+    const std::ptrdiff_t before = BlocksInUse();
+    for (int round = 0; round < rounds; ++round) {
+        call();
+    }
+    EXPECT_LT(BlocksInUse() - before, fewBlocks);
+}
+
+/// The measure itself: one block a round is noticed.
+TEST(Calls, AreMeasured) {
+    const std::ptrdiff_t before = BlocksInUse();
+    std::vector<BSTR> texts;
+    for (int round = 0; round < rounds; ++round) {
+        texts.push_back(SysAllocString(L"MU26000001"));
+    }
+    EXPECT_GT(BlocksInUse() - before, fewBlocks);
+    for (const BSTR text : texts) {
+        SysFreeString(text);
+    }
+}
+
+}  // namespace
+}  // namespace kandora::outside_tests
