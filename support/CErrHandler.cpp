@@ -1,5 +1,7 @@
 #include "support/CErrHandler.h"
 
+#include <vector>
+
 #include "support/MVariantArrays.h"
 
 namespace kandora {
@@ -10,10 +12,20 @@ constexpr const wchar_t* frameSeparator = L" <- ";
 
 }  // namespace
 
+Variant CErrHandler::NoFrames() noexcept {
+    try {
+        return Variant::ArrayOf(std::vector<Variant>());
+    } catch (...) {
+        return {};
+    }
+}
+
 Text CErrHandler::CallStack() const {
     std::vector<Text> frames;
-    for (const Variant& frame : record_.vasCallStack.Elements()) {
-        frames.push_back(frame.ToText());
+    if (record_.vasCallStack.IsArray()) {
+        for (const Variant& frame : record_.vasCallStack.Elements()) {
+            frames.push_back(frame.ToText());
+        }
     }
     return Joined(frames, frameSeparator);
 }
@@ -41,7 +53,7 @@ void CErrHandler::Log(const RuntimeError& oError, const Text& sThisClass, const 
     AppendToArray(record_.vasCallStack, Variant(sThisClass + L"." + sThisMethod));
 }
 
-void CErrHandler::Clear() {
+void CErrHandler::Clear() noexcept {
     record_.sOriginalDescription.clear();
     record_.sDescription.clear();
     record_.lOriginalNumber = 0;

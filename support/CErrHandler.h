@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "automation/Clock.h"
 #include "automation/Errors.h"
@@ -36,7 +35,7 @@ public:
     void Log(const RuntimeError& oError, const Text& sThisClass, const Text& sThisMethod);
     /// Forgets number, description and frames. Source and line deliberately stay as the last first error left
     /// them.
-    void Clear();
+    void Clear() noexcept;
     /// Raises the recorded error with its frames as the source.
     [[noreturn]] void RaiseAgain() const;
     void PrependDescription(const Text& sNewDescription);
@@ -46,8 +45,8 @@ public:
 private:
     friend class ErrorKeeper;
 
-    /// An empty array.
-    static Variant NoFrames() { return Variant::ArrayOf(std::vector<Variant>()); }
+    /// An empty array; without the memory for one an empty value, which counts as an empty list too.
+    static Variant NoFrames() noexcept;
 
     struct Record {
         Text sOriginalDescription;
