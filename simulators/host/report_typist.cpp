@@ -28,7 +28,7 @@ HWND FocusOf(HWND dialog) {
 }
 
 bool IsTextBoxOf(HWND dialog, HWND window) {
-    return window != nullptr && IsChild(dialog, window) && ClassOf(window) == L"Edit";
+    return window != nullptr && IsChild(dialog, window) != FALSE && ClassOf(window) == L"Edit";
 }
 
 }  // namespace
@@ -63,7 +63,7 @@ HWND ReportTypist::TabFrom(HWND textBox) const {
     HWND next = nullptr;
     const auto hasMoved = [&] {
         next = FocusOf(dialog);
-        return next != nullptr && next != textBox && IsChild(dialog, next);
+        return next != nullptr && next != textBox && IsChild(dialog, next) != FALSE;
     };
     return WaitUntil(hasMoved) ? next : nullptr;
 }
