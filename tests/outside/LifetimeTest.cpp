@@ -44,6 +44,27 @@ TEST(Apartments, EndUnderTheirCallers) {
     ExpectInside(L"EndUnderTheirCallers");
 }
 
+/// The older client records its errors without telling them. Neither they nor what its end meets may colour
+/// an error that another object tells.
+TEST(OlderClient, LeavesNoTraceInTheNextError) {
+    const Apartment apartment;
+    auto older = Component::Built().Create<_OrigELODMS>(CLSID_OrigELODMS, IID__OrigELODMS);
+    const auto archive = Component::Built().Create<IDispatch>(CLSID_ELODMS, IID_IDispatch);
+    const auto expectOwnError = [&] {
+        const Called called = Call(archive.Get(), L"CheckLogin");
+        EXPECT_EQ(called.description, L"Benutzer muss angemeldet sein, um ELO anzumelden.");
+        EXPECT_EQ(called.source, L"ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin");
+    };
+    long id = 7;
+    EXPECT_EQ(older->AddDokument(Bstr(L"C:\\fehlt.pdf").Get(), &id), S_OK);
+    EXPECT_EQ(id, 0);
+    expectOwnError();
+    EXPECT_EQ(older->GetParentFolderId(4711, &id), S_OK);
+    expectOwnError();
+    older.Reset();
+    expectOwnError();
+}
+
 constexpr int rounds = 10'000;
 /// Far fewer than the rounds: what every round left would be more.
 constexpr std::ptrdiff_t fewBlocks = 500;
