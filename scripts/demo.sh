@@ -113,18 +113,16 @@ photograph_dialog() {
 
 # A picture of the archive's window with the entry that it showed last.
 take_picture() {
-    local before
-    before=$(display_signature) &&
-        demo_tool cscript.exe //nologo "$(windows_path "$root/scripts/show_archive.vbs")" \
-            Kandora geheim Muster-Archiv | grep '^shown' || return
-    drawn() { [[ $(display_signature) != "$before" ]]; }
-    wait_until "the window is drawn" drawn && wait_until "the picture stands still" settled &&
+    demo_tool cscript.exe //nologo "$(windows_path "$root/scripts/show_archive.vbs")" \
+        Kandora geheim Muster-Archiv | grep '^shown' &&
+        wait_until "the picture stands still" settled &&
         import -window root -trim +repage "$demoPicture"
 }
 
+# Whether the display has shown the same for a second: whatever was still being drawn is there by then.
 settled() {
     local now
-    now=$(display_signature) && sleep 0.3 && [[ $(display_signature) == "$now" ]]
+    now=$(display_signature) && sleep 1 && [[ $(display_signature) == "$now" ]]
 }
 
 display_signature() { import -window root rgb:- | cksum; }
