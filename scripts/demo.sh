@@ -38,7 +38,7 @@ set_swiss_formats() {
             sTimeFormat HH:mm:ss sShortTime HH:mm sDecimal . sThousand "'" sMonDecimalSep . sMonThousandSep "'" \
             sCurrency CHF iCountry 41 iMeasure 0 sList ';'
     } >"$file" &&
-        demo_tool regedit.exe /S "$(windows_path "$file")" &&
+        demo_tool reg.exe import "$(windows_path "$file")" &&
         demo_tool reg.exe query 'HKCU\Control Panel\International' /v sShortDate | grep -F dd.MM.yyyy
 }
 
