@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <ranges>
 
 #include "automation/Errors.h"
 #include "automation/WindowsPlatform.h"
@@ -159,8 +160,8 @@ OtherWindowsDisabled::OtherWindowsDisabled(HWND form) {
 OtherWindowsDisabled::~OtherWindowsDisabled() {
     // Backwards, so that the front window comes last and is what the platform finds when it looks for one to
     // activate.
-    for (auto window = windows_.rbegin(); window != windows_.rend(); ++window) {
-        EnableWindow(*window, TRUE);
+    for (const HWND window : std::views::reverse(windows_)) {
+        EnableWindow(window, TRUE);
     }
 }
 
@@ -288,7 +289,7 @@ INT_PTR CALLBACK Form::Procedure(HWND window, UINT message, WPARAM wParam, LPARA
         SetWindowLongPtrW(window, DWLP_USER, lParam);
         return FALSE;
     }
-    const auto form = reinterpret_cast<Form*>(GetWindowLongPtrW(window, DWLP_USER));
+    auto* const form = reinterpret_cast<Form*>(GetWindowLongPtrW(window, DWLP_USER));
     if (form == nullptr) {
         return FALSE;
     }
