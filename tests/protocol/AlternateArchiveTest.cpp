@@ -266,7 +266,7 @@ protected:
     const Lines checked{R"(file "C:\Kandora\Platzhalter.pdf" -> True)"};
     const Lines posted{"archive.PrepareObjectEx(I4 0, I2 254, I4& 2) -> I4 1", "archive.ObjMaskNo = I4 2",
                        R"(archive.AddPostboxFile(BSTR& "C:\Kandora\Platzhalter.pdf") -> I4 1)"};
-    [[nodiscard]] Lines Found(int id) const {
+    [[nodiscard]] static Lines Found(int id) {
         return {delimiter, std::string("archive.LookupIndex(BSTR& \"") + GetParam().path + "\") -> I4 " +
                                std::to_string(id)};
     }

@@ -15,7 +15,6 @@ protected:
         state.folders = SampleFolders();
         NewClient();
     }
-    ~ArchiveTest() override { ReleaseComponent(); }
     void ReleaseComponent() override { client_.reset(); }
 
     void NewClient() { client_ = std::make_unique<ELODMS>(Context()); }

@@ -104,7 +104,7 @@ protected:
         return Client().AddDokument(L"C:\\Kandora\\Platzhalter.pdf", L"BC-1", L"17", L"2", status,
                                     L"20261115011258");
     }
-    [[nodiscard]] std::string Trail(const std::string& innermost) const {
+    [[nodiscard]] static std::string Trail(const std::string& innermost) {
         return (innermost.empty() ? "" : innermost + " <- ") + GetParam().addFrame + " <- ELODMS.AddDokument";
     }
 };
@@ -318,7 +318,7 @@ protected:
         said.erase(said.begin(), start);
         return said;
     }
-    [[nodiscard]] Lines Asked() const {
+    [[nodiscard]] static Lines Asked() {
         return {R"(vouchers.GetBuchungsType("17", "2") -> ")" + Utf8(GetParam().kind) + "\"",
                 std::string("vouchers.") + GetParam().dataCall + R"(("17", "2"))"};
     }

@@ -22,10 +22,10 @@ protected:
         machine.Makes(hostProgId, [this] { return NewHost(GetParam().name); });
     }
     LateBound Object() { return (Sok().*GetParam().object)(); }
-    [[nodiscard]] Lines Opening() const { return Opened(GetParam().name, GetParam().module); }
-    [[nodiscard]] std::string Line(const std::string& call) const { return GetParam().name + ("." + call); }
+    [[nodiscard]] static Lines Opening() { return Opened(GetParam().name, GetParam().module); }
+    [[nodiscard]] static std::string Line(const std::string& call) { return GetParam().name + ("." + call); }
     /// The box of a failed login.
-    [[nodiscard]] std::string Box(int number) const {
+    [[nodiscard]] static std::string Box(int number) {
         return "box \"" + std::to_string(number) + " SOKInterface " + GetParam().loginProcedure + "\" 0";
     }
 };

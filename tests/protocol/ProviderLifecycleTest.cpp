@@ -60,7 +60,7 @@ TEST_F(Start, TellsTheUserThatTheArchiveWasSwitchedOffAfterItHadBeenOn) {
     talk.Take();
     SetIni("Archiv", "ArchivAktiv", "False");
     Provider().InitProvider(Variant());
-    Expect({Logged(unreadable + "[Kein Parameter]"), "box \"" + unreadable + "\" 48 \"4096\""});
+    Expect({Logged(unreadable + "[Kein Parameter]"), "box \"" + unreadable + R"(" 48 "4096")"});
     EXPECT_FALSE(State().gbIniOK);
     EXPECT_TRUE(State().gbMandantArchivAktiv) << "left as the latest request found it";
 }
@@ -261,7 +261,7 @@ const Variant& Metadata() {
 class Gate : public ProviderTest, public testing::WithParamInterface<GatedCase> {
 protected:
     void Request() { GetParam().request(Provider()); }
-    [[nodiscard]] std::string Traced() const {
+    [[nodiscard]] static std::string Traced() {
         return Logged(std::string("DMSProvider_") + GetParam().method + GetParam().arguments);
     }
 };

@@ -27,7 +27,6 @@ protected:
         }
         NewComponent();
     }
-    ~ProviderTest() override { ReleaseComponent(); }
     void ReleaseComponent() override {
         provider_.reset();
         globals_.reset();
@@ -35,7 +34,7 @@ protected:
 
     /// A component as it is after the start of the host.
     void NewComponent() {
-        ReleaseComponent();
+        ProviderTest::ReleaseComponent();
         talk.Take();
         archive->ForgetAsked();
         globals_ = std::make_unique<MGlobals>(machine, screen);
@@ -63,7 +62,7 @@ protected:
     /// The error box.
     [[nodiscard]] static std::string Box(std::int32_t number, const std::string& description,
                                          const std::string& frames) {
-        return "box \"" + Shown(number, description, frames) + "\" 4112 \"Kandora\"";
+        return "box \"" + Shown(number, description, frames) + R"(" 4112 "Kandora")";
     }
 
     static constexpr const char* iniFile = "C:\\Kandora\\Kandora.ini";

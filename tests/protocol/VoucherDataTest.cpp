@@ -155,8 +155,10 @@ protected:
     }
     void Read() { (Sok().*GetParam().read)(L"17", L"2"); }
     DocumentRecord& Record() { return state.records.*GetParam().record; }
-    [[nodiscard]] std::string Line(const std::string& call) const { return GetParam().module + ("." + call); }
-    [[nodiscard]] Lines UpToBooking() const {
+    [[nodiscard]] static std::string Line(const std::string& call) {
+        return GetParam().module + ("." + call);
+    }
+    [[nodiscard]] static Lines UpToBooking() {
         return Together({{open, "fibu.neuAdresse -> address"},
                          Opened(GetParam().module, GetParam().number),
                          {Line("neuOP -> openItem")}});

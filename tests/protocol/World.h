@@ -53,9 +53,7 @@ protected:
     /// An object that is examined at the end like those above.
     Fake NewObject(const std::string& name);
 
-    void Expect(const Lines& lines, std::source_location where = std::source_location::current()) {
-        ExpectConversation(talk, lines, where);
-    }
+    void Expect(const Lines& lines, Place where = Place::Here()) { ExpectConversation(talk, lines, where); }
 
     Conversation talk;
     FakePlatform machine{talk};

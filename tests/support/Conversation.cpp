@@ -34,19 +34,18 @@ Lines Conversation::Take() {
     return std::exchange(lines_, {});
 }
 
-void ExpectLines(const Lines& actual, const Lines& expected, std::source_location where) {
+void ExpectLines(const Lines& actual, const Lines& expected, Place where) {
     const auto [said, wanted] = std::ranges::mismatch(actual, expected);
     if (said == actual.end() && wanted == expected.end()) {
         return;
     }
     const auto difference = static_cast<std::size_t>(said - actual.begin());
-    ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line()))
-        << "Expected:\n"
-        << Excerpt(expected, difference) << "Said:\n"
-        << Excerpt(actual, difference);
+    ADD_FAILURE_AT(where.file, where.line) << "Expected:\n"
+                                           << Excerpt(expected, difference) << "Said:\n"
+                                           << Excerpt(actual, difference);
 }
 
-void ExpectConversation(Conversation& actual, const Lines& expected, std::source_location where) {
+void ExpectConversation(Conversation& actual, const Lines& expected, Place where) {
     ExpectLines(actual.Take(), expected, where);
 }
 

@@ -1,13 +1,22 @@
 #pragma once
 
 #include <cstddef>
-#include <source_location>
 #include <string>
 #include <vector>
 
 namespace kandora::test {
 
 using Lines = std::vector<std::string>;
+
+/// A line of a test's source, for failures that are found elsewhere.
+struct Place {
+    const char* file;
+    int line;
+
+    static Place Here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
 
 /// What a component said to the world around it and what it was answered, one line a call, in the order of
 /// the calls. All fakes of a test share one.
@@ -27,12 +36,10 @@ private:
 
 /// Takes what was said and fails at the caller's line with the first line that differs, shown with its
 /// neighbours on both sides.
-void ExpectConversation(Conversation& actual, const Lines& expected,
-                        std::source_location where = std::source_location::current());
+void ExpectConversation(Conversation& actual, const Lines& expected, Place where = Place::Here());
 
 /// The same for lines that were recorded elsewhere.
-void ExpectLines(const Lines& actual, const Lines& expected,
-                 std::source_location where = std::source_location::current());
+void ExpectLines(const Lines& actual, const Lines& expected, Place where = Place::Here());
 
 /// How often the line was said.
 std::ptrdiff_t Occurrences(const Lines& lines, const std::string& line);

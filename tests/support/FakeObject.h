@@ -98,7 +98,7 @@ public:
     Answer(const Text& text) : value_(text) {}                  // NOLINT(google-explicit-constructor)
     Answer(const Fake& object) : value_(object.AsVariant()) {}  // NOLINT(google-explicit-constructor)
     Answer(Failure failure)                                     // NOLINT(google-explicit-constructor)
-        : function_([failure = std::move(failure)](Call&) -> Variant { throw failure; }) {}
+        : function_([failure = std::move(failure)](Call&) -> Variant { throw Failure(failure); }) {}
     template <class Function>
     requires std::is_invocable_r_v<Variant, Function, Call&> Answer(Function function)
         : function_(std::move(function)) {}  // NOLINT(google-explicit-constructor)

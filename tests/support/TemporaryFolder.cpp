@@ -25,7 +25,7 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 Text TemporaryFolder::Write(const Text& name, const std::string& bytes) const {
-    const Text path = *this / name;
+    Text path = *this / name;
     std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
     return path;
 }

@@ -13,9 +13,7 @@ namespace {
 class LateBinding : public testing::Test {
 protected:
     LateBinding() : fake("object", &talk), object(fake.AsLateBound()) {}
-    void Expect(const Lines& lines, std::source_location where = std::source_location::current()) {
-        ExpectConversation(talk, lines, where);
-    }
+    void Expect(const Lines& lines, Place where = Place::Here()) { ExpectConversation(talk, lines, where); }
 
     Conversation talk;
     Fake fake;

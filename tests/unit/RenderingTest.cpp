@@ -44,7 +44,7 @@ TEST(Rendering, OfScalars) {
 
 TEST(Rendering, OfErrorValuesNamesTheirNumber) {
     EXPECT_NE(Rendered(Raw(VT_ERROR, DISP_E_PARAMNOTFOUND)).find("448"), std::string::npos);
-    EXPECT_NE(Rendered(Raw(VT_ERROR, 0x800A0005)).find("5"), std::string::npos);
+    EXPECT_NE(Rendered(Raw(VT_ERROR, 0x800A0005)).find('5'), std::string::npos);
 }
 
 TEST(Rendering, OfArrays) {

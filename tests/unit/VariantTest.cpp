@@ -232,6 +232,7 @@ TEST(ValueWithObject, IsHeldByReference) {
         const Variant value = object.AsVariant();
         const Variant copy = value;
         EXPECT_TRUE(value.IsObject());
+        EXPECT_TRUE(copy.IsObject());
         EXPECT_EQ(object->References(), 3U);
     }
     EXPECT_EQ(object->References(), 1U);
