@@ -80,7 +80,8 @@ class Linter:
         for entry in database:
             path = os.path.realpath(os.path.join(entry["directory"], entry["file"]))
             inside = path.startswith(self.root + os.sep) and not path.startswith(os.path.join(self.root, "build") + os.sep)
-            if inside and path.endswith(".cpp"):
+            left_out = self.arguments.without and re.search(self.arguments.without, path[len(self.root):])
+            if inside and path.endswith(".cpp") and not left_out:
                 own.append({"directory": entry["directory"], "file": path,
                             "arguments": clang_command(entry, triplet, folders)})
         return own
@@ -131,6 +132,7 @@ def main():
     parser.add_argument("--database", required=True, help="compile_commands.json of the build")
     parser.add_argument("--root", required=True, help="the project's folder")
     parser.add_argument("--output", required=True, help="folder for clang's compile commands and the list of clean files")
+    parser.add_argument("--without", help="leaves out sources whose path in the project matches this expression")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     return Linter(parser.parse_args()).run()
 
