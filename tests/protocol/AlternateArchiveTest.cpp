@@ -217,6 +217,8 @@ TEST_F(Case, HasTheDateOfTheLevelsAboveIt) {
                                            {L"2004¶05¶17¶Fall", 38124},
                                            {L"A¶B¶2026¶11¶15¶Fall", 46341},
                                            {L"2004¶2¶29¶Fall", 38046},
+                                           {L"99¶5¶17¶Fall", 36297},
+                                           {L"4¶5¶17¶Fall", 38124},
                                            {L"2004¶14¶1¶Fall", 38384},
                                            {L"2004¶3¶0¶Fall", 38046}}) {
         LiesAt(row.path);
@@ -235,6 +237,8 @@ TEST_F(Case, HasNoDateWhenALevelIsNoNumberOrMissing) {
                                            {L"A¶2004¶Mai¶17¶Fall", 13},
                                            {L"A¶2004¶5¶Tag¶Fall", 13},
                                            {L"A¶99999¶5¶17¶Fall", 6},
+                                           {L"A¶10000¶5¶17¶Fall", 5},
+                                           {L"A¶-5¶5¶17¶Fall", 5},
                                            {L"5¶17¶Fall", 9},
                                            {L"Fall", 9}}) {
         LiesAt(row.path);

@@ -105,6 +105,46 @@ TEST_F(DocumentRequest, SaveFilesADebtorDocumentWithItsPartner) {
     EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
 }
 
+TEST_F(DocumentRequest, SaveFilesACreditorDocumentWithItsPartner) {
+    booking->Answers(L"ursprung", 2);
+    machine.HandsOut(hostProgId, NewHost("fibu"));
+    machine.HandsOut(hostProgId, NewHost("kredi"));
+    Provider().SaveDocument(id, Metadata(L"BC-1"));
+    const Lines work = Work();
+    EXPECT_EQ(Occurrences(work, R"(kredi.Login(I2 3, BSTR& "C:\Daten\Muster") -> I4 0)"), 1);
+    EXPECT_EQ(Occurrences(work, R"(archive.setobjAttrib(I2& 63, BSTR "8000 Zürich"))"), 1);
+    EXPECT_EQ(Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Kredi") -> I4 800)"), 1);
+    EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+}
+
+TEST_F(DocumentRequest, SetsANewClientUpFirst) {
+    options.clear();
+    screen.typed.push_back(L" Kunden/Muster");
+    Provider().SaveDocument(id, Metadata(L""));
+    const Lines said = talk.Take();
+    for (const std::string folder : {"Buchungen", "Debi", "Kredi", "Auswertungen"}) {
+        EXPECT_EQ(Occurrences(said, "archive.CreateStructure(BSTR& \"¶Kunden¶Muster¶" + folder +
+                                        "\", I2 0) -> BSTR \"17\""),
+                  1);
+        EXPECT_EQ(Occurrences(said, "archive.LookupIndex(BSTR& \"¶Kunden¶Muster¶" + folder + "\") -> I4 800"),
+                  1);
+    }
+    EXPECT_EQ(options[109].ToText(), L"/Kunden/Muster/Buchungen") << "trimmed and completed";
+    EXPECT_EQ(options[100].ToText(), L"true");
+    EXPECT_EQ(Globals().goErrHandler().lOriginalNumber(), 0);
+}
+
+TEST_F(DocumentRequest, ShowsThatANewClientCannotBeSetUp) {
+    options.clear();
+    archive->Next(L"CreateStructure", L"-3");
+    Provider().SaveDocument(id, Metadata(L"BC-1"));
+    EXPECT_EQ(talk.Take().back(),
+              Box(1580,
+                  "Das Erstellen des Pfades /Sesam/Muster/Buchungen war nicht erfolgreich. Fehler Nr. -3",
+                  "SOKInterface.EinstellungenSchreiben <- SOKInterface.EinstellungenLesen <- "
+                  "Kandora.SaveDocument"));
+}
+
 TEST_F(DocumentRequest, SaveShowsAFailureOnceWithAllItsFrames) {
     archive->Next(L"MoveToArchive", 2);
     Provider().SaveDocument(id, Metadata(L"BC-1"));

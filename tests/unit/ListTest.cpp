@@ -102,6 +102,11 @@ TEST(List, IsNothingElse) {
     }
 }
 
+TEST(List, HoldsValuesOfAnyKindAndIsNoArrayOfTexts) {
+    Variant texts = Variant::ArrayOf(std::vector<Text>{L"a"});
+    EXPECT_EQ(NumberRaisedBy([&] { AppendToArray(texts, Variant(L"b")); }), 13);
+}
+
 TEST(List, HasNothingToGiveWhenItIsEmpty) {
     Variant list = Variant::ArrayOf(std::vector<Variant>());
     EXPECT_EQ(NumberRaisedBy([&] { TakeLastOfArray(list); }), 9);

@@ -1,6 +1,7 @@
 #include "automation/Variant.h"
 
 #include <limits>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -230,10 +231,10 @@ TEST(ValueWithObject, IsHeldByReference) {
     const Fake object("object");
     {
         const Variant value = object.AsVariant();
-        const Variant copy = value;
+        const std::vector<Variant> copies{value, value};
         EXPECT_TRUE(value.IsObject());
-        EXPECT_TRUE(copy.IsObject());
-        EXPECT_EQ(object->References(), 3U);
+        EXPECT_TRUE(copies.back().IsObject());
+        EXPECT_EQ(object->References(), 4U);
     }
     EXPECT_EQ(object->References(), 1U);
     EXPECT_EQ(Variant(static_cast<IDispatch*>(nullptr)).ObjectPointer(), nullptr);
