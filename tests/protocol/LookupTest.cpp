@@ -1,6 +1,7 @@
 // How a host document is looked for in the archive: three passes over what the archive holds of a mask each.
 
 #include <algorithm>
+#include <numeric>
 
 #include "tests/protocol/ArchiveTest.h"
 
@@ -165,6 +166,25 @@ TEST_F(Lookup, ExaminesTenThousandAndOneHitsOfAPass) {
     EXPECT_EQ(Occurrences(said, "archive.GetEntryId(I4 268445457) -> I4 10003"), 0);
     ExpectLines(Lines(said.end() - 12, said.end()),
                 Together({EmptyPass(creditorsMask), EmptyPass(debtorsMask)}));
+}
+
+TEST_F(Lookup, OfEachKindFindsTheFirstHitAndTheLastExaminedOneAndNoneBeyond) {
+    std::vector<std::int32_t> ids(10002);
+    std::iota(ids.begin(), ids.end(), 2);
+    const std::vector<std::pair<std::size_t, bool>> asked{{0, true}, {10000, true}, {10001, false}};
+    for (const auto& [mask, position] :
+         std::map<int, int>{{vouchersMask, 15}, {creditorsMask, 55}, {debtorsMask, 35}}) {
+        held = {{mask, ids}};
+        for (const auto& [hit, found] : asked) {
+            const std::int32_t id = ids[hit];
+            fields = {{{id, position}, Variant(L"ID")},
+                      {{id, position - 3}, Variant(L"17")},
+                      {{id, position - 2}, Variant(L"2")}};
+            EXPECT_EQ(Client().FindSageDocumentByID(L"ID"), found ? id : 0) << mask << " " << hit;
+            EXPECT_EQ(Client().FindSageDocumentByBelegNr(L"17", L"2"), found ? id : 0) << mask << " " << hit;
+            talk.Take();
+        }
+    }
 }
 
 TEST_F(Lookup, FindsInALaterPassWhatLiesBeyondTheLimitOfTheFirst) {
