@@ -119,7 +119,7 @@ TEST_F(DocumentRequest, SaveFilesACreditorDocumentWithItsPartner) {
 
 TEST_F(DocumentRequest, SetsANewClientUpFirst) {
     options.clear();
-    screen.typed.push_back(L" Kunden/Muster");
+    screen.typed.emplace_back(L" Kunden/Muster");
     Provider().SaveDocument(id, Metadata(L""));
     const Lines said = talk.Take();
     for (const std::string folder : {"Buchungen", "Debi", "Kredi", "Auswertungen"}) {

@@ -106,7 +106,7 @@ Fake World::NewObject(const std::string& name) {
 }
 
 Fake World::NewArchive(const std::string& name) {
-    const Fake fake = NewObject(name);
+    Fake fake = NewObject(name);
     for (const wchar_t* const statement :
          {L"EloWindow", L"BringToFront", L"ObjMaskNo", L"ObjShort", L"clickon"}) {
         fake->Answers(statement);
@@ -140,7 +140,7 @@ Fake World::NewArchive(const std::string& name) {
 }
 
 Fake World::NewHost(const std::string& name) {
-    const Fake fake = NewObject(name);
+    Fake fake = NewObject(name);
     const auto open = std::make_shared<bool>(false);
     fake->Answers(L"letztermandant", [this](Call&) { return Variant(client); });
     fake->Answers(L"istoffen", [open](Call&) { return Variant(*open); });

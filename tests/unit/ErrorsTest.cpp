@@ -78,12 +78,18 @@ TEST(ErrorNumbers, OfSuccessAreNotRaised) {
 }
 
 TEST(ErrorNumbers, OfFileOperations) {
-    EXPECT_EQ(NumberOfFileError(ERROR_FILE_NOT_FOUND), 53);
-    EXPECT_EQ(NumberOfFileError(ERROR_PATH_NOT_FOUND), 76);
-    EXPECT_EQ(NumberOfFileError(ERROR_ACCESS_DENIED), 70);
-    EXPECT_EQ(NumberOfFileError(ERROR_SHARING_VIOLATION), 70);
-    EXPECT_EQ(NumberOfFileError(ERROR_DISK_FULL), 61);
-    EXPECT_EQ(NumberOfFileError(ERROR_PRINTER_NOT_FOUND), 75) << "anything else is a failed access";
+    struct Case {
+        std::uint32_t windowsError;
+        std::int32_t number;
+    };
+    const std::vector<Case> cases{
+        {ERROR_FILE_NOT_FOUND, 53}, {ERROR_PATH_NOT_FOUND, 76},
+        {ERROR_ACCESS_DENIED, 70},  {ERROR_SHARING_VIOLATION, 70},
+        {ERROR_DISK_FULL, 61},      {ERROR_PRINTER_NOT_FOUND, 75},  // anything else is a failed access
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(NumberOfFileError(row.windowsError), row.number) << row.windowsError;
+    }
 }
 
 TEST(Descriptions, AreGermanAndEachItsOwn) {
