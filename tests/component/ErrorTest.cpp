@@ -77,7 +77,7 @@ TEST_F(ArchiveClient, TellsAnErrorByNameToo) {
 }
 
 TEST_F(ArchiveClient, ReadsAPropertyThatIsAnObject) {
-    IDispatch* archive = reinterpret_cast<IDispatch*>(1);
+    auto* archive = reinterpret_cast<IDispatch*>(1);
     EXPECT_EQ(client_->get_oElo(&archive), error5);
     EXPECT_EQ(archive, nullptr);
     EXPECT_EQ(TakeInformation().source, L"ELODMS.AnmeldenAnElo <- ELODMS.oElo");
@@ -199,7 +199,7 @@ TEST(OlderArchiveClient, KeepsMostErrorsToItself) {
     long folder = 7;
     EXPECT_EQ(client->GetParentFolderId(4711, &folder), S_OK);
     EXPECT_EQ(folder, 0);
-    IDispatch* archive = reinterpret_cast<IDispatch*>(1);
+    auto* archive = reinterpret_cast<IDispatch*>(1);
     EXPECT_EQ(client->get_oElo(&archive), S_OK);
     EXPECT_EQ(archive, nullptr);
     // Printing does not: there is no object to print with.

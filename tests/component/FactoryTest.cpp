@@ -13,19 +13,17 @@ constexpr const wchar_t* unknownId = L"{3F0DE7A2-6B7E-4E0B-9C7C-2F1B7A2D9C11}";
 
 class EveryClass : public testing::TestWithParam<PublicClass> {
 protected:
-    [[nodiscard]] CLSID ClassId() const { return GuidOf(GetParam().clsid); }
-    [[nodiscard]] IID DefaultId() const { return GuidOf(GetParam().iid); }
-    [[nodiscard]] Ptr<IClassFactory> Factory() const {
+    static CLSID ClassId() { return GuidOf(GetParam().clsid); }
+    static IID DefaultId() { return GuidOf(GetParam().iid); }
+    static Ptr<IClassFactory> Factory() {
         Ptr<IClassFactory> factory;
         EXPECT_EQ(Component::Built().GetClassObject(ClassId(), IID_IClassFactory, factory.ReceiveVoid()),
                   S_OK);
         return factory;
     }
-    [[nodiscard]] Ptr<IUnknown> Object() const {
-        return Component::Built().Create<IUnknown>(ClassId(), IID_IUnknown);
-    }
+    static Ptr<IUnknown> Object() { return Component::Built().Create<IUnknown>(ClassId(), IID_IUnknown); }
     /// Everything that the class answers to.
-    [[nodiscard]] std::vector<IID> Interfaces() const {
+    static std::vector<IID> Interfaces() {
         std::vector<IID> interfaces{IID_IUnknown, IID_IDispatch, IID_ISupportErrorInfo, DefaultId()};
         if (std::wstring_view(GetParam().name) == L"ELOProvider") {
             interfaces.push_back(GuidOf(hostInterface));

@@ -65,7 +65,7 @@ private:
     }
 
     void Look(HWND window) {
-        if (window == answered_ || !IsWindowVisible(window) || WindowClass(window) != L"#32770") {
+        if (window == answered_ || IsWindowVisible(window) == FALSE || WindowClass(window) != L"#32770") {
             return;
         }
         const HWND prompt = GetDlgItem(window, 0xFFFF);
@@ -80,7 +80,7 @@ private:
         answered_ = window;
         SendMessageW(button, BM_CLICK, 0, 0);
         // Its handle may be given to the next box as soon as this one is gone.
-        while (IsWindow(window)) {
+        while (IsWindow(window) != FALSE) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         answered_ = nullptr;
@@ -200,7 +200,7 @@ HRESULT ReadRunning(_ELOProvider* provider, json& result) {
 
 void TakeSettings(const fs::path& component, const std::wstring& name) {
     const fs::path settings = fs::path(component).replace_extension(L".ini");
-    if (!CopyFileW((component.parent_path() / name).c_str(), settings.c_str(), FALSE)) {
+    if (CopyFileW((component.parent_path() / name).c_str(), settings.c_str(), FALSE) == FALSE) {
         throw std::runtime_error("the settings cannot be replaced");
     }
     // The system keeps INI files in memory for a while; this makes it read the new one.

@@ -22,7 +22,7 @@ struct ShownBox {
 std::ostream& operator<<(std::ostream& stream, const ShownBox& box);
 
 /// How a request went.
-struct Answer {
+struct Answer {  // NOLINT(bugprone-exception-escape): the JSON value's move checks itself by assertions alone
     std::string request;
     HRESULT code = E_UNEXPECTED;
     nlohmann::json result;  ///< null for Empty and for no result

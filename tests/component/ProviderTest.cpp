@@ -74,7 +74,7 @@ const std::wstring namesMissing =
 class Provider : public testing::Test {
 protected:
     /// The boxes of an InitProvider with these settings; nothing else may happen but the lines in the log.
-    std::vector<ShownBox> BoxesWith(const std::string& settings) {
+    static std::vector<ShownBox> BoxesWith(const std::string& settings) {
         const Installation installation;
         installation.WriteSettings(settings);
         const std::vector<Answer> answers = installation.Play({L"InitProvider"});

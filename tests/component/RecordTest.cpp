@@ -48,7 +48,7 @@ struct TextPropertyTable {
 
 class EveryRecord : public testing::TestWithParam<RecordClass> {
 protected:
-    [[nodiscard]] Ptr<IDispatch> Record() const {
+    static Ptr<IDispatch> Record() {
         return Component::Built().Create<IDispatch>(ClassIdOf(GetParam().name), IID_IDispatch);
     }
     /// The slots of the property at a position: they follow the seven of IDispatch in pairs.

@@ -84,7 +84,7 @@ private:
                 break;
             }
             const std::wstring text(reinterpret_cast<wchar_t*>(data.data()), size / sizeof(wchar_t));
-            items_.insert(path + L" @" + name.data() + L"=" + text.c_str());
+            items_.insert(path + L" @" + name.data() + L"=" + text.substr(0, text.find(L'\0')));
         }
     }
 
@@ -314,7 +314,7 @@ protected:
         std::vector<std::string> lines;
         std::istringstream stream(ended.output);
         for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line.substr(0, line.find_last_not_of("\r") + 1));
+            lines.push_back(line.substr(0, line.find_last_not_of('\r') + 1));
         }
         return lines;
     }
@@ -326,38 +326,41 @@ const std::vector<std::wstring> loggedByScript{L"DMSProvider_FibuVersion  [7.2]"
                                                L"bis zu einem Neustart von Sesam nicht verfügbar."
                                                L"[Kein Parameter]"};
 
+// What a script is told without credentials.
+const std::string noUser = "Fehler 5: Benutzer muss angemeldet sein, um ELO anzumelden.";
+
 TEST_F(RegisteredComponent, ServesVBScript) {
-    EXPECT_EQ(LinesOf(L"classes.vbs"), (std::vector<std::string>{
-                                           "ELOProvider: True",
-                                           "ELODMS: True",
-                                           "OrigELODMS: True",
-                                           "SOKInterface: True",
-                                           "cUser: True",
-                                           "cBeleg: True",
-                                           "cDebiBeleg: True",
-                                           "cKrediBeleg: True",
-                                           "cAuswertung: True",
-                                           "[  MU26000001 ]",
-                                           "aus einer Variablen",
-                                           "4711/3 8",
-                                           "8 0",
-                                           "4711",
-                                           "True",
-                                           "False",
-                                           "True",
-                                           "Fehler 5: Benutzer muss angemeldet sein, um ELO anzumelden. "
-                                           "(ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.PFadErstellen)",
-                                           "True",
-                                           "/Sesam/Muster",
-                                           "[Das Erstellen des Pfades '' war nicht erfolgreich. Fehler Nr. ]",
-                                           "False",
-                                           "True",
-                                           "True",
-                                           "[] []",
-                                           "True",
-                                           "False",
-                                           "Ende",
-                                       }));
+    EXPECT_EQ(LinesOf(L"classes.vbs"),
+              (std::vector<std::string>{
+                  "ELOProvider: True",
+                  "ELODMS: True",
+                  "OrigELODMS: True",
+                  "SOKInterface: True",
+                  "cUser: True",
+                  "cBeleg: True",
+                  "cDebiBeleg: True",
+                  "cKrediBeleg: True",
+                  "cAuswertung: True",
+                  "[  MU26000001 ]",
+                  "aus einer Variablen",
+                  "4711/3 8",
+                  "8 0",
+                  "4711",
+                  "True",
+                  "False",
+                  "True",
+                  noUser + " (ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.PFadErstellen)",
+                  "True",
+                  "/Sesam/Muster",
+                  "[Das Erstellen des Pfades '' war nicht erfolgreich. Fehler Nr. ]",
+                  "False",
+                  "True",
+                  "True",
+                  "[] []",
+                  "True",
+                  "False",
+                  "Ende",
+              }));
     EXPECT_EQ(installation_.LogLines(), loggedByScript);
 }
 
@@ -378,7 +381,7 @@ TEST_F(RegisteredComponent, ServesJScript) {
                                           "boolean false",
                                           "boolean true",
                                           "[Das Erstellen des Pfades '' war nicht erfolgreich. Fehler Nr. ]",
-                                          "Fehler 5: Benutzer muss angemeldet sein, um ELO anzumelden.",
+                                          noUser,
                                           "boolean false",
                                           "undefined",
                                           "boolean true",
@@ -401,9 +404,10 @@ TEST_F(RegisteredComponent, AnswersToTheIdentifierThatTheHostGivesItsInterface) 
     ExpectInside(L"HostInterface.IsUnknownUnlessRegistered");
     const std::wstring key = classesPath + L"\\CLSID\\"s + providerClass;
     const auto tell = [&](const std::wstring& identifier) {
-        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"DMSProvider", REG_SZ, identifier.c_str(),
-                                  static_cast<DWORD>((identifier.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
+        const LSTATUS status =
+            RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"DMSProvider", REG_SZ, identifier.c_str(),
+                            static_cast<DWORD>((identifier.size() + 1) * sizeof(wchar_t)));
+        EXPECT_EQ(status, 0);
     };
     tell(L"Unsinn");
     ExpectInside(L"HostInterface.IsUnknownUnlessRegistered");

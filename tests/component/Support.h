@@ -100,14 +100,14 @@ public:
     static Value Short(short number);
     static Value Long(long number);
     static Value Double(double number);
-    static Value Boolean(bool value);
+    static Value Boolean(bool given);
     static Value Null();
     /// "Not given", as scripts pass a left out argument.
     static Value Missing();
     /// References; what they refer to stays the caller's.
     static Value To(BSTR* text);
     static Value To(long* number);
-    static Value To(VARIANT* value);
+    static Value To(VARIANT* other);
     /// An array from 0 of the texts.
     static Value Texts(const std::vector<std::wstring>& texts);
 
