@@ -45,8 +45,14 @@ bool ReportTypist::WaitUntil(Condition condition) const {
     return true;
 }
 
-// What is selected gives way to what is typed, and tabbing into a text box selects all of it.
+// The box is emptied first: it may already hold the very text that is to be typed, and would look finished
+// while the keys still wait.
 bool ReportTypist::Type(HWND textBox, const std::wstring& text) const {
+    PostMessageW(textBox, EM_SETSEL, 0, -1);
+    PostMessageW(textBox, WM_CHAR, VK_BACK, 1);
+    if (!WaitUntil([&] { return TextOf(textBox) == std::wstring(); })) {
+        return false;
+    }
     for (const wchar_t unit : text) {
         PostMessageW(textBox, WM_CHAR, unit, 1);
     }

@@ -56,6 +56,9 @@ public:
             if (message.message == WM_KEYDOWN) {
                 keys_.push_back(static_cast<int>(message.wParam));
             }
+            if (message.message == WM_CHAR) {
+                Sleep(keyDelay_);
+            }
             if (!IsDialogMessageW(window_, &message)) {
                 TranslateMessage(&message);
                 DispatchMessageW(&message);
@@ -74,6 +77,9 @@ public:
         }
         return texts;
     }
+
+    // A busy dialog: takes this many milliseconds for each character.
+    void DelayKeys(DWORD milliseconds) { keyDelay_ = milliseconds; }
 
     // The virtual keys that went down.
     const std::vector<int>& Keys() const { return keys_; }
@@ -106,6 +112,7 @@ private:
     HWND window_ = nullptr;
     int pressed_ = 0;
     bool isOpen_ = true;
+    DWORD keyDelay_ = 0;
     std::vector<int> keys_;
 };
 
@@ -147,6 +154,19 @@ TEST(ReportTypist, ATextBoxTakesNoMoreThanItsLimit) {
     Dialog dialog;
     EXPECT_EQ(dialog.Run(), IDOK);
     EXPECT_EQ(dialog.Texts()[0], std::wstring(shortNameLimit, L'a'));
+}
+
+TEST(ReportTypist, TypesWhatTheDialogProposesAlreadyToTheEnd) {
+    BoxWatcher watcher(GetCurrentThreadId());
+    watcher.DescribeNextReport({L"x", L"1.1.2026", L"31.12.2026", L"y"});
+    Dialog dialog;
+    dialog.DelayKeys(20);
+    EXPECT_EQ(dialog.Run(), IDOK);
+    EXPECT_THAT(dialog.Texts(), ElementsAre(L"x", L"1.1.2026", L"31.12.2026", L"y"));
+    const auto boxes = watcher.TakeAnswered();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].text,
+              L"Kurzbezeichnung: x\nDatum von: 1.1.2026\nDatum bis: 31.12.2026\nBeschreibung: y");
 }
 
 TEST(ReportTypist, ADialogThatCannotBeFilledIsClosed) {
