@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "accounting/ClientOptions.h"
 #include "automation/Errors.h"
 #include "support/Convention.h"
 #include "support/MDebug.h"
@@ -12,7 +13,6 @@ namespace kandora {
 namespace {
 
 constexpr const wchar_t* className = L"SOKInterface";
-constexpr const wchar_t* hostClass = L"FibuNT.Mandant";
 
 constexpr std::int32_t bookingsFolderMissing = 5003;
 /// Also the number of a missing report, debtor or creditor folder: only the bookings folder has one of its
@@ -20,18 +20,6 @@ constexpr std::int32_t bookingsFolderMissing = 5003;
 constexpr std::int32_t placeholderMissing = 5004;
 constexpr std::int32_t bookingUnreadable = 5010;
 constexpr std::int32_t optionsNotWritten = 1580;
-
-constexpr std::int16_t optionGroup = 600;
-
-/// Keys of the client's options in the option group.
-namespace option {
-constexpr std::int16_t archiveOn = 100;
-constexpr std::int16_t placeholder = 105;
-constexpr std::int16_t bookings = 109;
-constexpr std::int16_t reports = 110;
-constexpr std::int16_t debtors = 111;
-constexpr std::int16_t creditors = 112;
-}  // namespace option
 
 struct FolderOption {
     std::int16_t key;
