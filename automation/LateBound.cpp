@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "automation/BusyServer.h"
 #include "automation/Errors.h"
 
 namespace kandora {
@@ -29,8 +30,10 @@ RuntimeError ErrorFrom(EXCEPINFO& info) {
 Variant InvokeById(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& parameters, bool wantsResult) {
     Variant result;
     EXCEPINFO exception{};
-    const HRESULT outcome = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
-                                           wantsResult ? result.Receive() : nullptr, &exception, nullptr);
+    const HRESULT outcome = WhileBusy([&] {
+        return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
+                              wantsResult ? result.Receive() : nullptr, &exception, nullptr);
+    });
     if (outcome == DISP_E_EXCEPTION) {
         throw ErrorFrom(exception);
     }
@@ -87,7 +90,8 @@ struct LateBound::Binding {
         }
         DISPID id = DISPID_UNKNOWN;
         auto* name = const_cast<wchar_t*>(member);
-        RequireSuccess(object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id));
+        RequireSuccess(
+            WhileBusy([&] { return object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id); }));
         ids.push_back({Text(member), id});
         return id;
     }
@@ -110,8 +114,9 @@ LateBound::LateBound(const Variant& value) {
     }
     if (value.ObjectPointer() != nullptr) {
         IDispatch* object = nullptr;
-        RequireSuccess(
-            value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object)));
+        RequireSuccess(WhileBusy([&] {
+            return value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
+        }));
         const struct Releaser {
             IDispatch* pointer;
             ~Releaser() { pointer->Release(); }
@@ -207,8 +212,10 @@ LateBound NewObject(const Text& progId) {
     IDispatch* object = nullptr;
     HRESULT outcome = CLSIDFromProgID(progId.c_str(), &clsid);
     if (SUCCEEDED(outcome)) {
-        outcome = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_IDispatch,
-                                   reinterpret_cast<void**>(&object));
+        outcome = WhileBusy([&] {
+            return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_IDispatch,
+                                    reinterpret_cast<void**>(&object));
+        });
     }
     if (FAILED(outcome)) {
         const std::int32_t number = NumberOf(outcome);

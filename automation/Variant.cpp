@@ -25,9 +25,53 @@ VARIANT* Source(const VARIANT& value) {
     return const_cast<VARIANT*>(&value);
 }
 
+/// Bytes that an element of the type takes; 0 for a type that is no element's.
+std::size_t SizeOf(VARTYPE type) {
+    switch (type) {
+    case VT_I1:
+    case VT_UI1:
+        return 1;
+    case VT_I2:
+    case VT_UI2:
+    case VT_BOOL:
+        return 2;
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_R4:
+    case VT_ERROR:
+        return 4;
+    case VT_I8:
+    case VT_UI8:
+    case VT_R8:
+    case VT_CY:
+    case VT_DATE:
+        return 8;
+    case VT_BSTR:
+    case VT_DISPATCH:
+    case VT_UNKNOWN:
+        return sizeof(void*);
+    case VT_DECIMAL:
+        return sizeof(DECIMAL);
+    case VT_VARIANT:
+        return sizeof(VARIANT);
+    default:
+        return 0;
+    }
+}
+
+/// The type of the array's elements: what the array says, or else what its owner declared. Elements smaller
+/// than their type would have to be read beyond their end; that is refused (13).
 VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
     VARTYPE type = VT_EMPTY;
-    return SUCCEEDED(SafeArrayGetVartype(array, &type)) && type != VT_EMPTY ? type : declared;
+    if (FAILED(SafeArrayGetVartype(array, &type)) || type == VT_EMPTY) {
+        type = declared;
+    }
+    if (SafeArrayGetElemsize(array) < SizeOf(type)) {
+        throw RuntimeError(errors::typeMismatch);
+    }
+    return type;
 }
 
 /// The element at `data` as a value of its own. Records need a description that only their array has; they
@@ -65,12 +109,13 @@ SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
     return array;
 }
 
-/// A value by reference, or one behind it, that a careless caller left without a place.
+/// A value by reference, or one behind it, that a careless caller left without a place. One level behind is
+/// enough: what lies deeper cannot be copied anyway, and a value that refers to itself has no end.
 bool PointsNowhere(const VARIANT& value) {
-    if ((value.vt & VT_BYREF) == 0) {
-        return false;
-    }
-    return value.byref == nullptr || (value.vt == (VT_BYREF | VT_VARIANT) && PointsNowhere(*value.pvarVal));
+    const auto isWithoutPlace = [](const VARIANT& one) {
+        return (one.vt & VT_BYREF) != 0 && one.byref == nullptr;
+    };
+    return isWithoutPlace(value) || (value.vt == (VT_BYREF | VT_VARIANT) && isWithoutPlace(*value.pvarVal));
 }
 
 bool SameWord(const Text& text, TextView word) {

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+namespace kandora {
+
+/// How a call waits for a program that is too busy to take it.
+struct Patience {
+    /// A clock that only goes forward, in milliseconds.
+    std::uint64_t (*Milliseconds)();
+    /// Waits without using the processor; the thread stays reachable for calls from other programs.
+    void (*Pause)(std::uint32_t milliseconds);
+};
+
+/// Longest time for which one call is repeated, in milliseconds.
+inline constexpr std::uint32_t patienceLimit = 10000;
+
+/// The patience of all calls; tests put another one in its place.
+Patience& BusyPatience() noexcept;
+
+/// True when the callee's program turned the call away because it is busy. Such a call never ran.
+bool WasTurnedAway(std::int32_t hresult) noexcept;
+
+/// Says when a call that was turned away is to be repeated: after rising pauses, for 10 seconds in all.
+class Repetition {
+public:
+    Repetition() : begin_(BusyPatience().Milliseconds()) {}
+
+    /// Waits for the next attempt; false when the time is up.
+    bool Wait();
+
+private:
+    std::uint64_t begin_;
+    std::uint32_t pause_ = 10;
+};
+
+/// Makes a call, and again for as long as it is turned away and the patience lasts. The outcome of the last
+/// attempt. No message filter is involved, so that the one of the program around this component stays.
+template <class Call>
+std::int32_t WhileBusy(Call&& call) {
+    std::int32_t outcome = call();
+    if (WasTurnedAway(outcome)) {
+        Repetition repetition;
+        while (WasTurnedAway(outcome) && repetition.Wait()) {
+            outcome = call();
+        }
+    }
+    return outcome;
+}
+
+}  // namespace kandora

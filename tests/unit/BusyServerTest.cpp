@@ -1,0 +1,169 @@
+#include "automation/BusyServer.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "automation/LateBound.h"
+#include "tests/support/FakeObject.h"
+#include "tests/support/Raised.h"
+#include "tests/support/VirtualPatience.h"
+
+namespace kandora {
+namespace {
+
+using test::Call;
+using test::ErrorOf;
+using test::Failure;
+using test::Fake;
+using test::Lines;
+using test::VirtualPatience;
+using PauseList = std::vector<std::uint32_t>;
+
+class BusyServer : public testing::TestWithParam<HRESULT> {
+protected:
+    test::Conversation talk;
+    Fake archive{"archive", &talk};
+    VirtualPatience patience;
+};
+
+INSTANTIATE_TEST_SUITE_P(Answers, BusyServer,
+                         testing::Values(RPC_E_CALL_REJECTED, RPC_E_SERVERCALL_RETRYLATER,
+                                         RPC_E_SERVERCALL_REJECTED,
+                                         HRESULT_FROM_WIN32(RPC_S_SERVER_TOO_BUSY)));
+
+TEST_P(BusyServer, IsAskedAgainAfterRisingPauses) {
+    archive->Answers(L"AddPostboxFile", 1);
+    for (int i = 0; i < 4; ++i) {
+        archive->Next(L"AddPostboxFile", Failure::Code(GetParam()));
+    }
+    Text file = L"C:\\Platzhalter.pdf";
+    EXPECT_EQ(archive.AsLateBound().Get(L"AddPostboxFile", ByRef(file)).ToLong(), 1);
+    EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40, 80}));
+    EXPECT_EQ(talk.Said().size(), 5U);
+    EXPECT_EQ(talk.Said().back(), R"(archive.AddPostboxFile(BSTR& "C:\Platzhalter.pdf") -> I4 1)");
+}
+
+TEST_P(BusyServer, FailsAfterTenSeconds) {
+    archive->Answers(L"MoveToArchive", Failure::Code(GetParam()));
+    const RuntimeError error = ErrorOf([&] { archive.AsLateBound().Call(L"MoveToArchive", L"#"); });
+    EXPECT_EQ(error.Number(), GetParam());
+    const auto& pauses = VirtualPatience::Pauses();
+    EXPECT_EQ(std::accumulate(pauses.begin(), pauses.end(), 0U), patienceLimit);
+    EXPECT_TRUE(std::is_sorted(pauses.begin(), pauses.end() - 1)) << "the last one is what is left";
+    EXPECT_EQ(talk.Said().size(), pauses.size() + 1) << "the last attempt is made when the time is up";
+}
+
+TEST_P(BusyServer, TheTimeOfTheCallsThemselvesCounts) {
+    archive->Answers(L"Login", [&](Call&) -> Variant {
+        VirtualPatience::Pass(4000);
+        throw Failure::Code(GetParam());
+    });
+    EXPECT_EQ(ErrorOf([&] { static_cast<void>(archive.AsLateBound().Get(L"Login")); }).Number(), GetParam());
+    EXPECT_EQ(talk.Said().size(), 4U);
+}
+
+TEST_F(BusyServer, OtherFailuresAreFinal) {
+    for (const HRESULT failure :
+         {E_FAIL, HRESULT{RPC_E_DISCONNECTED}, HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)}) {
+        archive->Answers(L"Login", Failure::Code(failure));
+        EXPECT_NE(ErrorOf([&] { static_cast<void>(archive.AsLateBound().Get(L"Login")); }).Number(), 0);
+    }
+    archive->Answers(L"Login", Failure::Scode(RPC_E_CALL_REJECTED, L"said by the archive itself"));
+    EXPECT_NE(ErrorOf([&] { static_cast<void>(archive.AsLateBound().Get(L"Login")); }).Number(), 0);
+    EXPECT_EQ(VirtualPatience::Pauses(), PauseList({}));
+}
+
+/// Hands out an object whose first calls of every kind are turned away.
+class ReluctantClass final : public IClassFactory {
+public:
+    explicit ReluctantClass(int refusals) : refusals_(refusals) {}
+    virtual ~ReluctantClass() = default;
+    ReluctantClass(const ReluctantClass&) = delete;
+    ReluctantClass& operator=(const ReluctantClass&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+        *object = static_cast<IClassFactory*>(this);
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) override {
+        *object = nullptr;
+        return ++asked <= refusals_ ? RPC_E_SERVERCALL_RETRYLATER
+                                    : made.Get()->QueryInterface(interfaceId, object);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+
+    int asked = 0;
+    Fake made{"made"};
+
+private:
+    int refusals_;
+};
+
+TEST_F(BusyServer, MayTurnAwayTheCreationOfAnObject) {
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
+    {
+        ReluctantClass reluctant(3);
+        // Any class of the system that has a name will do: this registration goes before it.
+        CLSID clsid{};
+        ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
+        DWORD cookie = 0;
+        ASSERT_EQ(CoRegisterClassObject(clsid, &reluctant, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+                  S_OK);
+        EXPECT_EQ(NewObject(L"Scripting.Dictionary").Pointer(), reluctant.made.Get());
+        EXPECT_EQ(reluctant.asked, 4);
+        EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40}));
+        CoRevokeClassObject(cookie);
+    }
+    CoUninitialize();
+}
+
+/// Turns the first calls of both kinds away.
+class ReluctantObject final : public IDispatch {
+public:
+    virtual ~ReluctantObject() = default;
+    ReluctantObject() = default;
+    ReluctantObject(const ReluctantObject&) = delete;
+    ReluctantObject& operator=(const ReluctantObject&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+        *object = nullptr;
+        if (++queried <= 2) {
+            return RPC_E_CALL_REJECTED;
+        }
+        *object = static_cast<IDispatch*>(this);
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID* id) override {
+        *id = 7;
+        return ++named <= 2 ? RPC_E_CALL_REJECTED : S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                                     UINT*) override {
+        return ++invoked <= 2 ? RPC_E_CALL_REJECTED : S_OK;
+    }
+
+    int queried = 0;
+    int named = 0;
+    int invoked = 0;
+};
+
+TEST_F(BusyServer, EveryKindOfCallIsRepeated) {
+    ReluctantObject object;
+    const Variant value(static_cast<IDispatch*>(&object));
+    LateBound(value).Call(L"EloWindow");
+    EXPECT_EQ(object.queried, 3);
+    EXPECT_EQ(object.named, 3);
+    EXPECT_EQ(object.invoked, 3);
+}
+
+}  // namespace
+}  // namespace kandora
