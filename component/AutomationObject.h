@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include <windows.h>
@@ -166,19 +167,30 @@ protected:
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
     [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
-    /// Runs a procedure for an outside caller: nothing but a return value leaves it, and the record of its
-    /// error is handed over and forgotten.
+    /// Runs a procedure for an outside caller: nothing leaves it, and the record of its error is forgotten
+    /// once it is known. Nothing when the procedure did not raise.
     template <class Body>
-    HRESULT Guarded(Body&& body) noexcept {
-        SetErrorInfo(0, nullptr);
-        HRESULT outcome = S_OK;
+    std::optional<RuntimeError> ErrorOf(Body&& body) noexcept {
+        std::optional<RuntimeError> error;
         try {
             std::forward<Body>(body)();
         } catch (...) {
-            outcome = ReportError(CurrentError(), iid);
+            error = CurrentError();
         }
         Globals().goErrHandler().Clear();
-        return outcome;
+        return error;
+    }
+
+    /// Runs a procedure that needs nothing of what the thread's requests share.
+    template <class Body>
+    HRESULT Guarded(Body&& body) noexcept {
+        SetErrorInfo(0, nullptr);
+        try {
+            std::forward<Body>(body)();
+            return S_OK;
+        } catch (...) {
+            return ReportError(CurrentError(), iid);
+        }
     }
 
     /// The same for a procedure with a result; after an error the result is the empty value of its type.

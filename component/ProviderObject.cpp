@@ -92,26 +92,27 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
 // Requests
 // -----------------------------------------------------------------------------------------------------------
 
-/// Success whatever happens: what could not be shown to the user either is given up.
+/// Success whatever happens.
 template <class Body>
-HRESULT ELOProviderObject::Requests::Request(Body&& body) noexcept {
+HRESULT ELOProviderObject::Requests::Request(const wchar_t* method, Body&& body) noexcept {
     SetErrorInfo(0, nullptr);
     owner_.AddRef();  // the host may let go of the provider while the request waits
     try {
-        std::forward<Body>(body)(owner_.provider_);
+        std::forward<Body>(body)(*owner_.provider_);
     } catch (...) {
-        owner_.Globals().goErrHandler().Clear();
+        owner_.provider_->Refuse(method, CurrentError());
     }
     owner_.Release();
     return S_OK;
 }
 
 template <class Value, class Body>
-HRESULT ELOProviderObject::Requests::RequestResult(Value* result, Body&& body) noexcept {
+HRESULT ELOProviderObject::Requests::RequestResult(const wchar_t* method, Value* result,
+                                                   Body&& body) noexcept {
     if (result != nullptr) {
         *result = Value{};
     }
-    return Request([&](ELOProvider& provider) {
+    return Request(method, [&](ELOProvider& provider) {
         auto value = std::forward<Body>(body)(provider);
         if (result != nullptr) {
             Deliver(result, std::move(value));
@@ -120,67 +121,76 @@ HRESULT ELOProviderObject::Requests::RequestResult(Value* result, Body&& body) n
 }
 
 HRESULT ELOProviderObject::Requests::ShowDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"ShowDocument", [&](ELOProvider& provider) {
+        provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 HRESULT ELOProviderObject::Requests::PrintDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"PrintDocument", [&](ELOProvider& provider) {
+        provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 HRESULT ELOProviderObject::Requests::SaveDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"SaveDocument", [&](ELOProvider& provider) {
+        provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 HRESULT ELOProviderObject::Requests::StartProvider(VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) { provider.StartProvider(Variant(vtMetaData)); });
+    return Request(L"StartProvider",
+                   [&](ELOProvider& provider) { provider.StartProvider(Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::FibuVersion(VARIANT vtVerInfo) {
-    return Request([&](ELOProvider& provider) { provider.FibuVersion(Variant(vtVerInfo)); });
+    return Request(L"FibuVersion", [&](ELOProvider& provider) { provider.FibuVersion(Variant(vtVerInfo)); });
 }
 
 HRESULT ELOProviderObject::Requests::CreateDocID(VARIANT vtMetaData, BSTR* psDocID) {
-    return RequestResult(psDocID,
+    return RequestResult(L"CreateDocID", psDocID,
                          [&](ELOProvider& provider) { return provider.CreateDocID(Variant(vtMetaData)); });
 }
 
 HRESULT ELOProviderObject::Requests::GetOpenDocInfo(VARIANT* pvtDocInfo) {
-    return RequestResult(pvtDocInfo, [&](ELOProvider& provider) { return provider.GetOpenDocInfo(); });
+    return RequestResult(L"GetOpenDocInfo", pvtDocInfo,
+                         [&](ELOProvider& provider) { return provider.GetOpenDocInfo(); });
 }
 
 HRESULT ELOProviderObject::Requests::SavePendingDocument(VARIANT vtDocInfo, BSTR sDocID, VARIANT vtMetaData) {
-    return Request([&](ELOProvider& provider) {
+    return Request(L"SavePendingDocument", [&](ELOProvider& provider) {
         provider.SavePendingDocument(Variant(vtDocInfo), TextOf(sDocID), Variant(vtMetaData));
     });
 }
 
 HRESULT ELOProviderObject::Requests::GetVirtualPrinterName(BSTR* psName) {
-    return RequestResult(psName, [&](ELOProvider& provider) { return provider.GetVirtualPrinterName(); });
+    return RequestResult(L"GetVirtualPrinterName", psName,
+                         [&](ELOProvider& provider) { return provider.GetVirtualPrinterName(); });
 }
 
 HRESULT ELOProviderObject::Requests::InitProvider(VARIANT vtMetaData, VARIANT* pvtResult) {
-    return RequestResult(pvtResult, [&](ELOProvider& provider) {
+    return RequestResult(L"InitProvider", pvtResult, [&](ELOProvider& provider) {
         provider.InitProvider(Variant(vtMetaData));
         return Variant();  // the result is always empty
     });
 }
 
 HRESULT ELOProviderObject::Requests::DeleteDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"DeleteDocument", [&](ELOProvider& provider) {
+        provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 HRESULT ELOProviderObject::Requests::SetDocumentStatus(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"SetDocumentStatus", [&](ELOProvider& provider) {
+        provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 HRESULT ELOProviderObject::Requests::DocumentChanged(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(
-        [&](ELOProvider& provider) { provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData)); });
+    return Request(L"DocumentChanged", [&](ELOProvider& provider) {
+        provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData));
+    });
 }
 
 }  // namespace kandora

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "component/AutomationObject.h"
@@ -14,10 +16,10 @@ public:
     ELOProviderObject();
 
     HRESULT STDMETHODCALLTYPE get_bRunning(VARIANT_BOOL* result) override {
-        return Result(result, [&] { return provider_.bRunning; });
+        return Result(result, [&] { return provider_->bRunning; });
     }
     HRESULT STDMETHODCALLTYPE put_bRunning(VARIANT_BOOL newValue) override {
-        return Guarded([&] { provider_.bRunning = newValue != VARIANT_FALSE; });
+        return Guarded([&] { provider_->bRunning = newValue != VARIANT_FALSE; });
     }
 
     // A script has no way to ask for a further interface. Its calls by name find the host's requests here
@@ -67,14 +69,14 @@ private:
 
     private:
         template <class Body>
-        HRESULT Request(Body&& body) noexcept;
+        HRESULT Request(const wchar_t* method, Body&& body) noexcept;
         template <class Value, class Body>
-        HRESULT RequestResult(Value* result, Body&& body) noexcept;
+        HRESULT RequestResult(const wchar_t* method, Value* result, Body&& body) noexcept;
 
         ELOProviderObject& owner_;
     };
 
-    ELOProvider provider_{Globals()};
+    std::shared_ptr<ELOProvider> provider_ = std::make_shared<ELOProvider>(Globals());
     Requests requests_{*this};
     IID hostInterface_;  ///< a further identifier for the host's interface; IID_NULL when none was registered
 };

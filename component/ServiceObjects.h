@@ -13,7 +13,9 @@ namespace kandora {
 
 /// A public class that works through a client of its own. The client goes with the object or when the
 /// object's thread leaves COM, whichever comes first: its session can only end while calls to other programs
-/// still work.
+/// still work. The thread's records, folders and error handler serve one at a time: a call that enters while
+/// a request or another such call is in progress is turned away and can be repeated, and a host's request
+/// that enters during such a call is carried out before the call returns.
 template <class Interface, const IID& iid, class Service>
 class ServiceObject : public AutomationObject<Interface, iid>, private ThreadEndWatcher {
 public:
@@ -26,6 +28,31 @@ protected:
         this->State().Watch(*this);
     }
     ~ServiceObject() override { this->State().Unwatch(*this); }
+
+    template <class Body>
+    HRESULT Guarded(Body&& body) noexcept {
+        RequestOrder& order = this->Globals().Order();
+        if (order.IsBusy()) {
+            return ReportError(RuntimeError(RPC_E_SERVERCALL_RETRYLATER,
+                                            L"Es ist gerade eine andere Anfrage in Arbeit. Bitte versuchen "
+                                            L"Sie es danach noch einmal."),
+                               iid);
+        }
+        std::optional<RuntimeError> error;
+        order.CarryOut([&] { error = this->ErrorOf(std::forward<Body>(body)); });
+        // Only now: what was carried out after the call may have left an error of its own.
+        SetErrorInfo(0, nullptr);
+        return error ? ReportError(*error, iid) : S_OK;
+    }
+
+    template <class Value, class Body>
+    HRESULT Result(Value* result, Body&& body) noexcept {
+        if (result == nullptr) {
+            return E_POINTER;
+        }
+        *result = Value{};
+        return Guarded([&] { Deliver(result, std::forward<Body>(body)()); });
+    }
 
     /// Raises 91 once the thread has left COM.
     [[nodiscard]] Service& Client() {

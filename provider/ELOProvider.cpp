@@ -58,14 +58,48 @@ void ELOProvider::RefreshClient() {
     globals_.state.gbMandantArchivAktiv = active;
 }
 
+/// What cannot be shown to the user either is given up.
 template <class Body>
-void ELOProvider::Request(const wchar_t* method, Body&& body) {
-    Outermost(globals_.goErrHandler(), {className, method}, std::forward<Body>(body));
+void ELOProvider::Attempt(const wchar_t* method, Body&& body) noexcept {
+    try {
+        Outermost(globals_.goErrHandler(), {className, method}, std::forward<Body>(body));
+    } catch (...) {
+        globals_.goErrHandler().Clear();
+    }
+}
+
+template <class Body>
+void ELOProvider::Request(const wchar_t* method, Body&& body) noexcept {
+    if (globals_.Order().IsBusy()) {
+        const ErrorKeeper keeper(globals_.goErrHandler());
+        Attempt(method, std::forward<Body>(body));
+    } else {
+        globals_.Order().CarryOut([&] { Attempt(method, std::forward<Body>(body)); });
+    }
+}
+
+template <class... Arguments>
+bool ELOProvider::MustWait(const wchar_t* method, void (ELOProvider::*request)(const Arguments&...),
+                           const Arguments&... arguments) noexcept {
+    if (!globals_.Order().IsBusy()) {
+        return false;
+    }
+    Request(method, [&] {
+        globals_.Order().Postpone(
+            [self = shared_from_this(), request, arguments...] { (self.get()->*request)(arguments...); });
+    });
+    return true;
+}
+
+void ELOProvider::Refuse(const wchar_t* method, const RuntimeError& error) noexcept {
+    Request(method, [&] { throw RuntimeError(error); });
 }
 
 template <class Arguments, class Work, class Otherwise>
 void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments, Work&& work,
-                               Otherwise&& otherwise) {
+                               Otherwise&& otherwise) noexcept {
+    // Asking the host anew would take the client away from the request in progress, which has asked already.
+    const bool isClientKnown = globals_.Order().IsBusy();
     Request(method, [&] {
         if (globals_.state.settings.gbDebug) {
             Trace(method, arguments);
@@ -73,7 +107,9 @@ void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments
         if (!globals_.state.gbIniOK) {
             return;
         }
-        RefreshClient();
+        if (!isClientKnown) {
+            RefreshClient();
+        }
         if (globals_.state.gbMandantArchivAktiv) {
             work();
         } else {
@@ -86,6 +122,9 @@ void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments
 // -------------------------------------------------------------------------------------------------
 
 void ELOProvider::InitProvider(const Variant& vtMetaData) {
+    if (MustWait(L"InitProvider", &ELOProvider::InitProvider, vtMetaData)) {
+        return;
+    }
     Request(L"InitProvider", [&] {
         // The first call is always traced: whether tracing is on is only known after it.
         if (globals_.state.settings.gbDebug || !bRunning) {
@@ -116,6 +155,9 @@ void ELOProvider::InitProvider(const Variant& vtMetaData) {
 }
 
 void ELOProvider::StartProvider(const Variant& vtMetaData) {
+    if (MustWait(L"StartProvider", &ELOProvider::StartProvider, vtMetaData)) {
+        return;
+    }
     GatedRequest(
         L"StartProvider", std::tie(vtMetaData), [&] { globals_.goArchiv()->ELOSichtbar(); },
         [&] {
@@ -164,6 +206,9 @@ Text ELOProvider::GetVirtualPrinterName() {
 // ----------------------------------------------------------------------------------------------------------
 
 void ELOProvider::SaveDocument(const Text& sDocID, const Variant& vtMetaData) {
+    if (MustWait(L"SaveDocument", &ELOProvider::SaveDocument, sDocID, vtMetaData)) {
+        return;
+    }
     GatedRequest(L"SaveDocument", std::tie(sDocID, vtMetaData), [&] {
         const Voucher voucher(vtMetaData);
         const Text barcode = BarcodeIn(vtMetaData);
@@ -176,6 +221,9 @@ void ELOProvider::SaveDocument(const Text& sDocID, const Variant& vtMetaData) {
 }
 
 void ELOProvider::DocumentChanged(const Text& sDocID, const Variant& vtMetaData) {
+    if (MustWait(L"DocumentChanged", &ELOProvider::DocumentChanged, sDocID, vtMetaData)) {
+        return;
+    }
     GatedRequest(L"DocumentChanged", std::tie(sDocID, vtMetaData), [&] {
         const Voucher voucher(vtMetaData);
         const Text barcode = BarcodeIn(vtMetaData);
@@ -184,6 +232,9 @@ void ELOProvider::DocumentChanged(const Text& sDocID, const Variant& vtMetaData)
 }
 
 void ELOProvider::DeleteDocument(const Text& sDocID, const Variant& vtMetaData) {
+    if (MustWait(L"DeleteDocument", &ELOProvider::DeleteDocument, sDocID, vtMetaData)) {
+        return;
+    }
     GatedRequest(L"DeleteDocument", std::tie(sDocID, vtMetaData), [&] {
         const Voucher voucher(vtMetaData);
         globals_.goArchiv()->MarkAsDeleted(sDocID, voucher.number, voucher.index);
@@ -191,6 +242,9 @@ void ELOProvider::DeleteDocument(const Text& sDocID, const Variant& vtMetaData) 
 }
 
 void ELOProvider::ShowDocument(const Text& sDocID, const Variant& vtMetaData) {
+    if (MustWait(L"ShowDocument", &ELOProvider::ShowDocument, sDocID, vtMetaData)) {
+        return;
+    }
     GatedRequest(L"ShowDocument", std::tie(sDocID, vtMetaData), [&] {
         static_cast<void>(ToText(vtMetaData.Element(element::unused)));
         globals_.goArchiv()->ShowDokument(sDocID);
@@ -198,6 +252,9 @@ void ELOProvider::ShowDocument(const Text& sDocID, const Variant& vtMetaData) {
 }
 
 void ELOProvider::PrintDocument(const Text& sDocID, const Variant& vtMetaData) {
+    if (MustWait(L"PrintDocument", &ELOProvider::PrintDocument, sDocID, vtMetaData)) {
+        return;
+    }
     GatedRequest(L"PrintDocument", std::tie(sDocID, vtMetaData),
                  [&] { globals_.goArchiv()->SaveAuswertung(); });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <tuple>
 
 #include "automation/Text.h"
@@ -9,8 +10,13 @@
 namespace kandora {
 
 /// What the host calls. No request ever fails for the host: an error is shown to the user with its call stack
-/// and then forgotten, and the request returns what it had by then (normally the empty result).
-class ELOProvider {
+/// and then forgotten, and the request returns what it had by then (normally the empty result). No request
+/// raises.
+///
+/// A request may enter while another one waits for another program or for the user. One that returns a value
+/// or is only traced answers at once; every other one is carried out right after the one in progress and
+/// before that one returns. An object of this class is owned by a shared pointer, which such a request keeps.
+class ELOProvider : public std::enable_shared_from_this<ELOProvider> {
 public:
     explicit ELOProvider(MGlobals& globals) : globals_(globals) {}
     ELOProvider(const ELOProvider&) = delete;
@@ -35,17 +41,27 @@ public:
     void SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID, const Variant& vtMetaData);
     void SetDocumentStatus(const Text& sDocID, const Variant& vtMetaData);
 
+    /// A request that failed before it could begin.
+    void Refuse(const wchar_t* method, const RuntimeError& error) noexcept;
+
 private:
     template <class... Arguments>
     void Trace(const wchar_t* method, const std::tuple<Arguments...>& arguments);
     void RefreshClient();
+    /// Keeps a request for after the one in progress; false when there is none, and it can begin.
+    template <class... Arguments>
+    bool MustWait(const wchar_t* method, void (ELOProvider::*request)(const Arguments&...),
+                  const Arguments&... arguments) noexcept;
     template <class Body>
-    void Request(const wchar_t* method, Body&& body);
+    void Request(const wchar_t* method, Body&& body) noexcept;
+    template <class Body>
+    void Attempt(const wchar_t* method, Body&& body) noexcept;
     /// Traces the request, and does its work when the settings were read and the archive is on for the open
     /// client. `otherwise` is what happens when it is not on.
     template <class Arguments, class Work, class Otherwise = void (*)()>
     void GatedRequest(
-        const wchar_t* method, const Arguments& arguments, Work&& work, Otherwise&& otherwise = [] {});
+        const wchar_t* method, const Arguments& arguments, Work&& work,
+        Otherwise&& otherwise = [] {}) noexcept;
 
     MGlobals& globals_;
 };

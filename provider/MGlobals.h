@@ -9,6 +9,7 @@
 #include "archive/cUser.h"
 #include "automation/Platform.h"
 #include "model/Settings.h"
+#include "provider/RequestOrder.h"
 #include "support/CErrHandler.h"
 #include "support/CIniFile.h"
 #include "support/MSimpleLog.h"
@@ -37,6 +38,7 @@ public:
     [[nodiscard]] MSimpleLog& Log() noexcept { return log_; }
     [[nodiscard]] Platform& Machine() noexcept { return platform_; }
     [[nodiscard]] UserInterface& Screen() noexcept { return userInterface_; }
+    [[nodiscard]] RequestOrder& Order() noexcept { return order_; }
 
     /// The shared archive client; owned jointly by this object and the caller.
     std::shared_ptr<ELODMS> goArchiv();
@@ -62,6 +64,7 @@ private:
 
     Platform& platform_;
     UserInterface& userInterface_;
+    RequestOrder order_;
     CErrHandler errHandler_;
     MSimpleLog log_;
     std::unique_ptr<VouchersOfHost> vouchers_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "automation/Clock.h"
 #include "automation/Errors.h"
@@ -65,12 +66,13 @@ private:
     Record record_;
 };
 
-/// Puts the error record back to what it was when this object was made: for a stretch of work whose errors
-/// are ignored, so that they do not colour the next error that is shown.
+/// Sets the error record aside for as long as this object lives: for a stretch of work whose errors have
+/// nothing to do with the one that may be on its way, and that neither are to colour it nor to be coloured.
 class ErrorKeeper {
 public:
-    explicit ErrorKeeper(CErrHandler& handler) : handler_(handler), kept_(handler.record_) {}
-    ~ErrorKeeper() { std::swap(handler_.record_, kept_); }
+    explicit ErrorKeeper(CErrHandler& handler) noexcept
+        : handler_(handler), kept_(std::exchange(handler.record_, {})) {}
+    ~ErrorKeeper() { handler_.record_ = std::move(kept_); }
     ErrorKeeper(const ErrorKeeper&) = delete;
     ErrorKeeper& operator=(const ErrorKeeper&) = delete;
 

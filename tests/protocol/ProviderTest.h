@@ -38,7 +38,7 @@ protected:
         talk.Take();
         archive->ForgetAsked();
         globals_ = std::make_unique<MGlobals>(machine, screen);
-        provider_ = std::make_unique<ELOProvider>(*globals_);
+        provider_ = std::make_shared<ELOProvider>(*globals_);
     }
     MGlobals& Globals() { return *globals_; }
     ELOProvider& Provider() { return *provider_; }
@@ -69,7 +69,7 @@ protected:
 
 private:
     std::unique_ptr<MGlobals> globals_;
-    std::unique_ptr<ELOProvider> provider_;
+    std::shared_ptr<ELOProvider> provider_;
 };
 
 /// The same after a successful start.
