@@ -1,0 +1,39 @@
+#include <functional>
+#include <new>
+#include <string>
+
+#include "automation/Errors.h"
+
+// The C++ library's own versions compose messages that nobody here would ever see, and bring its exception
+// classes and a second kind of string along: a sixth of this component. CurrentError would tell all of them
+// as the same internal error anyway.
+
+// NOLINTBEGIN(cert-dcl58-cpp,bugprone-reserved-identifier): the library's names
+namespace std {
+
+void __throw_bad_alloc() {
+    throw bad_alloc();
+}
+
+void __throw_bad_array_new_length() {
+    throw bad_alloc();
+}
+
+void __throw_length_error(const char* /*message*/) {
+    throw kandora::RuntimeError(kandora::errors::internal);
+}
+
+void __throw_logic_error(const char* /*message*/) {
+    throw kandora::RuntimeError(kandora::errors::internal);
+}
+
+void __throw_out_of_range_fmt(const char* /*message*/, ...) {  // NOLINT(cert-dcl50-cpp)
+    throw kandora::RuntimeError(kandora::errors::internal);
+}
+
+void __throw_bad_function_call() {
+    throw kandora::RuntimeError(kandora::errors::internal);
+}
+
+}  // namespace std
+// NOLINTEND(cert-dcl58-cpp,bugprone-reserved-identifier)
