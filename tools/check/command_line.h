@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "automation/Text.h"
+
+namespace kandora::check {
+
+/// What the user asked for.
+struct CommandLine {
+    bool json = false;
+    bool probe = false;
+    bool adopt = false;
+    Text component;    ///< file that is to be checked; empty for the registered one
+    Text hostTypeLib;  ///< empty: to be found through the registry
+    struct Voucher {
+        Text number;
+        Text index;
+    };
+    std::optional<Voucher> voucher;
+    Text answer;  ///< help or version, which is all that was asked for
+};
+
+/// What is wrong with a command line, in German.
+class UsageError : public std::runtime_error {
+public:
+    explicit UsageError(Text message) : std::runtime_error("usage"), message_(std::move(message)) {}
+
+    [[nodiscard]] const Text& Message() const noexcept { return message_; }
+
+private:
+    Text message_;
+};
+
+/// Throws UsageError.
+CommandLine ParseCommandLine(const std::vector<Text>& arguments);
+
+}  // namespace kandora::check
