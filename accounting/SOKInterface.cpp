@@ -175,7 +175,8 @@ void SOKInterface::EinstellungenLesen(bool& bResult) {
         if (!context_.state.gbIniOK) {
             return;
         }
-        const Text archiveOn = LowerCase(ReadOption(option::archiveOn));
+        // A missing option may come as null.
+        const Text archiveOn = LowerCase(ReadOption(option::archiveOn).ToJoinedText());
         if (archiveOn == L"true") {
             bResult = true;
         } else if (archiveOn == L"false") {
@@ -184,7 +185,7 @@ void SOKInterface::EinstellungenLesen(bool& bResult) {
         } else {
             EinstellungenSchreiben();
         }
-        const Text placeholder = ReadOption(option::placeholder);
+        const Text placeholder = ReadOption(option::placeholder).ToText();
         context_.state.folders.strPlatzhalterDatei = placeholder;
         Assert(context_.platform.FileExists(placeholder),
                L"Die Datei '" + placeholder + L"' die als Platzhatlerdokument dient, ist nicht vorhanden",
@@ -225,8 +226,8 @@ bool SOKInterface::EinstellungenSchreiben() {
     });
 }
 
-Text SOKInterface::ReadOption(std::int16_t key) {
-    return oSesamFibu().Get(L"IniLesen", optionGroup, key).ToText();
+Variant SOKInterface::ReadOption(std::int16_t key) {
+    return oSesamFibu().Get(L"IniLesen", optionGroup, key);
 }
 
 bool SOKInterface::WriteOption(std::int16_t key, const Text& value) {
@@ -239,7 +240,7 @@ void SOKInterface::RequireOptionWritten(std::int16_t key, const Text& value) {
 }
 
 void SOKInterface::ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber) {
-    const Text path = ReadOption(key);
+    const Text path = ReadOption(key).ToText();
     context_.state.folders.*folder = path;
     const Text failure = context_.folders.CheckPFadVorhanden(path);
     Assert(failure.empty(), failure, errorNumber);

@@ -66,7 +66,7 @@ private:
     [[nodiscard]] Text ReturnMandant(const Text& text) const;
     void GetPartnerDaten(DocumentRecord& record, Module& module);
 
-    [[nodiscard]] Text ReadOption(std::int16_t key);
+    [[nodiscard]] Variant ReadOption(std::int16_t key);
     [[nodiscard]] bool WriteOption(std::int16_t key, const Text& value);
     void RequireOptionWritten(std::int16_t key, const Text& value);
     void ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber);

@@ -123,8 +123,9 @@ TEST_F(ClientSettings, ThatAreSwitchedOffCloseTheOthersWhenOneCannotBeClosed) {
 }
 
 TEST_F(ClientSettings, WithoutADecisionAreSetUpAndThenRead) {
-    for (const wchar_t* const value : {L"ja", L"", L"wahr"}) {
-        options[100] = Variant(value);
+    for (const Variant& value :
+         {Variant(L"ja"), Variant(L""), Variant(L"wahr"), Variant(), Variant::Null()}) {
+        options[100] = value;
         EXPECT_TRUE(Read());
         const Lines said = talk.Take();
         EXPECT_EQ(said.at(6),
