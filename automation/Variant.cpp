@@ -118,6 +118,21 @@ bool PointsNowhere(const VARIANT& value) {
     return isWithoutPlace(value) || (value.vt == (VT_BYREF | VT_VARIANT) && isWithoutPlace(*value.pvarVal));
 }
 
+/// The platform lets some values in by reference that it knows no way to copy any further, and takes decimals
+/// for granted whose digits it could not even count.
+bool IsSound(const VARIANT& value) {
+    const auto type = static_cast<VARTYPE>(value.vt & VT_TYPEMASK);
+    if ((value.vt & VT_ARRAY) != 0) {
+        return (value.vt & ~(VT_TYPEMASK | VT_ARRAY)) == 0 && (type == VT_RECORD || SizeOf(type) != 0);
+    }
+    if (value.vt == VT_DECIMAL) {
+        constexpr BYTE largestScale = 28;
+        return value.decVal.scale <= largestScale && (value.decVal.sign & ~DECIMAL_NEG) == 0;
+    }
+    const bool isAlone = type <= VT_NULL || type == VT_RECORD || (type != VT_VARIANT && SizeOf(type) != 0);
+    return value.vt == type && isAlone;
+}
+
 bool SameWord(const Text& text, TextView word) {
     return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()),
                           word.data(), static_cast<int>(word.size())) == CSTR_EQUAL;
@@ -137,9 +152,18 @@ Variant& Variant::operator=(Variant other) noexcept {
 Variant::Variant(const VARIANT& source) noexcept : Variant() {
     const HRESULT result = PointsNowhere(source) ? E_POINTER : VariantCopyInd(&value_, Source(source));
     if (FAILED(result)) {
-        value_.vt = VT_ERROR;
-        value_.scode = result;
+        Refuse(result);
+    } else if (!IsSound(value_)) {
+        if (IsArray()) {
+            SafeArrayDestroy(value_.parray);
+        }
+        Refuse(DISP_E_BADVARTYPE);
     }
+}
+
+void Variant::Refuse(HRESULT reason) noexcept {
+    value_.vt = VT_ERROR;
+    value_.scode = reason;
 }
 
 Variant::Variant(TextView text) : Variant() {
@@ -340,6 +364,8 @@ void Variant::Dereference() {
         Variant copy(value_);
         VariantInit(&value_);
         std::swap(value_, copy.value_);
+    } else if (!IsSound(value_)) {
+        Refuse(DISP_E_BADVARTYPE);
     }
 }
 

@@ -83,13 +83,16 @@ public:
     [[nodiscard]] const VARIANT& Raw() const noexcept { return value_; }
     /// The place for a callee to store a result; the value must be empty.
     [[nodiscard]] VARIANT* Receive() noexcept { return &value_; }
-    /// Replaces a value that a callee returned by reference by a copy of its own.
+    /// Replaces a value that a callee returned by reference by a copy of its own, and one that cannot be used
+    /// by an error value.
     void Dereference();
     /// Gives the value away; this Variant is empty afterwards.
     [[nodiscard]] VARIANT Detach() noexcept;
 
 private:
     [[nodiscard]] Variant ConvertedTo(VARTYPE type) const;
+    /// Makes this an error value; what it held must be owned by nobody.
+    void Refuse(HRESULT reason) noexcept;
 
     VARIANT value_;
 };

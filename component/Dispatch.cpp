@@ -65,9 +65,15 @@ private:
     FUNCDESC* function_ = nullptr;
 };
 
-/// Follows references to Variants down to the value that is meant.
+/// Deeper than any caller's references to Variants lead; one that refers to itself has no end.
+constexpr int deepestReference = 16;
+
+/// Follows references to Variants down to the value that is meant. What leads nowhere is returned as it is
+/// and cannot be converted to anything.
 VARIANT* Meant(VARIANT* value) {
-    while (value->vt == (VT_BYREF | VT_VARIANT)) {
+    for (int depth = 0;
+         depth < deepestReference && value->vt == (VT_BYREF | VT_VARIANT) && value->pvarVal != nullptr;
+         ++depth) {
         value = value->pvarVal;
     }
     return value;
