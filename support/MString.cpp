@@ -25,13 +25,27 @@ constexpr IID dictionaryInterface = {
 constexpr IID recordsetInterface = {
     0x0000050E, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x6D, 0x2E, 0xA4}};
 
-Text Render(const Variant& value, int depth);
+/// How deep a value lies in others, and in which objects.
+struct Nesting {
+    const Nesting* outer = nullptr;
+    IUnknown* object = nullptr;  ///< null for an array
+    int depth = 0;
 
-Text JoinedTexts(const std::vector<Variant>& values, int depth) {
+    [[nodiscard]] Nesting Inside(IUnknown* next) const { return {this, next, depth + 1}; }
+    /// True for an object that the value lies in: rendering it once more would have no end, and with two of
+    /// its kind in each not even the deepest nesting would come to hand in time.
+    [[nodiscard]] bool Holds(IUnknown* asked) const {
+        return asked != nullptr && (object == asked || (outer != nullptr && outer->Holds(asked)));
+    }
+};
+
+Text Render(const Variant& value, const Nesting& nesting);
+
+Text JoinedTexts(const std::vector<Variant>& values, const Nesting& nesting) {
     std::vector<Text> texts;
     texts.reserve(values.size());
     for (const Variant& value : values) {
-        texts.push_back(Render(value, depth));
+        texts.push_back(Render(value, nesting));
     }
     return Joined(texts, separator);
 }
@@ -54,18 +68,18 @@ bool IsRecordset(const LateBound& object) {
     return Answers(object, recordsetInterface) || object.Knows({L"Fields", L"EOF", L"MoveNext"});
 }
 
-Text RenderDictionary(const LateBound& dictionary, int depth) {
+Text RenderDictionary(const LateBound& dictionary, const Nesting& nesting) {
     std::vector<Text> pairs;
     for (const Variant& key : dictionary.Get(L"Keys").Elements()) {
-        pairs.push_back(Render(key, depth) + L"=" + Render(dictionary.Get(L"Item", key), depth));
+        pairs.push_back(Render(key, nesting) + L"=" + Render(dictionary.Get(L"Item", key), nesting));
     }
     return L"{" + Joined(pairs, separator) + L"}";
 }
 
-Text RenderRecordset(const LateBound& recordset, int depth) {
+Text RenderRecordset(const LateBound& recordset, const Nesting& nesting) {
     if (recordset.Get(L"EOF").ToBoolean()) {
         const Variant names = FieldNames(recordset);
-        const Text list = names.IsEmpty() ? Text() : JoinedTexts(names.Elements(), depth);
+        const Text list = names.IsEmpty() ? Text() : JoinedTexts(names.Elements(), nesting);
         return L"{Recordset: (empty) " + list + L"}";
     }
     std::vector<Text> pairs;
@@ -73,22 +87,22 @@ Text RenderRecordset(const LateBound& recordset, int depth) {
     const std::int32_t count = fields.Get(L"Count").ToLong();
     for (std::int32_t i = 0; i < count; ++i) {
         const LateBound field(fields.Get(L"Item", i));
-        pairs.push_back(field.Get(L"Name").ToText() + L"=" + Render(field.Get(L"Value"), depth));
+        pairs.push_back(field.Get(L"Name").ToText() + L"=" + Render(field.Get(L"Value"), nesting));
     }
     return L"{Recordset: " + Joined(pairs, separator) + L"}";
 }
 
 /// The form that an object's kind gives it; nothing when it is of no such kind or fails on the way.
-std::optional<Text> RenderByKind(const LateBound& object, int depth) {
+std::optional<Text> RenderByKind(const LateBound& object, const Nesting& nesting) {
     try {
         if (IsDictionary(object)) {
-            return RenderDictionary(object, depth);
+            return RenderDictionary(object, nesting);
         }
         if (IsRecordset(object)) {
-            return RenderRecordset(object, depth);
+            return RenderRecordset(object, nesting);
         }
         if (const auto items = object.Items(); items && !items->empty()) {
-            return L"[" + JoinedTexts(*items, depth) + L"]";
+            return L"[" + JoinedTexts(*items, nesting) + L"]";
         }
         if (const Variant value = object.DefaultValue(); CanConvertToText(value)) {
             return L"(Object=" + value.ToText() + L")";
@@ -99,16 +113,33 @@ std::optional<Text> RenderByKind(const LateBound& object, int depth) {
     return std::nullopt;
 }
 
-Text RenderObject(const Variant& value, int depth) {
+Text RenderObject(const Variant& value, const Nesting& nesting) {
     if (value.ObjectPointer() == nullptr) {
         return L"(Object=Nothing)";
     }
     const auto address = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(value.ObjectPointer()));
     Text byAddress = L"(Object@" + Decimal(address) + L")";
     try {
-        return RenderByKind(LateBound(value), depth).value_or(byAddress);
+        return RenderByKind(LateBound(value), nesting.Inside(value.ObjectPointer())).value_or(byAddress);
     } catch (const RuntimeError&) {
         return byAddress;
+    }
+}
+
+/// The text of a value that has no other, by the number of its type.
+Text RenderType(const Variant& value) {
+    return L"(Typ " + Decimal(value.Type()) + L")";
+}
+
+/// An array whose elements are not of the type that it claims cannot be read.
+Text RenderArray(const Variant& value, const Nesting& nesting) {
+    if (value.Raw().parray == nullptr) {
+        return L"[]";
+    }
+    try {
+        return L"[" + JoinedTexts(value.Elements(), nesting.Inside(nullptr)) + L"]";
+    } catch (const RuntimeError&) {
+        return RenderType(value);
     }
 }
 
@@ -117,16 +148,15 @@ Text RenderError(std::int32_t scode) {
     return L"Fehler " + Decimal(NumberOf(scode));
 }
 
-Text Render(const Variant& value, int depth) {
-    if (depth > deepestNesting) {
+Text Render(const Variant& value, const Nesting& nesting) {
+    if (nesting.depth > deepestNesting || (value.IsObject() && nesting.Holds(value.ObjectPointer()))) {
         return tooDeep;
     }
     if (value.IsArray()) {
-        return value.Raw().parray == nullptr ? Text(L"[]")
-                                             : L"[" + JoinedTexts(value.Elements(), depth + 1) + L"]";
+        return RenderArray(value, nesting);
     }
     if (value.IsObject()) {
-        return RenderObject(value, depth + 1);
+        return RenderObject(value, nesting);
     }
     switch (value.Type()) {
     case VT_EMPTY:
@@ -136,32 +166,32 @@ Text Render(const Variant& value, int depth) {
     case VT_ERROR:
         return RenderError(value.Raw().scode);
     default:
-        return CanConvertToText(value) ? value.ToText() : L"(Typ " + Decimal(value.Type()) + L")";
+        return CanConvertToText(value) ? value.ToText() : RenderType(value);
     }
 }
 
 }  // namespace
 
 Text ToText(const Variant& vtValue) {
-    return Render(vtValue, 0);
+    return Render(vtValue, {});
 }
 
 Text ArrayToText(const Variant& vtValue) {
     Assert(vtValue.IsArray(), L"Argument not an array.", errors::invalidArgument);
-    return Render(vtValue, 0);
+    return Render(vtValue, {});
 }
 
 Text ListToText(const LateBound& oList) {
     Assert(IsList(oList), L"Argument not a List.", errors::invalidArgument);
-    return L"[" + JoinedTexts(oList.Items().value_or(std::vector<Variant>()), 1) + L"]";
+    return L"[" + JoinedTexts(oList.Items().value_or(std::vector<Variant>()), {}) + L"]";
 }
 
 Text DictionaryToText(const LateBound& oDictionary) {
-    return RenderDictionary(oDictionary, 1);
+    return RenderDictionary(oDictionary, {});
 }
 
 Text RecordsetToText(const LateBound& oRecordset) {
-    return RenderRecordset(oRecordset, 1);
+    return RenderRecordset(oRecordset, {});
 }
 
 bool IsList(const LateBound& oObject) {
