@@ -1,5 +1,7 @@
 #include "support/MSimpleLog.h"
 
+#include <algorithm>
+
 #include "support/MString.h"
 
 namespace kandora {
@@ -16,6 +18,18 @@ Text LineTime(const LocalTime& now) {
 Text FileTime(const LocalTime& now) {
     return Digits(now.year, 4) + Digits(now.month, 2) + Digits(now.day, 2) + L"_" + Digits(now.hour, 2) +
            Digits(now.minute, 2) + Digits(now.second, 2);
+}
+
+/// The names come from the environment, where anything may be set. One that no file can be called by would
+/// make every traced request fail, so what a file name cannot hold becomes "_", and what makes it too long is
+/// cut off: real names of users and computers are far shorter.
+Text FileNamePart(Text name) {
+    constexpr std::size_t longestPart = 64;
+    constexpr TextView forbidden = L"<>:\"/\\|?*";
+    name.resize(std::min(name.size(), longestPart));
+    std::ranges::replace_if(
+        name, [&](wchar_t unit) { return unit < L' ' || forbidden.find(unit) != TextView::npos; }, L'_');
+    return name;
 }
 
 }  // namespace
@@ -37,8 +51,8 @@ void MSimpleLog::WriteLog(const Text& sText, const std::vector<Variant>& vtParam
 void MSimpleLog::BuildLogFileName() {
     // The separator before the extension belongs to the name.
     gsLogFile_ = ComponentFolder(platform_) + L"\\" + FileTime(platform_.Now()) + L"_" +
-                 ComponentName(platform_) + L"_" + platform_.Environment(L"USERNAME") + L"_" +
-                 platform_.Environment(L"COMPUTERNAME") + L"_.log";
+                 ComponentName(platform_) + L"_" + FileNamePart(platform_.Environment(L"USERNAME")) + L"_" +
+                 FileNamePart(platform_.Environment(L"COMPUTERNAME")) + L"_.log";
 }
 
 }  // namespace kandora
