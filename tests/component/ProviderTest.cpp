@@ -181,6 +181,8 @@ TEST_F(Provider, NeedsTheNames) {
 }
 
 TEST_F(Provider, NeedsAnArchive) {
+    // An interrupted run of other tests may have left one.
+    ASSERT_EQ(RunProgram(BinFolder() / L"ArchiveSimulator.exe", {L"--unregister"}).exitCode, 0U);
     EXPECT_EQ(BoxesWith(std::string(completeSettings)),
               SettingsBox(429, L"Das Automatisierungsobjekt kann nicht erstellt werden",
                           L"ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin <- MGlobals.IniLesen"))
