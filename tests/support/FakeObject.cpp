@@ -296,6 +296,21 @@ void FakeObject::Complete(std::size_t place, const std::string& answer) {
     }
 }
 
+Variant FakeObject::AnswerOf(Member& member, Call& call) const {
+    if (FAILED(dead_)) {
+        throw Failure::Code(dead_);
+    }
+    if (member.next.empty() && !member.hasStanding) {
+        throw Failure::Code(DISP_E_MEMBERNOTFOUND);
+    }
+    Answer answer = member.standing;
+    if (!member.next.empty()) {
+        answer = std::move(member.next.front());
+        member.next.pop_front();
+    }
+    return answer.To(call);
+}
+
 HRESULT FakeObject::QueryInterface(REFIID interfaceId, void** object) {
     const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IDispatch ||
                        interfaceId == fakeInterface ||
@@ -358,24 +373,23 @@ HRESULT FakeObject::Invoke(DISPID id, REFIID interfaceId, LCID, WORD flags, DISP
     if (member == nullptr) {
         return DISP_E_MEMBERNOTFOUND;
     }
-    const std::size_t place = Record(ShownCall(name_, member->name, flags, *parameters) +
-                                     Oddities(interfaceId, flags, *parameters, result != nullptr, exception));
+    const OutsideStretch stretch(seam_);
+    std::size_t place = 0;
+    if (conversation_ != nullptr) {
+        place = Record(ShownCall(name_, member->name, flags, *parameters) +
+                       Oddities(interfaceId, flags, *parameters, result != nullptr, exception));
+    }
     try {
-        if (FAILED(dead_)) {
-            throw Failure::Code(dead_);
-        }
-        if (member->next.empty() && !member->hasStanding) {
-            throw Failure::Code(DISP_E_MEMBERNOTFOUND);
-        }
-        Answer answer = member->standing;
-        if (!member->next.empty()) {
-            answer = std::move(member->next.front());
-            member->next.pop_front();
-        }
         Call call(*this, *parameters);
-        Variant value = answer.To(call);
+        const auto carryOut = [&] { return AnswerOf(*member, call); };
+        Variant value =
+            seam_ == nullptr
+                ? carryOut()
+                : seam_->Around({name_, member->name, call.arguments, result != nullptr}, carryOut);
         if (result != nullptr) {
-            Complete(place, " -> " + Shown(value));
+            if (conversation_ != nullptr) {
+                Complete(place, " -> " + Shown(value));
+            }
             *result = value.Detach();
         }
         return S_OK;

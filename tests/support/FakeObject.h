@@ -18,6 +18,7 @@
 #include "automation/Text.h"
 #include "automation/Variant.h"
 #include "tests/support/Conversation.h"
+#include "tests/support/Seam.h"
 
 namespace kandora::test {
 
@@ -141,6 +142,8 @@ public:
     void AlsoAnswersTo(const IID& interfaceId) { interfaces_.push_back(interfaceId); }
     /// From now on each use of the object fails, as when its program has died.
     void Dies(HRESULT code) { dead_ = code; }
+    /// From now on each call of a member passes the seam, which outlives the object.
+    void GoesThrough(Seam* seam) noexcept { seam_ = seam; }
 
     /// How often the member's id was asked.
     [[nodiscard]] int TimesAsked(const Text& member) const;
@@ -178,11 +181,13 @@ private:
 
     Member& MemberOf(const Text& name);
     Member* MemberWith(DISPID id);
+    Variant AnswerOf(Member& member, Call& call) const;
     std::size_t Record(const std::string& line);
     void Complete(std::size_t place, const std::string& answer);
 
     std::string name_;
     Conversation* conversation_;
+    Seam* seam_ = nullptr;
     ULONG references_ = 0;
     HRESULT dead_ = S_OK;
     std::deque<Member> members_;

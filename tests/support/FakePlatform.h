@@ -15,6 +15,7 @@
 #include "tests/support/Conversation.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/FakeProfile.h"
+#include "tests/support/Seam.h"
 
 namespace kandora::test {
 
@@ -52,6 +53,8 @@ public:
     Text componentFile = L"C:\\Kandora\\Kandora.dll";
     std::map<Text, std::string> appended;
     std::optional<RuntimeError> appendFailure;
+    /// Passed by objects created, existence tests, profile reads and log lines.
+    Seam* seam = nullptr;
 
     LateBound CreateObject(const Text& progId) override;
     bool FileExists(const Text& path) override;
@@ -69,6 +72,10 @@ public:
     Text ComponentFile() override { return componentFile; }
 
 private:
+    Variant Through(TextView operation, const std::vector<Variant>& arguments, bool answered,
+                    const std::function<Variant()>& carryOut) const;
+    Fake NewObject(const Text& progId);
+
     Conversation& conversation_;
     std::map<Text, std::deque<std::variant<Fake, std::int32_t>>> prepared_;
     std::map<Text, std::function<Fake()>> makers_;

@@ -7,6 +7,7 @@
 
 #include "automation/Errors.h"
 #include "tests/support/Conversation.h"
+#include "tests/support/Seam.h"
 #include "ui/UserInterface.h"
 
 namespace kandora::test {
@@ -36,6 +37,8 @@ public:
     std::deque<DialogScript> dialogs;
     /// What happens while a box is on the screen.
     std::function<void()> duringBox;
+    /// Passed by whatever is shown.
+    Seam* seam = nullptr;
 
     void ShowMessage(const Text& prompt, int style, const Text& caption) override;
     Text InputBox(const Text& prompt, const Text& title, const Text& proposal, std::int32_t leftTwips,
@@ -43,6 +46,9 @@ public:
     std::unique_ptr<ReportDialog> NewReportDialog() override;
 
 private:
+    Variant Through(TextView operation, const std::vector<Variant>& arguments, bool answered,
+                    const std::function<Variant()>& carryOut) const;
+
     Conversation& conversation_;
 };
 

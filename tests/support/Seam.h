@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "automation/Text.h"
+#include "automation/Variant.h"
+
+namespace kandora::test {
+
+/// One call that leaves the component, before it is answered.
+struct OutsideCall {
+    std::string_view side;  ///< name of the object called; "machine" or "user"
+    TextView operation;     ///< member; for an object that is created "create" and the class as argument
+    const std::vector<Variant>& arguments;
+    bool answered;  ///< false when the caller asks for no result
+};
+
+/// Stands between the component and everything around it, for the fakes that are told so: sees every call
+/// (asking an object for a member's id belongs to the call that follows), may answer in place of the fake,
+/// may fail it, may do something of its own meanwhile. Reading clock and environment and sleeping do not pass
+/// here.
+class Seam {
+public:
+    Seam() = default;
+    virtual ~Seam() = default;
+    Seam(const Seam&) = delete;
+    Seam& operator=(const Seam&) = delete;
+
+    /// The answer to the call; `carryOut` lets the fake do what it is asked for. May throw a Failure (on
+    /// objects) or any other exception.
+    virtual Variant Around(const OutsideCall& call, const std::function<Variant()>& carryOut) = 0;
+
+    /// Around everything that happens outside of the component.
+    virtual void Enter() noexcept {}
+    virtual void Leave() noexcept {}
+};
+
+/// The stretch of a fake's work.
+class OutsideStretch {
+public:
+    explicit OutsideStretch(Seam* seam) noexcept : seam_(seam) {
+        if (seam_ != nullptr) {
+            seam_->Enter();
+        }
+    }
+    ~OutsideStretch() {
+        if (seam_ != nullptr) {
+            seam_->Leave();
+        }
+    }
+    OutsideStretch(const OutsideStretch&) = delete;
+    OutsideStretch& operator=(const OutsideStretch&) = delete;
+
+private:
+    Seam* seam_;
+};
+
+}  // namespace kandora::test
