@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <utility>
 
 namespace kandora::model_tests {
 
@@ -50,9 +51,9 @@ const std::vector<Text>& Model::FieldsOf(int mask) {
 /// One request on its way.
 class Model::Run {
 public:
-    Run(const Model& model, Expectation& state, bool searchesAreVain)
-        : ledger_(model.ledger_), mistake_(model.mistake_), state_(state), searchesAreVain_(searchesAreVain) {
-    }
+    Run(const Model& model, Expectation& state, std::set<int> vainSearches)
+        : ledger_(model.ledger_), mistake_(model.mistake_), state_(state),
+          vainSearches_(std::move(vainSearches)) {}
 
     int boxes = 0;
 
@@ -179,7 +180,7 @@ private:
         }
         for (const int mask : order) {
             const auto found = std::ranges::find_if(state_.entries, [&](const ExpectedEntry& entry) {
-                return entry.mask == mask && matches(entry) && !searchesAreVain_ &&
+                return entry.mask == mask && matches(entry) && !vainSearches_.contains(mask) &&
                        (mistake_ != Mistake::ClientsDoNotMeet ||
                         entry.folder.find(NameOf(ledger_.Current())) != Text::npos);
             });
@@ -280,18 +281,24 @@ private:
     const Ledger& ledger_;
     Mistake mistake_;
     Expectation& state_;
-    bool searchesAreVain_;
+    std::set<int> vainSearches_;  ///< their masks
 };
 
 Outcome Model::Expected(const Step& step, const Expectation& before) const {
-    Outcome outcome{before, 0, before};
-    Run run(*this, outcome.after, false);
+    Outcome outcome{before, 0};
+    Run run(*this, outcome.after, {});
     run.Request(step);
     outcome.boxes = run.boxes;
-    if (step.fault) {
-        Run(*this, outcome.afterVainSearch, true).Request(step);
-    }
     return outcome;
+}
+
+std::vector<Expectation> Model::AfterVainSearches(const Step& step, const Expectation& before) const {
+    std::vector<Expectation> all;
+    for (const std::set<int>& masks :
+         std::initializer_list<std::set<int>>{{2}, {4}, {5}, {2, 4}, {2, 5}, {4, 5}, {2, 4, 5}}) {
+        Run(*this, all.emplace_back(before), masks).Request(step);
+    }
+    return all;
 }
 
 }  // namespace kandora::model_tests

@@ -37,8 +37,6 @@ struct Expectation {
 struct Outcome {
     Expectation after;
     int boxes = 0;
-    /// What may come of it instead when the archive's session is lost on the way: searches then find nothing.
-    Expectation afterVainSearch;
 };
 
 /// Mistakes in the model, to show that the runs find them.
@@ -60,6 +58,10 @@ public:
 
     /// A request's outcome from where things stand.
     [[nodiscard]] Outcome Expected(const Step& step, const Expectation& before) const;
+    /// What may come of it instead when the archive's session is lost on the way: the search that is going on
+    /// then finds nothing more. One for each choice of searches.
+    [[nodiscard]] std::vector<Expectation> AfterVainSearches(const Step& step,
+                                                             const Expectation& before) const;
 
     /// Names of the fields of a mask, in the order of its lines.
     static const std::vector<Text>& FieldsOf(int mask);

@@ -576,14 +576,20 @@ Text Archive::PathOf(std::int32_t folder) const {
     return found == folders.end() ? Text() : found->first;
 }
 
-// The machine
-// ------------------------------------------------------------------------------------------------------------
+simulators::ComPtr<IDispatch> NewSession(Archive& archive) {
+    return simulators::ComPtr<IDispatch>(MakeObject<ArchiveObject>(archive).Get());
+}
 
-Machine::Machine(Faults& faults, Archive& archive, Accounting& accounting, const Ledger& ledger)
-    : faults_(faults), archive_(archive), accounting_(accounting), ledger_(ledger) {
+simulators::ComPtr<IDispatch> NewClient(Accounting& accounting) {
+    return simulators::ComPtr<IDispatch>(MakeObject<ClientObject>(accounting).Get());
+}
+
+std::vector<IniKey> SuitableSettings() {
+    std::vector<IniKey> keys;
     const auto set = [&](const char* section, const char* key, const std::string& value) {
-        profile_.Set(iniFile, section, key, value);
+        keys.push_back({section, key, value});
     };
+    set("Debug", "Test", "False");
     set("Archiv", "ArchivAktiv", "True");
     set("Archiv", "EloPrinterFile", "C:\\Druck\\Liste.pdf");
     set("Archiv", "Archivname", "Hauptarchiv");
@@ -597,9 +603,9 @@ Machine::Machine(Faults& faults, Archive& archive, Accounting& accounting, const
     set("Login", "ELOUSERNAME", "anna");
     set("Login", "ELOPW", "geheim");
     set("Login", "ELOKUERZEL", "an");
-    const auto lines = [&](const char* section, std::int32_t mask, std::initializer_list<const char*> keys) {
+    const auto lines = [&](const char* section, std::int32_t mask, std::initializer_list<const char*> names) {
         int line = FirstLine(mask);
-        for (const char* const key : keys) {
+        for (const char* const key : names) {
             set(section, key, std::to_string(line++));
         }
     };
@@ -612,7 +618,17 @@ Machine::Machine(Faults& faults, Archive& archive, Accounting& accounting, const
               {"Barcode", "BelegNr", "BelegIndex", "Belegstatus", "SesamDocID", "Valutadatum", "Betrag",
                "Rechnungsdatum", "OPNr", "PKNr", "AdressNr", "Kundenname", "Kundenort"});
     }
-    TurnTracing(false);
+    return keys;
+}
+
+// The machine
+// ------------------------------------------------------------------------------------------------------------
+
+Machine::Machine(Faults& faults, Archive& archive, Accounting& accounting, const Ledger& ledger)
+    : faults_(faults), archive_(archive), accounting_(accounting), ledger_(ledger) {
+    for (const IniKey& each : SuitableSettings()) {
+        profile_.Set(iniFile, each.section, each.key, each.value);
+    }
 }
 
 void Machine::TurnTracing(bool on) {
@@ -631,8 +647,7 @@ LateBound Machine::CreateObject(const Text& progId) {
         }
         throw RuntimeError(errors::cannotCreateObject);
     }
-    return isArchive ? LateBound(MakeObject<ArchiveObject>(archive_).Get())
-                     : LateBound(MakeObject<ClientObject>(accounting_).Get());
+    return isArchive ? LateBound(NewSession(archive_).Get()) : LateBound(NewClient(accounting_).Get());
 }
 
 bool Machine::FileExists(const Text& path) {

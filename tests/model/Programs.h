@@ -73,6 +73,18 @@ struct Accounting {
     void Die() { ++session; }
 };
 
+/// "ELO.professional" and "FibuNT.Mandant"; the programs outlive their objects.
+simulators::ComPtr<IDispatch> NewSession(Archive& archive);
+simulators::ComPtr<IDispatch> NewClient(Accounting& accounting);
+
+/// A key of the component's INI file; together they suit the archive.
+struct IniKey {
+    std::string section;
+    std::string key;
+    std::string value;
+};
+std::vector<IniKey> SuitableSettings();
+
 /// The machine. Creating objects, testing for files, reading settings and writing the log can fail.
 class Machine final : public Platform {
 public:

@@ -126,16 +126,11 @@ private:
         if (user_.boxes.size() > mostBoxes) {
             return "too many boxes" + Boxes();
         }
-        Expectation before = state_;
-        Expectation after = outcome.after;
-        Expectation vain = outcome.afterVainSearch;
-        for (Expectation* const each : {&before, &after, &vain}) {
-            each->records = MayBe(step, state_.records, outcome.after.records);
-            each->isReady = globals_->state.gbIniOK;
-            if (auto difference = AdoptOptions(*each, outcome)) {
-                return difference;
-            }
+        if (auto difference = JudgeOptions(outcome)) {
+            return difference;
         }
+        const Expectation before = Disturbed(step, state_, outcome);
+        const Expectation after = Disturbed(step, outcome.after, outcome);
         if (!globals_->state.gbIniOK && user_.boxes.empty() &&
             (step.event == Event::Init || step.event == Event::Restart)) {
             return "it is off, and nobody was told";
@@ -153,32 +148,44 @@ private:
             }
             return Adopt(before);
         }
-        if (lostSession && !Differs(vain)) {
-            ++totals.filedTwice;
-            return Adopt(vain);
+        if (lostSession) {
+            for (const Expectation& each : model_.AfterVainSearches(step, state_)) {
+                if (const Expectation vain = Disturbed(step, each, outcome); !Differs(vain)) {
+                    ++totals.misdirected;
+                    return Adopt(vain);
+                }
+            }
         }
         return "neither done nor left undone; done would be: " + *Differs(after) +
                "; left undone: " + *Differs(before) + Boxes();
     }
 
     /// A disturbed set-up may have written some of the options and made some of the folders.
-    std::optional<std::string> AdoptOptions(Expectation& expectation, const Outcome& outcome) {
+    std::optional<std::string> JudgeOptions(const Outcome& outcome) {
+        Expectation after = outcome.after;
         for (auto& [client, options] : accounting_.options) {
             for (auto& [option, value] : options) {
-                if (value != state_.options[client][option] &&
-                    value != Expectation(outcome.after).options[client][option]) {
+                if (value != state_.options[client][option] && value != after.options[client][option]) {
                     return "option " + std::to_string(option) + " is " + Utf8(value);
                 }
             }
         }
-        expectation.options = accounting_.options;
         const std::set<Text> folders = Folders();
         if (!std::ranges::includes(folders, state_.folders) ||
             !std::ranges::includes(outcome.after.folders, folders)) {
             return "folders were made that nobody asked for, or are gone";
         }
-        expectation.folders = folders;
         return std::nullopt;
+    }
+
+    /// The same with everything that a disturbance leaves open.
+    [[nodiscard]] Expectation Disturbed(const Step& step, Expectation expectation,
+                                        const Outcome& outcome) const {
+        expectation.records = MayBe(step, state_.records, outcome.after.records);
+        expectation.isReady = globals_->state.gbIniOK;
+        expectation.options = accounting_.options;
+        expectation.folders = Folders();
+        return expectation;
     }
 
     /// Records after a disturbance: as they were, as they were to be, or emptied in between.

@@ -27,8 +27,9 @@ struct Totals {
     std::uint64_t struckRequests = 0;  ///< disturbed ones
     std::uint64_t carriedOut = 0;      ///< disturbed ones that did what they were to do all the same
     /// Without a box, since their session was lost and opened anew on the way:
-    std::uint64_t unnoticed = 0;   ///< not carried out
-    std::uint64_t filedTwice = 0;  ///< filed, though the archive had the document
+    std::uint64_t unnoticed = 0;  ///< not carried out
+    std::uint64_t misdirected =
+        0;  ///< taken for a document that the archive does not have, or for another one
     std::uint64_t entriesCompared = 0;
     std::array<std::uint64_t, faultKinds> strikes{};
 };

@@ -32,8 +32,8 @@ void Print(const Totals& totals) {
               << " calls out of the component, " << totals.entriesCompared << " entries compared; "
               << totals.struckRequests << " requests disturbed, of which " << totals.carriedOut
               << " were carried out all the same; with a new session on the way and without a box "
-              << totals.unnoticed << " were left undone and " << totals.filedTwice
-              << " filed what the archive had" << std::endl;
+              << totals.unnoticed << " were left undone and " << totals.misdirected
+              << " did not find their document and filed or changed another one" << std::endl;
 }
 
 /// Plays one sequence; when it fails, what failed and the shortest list that still does.

@@ -1,0 +1,170 @@
+#include "tests/stress/Counts.h"
+
+#include <windows.h>
+
+#include <objidl.h>
+#include <psapi.h>
+#include <tlhelp32.h>
+
+#include <atomic>
+#include <cstdint>
+#include <ostream>
+#include <vector>
+
+#include "simulators/common/dispatch_object.h"
+
+namespace kandora::stress_tests {
+
+namespace {
+
+std::atomic<long> outstanding =
+    0;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): COM has one spy
+
+class Spy final : public IMallocSpy {
+public:
+    virtual ~Spy() = default;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == IID_IMallocSpy;
+        *object = known ? this : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }
+    void* STDMETHODCALLTYPE PostAlloc(void* block) override {
+        outstanding += block != nullptr ? 1 : 0;
+        return block;
+    }
+    void* STDMETHODCALLTYPE PreFree(void* block, BOOL isSpied) override {
+        outstanding -= isSpied && block != nullptr ? 1 : 0;
+        return block;
+    }
+    void STDMETHODCALLTYPE PostFree(BOOL) override {}
+    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** passed, BOOL) override {
+        *passed = block;
+        return size;
+    }
+    void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) override { return block; }
+    void* STDMETHODCALLTYPE PreGetSize(void* block, BOOL) override { return block; }
+    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) override { return size; }
+    void* STDMETHODCALLTYPE PreDidAlloc(void* block, BOOL) override { return block; }
+    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int answer) override { return answer; }
+    void STDMETHODCALLTYPE PreHeapMinimize() override {}
+    void STDMETHODCALLTYPE PostHeapMinimize() override {}
+};
+
+Spy& TheSpy() {
+    static Spy spy;
+    return spy;
+}
+
+int Threads() {
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    int count = 0;
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+
+int StorageSlots() {
+    std::vector<DWORD> slots;
+    for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc()) {
+        slots.push_back(slot);
+    }
+    for (const DWORD slot : slots) {
+        TlsFree(slot);
+    }
+    return static_cast<int>(slots.size());
+}
+
+/// Not every system tells the number, but every system tells of each number whether it is a handle.
+int Handles() {
+    constexpr std::uintptr_t highest = 0x8000;
+    int count = 0;
+    for (std::uintptr_t value = 4; value < highest; value += 4) {
+        DWORD flags = 0;
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1 : 0;
+    }
+    return count;
+}
+
+BOOL CALLBACK CountWindow(HWND, LPARAM count) {
+    ++*reinterpret_cast<int*>(count);
+    return TRUE;
+}
+
+int Windows() {
+    int count = 0;
+    EnumThreadWindows(GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&count));
+    HWND window = nullptr;
+    while ((window = FindWindowExW(HWND_MESSAGE, window, nullptr, nullptr)) != nullptr) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(window, &process);
+        count += process == GetCurrentProcessId() ? 1 : 0;
+    }
+    return count;
+}
+
+void CountHeaps(Counts& counts) {
+    std::vector<HANDLE> heaps(64);
+    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    for (const HANDLE heap : heaps) {
+        PROCESS_HEAP_ENTRY entry{};
+        HeapLock(heap);
+        while (HeapWalk(heap, &entry)) {
+            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) {
+                ++counts.heapBlocks;
+                counts.heapBytes += entry.cbData;
+            }
+        }
+        HeapUnlock(heap);
+    }
+}
+
+}  // namespace
+
+AllocationSpy::AllocationSpy() {
+    outstanding = 0;
+    CoRegisterMallocSpy(&TheSpy());
+}
+
+AllocationSpy::~AllocationSpy() {
+    CoRevokeMallocSpy();
+}
+
+long AllocationSpy::Outstanding() noexcept {
+    return outstanding;
+}
+
+Counts Counts::Now() {
+    Counts counts;
+    counts.objects = simulators::DispatchObject::LiveObjects();
+    counts.allocations = AllocationSpy::Outstanding();
+    counts.handles = Handles();
+    counts.gdiObjects = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+    counts.userObjects = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
+    counts.windows = Windows();
+    counts.threads = Threads();
+    counts.storageSlots = StorageSlots();
+    CountHeaps(counts);
+    PROCESS_MEMORY_COUNTERS memory{};
+    memory.cb = sizeof memory;
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    counts.privateBytes = memory.PagefileUsage;
+    return counts;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Counts& counts) {
+    return stream << counts.objects << " objects, " << counts.allocations << " COM allocations, "
+                  << counts.handles << " handles, " << counts.gdiObjects << " GDI and " << counts.userObjects
+                  << " USER objects, " << counts.windows << " windows, " << counts.threads << " threads, "
+                  << counts.storageSlots << " free TLS slots, " << counts.heapBlocks << " heap blocks of "
+                  << counts.heapBytes << " bytes, " << counts.privateBytes << " private bytes";
+}
+
+}  // namespace kandora::stress_tests

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+
+namespace kandora::stress_tests {
+
+/// What this process holds at the moment.
+struct Counts {
+    long objects = 0;      ///< of the archive and the accounting
+    long allocations = 0;  ///< of COM: texts, arrays
+    int handles = 0;
+    unsigned long gdiObjects = 0;   ///< 0 where the system does not count them
+    unsigned long userObjects = 0;  ///< the same
+    int windows = 0;
+    int threads = 0;
+    int storageSlots = 0;  ///< for thread storage, still to be had
+    std::size_t heapBlocks = 0;
+    std::size_t heapBytes = 0;
+    std::size_t privateBytes = 0;
+
+    static Counts Now();
+};
+std::ostream& operator<<(std::ostream& stream, const Counts& counts);
+
+/// Counts COM's allocations while it lives. Only complete when the texts are not kept for later use, which
+/// the environment variable OANOCACHE forbids from the start of the process.
+class AllocationSpy {
+public:
+    AllocationSpy();
+    ~AllocationSpy();
+    AllocationSpy(const AllocationSpy&) = delete;
+    AllocationSpy& operator=(const AllocationSpy&) = delete;
+
+    static long Outstanding() noexcept;
+};
+
+}  // namespace kandora::stress_tests

@@ -1,0 +1,440 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <random>
+
+#include "simulators/common/local_server.h"
+#include "tests/component/Support.h"
+#include "tests/model/Programs.h"
+#include "tests/stress/Counts.h"
+
+#include "DmsSolution.h"
+#include "Kandora.h"
+
+// What is left of many requests and of many hosts: nothing. The built component works in this process, with
+// an archive and an accounting that are in it too.
+//
+//     leak_tests [--requests N] [--rounds N]
+namespace kandora::stress_tests {
+namespace {
+
+using component_tests::Apartment;
+using component_tests::Bstr;
+using component_tests::Component;
+using component_tests::Ptr;
+using component_tests::Value;
+using model_tests::Fault;
+using model_tests::FaultKind;
+namespace fs = component_tests::fs;
+
+struct Options {
+    int requests = 20'000;
+    int rounds = 1000;
+};
+Options options;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): the command line
+
+/// Heap blocks may come and go with what the system keeps for later; what leaks at every tenth request shows.
+constexpr std::size_t toleratedBytes = 64 * 1024;
+constexpr std::size_t toleratedPrivateBytes = 4 * 1024 * 1024;
+
+/// Confirms each message box and cancels each dialog of this thread as soon as it comes up.
+class ImpatientUser {
+public:
+    ImpatientUser() : hook_(SetWindowsHookExW(WH_CBT, Look, nullptr, GetCurrentThreadId())) {}
+    ~ImpatientUser() { UnhookWindowsHookEx(hook_); }
+    ImpatientUser(const ImpatientUser&) = delete;
+    ImpatientUser& operator=(const ImpatientUser&) = delete;
+
+    static long Answered() { return answered; }
+    /// What the latest box said.
+    static std::string Latest() { return component_tests::Utf8(std::exchange(latest, {})); }
+
+private:
+    static LRESULT CALLBACK Look(int code, WPARAM wParam, LPARAM lParam) {
+        if (code == HCBT_ACTIVATE) {
+            const auto window = reinterpret_cast<HWND>(wParam);
+            std::array<wchar_t, 64> name{};
+            GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+            ++answered;
+            if (std::wcscmp(name.data(), L"#32770") == 0) {
+                std::array<wchar_t, 1024> text{};
+                GetDlgItemTextW(window, 0xFFFF, text.data(), static_cast<int>(text.size()));
+                latest = text.data();
+                PostMessageW(window, WM_COMMAND, IDOK, 0);
+            } else {
+                PostMessageW(window, WM_CLOSE, 0, 0);
+            }
+        }
+        return CallNextHookEx(nullptr, code, wParam, lParam);
+    }
+
+    static inline long answered = 0;
+    static inline std::wstring latest;
+    HHOOK hook_;
+};
+
+/// A name of a class in the registry. COM finds the class itself in this process.
+class Registered {
+public:
+    explicit Registered(const wchar_t* progId) {
+        if (SUCCEEDED(CLSIDFromProgID(progId, &id))) {
+            return;  // this name's class is registered for other tests
+        }
+        EXPECT_EQ(CoCreateGuid(&id), S_OK);
+        key_ = std::wstring(L"Software\\Classes\\") + progId;
+        const std::wstring text = component_tests::TextOf(id);
+        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (key_ + L"\\CLSID").c_str(), nullptr, REG_SZ,
+                                  text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
+                  ERROR_SUCCESS);
+    }
+    ~Registered() {
+        if (!key_.empty()) {
+            RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
+        }
+    }
+    Registered(const Registered&) = delete;
+    Registered& operator=(const Registered&) = delete;
+
+    CLSID id{};
+
+private:
+    std::wstring key_;
+};
+
+/// A folder that goes with the next one's beginning: the component in it stays loaded to the process's end.
+class Folder {
+public:
+    Folder() {
+        const fs::path parent = fs::temp_directory_path();
+        std::error_code error;
+        for (const fs::directory_entry& each : fs::directory_iterator(parent)) {
+            if (each.path().filename().wstring().starts_with(L"Kandora-leaks-")) {
+                fs::remove_all(each.path(), error);
+            }
+        }
+        static int next = 0;
+        path_ = parent /
+                (L"Kandora-leaks-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++next));
+        fs::create_directories(path_);
+    }
+
+    [[nodiscard]] const fs::path& Path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+/// An installed component and everything around it.
+class Place {
+public:
+    Place() {
+        fs::copy_file(component_tests::ComponentFile(), Library());
+        component_tests::WriteAnsi(folder_.Path() / L"Platzhalter.pdf", "%PDF");
+        component_tests::WriteAnsi(folder_.Path() / L"Kandora.ini", OneHeadEach());
+        for (std::size_t client = 0; client < ledger.clients.size(); ++client) {
+            const Text top = L"/Sesam/" + Decimal(static_cast<std::int64_t>(client));
+            accounting.options[client] = {{100, L"True"},
+                                          {105, (folder_.Path() / L"Platzhalter.pdf").wstring()},
+                                          {109, top + L"/Buchungen"},
+                                          {110, top + L"/Auswertungen"},
+                                          {111, top + L"/Debi"},
+                                          {112, top + L"/Kredi"}};
+            for (const int option : {109, 110, 111, 112}) {
+                archive.CreateFolders(accounting.options[client][option]);
+            }
+        }
+    }
+
+    [[nodiscard]] fs::path Library() const { return folder_.Path() / L"Kandora.dll"; }
+
+    model_tests::Faults faults;
+    model_tests::Ledger ledger;
+    model_tests::Archive archive{faults};
+    model_tests::Accounting accounting{faults, ledger};
+    Registered archiveName{L"ELO.professional"};
+    Registered accountingName{L"FibuNT.Mandant"};
+
+private:
+    /// The keys below one head for each section.
+    static std::string OneHeadEach() {
+        std::string text;
+        std::string section;
+        for (const model_tests::IniKey& each : model_tests::SuitableSettings()) {
+            if (each.section != section) {
+                section = each.section;
+                text += "[" + section + "]\r\n";
+            }
+            text += each.key + "=" + each.value + "\r\n";
+        }
+        return text;
+    }
+
+    Folder folder_;
+};
+
+/// A host's stay in an apartment: both programs' classes, and a provider that has read its settings.
+class Stay {
+public:
+    Stay(Place& place, const Component& component)
+        : place_(place),
+          archive_(
+              place.archiveName.id, [&place] { return model_tests::NewSession(place.archive); },
+              CLSCTX_INPROC_SERVER),
+          accounting_(
+              place.accountingName.id, [&place] { return model_tests::NewClient(place.accounting); },
+              CLSCTX_INPROC_SERVER) {
+        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
+        provider_ = own.As<DMSProvider>(IID_DMSProvider);
+        const Value nothing;
+        Value result;
+        EXPECT_EQ(provider_->InitProvider(nothing.Raw(), result.Receive()), S_OK);
+        EXPECT_EQ(ImpatientUser::Latest(), "");
+    }
+
+    [[nodiscard]] std::wstring NewDocumentId() {
+        const Value nothing;
+        Bstr id;
+        EXPECT_EQ(provider_->CreateDocID(nothing.Raw(), id.Receive()), S_OK);
+        return id.Text();
+    }
+
+    void Send(int which, const model_tests::Booking& booking) {
+        const Bstr id(booking.docId);
+        const Value data = Value::Texts({L"1", L"", booking.number, booking.index, booking.barcode});
+        const Value nothing;
+        Value answer;
+        Bstr text;
+        HRESULT outcome = E_UNEXPECTED;
+        switch (which) {
+        case 0:
+            outcome = provider_->SaveDocument(id.Get(), data.Raw());
+            break;
+        case 1:
+            outcome = provider_->DocumentChanged(id.Get(), data.Raw());
+            break;
+        case 2:
+            outcome = provider_->DeleteDocument(id.Get(), data.Raw());
+            break;
+        case 3:
+            outcome = provider_->ShowDocument(id.Get(), data.Raw());
+            break;
+        case 4:
+            outcome = provider_->CreateDocID(data.Raw(), text.Receive());
+            break;
+        case 5:
+            outcome = provider_->GetOpenDocInfo(answer.Receive());
+            break;
+        case 6:
+            outcome = provider_->StartProvider(nothing.Raw());
+            break;
+        case 7:
+            outcome = provider_->PrintDocument(id.Get(), nothing.Raw());
+            break;
+        default:
+            outcome = provider_->InitProvider(nothing.Raw(), answer.Receive());
+            break;
+        }
+        EXPECT_EQ(outcome, S_OK) << "request " << which;
+    }
+
+private:
+    Place& place_;
+    simulators::ClassObject archive_;
+    simulators::ClassObject accounting_;
+    Ptr<DMSProvider> provider_;
+};
+
+/// Requests of all kinds, a tenth of them disturbed.
+class Course {
+public:
+    Course(Place& place, Stay& stay) : place_(place), stay_(stay) {}
+
+    void Run(int requests) {
+        for (int at = 0; at < requests; ++at) {
+            Request();
+        }
+        // Every measurement is made from the same state.
+        place_.archive.entries.clear();
+        place_.archive.nextId = 1000;
+        place_.ledger.open = 0;
+        EXPECT_NE(stay_.NewDocumentId(), L"");
+    }
+
+    int disturbed = 0;
+
+private:
+    int Below(int limit) { return static_cast<int>(source_() % static_cast<unsigned>(limit)); }
+
+    void Request() {
+        if (place_.archive.entries.size() > 12) {
+            place_.archive.entries.clear();
+        }
+        if (Below(50) == 0) {
+            place_.ledger.open = 1 - place_.ledger.open;
+        }
+        const auto& bookings = place_.ledger.Current().bookings;
+        const auto& booking = bookings[static_cast<std::size_t>(Below(static_cast<int>(bookings.size())))];
+        const int dice = Below(400);
+        const int which = dice < 120                             ? 0
+                          : dice < 230                           ? 1
+                          : dice < 300                           ? 2
+                          : dice < 320 && IsFiled(booking.docId) ? 3
+                          : dice < 360                           ? 4
+                          : dice < 380                           ? 5
+                          : dice < 396                           ? 6
+                          : dice < 398                           ? 7
+                                                                 : 8;
+        std::optional<Fault> fault;
+        if (Below(10) == 0) {
+            fault = Fault{static_cast<FaultKind>(Below(static_cast<int>(model_tests::faultKinds))),
+                          static_cast<std::uint32_t>(1 + Below(60)), Below(4) == 0};
+            ++disturbed;
+        }
+        place_.faults.Begin(fault);
+        stay_.Send(which, booking);
+        place_.faults.End();
+        if (which == 8 && place_.faults.Struck()) {
+            stay_.Send(8, booking);  // everything would stay off
+        }
+    }
+
+    [[nodiscard]] bool IsFiled(const Text& docId) const {
+        for (const auto& [id, entry] : place_.archive.entries) {
+            const auto found =
+                entry.fields.find(static_cast<std::int16_t>(model_tests::FirstLine(entry.mask) + 4));
+            if (found != entry.fields.end() && found->second == docId) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    Place& place_;
+    Stay& stay_;
+    std::mt19937 source_{20261121};
+};
+
+void ExpectNothingLeft(const Counts& before, const Counts& after) {
+    EXPECT_EQ(after.objects, before.objects);
+    EXPECT_EQ(after.allocations, before.allocations);
+    EXPECT_EQ(after.handles, before.handles);
+    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
+    EXPECT_EQ(after.userObjects, before.userObjects);
+    EXPECT_EQ(after.windows, before.windows);
+    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_EQ(after.storageSlots, before.storageSlots);
+}
+
+void ExpectBounded(const Counts& early, const Counts& late) {
+    EXPECT_LE(late.heapBytes, early.heapBytes + toleratedBytes);
+    EXPECT_LE(late.privateBytes, early.privateBytes + toleratedPrivateBytes);
+}
+
+TEST(Leaks, NothingIsLeftOfManyRequests) {
+    Place place;
+    const AllocationSpy spy;
+    const ImpatientUser user;
+    const Apartment apartment;
+    const Component component(place.Library());
+    Stay stay(place, component);
+    Course course(place, stay);
+    course.Run(1000);
+    const Counts before = Counts::Now();
+    std::cout << "after the warm-up: " << before << std::endl;
+    course.Run(options.requests / 10);
+    const Counts early = Counts::Now();
+    std::cout << "after " << options.requests / 10 << " requests: " << early << std::endl;
+    course.Run(options.requests - options.requests / 10);
+    const Counts late = Counts::Now();
+    std::cout << "after " << options.requests << " requests: " << late << std::endl;
+    std::cout << course.disturbed << " requests disturbed, " << ImpatientUser::Answered()
+              << " windows answered" << std::endl;
+    ExpectNothingLeft(before, early);
+    ExpectNothingLeft(before, late);
+    ExpectBounded(early, late);
+    EXPECT_GT(course.disturbed, options.requests / 20);
+}
+
+TEST(Leaks, NothingIsLeftOfManyHosts) {
+    Place place;
+    const ImpatientUser user;
+    const Component component(place.Library());
+    const auto round = [&] {
+        {
+            const Apartment apartment;
+            Stay stay(place, component);
+            stay.Send(0, place.ledger.Current().bookings[1]);
+        }
+        EXPECT_EQ(place.archive.entries.size(), 1U);
+        EXPECT_EQ(place.archive.sessions, 0U) << "it has logged out";
+        EXPECT_EQ(component.CanUnloadNow(), S_OK);
+        place.archive.entries.clear();
+    };
+    const AllocationSpy spy;
+    for (int at = 0; at < options.rounds / 10; ++at) {
+        round();
+    }
+    const Counts early = Counts::Now();
+    std::cout << "after " << options.rounds / 10 << " rounds: " << early << std::endl;
+    EXPECT_EQ(early.objects, 0);
+    for (int at = options.rounds / 10; at < options.rounds; ++at) {
+        round();
+    }
+    const Counts late = Counts::Now();
+    std::cout << "after " << options.rounds << " rounds: " << late << std::endl;
+    ExpectNothingLeft(early, late);
+    ExpectBounded(early, late);
+}
+
+/// What is counted is really counted.
+TEST(Leaks, AreSeen) {
+    const Apartment apartment;
+    const AllocationSpy spy;
+    EXPECT_NE(std::getenv("OANOCACHE"), nullptr) << "texts are not counted without it";
+    const Counts before = Counts::Now();
+    const BSTR text = SysAllocString(L"vergessen");
+    EXPECT_EQ(Counts::Now().allocations, before.allocations + 1);
+    SysFreeString(text);
+    const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    EXPECT_EQ(Counts::Now().handles, before.handles + 1);
+    CloseHandle(event);
+    const HWND window =
+        CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_GT(Counts::Now().windows, before.windows);
+    DestroyWindow(window);
+    const DWORD slot = TlsAlloc();
+    EXPECT_EQ(Counts::Now().storageSlots, before.storageSlots - 1);
+    TlsFree(slot);
+    model_tests::Faults faults;
+    model_tests::Archive archive(faults);
+    {
+        const auto object = model_tests::NewSession(archive);
+        EXPECT_EQ(Counts::Now().objects, before.objects + 1);
+    }
+    const std::unique_ptr<char[]> block(new char[200'000]);
+    EXPECT_GE(Counts::Now().heapBytes, before.heapBytes + toleratedBytes);
+}
+
+}  // namespace
+}  // namespace kandora::stress_tests
+
+int main(int argc, char** argv) {
+    using kandora::stress_tests::options;
+    testing::InitGoogleTest(&argc, argv);
+    for (int at = 1; at + 1 < argc; ++at) {
+        if (std::strcmp(argv[at], "--requests") == 0) {
+            options.requests = std::atoi(argv[at + 1]);
+        } else if (std::strcmp(argv[at], "--rounds") == 0) {
+            options.rounds = std::atoi(argv[at + 1]);
+        }
+    }
+    return RUN_ALL_TESTS();
+}
