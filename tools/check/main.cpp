@@ -1,6 +1,6 @@
 // kandora-check.exe: tells an administrator whether this installation works.
 
-#include <exception>
+#include <utility>
 
 #include <windows.h>
 
@@ -23,17 +23,38 @@ public:
     Apartment& operator=(const Apartment&) = delete;
 };
 
+/// Runs one part of the checks. What it could not foresee is a finding too, and the other parts go on.
+template <class Part>
+bool Guarded(Report& report, const wchar_t* area, Part&& part) {
+    try {
+        return std::forward<Part>(part)();
+    } catch (...) {
+        report.Fail(area, L"Prüfung", TextOfError(CurrentError()),
+                    L"Diese Prüfung konnte nicht beendet werden");
+        return false;
+    }
+}
+
 void CheckEverything(Report& report, const CommandLine& options) {
     const Subject subject = FindSubject(options.component);
-    CheckComponent(report, subject);
+    const auto run = [&](const wchar_t* area, const auto& part) { return Guarded(report, area, part); };
+    run(area::component, [&] {
+        CheckComponent(report, subject);
+        return true;
+    });
     Surroundings surroundings(subject.file);
-    const bool hasSettings = CheckSettings(report, surroundings);
-    const bool isArchiveUsable = CheckArchive(report, subject, surroundings);
-    const bool isClientReady = CheckHost(report, subject, surroundings, isArchiveUsable);
+    const bool hasSettings = run(area::settings, [&] { return CheckSettings(report, surroundings); });
+    const bool isArchiveUsable =
+        run(area::archive, [&] { return CheckArchive(report, subject, surroundings); });
+    const bool isClientReady =
+        run(area::host, [&] { return CheckHost(report, subject, surroundings, isArchiveUsable); });
     if (hasSettings) {
         CheckFolders(report, surroundings);
     }
-    CheckHostInterface(report, subject, options.hostTypeLib, options.adopt);
+    run(area::hostInterface, [&] {
+        CheckHostInterface(report, subject, options.hostTypeLib, options.adopt);
+        return true;
+    });
     constexpr const wchar_t* notReady = L"nicht möglich";
     constexpr const wchar_t* notReadyHint =
         L"Zuerst die Fehler und Warnungen zu Archiv und Finanzbuchhaltung "
@@ -47,7 +68,10 @@ void CheckEverything(Report& report, const CommandLine& options) {
     }
     if (options.probe) {
         if (isClientReady) {
-            Probe(report, surroundings);
+            run(area::probe, [&] {
+                Probe(report, surroundings);
+                return true;
+            });
         } else {
             report.Fail(area::probe, L"Ablage", notReady, notReadyHint);
         }

@@ -102,7 +102,6 @@ public:
           vouchers_(state_.records), archive_(Context(surroundings.globals)) {}
 
     void Run() {
-        const Interruption interruption;
         if (!RemoveLeftovers(L"Überreste")) {
             return;
         }
@@ -294,6 +293,7 @@ private:
 }  // namespace
 
 void Probe(Report& report, Surroundings& surroundings) {
+    const Interruption interruption;  // outlives the prober's session with the archive
     Prober(report, surroundings).Run();
     surroundings.globals.goErrHandler().Clear();
 }

@@ -1,0 +1,120 @@
+"""A workstation on which kandora-check finds everything as it should be, and what it says."""
+import contextlib
+import copy
+import json
+import os
+import pathlib
+import signal
+import subprocess
+
+import workstation
+from workstation import LIMIT, TOP_FOLDER, Workstation, windows, windows_path
+
+CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
+FOLDERS = {"109": "Buchungen", "110": "Auswertungen", "111": "Debi", "112": "Kredi"}
+
+
+class Result:
+    """What one run said: the exit code and the JSON."""
+
+    def __init__(self, code, output):
+        self.code = code
+        self.json = json.loads(output)
+        self.checks = self.json["pruefungen"]
+
+    def with_verdict(self, verdict):
+        return [check for check in self.checks if check["ergebnis"] == verdict]
+
+    def faults(self):
+        """Area, name, verdict of everything that is not good."""
+        return [(check["bereich"], check["name"], check["ergebnis"]) for check in self.checks
+                if check["ergebnis"] != "gut"]
+
+    def find(self, area, name):
+        """The one check of this name."""
+        found = [check for check in self.checks if (check["bereich"], check["name"]) == (area, name)]
+        if len(found) != 1:
+            raise AssertionError(f"{area}/{name} is there {len(found)} times: {self.checks}")
+        return found[0]
+
+
+class CheckStation(Workstation):
+    """With a client that has been set up and a folder for the printer's file."""
+
+    def __init__(self, name):
+        super().__init__(name)
+        self.settings = copy.deepcopy(self.settings)  # tests change them, and the next station begins anew
+        self.print_folder = self.folder / "Druck"
+        self.print_folder.mkdir()
+        self.settings["Archiv"]["EloPrinterFile"] = windows_path(self.print_folder / "Auswertung.pdf")
+        self.write_settings()
+        self.run_host(["InitProvider"])
+        self.register_host()
+
+    def register_host(self):
+        """From now on COM starts the accounting with this station's client."""
+        windows("HostSimulator.exe", "--register", "--client", windows_path(self.client))
+
+    def command(self, *arguments):
+        return [str(workstation.options.loader), str(workstation.options.bin / "kandora-check.exe"),
+                *map(str, arguments)]
+
+    def run_text(self, *arguments):
+        """Exit code, output and errors of one run."""
+        with contextlib.ExitStack() as stack:
+            # No pipes: programs that are started on the way inherit their other ends and keep them open.
+            output, errors = [stack.enter_context((self.folder / name).open("w+b")) for name in ("aus.txt", "err.txt")]
+            done = subprocess.run(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output, stderr=errors,
+                                  timeout=LIMIT, check=False)
+            texts = []
+            for file in (output, errors):
+                file.seek(0)
+                texts.append(file.read().decode("utf-8").replace("\r\n", "\n"))
+        return (done.returncode, *texts)
+
+    def check(self, *arguments):
+        code, output, errors = self.run_text("--json", *arguments)
+        if errors:
+            raise AssertionError(errors)
+        return Result(code, output)
+
+    @contextlib.contextmanager
+    def checking(self, *arguments):
+        """A run that goes on while the block runs."""
+        with (self.folder / "laufend.txt").open("wb") as output:
+            process = subprocess.Popen(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output,
+                                       stderr=subprocess.STDOUT)
+        try:
+            yield process
+        finally:
+            if process.poll() is None:
+                process.kill()
+            process.wait()
+
+    def running_output(self):
+        return (self.folder / "laufend.txt").read_text(encoding="utf-8")
+
+    def contents(self):
+        """Every file and folder of the archive's store but its counter and lock, with the files' bytes."""
+        return {str(path.relative_to(self.store)): path.read_bytes() if path.is_file() else None
+                for path in sorted(self.store.rglob("*"))
+                if path.name not in ("zaehler.json", "archiv.lock") and "Postkorb" not in path.parts
+                and "Temp" not in path.parts}
+
+    def postbox(self):
+        return [path for path in (self.store / "Postkorb").rglob("*") if path.is_file()]
+
+
+def interrupt(process):
+    """Ctrl+C."""
+    os.kill(process.pid, signal.SIGINT)
+
+
+def registry(*arguments):
+    """Output of reg.exe of the architecture that is tested."""
+    return windows("reg.exe", *arguments)
+
+
+def files_below(folder):
+    return {str(path.relative_to(folder)): path.read_bytes() for path in pathlib.Path(folder).rglob("*")
+            if path.is_file()}
