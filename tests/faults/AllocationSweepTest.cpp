@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <new>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/Sweep.h"
+#include "tests/support/Rendering.h"
+
+namespace {
+
+/// Whose memory allocations fail, and when.
+struct Scarcity {
+    const kandora::test::Conductor* conductor = nullptr;  ///< null: there is plenty
+    std::size_t made = 0;
+    std::size_t failsFrom = 0;  ///< number of the first that fails (from 1 on); 0: none
+    std::size_t failsTo = 0;    ///< number of the last one
+};
+
+Scarcity scarcity;
+
+/// Only what the component asks for counts, not what the fakes need.
+void* Allocated(std::size_t size) {
+    if (scarcity.conductor != nullptr && !scarcity.conductor->IsOutside()) {
+        const std::size_t number = ++scarcity.made;
+        if (number >= scarcity.failsFrom && number <= scarcity.failsTo) {
+            throw std::bad_alloc();
+        }
+    }
+    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return Allocated(size);
+}
+void* operator new[](std::size_t size) {
+    return Allocated(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace kandora::test {
+namespace {
+
+constexpr std::size_t enoughComplaints = 20;
+/// In most variations only every seventh allocation fails: they have the same code in common.
+constexpr std::size_t stride = 7;
+
+class Summary final : public testing::Environment {
+public:
+    void TearDown() override { std::cout << "allocation sweep: " << Counts().cases << " cases\n"; }
+};
+
+const testing::Environment* const summary = testing::AddGlobalTestEnvironment(new Summary);
+
+/// For as long as it lives, allocations are counted, and those from the first to the last number fail.
+class Shortage {
+public:
+    Shortage(const Conductor& conductor, std::size_t first, std::size_t last) {
+        scarcity = {&conductor, 0, first, last};
+    }
+    ~Shortage() { scarcity.conductor = nullptr; }
+    Shortage(const Shortage&) = delete;
+    Shortage& operator=(const Shortage&) = delete;
+};
+
+/// The request with a shortage; false when an exception reached the host.
+bool Ask(Stage& stage, std::size_t first, std::size_t last, Variant& result) {
+    const Request request = RequestOf(stage.variation);
+    stage.conductor.Begin();
+    bool isWell = true;
+    try {
+        const Shortage shortage(stage.conductor, first, last);
+        result = stage.Ask(request);
+    } catch (...) {
+        isWell = false;
+    }
+    stage.conductor.End();
+    return isWell;
+}
+
+std::ptrdiff_t ErrorBoxes(const Stage& stage) {
+    return std::ranges::count_if(stage.conductor.boxes, [](const Box& box) {
+        return box.IsErrorBox() && !box.prompt.starts_with(L"[0] ");
+    });
+}
+
+class AllocationSweep : public testing::TestWithParam<Variation> {
+protected:
+    /// How many allocations the request makes, and how many objects there are after it was made twice.
+    void Rehearse() {
+        const int before = FakeObject::Alive();
+        Stage stage(GetParam());
+        Variant result;
+        ASSERT_TRUE(Ask(stage, 0, 0, result));
+        allocations_ = scarcity.made;
+        ASSERT_GT(allocations_, 0U);
+        ASSERT_TRUE(Ask(stage, 0, 0, result));
+        alive_ = FakeObject::Alive() - before;
+    }
+
+    Complaints Run(std::size_t first, std::size_t last) {
+        Complaints complaints;
+        ++Counts().cases;
+        const int before = FakeObject::Alive();
+        {
+            Stage stage(GetParam());
+            const Entries entries = stage.archive.entries;
+            stage.archive.filed = 0;
+            Variant result;
+            if (!Ask(stage, first, last, result)) {
+                complaints.emplace_back("an exception reached the host");
+            }
+            if (scarcity.made < first) {
+                complaints.emplace_back("no allocation failed");
+            }
+            CheckOutcome(stage, entries, first == last, complaints);
+            CheckRepetition(stage, before, complaints);
+        }
+        if (FakeObject::Alive() != before) {
+            complaints.emplace_back("objects are still referenced");
+        }
+        if (!complaints.empty()) {
+            complaints.insert(complaints.begin(), "allocation " + std::to_string(first) +
+                                                      (first == last ? "" : " and all that follow"));
+        }
+        return complaints;
+    }
+
+    std::size_t allocations_ = 0;
+
+private:
+    static void CheckOutcome(Stage& stage, const Entries& before, bool isOne, Complaints& complaints) {
+        const Entries& after = stage.archive.entries;
+        const bool isDone = SameContent(after, stage.After(before));
+        const bool isUnchanged = SameContent(after, before);
+        // A lost allocation can pass for a lost session, and the archive's hits are lost with it.
+        const bool isUnfound = SameContent(after, stage.AfterWhenNotFound(before));
+        if (!isDone && !isUnchanged && !isUnfound) {
+            complaints.push_back("the archive holds\n" + Told(after));
+        }
+        if (stage.archive.filed > 1) {
+            complaints.emplace_back("filed twice");
+        }
+        CheckBystanders(before, after, complaints);
+        CheckNothingIsLeft(stage, complaints);
+        const std::ptrdiff_t errors = ErrorBoxes(stage);
+        if (errors > 1) {
+            complaints.push_back(std::to_string(errors) + " error boxes");
+        }
+        const bool mustBeTold = isOne && (stage.variation.request == "SaveDocument" ||
+                                          stage.variation.request == "PrintDocument");
+        if (mustBeTold && !isDone && errors != 1) {
+            complaints.emplace_back("not filed, and nobody was told");
+        }
+    }
+
+    void CheckRepetition(Stage& stage, int aliveBefore, Complaints& complaints) const {
+        const Entries before = stage.archive.entries;
+        Variant result;
+        if (!Ask(stage, 0, 0, result)) {
+            complaints.emplace_back("an exception reached the host when the request was repeated");
+        }
+        if (ErrorBoxes(stage) != 0) {
+            complaints.push_back("the repeated request fails: " + Utf8(stage.conductor.boxes.front().prompt));
+        }
+        if (!SameContent(stage.archive.entries, stage.After(before))) {
+            complaints.push_back("after the repetition the archive holds\n" + Told(stage.archive.entries));
+        }
+        if (FakeObject::Alive() - aliveBefore != alive_) {
+            complaints.push_back(std::to_string(FakeObject::Alive() - aliveBefore) + " objects instead of " +
+                                 std::to_string(alive_));
+        }
+    }
+
+    int alive_ = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(Requests, AllocationSweep, testing::ValuesIn(Variations()),
+                         [](const auto& variation) { return variation.param.name; });
+
+TEST_P(AllocationSweep, NothingIsLostAndTheHostIsNotHarmed) {
+    Rehearse();
+    const std::string& name = GetParam().name;
+    const bool isThorough = name == "SaveOfDebi" || name == "ChangeOfBeleg" || name == "DeleteOfBeleg" ||
+                            name == "Print" || name == "SaveTraced" || name == "StartAfterLostSession" ||
+                            name == "DocInfo" || name == "Status";
+    const std::size_t step = isThorough ? 1 : stride;
+    Complaints all;
+    for (std::size_t number = 1; number <= allocations_ && all.size() < enoughComplaints; number += step) {
+        for (const std::size_t last : {number, SIZE_MAX}) {
+            const Complaints found = Run(number, last);
+            all.insert(all.end(), found.begin(), found.end());
+        }
+    }
+    std::string text;
+    for (const std::string& complaint : all) {
+        text += complaint + "\n";
+    }
+    EXPECT_TRUE(all.empty()) << text;
+}
+
+TEST(AllocationHarness, NoticesThatNothingFails) {
+    Stage stage(VariationCalled("Status"));
+    Variant result;
+    ASSERT_TRUE(Ask(stage, 0, 0, result));
+    EXPECT_GT(scarcity.made, 0U) << "the component's allocations are counted";
+    EXPECT_TRUE(stage.conductor.boxes.empty());
+    ASSERT_TRUE(Ask(stage, 1, 1, result));
+    EXPECT_EQ(ErrorBoxes(stage), 1) << "an allocation that fails is told";
+}
+
+}  // namespace
+}  // namespace kandora::test
