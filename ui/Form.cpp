@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <ranges>
 
 #include "automation/Errors.h"
 #include "automation/WindowsPlatform.h"
@@ -160,9 +159,7 @@ OtherWindowsDisabled::OtherWindowsDisabled(HWND form) {
 OtherWindowsDisabled::~OtherWindowsDisabled() {
     // Backwards, so that the front window comes last and is what the platform finds when it looks for one to
     // activate.
-    for (const HWND window : std::views::reverse(windows_)) {
-        EnableWindow(window, TRUE);
-    }
+    std::for_each(windows_.rbegin(), windows_.rend(), [](HWND window) { EnableWindow(window, TRUE); });
 }
 
 Form::~Form() {
