@@ -119,6 +119,11 @@ RuntimeError::RuntimeError(std::int32_t number, Text description, Text source, s
     : number_(number), description_(std::move(description)), source_(std::move(source)), line_(line),
       what_(Utf8(Decimal(number) + L": " + description_)) {}
 
+// Not inline: every place that raises or handles an error would carry a copy of its own.
+RuntimeError::RuntimeError(const RuntimeError&) = default;
+RuntimeError& RuntimeError::operator=(const RuntimeError&) = default;
+RuntimeError::~RuntimeError() = default;
+
 Text DescriptionOf(std::int32_t number) {
     const auto* const row = std::ranges::find(descriptionRows, number, &DescriptionRow::number);
     if (row != descriptionRows.end()) {

@@ -45,6 +45,9 @@ public:
     /// With the description that belongs to the number.
     explicit RuntimeError(std::int32_t number);
     RuntimeError(std::int32_t number, Text description, Text source = {}, std::int32_t line = 0);
+    RuntimeError(const RuntimeError&);
+    RuntimeError& operator=(const RuntimeError&);
+    ~RuntimeError() override;
 
     /// A run-time number above, a number of this system's own (5000 and up), or a negative HRESULT.
     [[nodiscard]] std::int32_t Number() const noexcept { return number_; }

@@ -1,5 +1,7 @@
 #include "component/AutomationObject.h"
 
+#include "component/Dispatch.h"
+
 namespace kandora {
 
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept {
@@ -16,6 +18,54 @@ HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept {
         created->Release();
     }
     return HresultOf(error.Number());
+}
+
+HRESULT CarryOut(REFIID iid, Work body) noexcept {
+    SetErrorInfo(0, nullptr);
+    try {
+        body();
+        return S_OK;
+    } catch (...) {
+        return ReportError(CurrentError(), iid);
+    }
+}
+
+HRESULT TypeInfoOf(REFIID iid, int library, UINT index, ITypeInfo** info) noexcept {
+    if (info == nullptr) {
+        return E_POINTER;
+    }
+    *info = nullptr;
+    if (index != 0) {
+        return DISP_E_BADINDEX;
+    }
+    const HRESULT found = DescriptionOf(iid, library, info);
+    if (SUCCEEDED(found)) {
+        (*info)->AddRef();
+    }
+    return found;
+}
+
+HRESULT IdsOfNames(REFIID iid, int library, REFIID reserved, LPOLESTR* names, UINT count,
+                   DISPID* ids) noexcept {
+    if (reserved != IID_NULL) {
+        return DISP_E_UNKNOWNINTERFACE;
+    }
+    ITypeInfo* description = nullptr;
+    const HRESULT found = DescriptionOf(iid, library, &description);
+    return FAILED(found) ? found : DispGetIDsOfNames(description, names, count, ids);
+}
+
+HRESULT InvokeMember(REFIID iid, int library, REFIID reserved, void* object, DISPID member, WORD flags,
+                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                     UINT* wrongArgument) noexcept {
+    if (reserved != IID_NULL) {
+        return DISP_E_UNKNOWNINTERFACE;
+    }
+    ITypeInfo* description = nullptr;
+    const HRESULT found = DescriptionOf(iid, library, &description);
+    return FAILED(found) ? found
+                         : InvokeByDescription(description, object, member, flags, parameters, result,
+                                               exception, wrongArgument);
 }
 
 }  // namespace kandora

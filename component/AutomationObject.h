@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <utility>
 
 #include <windows.h>
@@ -13,7 +12,7 @@
 #include "automation/LateBound.h"
 #include "automation/Text.h"
 #include "automation/Variant.h"
-#include "component/Dispatch.h"
+#include "automation/Work.h"
 #include "component/Module.h"
 #include "component/ThreadState.h"
 #include "component/TypeLibraries.h"
@@ -22,6 +21,17 @@ namespace kandora {
 
 /// Leaves an error for the caller (number, description, source) and returns the HRESULT under which it goes.
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept;
+
+/// Runs a procedure for an outside caller: nothing but a return value leaves it.
+HRESULT CarryOut(REFIID iid, Work body) noexcept;
+
+// IDispatch of an interface that one of the module's type libraries describes.
+HRESULT TypeInfoOf(REFIID iid, int library, UINT index, ITypeInfo** info) noexcept;
+HRESULT IdsOfNames(REFIID iid, int library, REFIID reserved, LPOLESTR* names, UINT count,
+                   DISPID* ids) noexcept;
+HRESULT InvokeMember(REFIID iid, int library, REFIID reserved, void* object, DISPID member, WORD flags,
+                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                     UINT* wrongArgument) noexcept;
 
 // What a domain value becomes in a result argument; the caller owns it.
 inline void Deliver(BSTR* result, const Text& value) {
@@ -121,39 +131,17 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID /*locale*/, ITypeInfo** info) override {
-        if (info == nullptr) {
-            return E_POINTER;
-        }
-        *info = nullptr;
-        if (index != 0) {
-            return DISP_E_BADINDEX;
-        }
-        const HRESULT found = DescriptionOf(iid, ownLibrary, info);
-        if (SUCCEEDED(found)) {
-            (*info)->AddRef();
-        }
-        return found;
+        return TypeInfoOf(iid, ownLibrary, index, info);
     }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID /*locale*/,
                                             DISPID* ids) override {
-        if (reserved != IID_NULL) {
-            return DISP_E_UNKNOWNINTERFACE;
-        }
-        ITypeInfo* description = nullptr;
-        const HRESULT found = DescriptionOf(iid, ownLibrary, &description);
-        return FAILED(found) ? found : DispGetIDsOfNames(description, names, count, ids);
+        return IdsOfNames(iid, ownLibrary, reserved, names, count, ids);
     }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID /*locale*/, WORD flags,
                                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                      UINT* wrongArgument) override {
-        if (reserved != IID_NULL) {
-            return DISP_E_UNKNOWNINTERFACE;
-        }
-        ITypeInfo* description = nullptr;
-        const HRESULT found = DescriptionOf(iid, ownLibrary, &description);
-        return FAILED(found) ? found
-                             : InvokeByDescription(description, static_cast<Interface*>(this), member, flags,
-                                                   parameters, result, exception, wrongArgument);
+        return InvokeMember(iid, ownLibrary, reserved, static_cast<Interface*>(this), member, flags,
+                            parameters, result, exception, wrongArgument);
     }
 
 protected:
@@ -167,31 +155,8 @@ protected:
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
     [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
-    /// Runs a procedure for an outside caller: nothing leaves it, and the record of its error is forgotten
-    /// once it is known. Nothing when the procedure did not raise.
-    template <class Body>
-    std::optional<RuntimeError> ErrorOf(Body&& body) noexcept {
-        std::optional<RuntimeError> error;
-        try {
-            std::forward<Body>(body)();
-        } catch (...) {
-            error = CurrentError();
-        }
-        Globals().goErrHandler().Clear();
-        return error;
-    }
-
     /// Runs a procedure that needs nothing of what the thread's requests share.
-    template <class Body>
-    HRESULT Guarded(Body&& body) noexcept {
-        SetErrorInfo(0, nullptr);
-        try {
-            std::forward<Body>(body)();
-            return S_OK;
-        } catch (...) {
-            return ReportError(CurrentError(), iid);
-        }
-    }
+    HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
 
     /// The same for a procedure with a result; after an error the result is the empty value of its type.
     template <class Value, class Body>

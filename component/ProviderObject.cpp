@@ -52,41 +52,19 @@ HRESULT ELOProviderObject::Requests::GetTypeInfoCount(UINT* count) {
 }
 
 HRESULT ELOProviderObject::Requests::GetTypeInfo(UINT index, LCID /*locale*/, ITypeInfo** info) {
-    if (info == nullptr) {
-        return E_POINTER;
-    }
-    *info = nullptr;
-    if (index != 0) {
-        return DISP_E_BADINDEX;
-    }
-    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, info);
-    if (SUCCEEDED(found)) {
-        (*info)->AddRef();
-    }
-    return found;
+    return TypeInfoOf(IID_DMSProvider, hostLibrary, index, info);
 }
 
 HRESULT ELOProviderObject::Requests::GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count,
                                                    LCID /*locale*/, DISPID* ids) {
-    if (reserved != IID_NULL) {
-        return DISP_E_UNKNOWNINTERFACE;
-    }
-    ITypeInfo* description = nullptr;
-    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, &description);
-    return FAILED(found) ? found : DispGetIDsOfNames(description, names, count, ids);
+    return IdsOfNames(IID_DMSProvider, hostLibrary, reserved, names, count, ids);
 }
 
 HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID /*locale*/, WORD flags,
                                             DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                             UINT* wrongArgument) {
-    if (reserved != IID_NULL) {
-        return DISP_E_UNKNOWNINTERFACE;
-    }
-    ITypeInfo* description = nullptr;
-    const HRESULT found = DescriptionOf(IID_DMSProvider, hostLibrary, &description);
-    return FAILED(found) ? found
-                         : InvokeByDescription(description, static_cast<DMSProvider*>(this), member, flags,
-                                               parameters, result, exception, wrongArgument);
+    return InvokeMember(IID_DMSProvider, hostLibrary, reserved, static_cast<DMSProvider*>(this), member,
+                        flags, parameters, result, exception, wrongArgument);
 }
 
 // Requests

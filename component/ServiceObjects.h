@@ -11,6 +11,10 @@
 
 namespace kandora {
 
+/// Runs a procedure for an outside caller while nothing else of the thread is in progress: nothing but a
+/// return value leaves it, and the record of its error is handed over and forgotten.
+HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept;
+
 /// A public class that works through a client of its own. The client goes with the object or when the
 /// object's thread leaves COM, whichever comes first: its session can only end while calls to other programs
 /// still work. The thread's records, folders and error handler serve one at a time: a call that enters while
@@ -29,21 +33,7 @@ protected:
     }
     ~ServiceObject() override { this->State().Unwatch(*this); }
 
-    template <class Body>
-    HRESULT Guarded(Body&& body) noexcept {
-        RequestOrder& order = this->Globals().Order();
-        if (order.IsBusy()) {
-            return ReportError(RuntimeError(RPC_E_SERVERCALL_RETRYLATER,
-                                            L"Es ist gerade eine andere Anfrage in Arbeit. Bitte versuchen "
-                                            L"Sie es danach noch einmal."),
-                               iid);
-        }
-        std::optional<RuntimeError> error;
-        order.CarryOut([&] { error = this->ErrorOf(std::forward<Body>(body)); });
-        // Only now: what was carried out after the call may have left an error of its own.
-        SetErrorInfo(0, nullptr);
-        return error ? ReportError(*error, iid) : S_OK;
-    }
+    HRESULT Guarded(Work body) noexcept { return CarryOutAlone(this->Globals(), iid, body); }
 
     template <class Value, class Body>
     HRESULT Result(Value* result, Body&& body) noexcept {

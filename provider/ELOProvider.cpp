@@ -41,13 +41,12 @@ Text BarcodeIn(const Variant& vtMetaData) {
 // The request gate
 // ---------------------------------------------------------------------------------------------------
 
-template <class... Arguments>
-void ELOProvider::Trace(const wchar_t* method, const std::tuple<Arguments...>& arguments) {
-    std::apply(
-        [&](const auto&... each) {
-            globals_.Log().WriteLog(Text(L"DMSProvider_") + method, {Variant(each)...});
-        },
-        arguments);
+void ELOProvider::Trace(const wchar_t* method, std::initializer_list<Traced> arguments) {
+    std::vector<Variant> values;
+    for (const Traced& argument : arguments) {
+        values.push_back(argument.Value());
+    }
+    globals_.Log().WriteLog(Text(L"DMSProvider_") + method, values);
 }
 
 /// Asks the host whether the archive is on for the client that is open; nothing is kept from one request to
@@ -59,22 +58,20 @@ void ELOProvider::RefreshClient() {
 }
 
 /// What cannot be shown to the user either is given up.
-template <class Body>
-void ELOProvider::Attempt(const wchar_t* method, Body&& body) noexcept {
+void ELOProvider::Attempt(const wchar_t* method, Work body) noexcept {
     try {
-        Outermost(globals_.goErrHandler(), {className, method}, std::forward<Body>(body));
+        Outermost(globals_.goErrHandler(), {className, method}, body);
     } catch (...) {
         globals_.goErrHandler().Clear();
     }
 }
 
-template <class Body>
-void ELOProvider::Request(const wchar_t* method, Body&& body) noexcept {
+void ELOProvider::Request(const wchar_t* method, Work body) noexcept {
     if (globals_.Order().IsBusy()) {
         const ErrorKeeper keeper(globals_.goErrHandler());
-        Attempt(method, std::forward<Body>(body));
+        Attempt(method, body);
     } else {
-        globals_.Order().CarryOut([&] { Attempt(method, std::forward<Body>(body)); });
+        globals_.Order().CarryOut([&] { Attempt(method, body); });
     }
 }
 
@@ -95,9 +92,8 @@ void ELOProvider::Refuse(const wchar_t* method, const RuntimeError& error) noexc
     Request(method, [&] { throw RuntimeError(error); });
 }
 
-template <class Arguments, class Work, class Otherwise>
-void ELOProvider::GatedRequest(const wchar_t* method, const Arguments& arguments, Work&& work,
-                               Otherwise&& otherwise) noexcept {
+void ELOProvider::GatedRequest(const wchar_t* method, std::initializer_list<Traced> arguments, Work work,
+                               Work otherwise) noexcept {
     // Asking the host anew would take the client away from the request in progress, which has asked already.
     const bool isClientKnown = globals_.Order().IsBusy();
     Request(method, [&] {
@@ -128,7 +124,7 @@ void ELOProvider::InitProvider(const Variant& vtMetaData) {
     Request(L"InitProvider", [&] {
         // The first call is always traced: whether tracing is on is only known after it.
         if (globals_.state.settings.gbDebug || !bRunning) {
-            Trace(L"InitProvider", std::tie(vtMetaData));
+            Trace(L"InitProvider", {vtMetaData});
         }
         bRunning = true;
         if (globals_.IniLesen()) {
@@ -159,7 +155,7 @@ void ELOProvider::StartProvider(const Variant& vtMetaData) {
         return;
     }
     GatedRequest(
-        L"StartProvider", std::tie(vtMetaData), [&] { globals_.goArchiv()->ELOSichtbar(); },
+        L"StartProvider", {vtMetaData}, [&] { globals_.goArchiv()->ELOSichtbar(); },
         [&] {
             // An error box without an error (number 0) is how the user learns that the open client has no
             // archive.
@@ -170,14 +166,14 @@ void ELOProvider::StartProvider(const Variant& vtMetaData) {
 void ELOProvider::FibuVersion(const Variant& vtVerInfo) {
     Request(L"FibuVersion", [&] {
         if (globals_.state.settings.gbDebug || !bRunning) {
-            Trace(L"FibuVersion", std::tie(vtVerInfo));
+            Trace(L"FibuVersion", {vtVerInfo});
         }
     });
 }
 
 Text ELOProvider::CreateDocID(const Variant& vtMetaData) {
     Text docID;
-    GatedRequest(L"CreateDocID", std::tie(vtMetaData), [&] {
+    GatedRequest(L"CreateDocID", {vtMetaData}, [&] {
         const LocalTime now = globals_.Machine().Now();
         docID = Digits(now.year, 4) + Digits(now.month, 2) + Digits(now.day, 2) + Digits(now.hour, 2) +
                 Digits(now.minute, 2) + Digits(now.second, 2);
@@ -187,7 +183,7 @@ Text ELOProvider::CreateDocID(const Variant& vtMetaData) {
 
 Variant ELOProvider::GetOpenDocInfo() {
     Variant info;
-    GatedRequest(L"GetOpenDocInfo", std::tuple<>(), [&] {
+    GatedRequest(L"GetOpenDocInfo", {}, [&] {
         const LocalTime now = globals_.Machine().Now();
         // The host gets the three placeholders literally.
         info = Variant::ArrayOf(std::vector<Text>{L"OpenDocInfo0", L"OpenDocInfo1", L"OpenDocInfo2",
@@ -198,7 +194,7 @@ Variant ELOProvider::GetOpenDocInfo() {
 
 Text ELOProvider::GetVirtualPrinterName() {
     Text name;
-    GatedRequest(L"GetVirtualPrinterName", std::tuple<>(), [&] { name = L"ELO Drucker"; });
+    GatedRequest(L"GetVirtualPrinterName", {}, [&] { name = L"ELO Drucker"; });
     return name;
 }
 
@@ -209,7 +205,7 @@ void ELOProvider::SaveDocument(const Text& sDocID, const Variant& vtMetaData) {
     if (MustWait(L"SaveDocument", &ELOProvider::SaveDocument, sDocID, vtMetaData)) {
         return;
     }
-    GatedRequest(L"SaveDocument", std::tie(sDocID, vtMetaData), [&] {
+    GatedRequest(L"SaveDocument", {sDocID, vtMetaData}, [&] {
         const Voucher voucher(vtMetaData);
         const Text barcode = BarcodeIn(vtMetaData);
         if (barcode.empty()) {
@@ -224,7 +220,7 @@ void ELOProvider::DocumentChanged(const Text& sDocID, const Variant& vtMetaData)
     if (MustWait(L"DocumentChanged", &ELOProvider::DocumentChanged, sDocID, vtMetaData)) {
         return;
     }
-    GatedRequest(L"DocumentChanged", std::tie(sDocID, vtMetaData), [&] {
+    GatedRequest(L"DocumentChanged", {sDocID, vtMetaData}, [&] {
         const Voucher voucher(vtMetaData);
         const Text barcode = BarcodeIn(vtMetaData);
         globals_.goArchiv()->ChangeDocument(barcode, voucher.number, voucher.index, sDocID);
@@ -235,7 +231,7 @@ void ELOProvider::DeleteDocument(const Text& sDocID, const Variant& vtMetaData) 
     if (MustWait(L"DeleteDocument", &ELOProvider::DeleteDocument, sDocID, vtMetaData)) {
         return;
     }
-    GatedRequest(L"DeleteDocument", std::tie(sDocID, vtMetaData), [&] {
+    GatedRequest(L"DeleteDocument", {sDocID, vtMetaData}, [&] {
         const Voucher voucher(vtMetaData);
         globals_.goArchiv()->MarkAsDeleted(sDocID, voucher.number, voucher.index);
     });
@@ -245,7 +241,7 @@ void ELOProvider::ShowDocument(const Text& sDocID, const Variant& vtMetaData) {
     if (MustWait(L"ShowDocument", &ELOProvider::ShowDocument, sDocID, vtMetaData)) {
         return;
     }
-    GatedRequest(L"ShowDocument", std::tie(sDocID, vtMetaData), [&] {
+    GatedRequest(L"ShowDocument", {sDocID, vtMetaData}, [&] {
         static_cast<void>(ToText(vtMetaData.Element(element::unused)));
         globals_.goArchiv()->ShowDokument(sDocID);
     });
@@ -255,15 +251,14 @@ void ELOProvider::PrintDocument(const Text& sDocID, const Variant& vtMetaData) {
     if (MustWait(L"PrintDocument", &ELOProvider::PrintDocument, sDocID, vtMetaData)) {
         return;
     }
-    GatedRequest(L"PrintDocument", std::tie(sDocID, vtMetaData),
-                 [&] { globals_.goArchiv()->SaveAuswertung(); });
+    GatedRequest(L"PrintDocument", {sDocID, vtMetaData}, [&] { globals_.goArchiv()->SaveAuswertung(); });
 }
 
 void ELOProvider::SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID,
                                       const Variant& vtMetaData) {
     Request(L"SavePendingDocument", [&] {
         if (globals_.state.settings.gbDebug) {
-            Trace(L"SavePendingDocument", std::tie(vtDocInfo, sDocID, vtMetaData));
+            Trace(L"SavePendingDocument", {vtDocInfo, sDocID, vtMetaData});
         }
     });
 }
@@ -271,7 +266,7 @@ void ELOProvider::SavePendingDocument(const Variant& vtDocInfo, const Text& sDoc
 void ELOProvider::SetDocumentStatus(const Text& sDocID, const Variant& vtMetaData) {
     Request(L"SetDocumentStatus", [&] {
         if (globals_.state.settings.gbDebug) {
-            Trace(L"SetDocumentStatus", std::tie(sDocID, vtMetaData));
+            Trace(L"SetDocumentStatus", {sDocID, vtMetaData});
         }
     });
 }

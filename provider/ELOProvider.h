@@ -1,10 +1,11 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
-#include <tuple>
 
 #include "automation/Text.h"
 #include "automation/Variant.h"
+#include "automation/Work.h"
 #include "provider/MGlobals.h"
 
 namespace kandora {
@@ -45,23 +46,31 @@ public:
     void Refuse(const wchar_t* method, const RuntimeError& error) noexcept;
 
 private:
-    template <class... Arguments>
-    void Trace(const wchar_t* method, const std::tuple<Arguments...>& arguments);
+    /// A request's argument for the log; becomes a value only when there is a line to write.
+    class Traced {
+    public:
+        Traced(const Text& text) : text_(&text) {}        // NOLINT(google-explicit-constructor)
+        Traced(const Variant& value) : value_(&value) {}  // NOLINT(google-explicit-constructor)
+        [[nodiscard]] Variant Value() const { return text_ != nullptr ? Variant(*text_) : *value_; }
+
+    private:
+        const Text* text_ = nullptr;
+        const Variant* value_ = nullptr;
+    };
+
+    void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
     void RefreshClient();
     /// Keeps a request for after the one in progress; false when there is none, and it can begin.
     template <class... Arguments>
     bool MustWait(const wchar_t* method, void (ELOProvider::*request)(const Arguments&...),
                   const Arguments&... arguments) noexcept;
-    template <class Body>
-    void Request(const wchar_t* method, Body&& body) noexcept;
-    template <class Body>
-    void Attempt(const wchar_t* method, Body&& body) noexcept;
+    void Request(const wchar_t* method, Work body) noexcept;
+    void Attempt(const wchar_t* method, Work body) noexcept;
     /// Traces the request, and does its work when the settings were read and the archive is on for the open
     /// client. `otherwise` is what happens when it is not on.
-    template <class Arguments, class Work, class Otherwise = void (*)()>
     void GatedRequest(
-        const wchar_t* method, const Arguments& arguments, Work&& work,
-        Otherwise&& otherwise = [] {}) noexcept;
+        const wchar_t* method, std::initializer_list<Traced> arguments, Work work,
+        Work otherwise = [] {}) noexcept;
 
     MGlobals& globals_;
 };

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "automation/Work.h"
+
 namespace kandora {
 
 /// The order of one thread's requests. A request needs the archive's object, the host's objects and the
@@ -19,10 +21,9 @@ public:
 
     /// Carries out a piece of work that must not raise, and then what was postponed meanwhile. Not to be
     /// called while busy.
-    template <class Work>
-    void CarryOut(Work&& work) {
+    void CarryOut(Work work) {
         busy_ = true;
-        std::forward<Work>(work)();
+        work();
         busy_ = false;
         if (!isCatchingUp_) {
             CatchUp();

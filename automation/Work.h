@@ -1,0 +1,26 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <type_traits>
+
+namespace kandora {
+
+/// A piece of work given to a function that exists once, and not anew for each caller's lambda. It refers to
+/// the lambda and must not outlive the call that it is given to.
+class Work {
+public:
+    template <class Body>
+    requires(!std::same_as<std::remove_cvref_t<Body>, Work>) Work(Body&& body)
+    noexcept  // NOLINT(google-explicit-constructor,bugprone-forwarding-reference-overload)
+        : body_(const_cast<void*>(static_cast<const void*>(std::addressof(body)))),
+          run_([](void* object) { (*static_cast<std::remove_reference_t<Body>*>(object))(); }) {}
+
+    void operator()() const { run_(body_); }
+
+private:
+    void* body_;
+    void (*run_)(void*);
+};
+
+}  // namespace kandora

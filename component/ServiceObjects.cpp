@@ -1,0 +1,26 @@
+#include "component/ServiceObjects.h"
+
+namespace kandora {
+
+HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
+    if (globals.Order().IsBusy()) {
+        return ReportError(RuntimeError(RPC_E_SERVERCALL_RETRYLATER,
+                                        L"Es ist gerade eine andere Anfrage in Arbeit. Bitte versuchen "
+                                        L"Sie es danach noch einmal."),
+                           iid);
+    }
+    std::optional<RuntimeError> error;
+    globals.Order().CarryOut([&] {
+        try {
+            body();
+        } catch (...) {
+            error = CurrentError();
+        }
+        globals.goErrHandler().Clear();
+    });
+    // Only now: what was carried out after the call may have left an error of its own.
+    SetErrorInfo(0, nullptr);
+    return error ? ReportError(*error, iid) : S_OK;
+}
+
+}  // namespace kandora
