@@ -1,0 +1,327 @@
+"""The tables of the Windows Installer package and how they become a file.
+
+Everything that the package does stands in tables; nothing in it runs programs of its own on the target machine.
+"""
+import hashlib
+import pathlib
+import struct
+import subprocess
+import tempfile
+import uuid
+
+import cabinet
+import registration
+
+# Fixed for good: Windows recognises later versions and shared parts by what is derived from this.
+NAMESPACE = uuid.UUID("5e1a1f7c-2f0b-4b57-9a35-0d7f6f0c8b1e")
+LANGUAGE = 2055  # German (Switzerland)
+CODE_PAGE = 1252
+MACHINE_NAMES = {"x86": "Intel", "x64": "x64"}
+BITS = {"x86": "32 Bit", "x64": "64 Bit"}
+CLASSES = "Software\\Classes\\"
+# Whose values go to the machine's or to the user's part of the registry, as the installation goes.
+MACHINE_OR_USER = -1
+
+# Component attributes
+REGISTRY_KEY_PATH, PERMANENT, NEVER_OVERWRITE, IS_64_BIT = 0x4, 0x10, 0x80, 0x100
+# File attributes
+VITAL, COMPRESSED = 0x200, 0x4000
+# Custom actions: set a property; end with an error
+SET_PROPERTY, STOP_WITH_ERROR = 51, 19
+# Upgrade attributes
+DETECT_ONLY, INCLUDE_MINIMUM, INCLUDE_MAXIMUM = 0x2, 0x100, 0x200
+ON_REMOVAL = 2
+
+# The folder takes the users' log files. Administrators and the system may do everything. Users may read and start what
+# is there, and add files to this folder but not to those below; whoever adds a file may read and lengthen it. Nobody may
+# start or load a file that a user has added: for new files the right to execute is left out, and the owner's implied right
+# to change the permissions is taken back (OW).
+FOLDER_PERMISSIONS = ("D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;CI;0x1200a9;;;BU)(A;OIIO;0x120089;;;BU)"
+                      "(A;;0x2;;;BU)(A;OIIO;0x12019f;;;OW)")
+# Program files: everybody may start them, administrators alone may change them.
+PROGRAM_PERMISSIONS = "D:PAI(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x1200a9;;;BU)"
+# Folders below: the same, for all that is in them.
+SUBFOLDER_PERMISSIONS = "D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)"
+
+NEWER_INSTALLED = "Auf diesem Computer ist bereits eine neuere Version von Kandora installiert."
+# A condition: the property is empty when the installation is for one user.
+FOR_THE_MACHINE = "ALLUSERS"
+
+# Table: columns with their types, number of key columns.
+LAYOUT = {
+    "Property": ("Property s72,Value l0", 1),
+    "Directory": ("Directory s72,Directory_Parent S72,DefaultDir l255", 1),
+    "Component": ("Component s72,ComponentId S38,Directory_ s72,Attributes i2,Condition S255,KeyPath S72", 1),
+    "Feature": ("Feature s38,Feature_Parent S38,Title L64,Description L255,Display I2,Level i2,Directory_ S72,"
+                "Attributes i2", 1),
+    "FeatureComponents": ("Feature_ s38,Component_ s72", 2),
+    "File": ("File s72,Component_ s72,FileName l255,FileSize i4,Version S72,Language S20,Attributes I2,Sequence i2", 1),
+    "MsiFileHash": ("File_ s72,Options i2,HashPart1 i4,HashPart2 i4,HashPart3 i4,HashPart4 i4", 1),
+    "Media": ("DiskId i2,LastSequence i2,DiskPrompt L64,Cabinet S255,VolumeLabel S32,Source S72", 1),
+    "CreateFolder": ("Directory_ s72,Component_ s72", 2),
+    "RemoveFile": ("FileKey s72,Component_ s72,FileName L255,DirProperty s72,InstallMode i2", 1),
+    "Registry": ("Registry s72,Root i2,Key l255,Name L255,Value L0,Component_ s72", 1),
+    "MsiLockPermissionsEx": ("MsiLockPermissionsEx s72,LockObject s72,Table s32,SDDLText s0,Condition S255", 1),
+    "Upgrade": ("UpgradeCode s38,VersionMin S20,VersionMax S20,Language S255,Attributes i4,Remove S255,"
+                "ActionProperty s72", 5),
+    "AppSearch": ("Property s72,Signature_ s72", 2),
+    "RegLocator": ("Signature_ s72,Root i2,Key s255,Name S255,Type I2", 1),
+    "CustomAction": ("Action s72,Type i2,Source S72,Target S255", 1),
+    "InstallExecuteSequence": ("Action s72,Condition S255,Sequence I2", 1),
+    "InstallUISequence": ("Action s72,Condition S255,Sequence I2", 1),
+    "AdminExecuteSequence": ("Action s72,Condition S255,Sequence I2", 1),
+    "LaunchCondition": ("Condition s255,Description l255", 1),
+}
+
+
+def derived_guid(name):
+    return f"{{{uuid.uuid5(NAMESPACE, name)}}}".upper()
+
+
+def short_name(name, taken):
+    """An old-style name (8.3) that no other file of the folder has."""
+    stem, _, ending = name.rpartition(".") if "." in name else (name, "", "")
+    plain = "".join(c for c in stem.upper() if c.isascii() and c.isalnum())
+    ending = "".join(c for c in ending.upper() if c.isascii() and c.isalnum())[:3]
+    candidate = plain + (f".{ending}" if ending else "")
+    if candidate.lower() != name.lower() or len(plain) > 8:
+        number = 1
+        while (candidate := f"{plain[:6]}~{number}" + (f".{ending}" if ending else "")) in taken:
+            number += 1
+    taken.add(candidate)
+    return candidate
+
+
+def file_version(data):
+    """The version of a program file from its fixed version information, or None."""
+    at = data.find(struct.pack("<I", 0xFEEF04BD))
+    if data[:2] != b"MZ" or at < 0:
+        return None
+    high, low = struct.unpack_from("<II", data, at + 8)
+    return f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}"
+
+
+class Package:
+    """One architecture's package. `files` maps the path below the installation folder to the content."""
+
+    def __init__(self, architecture, version, files):
+        self.architecture = architecture
+        self.version = version
+        self.files = files
+        self.tables = {name: [] for name in LAYOUT}
+        self.contents = []  # (file key, bytes) in the order of the cabinet
+        digest = hashlib.sha256(f"{architecture} {version}".encode())
+        for path, data in sorted(files.items()):
+            digest.update(f"\n{path} {len(data)} ".encode() + hashlib.sha256(data).digest())
+        # The same content is the same product; anything else replaces it like a new version.
+        self.product_code = derived_guid(f"product {digest.hexdigest()}")
+        self.upgrade_code = derived_guid(f"upgrade {architecture}")
+        self.own_bits = IS_64_BIT if architecture == "x64" else 0
+        self._directories()
+        self._files()
+        self._registry()
+        self._permissions()
+        self._removal()
+        self._properties()
+        self._sequences()
+
+    def add(self, table, *row):
+        self.tables[table].append(row)
+
+    def _component(self, name, directory, key_path, attributes=0, condition=None, guid=""):
+        """`guid` "" derives the component's identifier; None leaves it out: such a component is never removed."""
+        if guid == "":
+            guid = derived_guid(f"component {self.architecture} {name}")
+        self.add("Component", name, guid, directory, attributes, condition, key_path)
+        self.add("FeatureComponents", "Kandora", name)
+
+    def _directories(self):
+        parent = {"x86": "ProgramFilesFolder", "x64": "ProgramFiles64Folder"}[self.architecture]
+        self.add("Directory", "TARGETDIR", None, "SourceDir")
+        self.add("Directory", parent, "TARGETDIR", ".")
+        self.add("Directory", "INSTALLDIR", parent, "Kandora")
+        self.directory_keys = {"": "INSTALLDIR"}
+        taken = set()
+        for name in sorted({path.rpartition("/")[0] for path in self.files} - {""}):
+            key = self.directory_keys[name] = name.upper()
+            short = short_name(name, taken)
+            self.add("Directory", key, "INSTALLDIR", name if short.lower() == name.lower() else f"{short}|{name}")
+        self.add("Feature", "Kandora", None, "Kandora", "Archivanbindung der Finanzbuchhaltung", 1, 1, "INSTALLDIR", 0)
+
+    def _files(self):
+        """The component itself, the settings that stay, and everything else by folder."""
+        components = {}
+        taken = {}
+        order = sorted(self.files, key=lambda path: (path != "Kandora.dll", path))
+        for sequence, path in enumerate(order, start=1):
+            data = self.files[path]
+            folder, _, name = path.rpartition("/")
+            key = "f_" + "".join(c if c.isascii() and c.isalnum() else "_" for c in path)
+            if path in ("Kandora.dll", "Kandora.ini"):
+                component = path.replace(".", "_")
+            else:
+                component = "Dateien" + folder
+            components.setdefault(component, (folder, key))
+            short = short_name(name, taken.setdefault(folder, set()))
+            version = file_version(data)
+            self.add("File", key, component, name if short.lower() == name.lower() else f"{short}|{name}", len(data),
+                     version, str(LANGUAGE) if version else None, VITAL | COMPRESSED, sequence)
+            if not version:
+                parts = struct.unpack("<4i", hashlib.md5(data, usedforsecurity=False).digest())
+                self.add("MsiFileHash", key, 0, *parts)
+            self.contents.append((key, data))
+        for component, (folder, key) in components.items():
+            if component == "Kandora_ini":
+                # Without an identifier Windows keeps no account of the file, so neither an upgrade nor a removal takes it.
+                self._component(component, "INSTALLDIR", key, NEVER_OVERWRITE | PERMANENT | self.own_bits, guid=None)
+            else:
+                self._component(component, self.directory_keys[folder], key, self.own_bits)
+            if folder:
+                self.add("CreateFolder", self.directory_keys[folder], component)
+        self.add("CreateFolder", "INSTALLDIR", "Kandora_dll")
+        self.add("Media", 1, len(self.contents), None, "#kandora.cab", None, None)
+
+    def _registry(self):
+        def add(key, name, value, component):
+            row = f"r{len(self.tables['Registry']) + 1:03}"
+            self.add("Registry", row, MACHINE_OR_USER, key, name, value, component)
+            return row
+
+        def component_of(shared):
+            return "Gemeinsam" if shared else "Kandora_dll"
+
+        shared_rows = []
+        for entry in registration.entries(self.architecture, "[#f_Kandora_dll]", "[INSTALLDIR]"):
+            # A property that does not exist is an empty text; a table cannot hold one.
+            row = add(CLASSES + entry.key, entry.name, entry.value or "[LEERERTEXT]", component_of(entry.shared))
+            if entry.shared:
+                shared_rows.append(row)
+        for key, shared in registration.own_keys(self.architecture):
+            # "-": at removal the key goes with everything in it.
+            add(CLASSES + key, "-", None, component_of(shared))
+        # Both architectures write these to the same place; Windows keeps them until the last of the two goes.
+        self._component("Gemeinsam", "INSTALLDIR", shared_rows[0], REGISTRY_KEY_PATH,
+                        guid=derived_guid("component shared"))
+        place = f"Software\\Kandora\\{self.architecture}"
+        row = add(place, "Ordner", "[INSTALLDIR]", "Ort")
+        add(place, "-", None, "Ort")
+        self._component("Ort", "INSTALLDIR", row, REGISTRY_KEY_PATH | self.own_bits)
+        row = add(CLASSES + registration.provider_class_key(), registration.HOST_INTERFACE_VALUE, "[HOSTSCHNITTSTELLE]",
+                  "Hostschnittstelle")
+        # What kandora-check --adopt has written outlives an upgrade.
+        self._component("Hostschnittstelle", "INSTALLDIR", row, REGISTRY_KEY_PATH | self.own_bits,
+                        condition="HOSTSCHNITTSTELLE")
+        bits = 16 if self.own_bits else 0
+        for property_name, root, key, name in (
+                ("ORTMASCHINE", 2, place, "Ordner"), ("ORTBENUTZER", 1, place, "Ordner"),
+                ("HOSTSCHNITTSTELLE", 0, registration.provider_class_key(), registration.HOST_INTERFACE_VALUE)):
+            self.add("AppSearch", property_name, f"s{property_name}")
+            self.add("RegLocator", f"s{property_name}", root, key, name, 2 | bits)
+
+    def _permissions(self):
+        """Only where an administrator installs; a user's own folder is the user's."""
+        for number, directory in enumerate(sorted(self.directory_keys.values()), start=1):
+            rights = FOLDER_PERMISSIONS if directory == "INSTALLDIR" else SUBFOLDER_PERMISSIONS
+            self.add("MsiLockPermissionsEx", f"o{number}", directory, "CreateFolder", rights, FOR_THE_MACHINE)
+        self.add("MsiLockPermissionsEx", "d1", "f_Kandora_dll", "File", PROGRAM_PERMISSIONS, FOR_THE_MACHINE)
+
+    def _removal(self):
+        """On request the removal takes settings and logs along. ENTFERNEORDNER is only set then."""
+        for number, name in enumerate(("Kandora.ini", "*.log", None), start=1):
+            self.add("RemoveFile", f"e{number}", "Kandora_dll", name, "ENTFERNEORDNER", ON_REMOVAL)
+
+    def _properties(self):
+        public = ["ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION", "ORTBENUTZER", "ORTMASCHINE",
+                  "VORGAENGER"]
+        for name, value in {
+                "ProductName": f"Kandora ({BITS[self.architecture]})", "ProductVersion": self.version,
+                "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
+                "Manufacturer": "Kandora", "ALLUSERS": "2", "ARPNOMODIFY": "1",
+                "ARPCOMMENTS": "Archivanbindung der Finanzbuchhaltung",
+                "SecureCustomProperties": ";".join(public), "MSIRESTARTMANAGERCONTROL": "Disable"}.items():
+            self.add("Property", name, value)
+        self.add("Upgrade", self.upgrade_code, "0.0.0", self.version, None, INCLUDE_MINIMUM | INCLUDE_MAXIMUM, None,
+                 "VORGAENGER")
+        self.add("Upgrade", self.upgrade_code, self.version, None, None, DETECT_ONLY, None, "NEUEREVERSION")
+        if self.architecture == "x64":
+            self.add("LaunchCondition", "VersionNT64", "Dieses Paket ist für 64-Bit-Windows.")
+
+    def _sequences(self):
+        one_user = "NOT INSTALLDIR AND (MSIINSTALLPERUSER=1 OR NOT ALLUSERS)"
+        machine = "NOT INSTALLDIR AND ALLUSERS AND NOT MSIINSTALLPERUSER"
+        for name, kind, source, target in (
+                ("NeuereVersion", STOP_WITH_ERROR, None, NEWER_INSTALLED),
+                ("OrtDerMaschine", SET_PROPERTY, "INSTALLDIR", "[ORTMASCHINE]"),
+                ("OrtDesBenutzers", SET_PROPERTY, "INSTALLDIR", "[ORTBENUTZER]"),
+                ("OrtFuerBenutzer", SET_PROPERTY, "INSTALLDIR", "[LocalAppDataFolder]Programs\\Kandora"
+                 + ("" if self.architecture == "x86" else " x64")),
+                ("OrtAnzeigen", SET_PROPERTY, "ARPINSTALLLOCATION", "[INSTALLDIR]"),
+                ("AllesEntfernen", SET_PROPERTY, "ENTFERNEORDNER", "[INSTALLDIR]")):
+            self.add("CustomAction", name, kind, source, target)
+        start = [("FindRelatedProducts", None, 25), ("AppSearch", None, 50),
+                 ("NeuereVersion", "NEUEREVERSION AND NOT Installed", 60), ("LaunchConditions", None, 100),
+                 ("ValidateProductID", None, 700),
+                 ("OrtDerMaschine", f"{machine} AND ORTMASCHINE", 710),
+                 ("OrtDesBenutzers", f"{one_user} AND ORTBENUTZER", 720), ("OrtFuerBenutzer", one_user, 730),
+                 ("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
+                 ("OrtAnzeigen", None, 1010), ("MigrateFeatureStates", None, 1200)]
+        for action in start:
+            self.add("InstallUISequence", *action)
+            self.add("InstallExecuteSequence", *action)
+        self.add("InstallUISequence", "ExecuteAction", None, 1300)
+        for action in [("AllesEntfernen", "ENTFERNEALLES=1 AND NOT UPGRADINGPRODUCTCODE", 1020),
+                       ("InstallValidate", None, 1400), ("InstallInitialize", None, 1500),
+                       # The old version goes first, inside the same transaction: what it shares with the new one comes back.
+                       ("RemoveExistingProducts", None, 1525),
+                       ("ProcessComponents", None, 1600), ("UnpublishFeatures", None, 1800),
+                       ("RemoveRegistryValues", None, 2600), ("RemoveFiles", None, 3500), ("RemoveFolders", None, 3600),
+                       ("CreateFolders", None, 3700), ("InstallFiles", None, 4000), ("WriteRegistryValues", None, 5000),
+                       ("RegisterUser", None, 6000), ("RegisterProduct", None, 6100), ("PublishFeatures", None, 6300),
+                       ("PublishProduct", None, 6400), ("InstallFinalize", None, 6600)]:
+            self.add("InstallExecuteSequence", *action)
+        for action in [("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
+                       ("InstallValidate", None, 1400), ("InstallInitialize", None, 1500),
+                       ("InstallAdminPackage", None, 3900), ("InstallFiles", None, 4000), ("InstallFinalize", None, 6600)]:
+            self.add("AdminExecuteSequence", *action)
+
+    def _summary(self, timestamp, content):
+        """The package's own description, with a code that two packages share only when they are equal."""
+        when = cabinet.datetime.datetime.fromtimestamp(timestamp, cabinet.datetime.timezone.utc)
+        date = when.strftime("%Y/%m/%d %H:%M:%S")
+        return [(1, CODE_PAGE), (2, "Installation Database"), (3, f"Kandora {self.version} ({BITS[self.architecture]})"),
+                (4, "Kandora"), (5, "Installer"), (6, "Archivanbindung der Finanzbuchhaltung"),
+                (7, f"{MACHINE_NAMES[self.architecture]};{LANGUAGE}"),
+                (9, derived_guid(f"package {hashlib.sha256(content).hexdigest()}")), (12, date), (13, date),
+                (14, 500), (15, 2), (18, "Kandora"), (19, 2)]
+
+    def write(self, output, timestamp):
+        """Writes the package; its dates are `timestamp`, seconds since 1970."""
+        output = pathlib.Path(output)
+        output.unlink(missing_ok=True)
+        with tempfile.TemporaryDirectory() as folder:
+            work = pathlib.Path(folder)
+            texts = {name: table_text(name, rows) for name, rows in self.tables.items() if rows}
+            packed = cabinet.cabinet(self.contents, timestamp)
+            summary = "PropertyId\tValue\r\ni2\tl255\r\n_SummaryInformation\tPropertyId\r\n" + "".join(
+                f"{number}\t{value}\r\n"
+                for number, value in self._summary(timestamp, "".join(texts.values()).encode() + packed))
+            # The code page comes first: what follows is written in it.
+            texts = {"_ForceCodepage": f"\r\n\r\n{CODE_PAGE}\t_ForceCodepage\r\n", **texts, "_SummaryInformation": summary}
+            for name, text in texts.items():
+                (work / f"{name}.idt").write_bytes(text.encode("utf-8"))
+            (work / "kandora.cab").write_bytes(packed)
+            subprocess.run(["msibuild", str(output.resolve()), "-i", *(f"{name}.idt" for name in texts),
+                            "-a", "kandora.cab", "kandora.cab"], cwd=work, check=True)
+
+
+def table_text(name, rows):
+    """A table in the exchange format of the installer's tools."""
+    columns, keys = LAYOUT[name]
+    columns = [column.split(" ") for column in columns.split(",")]
+    for row in rows:
+        if len(row) != len(columns):
+            raise ValueError(f"{name}: {row}")
+    lines = ["\t".join(column for column, _ in columns), "\t".join(kind for _, kind in columns),
+             "\t".join([name, *(column for column, _ in columns[:keys])])]
+    lines += ["\t".join("" if value is None else str(value) for value in row) for row in rows]
+    return "".join(line + "\r\n" for line in lines)

@@ -1,0 +1,154 @@
+"""What installing leaves on a machine: its registry and its disk before and after, as comparable values."""
+import os
+import pathlib
+import re
+import subprocess
+
+import workstation
+from workstation import LIMIT, Workstation, windows, windows_path
+
+PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
+# What Windows notes about the use of the machine and not about what is installed.
+NOT_COMPARED = re.compile(
+    r"\\(Explorer|Internet Settings|Prefetcher|RecentDocs|MuiCache|Installer\\Folders|Installer\\InProgress"
+    r"|Installer\\Rollback)(\\|$)|\\Wine(\\|$)|\\Shell Folders|\\FontLink", re.IGNORECASE)
+INSTALL_FAILED = 1603 % 256  # of an exit code only the low byte is left here
+
+
+def architecture():
+    return "x86" if workstation.options.system == "syswow64" else "x64"
+
+
+def package(version):
+    return PACKAGES / f"Kandora-{version}-{architecture()}.msi"
+
+
+def product_code(version):
+    """The code under which Windows knows the package's product."""
+    table = subprocess.run(["msiinfo", "export", str(package(version)), "Property"], capture_output=True, check=True)
+    return re.search(r"ProductCode\t(\{[^}]+\})", table.stdout.decode("utf-8"))[1]
+
+
+def drive():
+    return pathlib.Path(os.environ["WINEPREFIX"]) / "drive_c"
+
+
+def program_folder():
+    return drive() / ("Program Files (x86)" if architecture() == "x86" else "Program Files") / "Kandora"
+
+
+def msiexec(*arguments, expected=0):
+    """Runs the installer and answers its exit code."""
+    done = subprocess.run([str(workstation.options.loader), "msiexec", *map(str, arguments)],
+                          stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT,
+                          check=False)
+    if done.returncode != expected:
+        raise AssertionError(f"msiexec {arguments} ended with {done.returncode}")
+    return done.returncode
+
+
+def install(version, *properties, expected=0):
+    return msiexec("/i", windows_path(package(version)), "/qn", *properties, expected=expected)
+
+
+def remove(version, *properties):
+    return msiexec("/x", windows_path(package(version)), "/qn", *properties)
+
+
+def script(file):
+    """Runs a script with the architecture's script host and answers what it printed."""
+    output = file.with_suffix(".txt")
+    # No pipe: an archive that the script starts inherits its other end and keeps it open.
+    with output.open("wb") as stream:
+        subprocess.run([str(workstation.options.loader), f"C:\\windows\\{workstation.options.system}\\cscript.exe",
+                        "//nologo", windows_path(file)], stdin=subprocess.DEVNULL, stdout=stream,
+                       stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+    return output.read_text(encoding="utf-8", errors="replace").strip()
+
+
+def registry(*roots):
+    """{(key, name): value} of everything below the roots, both views of a 64-bit registry."""
+    found = {}
+    folder = workstation.options.work
+    for number, root in enumerate(roots):
+        file = folder / f"registry{number}.reg"
+        file.unlink(missing_ok=True)
+        loader = pathlib.Path(workstation.options.loader).with_name("wine64")
+        subprocess.run([str(loader), r"C:\windows\system32\reg.exe", "export", root, windows_path(file), "/y"],
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT,
+                       check=True)
+        key = None
+        text = re.sub(r"\\\r?\n\s*", "", file.read_bytes().decode("utf-16"))
+        for line in text.splitlines():
+            if line.startswith("["):
+                key = line[1:-1]
+                if not NOT_COMPARED.search(key):
+                    found[key, ""] = None
+            elif "=" in line and key and not NOT_COMPARED.search(key):
+                quoted = re.match(r'(@|"(?:[^"\\]|\\.)*")=(.*)', line)
+                if quoted:
+                    found[key, quoted[1]] = quoted[2]
+    return found
+
+
+def machine_registry():
+    return registry(r"HKEY_LOCAL_MACHINE\Software", r"HKEY_CURRENT_USER\Software")
+
+
+def added(before, after):
+    """What is new or other than before, apart from empty branches of the installer's own account."""
+    return {place: value for place, value in after.items()
+            if (place not in before or before[place] != value)
+            and not (value is None and re.search(r"\\Installer(\\[A-Za-z]+)*(\\S-[-0-9]+(\\[A-Za-z]+)?)?$", place[0]))}
+
+
+def disk():
+    """Every file and folder with its size, apart from what Windows keeps for itself."""
+    top = drive()
+    return {str(path.relative_to(top)) for path in top.rglob("*")
+            if not re.search(r"[Tt]emp(/|$)|/AppData/Roaming/Microsoft/|windows/(Prefetch|Logs|Installer)", str(path.relative_to(top)))}
+
+
+class InstalledWorkstation(Workstation):
+    """The accounting, an archive with the sample's masks, and a component that an installer put there."""
+
+    # The parent class lays out and registers a component of its own, which is just what is not wanted here.
+    def __init__(self, name):  # pylint: disable=super-init-not-called
+        self.folder = workstation.options.work / name
+        self.folder.mkdir(parents=True)
+        self.install = program_folder()
+        self.component = self.install / "Kandora.dll"
+        self.placeholder = self.install / "Platzhalter.pdf"
+        self.printed = self.folder / "Druck.pdf"
+        self.store = self.folder / "Archiv"
+        windows("ArchiveSimulator.exe", "--create-sample-store", windows_path(self.store))
+        self.client = self.folder / "Mandant.json"
+        self.client.write_bytes(workstation.SAMPLE_CLIENT.read_bytes())
+        windows("HostSimulator.exe", "--register", "--client", windows_path(self.client))
+        self.register_archive()
+
+    def fill_settings(self):
+        """What an administrator does after installing: the required values into the installed file."""
+        import fill_ini  # pylint: disable=import-outside-toplevel
+        import json  # pylint: disable=import-outside-toplevel
+        file = self.install / "Kandora.ini"
+        archive = json.loads((self.store / "archiv.json").read_text(encoding="utf-8"))
+        values = fill_ini.values_of(archive, "Buchhaltung", windows_path(self.printed))
+        file.write_bytes(fill_ini.fill(fill_ini.decoded(file.read_bytes()), values).encode("cp1252"))
+
+    def check(self, *arguments):
+        """Runs the installed kandora-check. Answers exit code and output."""
+        program = self.install / "Werkzeuge" / "kandora-check.exe"
+        file = self.folder / "pruefung.txt"
+        # No pipe: an archive that is started on the way inherits its other end and keeps it open.
+        with file.open("wb") as stream:
+            done = subprocess.run([str(workstation.options.loader), str(program), *arguments], stdin=subprocess.DEVNULL,
+                                  stdout=stream, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+        return done.returncode, file.read_text(encoding="utf-8")
+
+    def close(self):
+        """Takes the accounting and the archive away again."""
+        if self.archive_processes():
+            self.stop_archive()
+        windows("ArchiveSimulator.exe", "--unregister")
+        windows("HostSimulator.exe", "--unregister")

@@ -1,0 +1,15 @@
+#!/bin/bash
+# Runs the installer's tests in a Windows session that was made for them: run.sh ARCHITECTURE BIN WORK PACKAGES TEST...
+# BIN holds the built files and PACKAGES the packages of two versions; WORK takes the session, which begins anew.
+set -euo pipefail
+(($# >= 5)) || {
+    echo "usage: run.sh ARCHITECTURE BIN WORK PACKAGES TEST..." >&2
+    exit 1
+}
+architecture=$1 bin=$2 work=$3
+export KANDORA_PACKAGES=$4
+shift 4
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
+rm -rf "$work"
+export PYTHONPATH="$here:$here/../../packaging:$here/../../scripts"
+exec "$here/../endtoend/run.sh" "$architecture" "$bin" "$work" "$@"
