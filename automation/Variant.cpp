@@ -74,8 +74,15 @@ VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
     return type;
 }
 
+void RequireMemory(HRESULT outcome) {
+    if (outcome == E_OUTOFMEMORY) {
+        throw RuntimeError(errors::outOfMemory);
+    }
+}
+
 /// The element at `data` as a value of its own. Records need a description that only their array has; they
-/// are handed out as an error value.
+/// are handed out as an error value. Without the memory for it 7 is raised: what the array's owner put there
+/// must not pass for an error value, whose text would end in the archive.
 Variant ElementAt(void* data, VARTYPE type) {
     VARIANT reference;
     VariantInit(&reference);
@@ -86,7 +93,12 @@ Variant ElementAt(void* data, VARTYPE type) {
     }
     reference.vt = static_cast<VARTYPE>(type | VT_BYREF);
     reference.byref = data;
-    return Variant(reference);
+    Variant element(reference);
+    const VARTYPE put = type == VT_VARIANT ? static_cast<const VARIANT*>(data)->vt : type;
+    if (element.Type() == VT_ERROR && put != VT_ERROR) {
+        RequireMemory(element.Raw().scode);
+    }
+    return element;
 }
 
 SAFEARRAY* ArrayIn(const VARIANT& value) {
@@ -153,6 +165,9 @@ Variant::Variant(const VARIANT& source) noexcept : Variant() {
     const HRESULT result = PointsNowhere(source) ? E_POINTER : VariantCopyInd(&value_, Source(source));
     if (FAILED(result)) {
         Refuse(result);
+    } else if (source.vt == (VT_BYREF | VT_BSTR) && *source.pbstrVal != nullptr &&
+               value_.bstrVal == nullptr) {
+        Refuse(E_OUTOFMEMORY);  // the platform may take a text that it has no memory for as an empty one
     } else if (!IsSound(value_)) {
         if (IsArray()) {
             SafeArrayDestroy(value_.parray);
