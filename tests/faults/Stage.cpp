@@ -202,11 +202,11 @@ Variant Player::Carry(const Request& request) {
     } else if (is("FibuVersion")) {
         provider->FibuVersion(request.metadata);
     } else if (is("CreateDocID")) {
-        return Variant(provider->CreateDocID(request.metadata));
+        return AsValue(provider->CreateDocID(request.metadata));
     } else if (is("GetOpenDocInfo")) {
         return provider->GetOpenDocInfo();
     } else if (is("GetVirtualPrinterName")) {
-        return Variant(provider->GetVirtualPrinterName());
+        return AsValue(provider->GetVirtualPrinterName());
     } else if (is("SaveDocument")) {
         provider->SaveDocument(request.docId, request.metadata);
     } else if (is("DocumentChanged")) {
@@ -236,6 +236,7 @@ Stage::Stage(const Variation& theVariation, const Casting& casting) : variation(
     SetUpHost();
     SetUpArchive();
     player = casting(*this);
+    player->seam = &conductor;
     if (variation.begin != Begin::First && variation.begin != Begin::SwitchedOff) {
         player->provider->InitProvider(Variant());
     }

@@ -97,6 +97,14 @@ public:
 
     MGlobals globals;
     std::shared_ptr<ELOProvider> provider;
+    /// Knows what belongs to the component and what to the one who asks it.
+    Seam* seam = nullptr;
+
+private:
+    [[nodiscard]] Variant AsValue(const Text& text) const {
+        const OutsideStretch stretch(seam);
+        return Variant(text);
+    }
 };
 
 class Stage;
