@@ -23,6 +23,8 @@
 // an archive and an accounting that are in it too.
 //
 //     leak_tests [--requests N] [--rounds N]
+//     leak_tests --overrun        writes behind the end of a block, for whoever checks whether that is
+//     noticed
 namespace kandora::stress_tests {
 namespace {
 
@@ -423,12 +425,24 @@ TEST(Leaks, AreSeen) {
     EXPECT_GE(Counts::Now().heapBytes, before.heapBytes + toleratedBytes);
 }
 
+/// One byte too many.
+int Overrun() {
+    volatile std::size_t size = 40;  // the compiler would notice
+    auto* const block = static_cast<char*>(std::malloc(size));
+    block[size] = 'x';
+    std::free(block);
+    return 0;
+}
+
 }  // namespace
 }  // namespace kandora::stress_tests
 
 int main(int argc, char** argv) {
     using kandora::stress_tests::options;
     testing::InitGoogleTest(&argc, argv);
+    if (argc == 2 && std::strcmp(argv[1], "--overrun") == 0) {
+        return kandora::stress_tests::Overrun();
+    }
     for (int at = 1; at + 1 < argc; ++at) {
         if (std::strcmp(argv[at], "--requests") == 0) {
             options.requests = std::atoi(argv[at + 1]);
