@@ -55,25 +55,26 @@ class CheckStation(Workstation):
         """From now on COM starts the accounting with this station's client."""
         windows("HostSimulator.exe", "--register", "--client", windows_path(self.client))
 
-    def command(self, *arguments):
-        return [str(workstation.options.loader), str(workstation.options.bin / "kandora-check.exe"),
+    @staticmethod
+    def command(*arguments, program=None):
+        return [str(workstation.options.loader), str(program or workstation.options.bin / "kandora-check.exe"),
                 *map(str, arguments)]
 
-    def run_text(self, *arguments):
+    def run_text(self, *arguments, program=None):
         """Exit code, output and errors of one run."""
         with contextlib.ExitStack() as stack:
             # No pipes: programs that are started on the way inherit their other ends and keep them open.
             output, errors = [stack.enter_context((self.folder / name).open("w+b")) for name in ("aus.txt", "err.txt")]
-            done = subprocess.run(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output, stderr=errors,
-                                  timeout=LIMIT, check=False)
+            done = subprocess.run(self.command(*arguments, program=program), stdin=subprocess.DEVNULL, stdout=output,
+                                  stderr=errors, timeout=LIMIT, check=False)
             texts = []
             for file in (output, errors):
                 file.seek(0)
                 texts.append(file.read().decode("utf-8").replace("\r\n", "\n"))
         return (done.returncode, *texts)
 
-    def check(self, *arguments):
-        code, output, errors = self.run_text("--json", *arguments)
+    def check(self, *arguments, program=None):
+        code, output, errors = self.run_text("--json", *arguments, program=program)
         if errors:
             raise AssertionError(errors)
         return Result(code, output)

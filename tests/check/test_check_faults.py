@@ -233,6 +233,15 @@ class Faults(unittest.TestCase):
             self.assert_found(("Komponente", "Registrierung", FAILURE), ("Komponente", "Typbibliothek Kandora", FAILURE),
                               ("Komponente", "Typbibliothek DmsSolution", FAILURE), value="nicht registriert",
                               hint="regsvr32", arguments=("--component", windows_path(self.station.component)))
+            # The program itself finds it where an installation puts it.
+            tools = self.station.install / "Werkzeuge"
+            tools.mkdir()
+            for folder in (self.station.install, tools):
+                program = shutil.copy(workstation.options.bin / "kandora-check.exe", folder)
+                result = self.station.check(program=program)
+                self.assertEqual(result.json["komponente"], windows_path(self.station.component))
+                os.remove(program)
+            tools.rmdir()
         finally:
             windows("regsvr32.exe", "/s", windows_path(self.station.component))
 

@@ -7,7 +7,13 @@ from workstation import LIMIT, MASKS, wait_until
 
 # Long enough that the test sees the entry before the archive answers; nobody waits for its end but the archive itself.
 WHILE_IT_ANSWERS = 3000
-HOLD = [{"call": "GetEntryId", "args": [-2], "nth": 1, "delayMs": WHILE_IT_ANSWERS}]
+# The folders in the order in which they are probed. In each the archive is asked for the new entry's id.
+ORDER = ["Debi", "Kredi", "Buchungen", "Auswertungen"]
+
+
+def hold(folder):
+    """The archive takes its time when the entry in this folder has just been filed."""
+    return [{"call": "GetEntryId", "args": [-2], "nth": ORDER.index(folder) + 1, "delayMs": WHILE_IT_ANSWERS}]
 
 
 class Probing(unittest.TestCase):
@@ -74,35 +80,43 @@ class Probing(unittest.TestCase):
         self.assertIn("4 Einträge", self.probes(again)["Überreste"]["wert"])
         self.assert_untouched()
 
-    def wait_for_an_entry(self):
-        wait_until(lambda: len(self.station.contents()) == len(self.before) + 2, "an entry of the probe")
+    def entries_in(self, folder):
+        return {file.name for file in (self.station.store / "Ordner").rglob(f"{folder}/*.json")} - {"ordner.json"}
+
+    def wait_for_an_entry(self, folder):
+        before = {path.rpartition("/")[2] for path in self.before}
+        wait_until(lambda: self.entries_in(folder) - before, f"an entry of the probe in {folder}")
 
     def test_interrupted(self):
-        self.rehearse(HOLD)
-        with self.station.checking("--probe", "--json") as process:
-            self.wait_for_an_entry()
-            interrupt(process)
-            self.assertEqual(process.wait(LIMIT), 2)
-        checks = json.loads(self.station.running_output())["pruefungen"]
-        probes = {check["name"]: check["ergebnis"] for check in checks if check["bereich"] == "Probe"}
-        self.assertEqual(probes, {"Debi": "gut", "Abbruch": "Fehler"})
-        self.assert_untouched()
+        for folder, finished in (("Debi", ["Debi"]), ("Auswertungen", ["Debi", "Kredi", "Beleg", "Auswertung"])):
+            with self.subTest(folder=folder):
+                self.rehearse(hold(folder))
+                with self.station.checking("--probe", "--json") as process:
+                    self.wait_for_an_entry(folder)
+                    interrupt(process)
+                    self.assertEqual(process.wait(LIMIT), 2)
+                checks = json.loads(self.station.running_output())["pruefungen"]
+                probes = {check["name"]: check["ergebnis"] for check in checks if check["bereich"] == "Probe"}
+                self.assertEqual(probes, {name: "gut" for name in finished} | {"Abbruch": "Fehler"})
+                self.assert_untouched()
 
     def test_killed(self):
-        self.rehearse(HOLD)
-        with self.station.checking("--probe") as process:
-            self.wait_for_an_entry()
-            process.kill()
-            process.wait(LIMIT)
-        self.assertNotEqual(self.station.contents(), self.before)
-        # Whoever only looks leaves even that alone.
-        left = self.station.contents()
-        self.assertEqual(self.station.check().code, 0)
-        self.assertEqual(self.station.contents(), left)
-        result = self.station.check("--probe")
-        self.assertEqual((result.faults(), result.code), ([], 0))
-        self.assertIn("1 Einträge", self.probes(result)["Überreste"]["wert"])
-        self.assert_untouched()
+        for folder in ("Debi", "Auswertungen"):
+            with self.subTest(folder=folder):
+                self.rehearse(hold(folder))
+                with self.station.checking("--probe") as process:
+                    self.wait_for_an_entry(folder)
+                    process.kill()
+                    process.wait(LIMIT)
+                self.assertEqual(len(self.station.contents()), len(self.before) + 2)
+                # Whoever only looks leaves even that alone.
+                left = self.station.contents()
+                self.assertEqual(self.station.check().code, 0)
+                self.assertEqual(self.station.contents(), left)
+                result = self.station.check("--probe")
+                self.assertEqual((result.faults(), result.code), ([], 0))
+                self.assertIn("1 Eintrag", self.probes(result)["Überreste"]["wert"])
+                self.assert_untouched()
 
     def test_the_archive_dies(self):
         self.rehearse([{"call": "MoveToArchive", "nth": 2, "die": "after"}])

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 #include "automation/Errors.h"
 #include "tools/check/com_ptr.h"
@@ -42,7 +43,8 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
-        const auto* const found = std::ranges::find_if(
+        const std::span<const Member> members = Members();
+        const auto found = std::ranges::find_if(
             members, [&](const Member& member) { return EqualIgnoringCase(member.name, names[0]); });
         std::fill_n(ids, count, DISPID_UNKNOWN);
         if (found == members.end()) {
@@ -54,7 +56,11 @@ public:
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* parameters, VARIANT* result,
                                      EXCEPINFO*, UINT*) override {
         try {
-            const Member& member = members.at(static_cast<std::size_t>(id));
+            const std::span<const Member> members = Members();
+            if (id < 0 || static_cast<std::size_t>(id) >= members.size()) {
+                return DISP_E_MEMBERNOTFOUND;
+            }
+            const Member& member = members[static_cast<std::size_t>(id)];
             std::vector<Variant> arguments;
             for (UINT place = parameters->cArgs; place > 0; --place) {
                 arguments.emplace_back(parameters->rgvarg[place - 1]);
@@ -62,7 +68,7 @@ public:
             if (arguments.size() < member.arguments) {
                 return DISP_E_BADPARAMCOUNT;
             }
-            Variant answer = (this->*member.perform)(arguments);
+            Variant answer = member.perform(*this, arguments);
             if (result != nullptr) {
                 *result = answer.Detach();
             }
@@ -78,56 +84,52 @@ private:
     struct Member {
         const wchar_t* name;
         std::size_t arguments;
-        Variant (DryRunArchive::*perform)(const Arguments& arguments);
+        Variant (*perform)(DryRunArchive& self, const Arguments& arguments);
     };
 
     static Variant Success() { return Variant(std::int32_t{1}); }
-
-    Variant Ignore(const Arguments& /*arguments*/) { return Success(); }
-    Variant LookupDelimiter(const Arguments& /*arguments*/) { return archive_.Get(L"LookupDelimiter"); }
-    Variant LookupIndex(const Arguments& arguments) {
+    static Variant Ignore(DryRunArchive& /*self*/, const Arguments& /*arguments*/) { return Success(); }
+    static Variant LookupIndex(DryRunArchive& self, const Arguments& arguments) {
         Text path = arguments[0].ToText();
-        return archive_.Get(L"LookupIndex", ByRef(path));
+        return self.archive_.Get(L"LookupIndex", ByRef(path));
     }
-    Variant Prepare(const Arguments& arguments) {
-        entry_ = {};
-        entry_.mask = arguments[2].ToLong();
+    static Variant Prepare(DryRunArchive& self, const Arguments& arguments) {
+        self.entry_ = {};
+        self.entry_.mask = arguments[2].ToLong();
         return Success();
     }
-    Variant PutMask(const Arguments& arguments) {
-        entry_.mask = arguments[0].ToLong();
-        return {};
-    }
-    Variant PutTitle(const Arguments& arguments) {
-        entry_.title = arguments[0].ToText();
-        return {};
-    }
-    Variant PutField(const Arguments& arguments) {
-        entry_.fields.emplace_back(arguments[0].ToInteger(), arguments[1].ToText());
+    static Variant PutField(DryRunArchive& self, const Arguments& arguments) {
+        self.entry_.fields.emplace_back(arguments[0].ToInteger(), arguments[1].ToText());
         return Success();
     }
-    Variant AddDocument(const Arguments& arguments) {
-        entry_.document = arguments[0].ToText();
-        return Success();
-    }
-    Variant Move(const Arguments& arguments) {
-        entry_.target = arguments[0].ToText();
+    /// For members that take one text.
+    template <Text NotedEntry::*noted>
+    static Variant Note(DryRunArchive& self, const Arguments& arguments) {
+        self.entry_.*noted = arguments[0].ToText();
         return Success();
     }
 
-    static constexpr std::array<Member, 11> members{{
-        {L"Login", 3, &DryRunArchive::Ignore},
-        {L"EloWindow", 1, &DryRunArchive::Ignore},
-        {L"GetEntryId", 1, &DryRunArchive::Ignore},
-        {L"LookupDelimiter", 0, &DryRunArchive::LookupDelimiter},
-        {L"LookupIndex", 1, &DryRunArchive::LookupIndex},
-        {L"PrepareObjectEx", 3, &DryRunArchive::Prepare},
-        {L"ObjMaskNo", 1, &DryRunArchive::PutMask},
-        {L"ObjShort", 1, &DryRunArchive::PutTitle},
-        {L"setobjAttrib", 2, &DryRunArchive::PutField},
-        {L"AddPostboxFile", 1, &DryRunArchive::AddDocument},
-        {L"MoveToArchive", 1, &DryRunArchive::Move},
-    }};
+    static std::span<const Member> Members() {
+        static constexpr auto members = std::to_array<Member>({
+            {L"Login", 3, &Ignore},
+            {L"EloWindow", 1, &Ignore},
+            {L"GetEntryId", 1, &Ignore},
+            {L"LookupDelimiter", 0,
+             [](DryRunArchive& self, const Arguments&) { return self.archive_.Get(L"LookupDelimiter"); }},
+            {L"LookupIndex", 1, &LookupIndex},
+            {L"PrepareObjectEx", 3, &Prepare},
+            {L"ObjMaskNo", 1,
+             [](DryRunArchive& self, const Arguments& arguments) {
+                 self.entry_.mask = arguments[0].ToLong();
+                 return Success();
+             }},
+            {L"ObjShort", 1, &Note<&NotedEntry::title>},
+            {L"setobjAttrib", 2, &PutField},
+            {L"AddPostboxFile", 1, &Note<&NotedEntry::document>},
+            {L"MoveToArchive", 1, &Note<&NotedEntry::target>},
+        });
+        return members;
+    }
 
     LateBound archive_;
     NotedEntry& entry_;

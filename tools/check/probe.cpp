@@ -245,7 +245,8 @@ private:
             }
             if (removed > 0) {
                 report_.Good(area::probe, name,
-                             Decimal(removed) + L" Einträge einer abgebrochenen Probe entfernt");
+                             Decimal(removed) + (removed == 1 ? L" Eintrag" : L" Einträge") +
+                                 L" einer abgebrochenen Probe entfernt");
             }
             isUnclear_ = false;
             return true;

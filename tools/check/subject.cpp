@@ -8,7 +8,7 @@ namespace kandora::check {
 
 namespace {
 
-constexpr const wchar_t* provider = L"Kandora.ELOProvider";
+constexpr const wchar_t* providerClass = L"Kandora.ELOProvider";
 constexpr const wchar_t* componentName = L"Kandora.dll";
 
 Text OwnFolder() {
@@ -17,9 +17,21 @@ Text OwnFolder() {
     return ParentFolder(path.data());
 }
 
+/// In this program's folder or the one above: installed, it lies in a folder of its own below the component.
+Text BesideThisProgram() {
+    const Text folder = OwnFolder();
+    for (const Text& place : {folder, ParentFolder(folder)}) {
+        Text file = place + L"\\" + componentName;
+        if (FileExists(file)) {
+            return file;
+        }
+    }
+    return folder + L"\\" + componentName;
+}
+
 /// INI file and component bear the same name.
 Text ComponentOf(const Text& given) {
-    const Text full = FullPath(given);
+    Text full = FullPath(given);
     const Text name = FileName(full);
     const std::size_t dot = name.find_last_of(L'.');
     if (dot != Text::npos && EqualIgnoringCase(name.substr(dot), L".ini")) {
@@ -32,13 +44,13 @@ Text ComponentOf(const Text& given) {
 
 Subject FindSubject(const Text& given) {
     Subject subject;
-    subject.registered = ServerOf(provider);
+    subject.registered = ServerOf(providerClass);
     if (!given.empty()) {
         subject.file = ComponentOf(given);
     } else if (subject.registered) {
         subject.file = FullPath(subject.registered->file);
     } else {
-        subject.file = OwnFolder() + L"\\" + componentName;
+        subject.file = BesideThisProgram();
     }
     subject.architecture = ArchitectureOf(subject.file);
     subject.isRegistered = subject.registered && SameFile(subject.registered->file, subject.file);

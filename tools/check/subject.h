@@ -25,7 +25,7 @@ struct Subject {
 };
 
 /// The component at `given` (a DLL, or the INI file beside it); when that is empty the registered one, else
-/// the one beside this program.
+/// the one beside this program or in the folder above.
 Subject FindSubject(const Text& given);
 
 /// One of the two type libraries that the component carries; empty when it cannot be read.

@@ -285,7 +285,7 @@ std::vector<Text> RegistryKeys(HKEY root, const Text& path, REGSAM view) {
     }
     std::array<wchar_t, 256> name{};
     for (DWORD place = 0;; ++place) {
-        DWORD length = static_cast<DWORD>(name.size());
+        auto length = static_cast<DWORD>(name.size());
         if (RegEnumKeyExW(key.Get(), place, name.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
             ERROR_SUCCESS) {
             return names;
