@@ -105,14 +105,14 @@ void Conductor::Meanwhile(std::size_t call, std::function<void()> action) {
     action_ = std::move(action);
 }
 
-bool Conductor::Hits(const OutsideCall& call) {
-    if (counted_ == planned_) {
+bool Conductor::Hits(const OutsideCall& call, std::size_t number) {
+    if (number == planned_) {
         failedSide_ = call.side;
         failedOperation_ = call.operation;
         failedPartner_ = PartnerOf(call.side, call.operation, call.arguments);
         return true;
     }
-    if (duration_ == Duration::Once || counted_ < planned_) {
+    if (duration_ == Duration::Once || number < planned_) {
         return false;
     }
     if (duration_ == Duration::AndEveryBox) {
@@ -161,13 +161,13 @@ Variant Conductor::Around(const OutsideCall& call, const std::function<Variant()
     if (!counting_) {
         return carryOut();
     }
-    ++counted_;
-    if (counted_ == meanwhile_) {
+    const std::size_t number = ++counted_;  // calls that enter meanwhile are counted further on
+    if (number == meanwhile_) {
         const int outside = std::exchange(outside_, 0);
         std::exchange(action_, nullptr)();
         outside_ = outside;
     }
-    const bool fails = planned_ != 0 && Hits(call);
+    const bool fails = planned_ != 0 && Hits(call, number);
     if (call.operation == L"box") {
         boxes.push_back({call.arguments.at(0).ToText(), call.arguments.at(1).ToLong(),
                          call.arguments.at(2).ToText(), !fails});

@@ -99,7 +99,7 @@ public:
     [[nodiscard]] bool IsOutside() const noexcept { return outside_ > 0; }
 
 private:
-    [[nodiscard]] bool Hits(const OutsideCall& call);
+    [[nodiscard]] bool Hits(const OutsideCall& call, std::size_t number);
     Variant Fail(const OutsideCall& call, const std::function<Variant()>& carryOut);
 
     bool counting_ = false;

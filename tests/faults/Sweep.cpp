@@ -88,7 +88,7 @@ public:
         : stage_(stage), verdict_(verdict), complaints_(complaints), before_(stage.archive.entries) {}
 
     void Check(const Variant& result) {
-        CheckBoxes(stage_, stage_.variation.request, complaints_);
+        CheckBoxes(stage_, {stage_.variation.request}, complaints_);
         CheckNumbers();
         CheckResult(result);
         CheckContent();
@@ -247,7 +247,11 @@ void CheckBystanders(const Entries& before, const Entries& after, Complaints& co
     }
 }
 
-void CheckBoxes(const Stage& stage, const std::string& request, Complaints& complaints) {
+void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Complaints& complaints) {
+    const auto isOutermost = [&](const std::string& frame) {
+        return std::ranges::any_of(requests,
+                                   [&](const std::string& request) { return frame == "Kandora." + request; });
+    };
     for (const Box& box : stage.conductor.boxes) {
         if (!box.IsErrorBox()) {
             continue;
@@ -256,7 +260,8 @@ void CheckBoxes(const Stage& stage, const std::string& request, Complaints& comp
             complaints.push_back("the error box has the caption " + Quoted(box.caption));
         }
         const std::vector<std::string> frames = FramesIn(Utf8(box.prompt));
-        if (frames.empty() || frames.back() != "Kandora." + request) {
+        if (frames.empty() ||
+            !(IsWithoutError(box) ? frames.back() == "Kandora.StartProvider" : isOutermost(frames.back()))) {
             complaints.push_back("the call stack does not end in the request");
         }
         // A recorded number 0 counts as nothing recorded, but its frame stays.
@@ -319,6 +324,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
     {
         Stage stage(variation_, casting_);
         Case check(stage, verdict, complaints);
+        const Entries before = stage.archive.entries;
         if (isInjecting) {
             stage.conductor.Plan(call, way, duration);
         }
@@ -337,14 +343,17 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         check.Check(result);
         story = ToldBoxes(stage.conductor.boxes);
         if (check.IsHalfDone()) {
-            ++Counts().halfDone[variation_.request + ": " +
-                                (check.Failed() ? "done, and reported as failed" : "not noticed")];
+            ++Counts()
+                  .halfDone[variation_.request + ", fault in " + Utf8(site.call->operation) + ": " +
+                            (check.Failed()                               ? "done, and reported as failed"
+                             : SameContent(before, stage.archive.entries) ? "not done, and not noticed"
+                                                                          : "done anew, and not noticed")];
         }
 
         // The same again, and nothing fails.
         const bool isKnown = verdict.outcome != Outcome::AsHostSaid;
         const bool isAstray = verdict.outcome == Outcome::SetUpAstray;
-        const Entries before = stage.archive.entries;
+        const Entries left = stage.archive.entries;
         stage.conductor.Plan(0, way, Duration::Once);
         stage.conductor.Begin();
         try {
@@ -357,14 +366,14 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         if (isKnown && !isAstray && errors != WithoutFault(variation_).errors) {
             complaints.emplace_back("the repeated request fails");
         }
-        if (isKnown && !isAstray && !SameContent(stage.archive.entries, stage.After(before))) {
+        if (isKnown && !isAstray && !SameContent(stage.archive.entries, stage.After(left))) {
             complaints.push_back("after the repetition the archive holds\n" + Told(stage.archive.entries) +
-                                 "  instead of\n" + Told(stage.After(before)));
+                                 "  instead of\n" + Told(stage.After(left)));
         }
         if (isKnown && !isAstray && !SameValue(result, RightResult(variation_))) {
             complaints.push_back("the repeated request answers " + Shown(result));
         }
-        CheckBystanders(before, stage.archive.entries, complaints);
+        CheckBystanders(left, stage.archive.entries, complaints);
         CheckNothingIsLeft(stage, complaints);
         if (isKnown && !isAstray && FakeObject::Alive() - aliveBefore != aliveAfterwards_) {
             complaints.push_back(std::to_string(FakeObject::Alive() - aliveBefore) + " objects instead of " +

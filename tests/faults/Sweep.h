@@ -46,8 +46,9 @@ private:
     int aliveAfterwards_ = 0;
 };
 
-/// The checks that all sweeps share: the form of the boxes, and that nothing is left of an error.
-void CheckBoxes(const Stage& stage, const std::string& request, Complaints& complaints);
+/// The checks that all sweeps share: the form of the boxes, which tell of these requests, and that nothing is
+/// left of an error.
+void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Complaints& complaints);
 void CheckNothingIsLeft(Stage& stage, Complaints& complaints);
 /// What the request answers when it succeeds.
 Variant RightResult(const Variation& variation);
