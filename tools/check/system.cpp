@@ -98,6 +98,59 @@ Text ProgramOf(const Text& command) {
     return command;
 }
 
+/// A handle that is closed at the end of its life; may be null.
+class Handle {
+public:
+    ~Handle() {
+        if (handle_ != nullptr) {
+            CloseHandle(handle_);
+        }
+    }
+    Handle() = default;
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    [[nodiscard]] HANDLE Get() const { return handle_; }
+    HANDLE* Receive() { return &handle_; }
+
+private:
+    HANDLE handle_ = nullptr;
+};
+
+/// A volume of this computer: another one's rights depend on groups that only that one knows.
+bool IsLocal(const Text& path) {
+    std::array<wchar_t, MAX_PATH> root{};
+    return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
+           GetDriveTypeW(root.data()) != DRIVE_REMOTE;
+}
+
+/// Whether the access rights of a local file or folder deny something to the user. Opening asks them on
+/// Windows, but where Wine stands in for it a folder opens for everybody.
+bool IsForbidden(const Text& path, DWORD wanted) {
+    constexpr SECURITY_INFORMATION parts =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    if (!IsLocal(path) || GetFileSecurityW(path.c_str(), parts, nullptr, 0, &size) != FALSE || size == 0) {
+        return false;
+    }
+    std::vector<BYTE> descriptor(size);
+    Handle process;
+    Handle user;
+    if (GetFileSecurityW(path.c_str(), parts, descriptor.data(), size, &size) == FALSE ||
+        OpenProcessToken(GetCurrentProcess(), TOKEN_DUPLICATE | TOKEN_QUERY, process.Receive()) == FALSE ||
+        DuplicateToken(process.Get(), SecurityImpersonation, user.Receive()) == FALSE) {
+        return false;
+    }
+    GENERIC_MAPPING mapping{FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE, FILE_ALL_ACCESS};
+    PRIVILEGE_SET privileges{};
+    DWORD privilegesSize = sizeof(privileges);
+    DWORD granted = 0;
+    BOOL allowed = TRUE;
+    return AccessCheck(descriptor.data(), user.Get(), wanted, &mapping, &privileges, &privilegesSize,
+                       &granted, &allowed) != FALSE &&
+           allowed == FALSE;
+}
+
 /// Users' classes come before the machine's.
 std::optional<Text> ClassText(const Text& path, REGSAM view) {
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
@@ -177,7 +230,7 @@ bool MayCreateFiles(const Text& folder) {
         return false;
     }
     CloseHandle(handle);
-    return true;
+    return !IsForbidden(folder, FILE_ADD_FILE);
 }
 
 Text ParentFolder(const Text& path) {
