@@ -2,7 +2,9 @@
 
 Everything that the package does stands in tables; nothing in it runs programs of its own on the target machine.
 """
+import datetime
 import hashlib
+import os
 import pathlib
 import struct
 import subprocess
@@ -182,26 +184,22 @@ class Package:
         self.add("Media", 1, len(self.contents), None, "#kandora.cab", None, None)
 
     def _registry(self):
+        def class_key(key, shared):
+            # Both architectures write the shared ones to the same place. While the other one is registered, a removal looks
+            # for them in a branch that does not exist.
+            return CLASSES + ("[ZWEIG]" if shared else "") + key
+
         def add(key, name, value, component):
             row = f"r{len(self.tables['Registry']) + 1:03}"
             self.add("Registry", row, MACHINE_OR_USER, key, name, value, component)
             return row
 
-        def component_of(shared):
-            return "Gemeinsam" if shared else "Kandora_dll"
-
-        shared_rows = []
         for entry in registration.entries(self.architecture, "[#f_Kandora_dll]", "[INSTALLDIR]"):
             # A property that does not exist is an empty text; a table cannot hold one.
-            row = add(CLASSES + entry.key, entry.name, entry.value or "[LEERERTEXT]", component_of(entry.shared))
-            if entry.shared:
-                shared_rows.append(row)
+            add(class_key(entry.key, entry.shared), entry.name, entry.value or "[LEERERTEXT]", "Kandora_dll")
         for key, shared in registration.own_keys(self.architecture):
             # "-": at removal the key goes with everything in it.
-            add(CLASSES + key, "-", None, component_of(shared))
-        # Both architectures write these to the same place; Windows keeps them until the last of the two goes.
-        self._component("Gemeinsam", "INSTALLDIR", shared_rows[0], REGISTRY_KEY_PATH,
-                        guid=derived_guid("component shared"))
+            add(class_key(key, shared), "-", None, "Kandora_dll")
         place = f"Software\\Kandora\\{self.architecture}"
         row = add(place, "Ordner", "[INSTALLDIR]", "Ort")
         add(place, "-", None, "Ort")
@@ -212,6 +210,11 @@ class Package:
         self._component("Hostschnittstelle", "INSTALLDIR", row, REGISTRY_KEY_PATH | self.own_bits,
                         condition="HOSTSCHNITTSTELLE")
         bits = 16 if self.own_bits else 0
+        others_bits = 16 - bits
+        for signature, root in (("sANDEREMASCHINE", 2), ("sANDEREBENUTZER", 1)):
+            self.add("AppSearch", "ANDEREARCHITEKTUR", signature)
+            self.add("RegLocator", signature, root, f"{CLASSES}{registration.provider_class_key()}\\InprocServer32", None,
+                     2 | others_bits)
         for property_name, root, key, name in (
                 ("ORTMASCHINE", 2, place, "Ordner"), ("ORTBENUTZER", 1, place, "Ordner"),
                 ("HOSTSCHNITTSTELLE", 0, registration.provider_class_key(), registration.HOST_INTERFACE_VALUE)):
@@ -231,8 +234,8 @@ class Package:
             self.add("RemoveFile", f"e{number}", "Kandora_dll", name, "ENTFERNEORDNER", ON_REMOVAL)
 
     def _properties(self):
-        public = ["ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION", "ORTBENUTZER", "ORTMASCHINE",
-                  "VORGAENGER"]
+        public = ["ANDEREARCHITEKTUR", "ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION", "ORTBENUTZER", "ORTMASCHINE",
+                  "VORGAENGER", "ZWEIG"]
         for name, value in {
                 "ProductName": f"Kandora ({BITS[self.architecture]})", "ProductVersion": self.version,
                 "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
@@ -255,6 +258,7 @@ class Package:
                 ("OrtDesBenutzers", SET_PROPERTY, "INSTALLDIR", "[ORTBENUTZER]"),
                 ("OrtFuerBenutzer", SET_PROPERTY, "INSTALLDIR", "[LocalAppDataFolder]Programs\\Kandora"
                  + ("" if self.architecture == "x86" else " x64")),
+                ("ZweigBehalten", SET_PROPERTY, "ZWEIG", "Kandora.entfernt\\"),
                 ("OrtAnzeigen", SET_PROPERTY, "ARPINSTALLLOCATION", "[INSTALLDIR]"),
                 ("AllesEntfernen", SET_PROPERTY, "ENTFERNEORDNER", "[INSTALLDIR]")):
             self.add("CustomAction", name, kind, source, target)
@@ -263,6 +267,7 @@ class Package:
                  ("ValidateProductID", None, 700),
                  ("OrtDerMaschine", f"{machine} AND ORTMASCHINE", 710),
                  ("OrtDesBenutzers", f"{one_user} AND ORTBENUTZER", 720), ("OrtFuerBenutzer", one_user, 730),
+                 ("ZweigBehalten", 'REMOVE="ALL" AND ANDEREARCHITEKTUR AND VersionNT64', 740),
                  ("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
                  ("OrtAnzeigen", None, 1010), ("MigrateFeatureStates", None, 1200)]
         for action in start:
@@ -286,7 +291,7 @@ class Package:
 
     def _summary(self, timestamp, content):
         """The package's own description, with a code that two packages share only when they are equal."""
-        when = cabinet.datetime.datetime.fromtimestamp(timestamp, cabinet.datetime.timezone.utc)
+        when = datetime.datetime.fromtimestamp(timestamp, datetime.timezone.utc)
         date = when.strftime("%Y/%m/%d %H:%M:%S")
         return [(1, CODE_PAGE), (2, "Installation Database"), (3, f"Kandora {self.version} ({BITS[self.architecture]})"),
                 (4, "Kandora"), (5, "Installer"), (6, "Archivanbindung der Finanzbuchhaltung"),
@@ -310,8 +315,9 @@ class Package:
             for name, text in texts.items():
                 (work / f"{name}.idt").write_bytes(text.encode("utf-8"))
             (work / "kandora.cab").write_bytes(packed)
+            # The tool reads the dates as local ones.
             subprocess.run(["msibuild", str(output.resolve()), "-i", *(f"{name}.idt" for name in texts),
-                            "-a", "kandora.cab", "kandora.cab"], cwd=work, check=True)
+                            "-a", "kandora.cab", "kandora.cab"], cwd=work, check=True, env=os.environ | {"TZ": "UTC"})
 
 
 def table_text(name, rows):

@@ -4,6 +4,7 @@
 The same built files, version and date give the same bytes.
 """
 import argparse
+import datetime
 import os
 import pathlib
 import re
@@ -90,7 +91,7 @@ def common_files(binaries, version):
 
 def write_zip(output, folder, files, timestamp):
     """All files below `folder`, in alphabetical order."""
-    date = installer.cabinet.datetime.datetime.fromtimestamp(timestamp, installer.cabinet.datetime.timezone.utc)
+    date = datetime.datetime.fromtimestamp(timestamp, datetime.timezone.utc)
     with zipfile.ZipFile(output, "w") as archive:
         for path, data in sorted(files.items()):
             entry = zipfile.ZipInfo(f"{folder}/{path}", date.timetuple()[:6])

@@ -66,6 +66,13 @@ def script(file):
     return output.read_text(encoding="utf-8", errors="replace").strip()
 
 
+def other_view(system, *arguments):
+    """Runs the registry tool from this system directory, of whatever bitness."""
+    loader = pathlib.Path(workstation.options.loader).with_name("wine" if system == "syswow64" else "wine64")
+    subprocess.run([str(loader), f"C:\\windows\\{system}\\reg.exe", *arguments], stdin=subprocess.DEVNULL,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT, check=True)
+
+
 def registry(*roots):
     """{(key, name): value} of everything below the roots, both views of a 64-bit registry."""
     found = {}

@@ -1,14 +1,17 @@
 """Installing, using, upgrading, repairing and removing, on a machine that has never seen the component."""
+import re
 import shutil
 import unittest
 
 import registration
 import workstation
 from installation import (INSTALL_FAILED, InstalledWorkstation, added, architecture, disk, drive, install,
-                          machine_registry, msiexec, product_code, program_folder, registry, remove, script)
+                          machine_registry, msiexec, other_view, product_code, program_folder, registry, remove, script)
+from make_packages import project_version
 from workstation import Client, windows, windows_path
 
-FIRST, SECOND = "1.0.0", "1.0.1"
+FIRST = project_version()
+SECOND = re.sub(r"\d+$", lambda patch: str(int(patch[0]) + 1), FIRST)
 KEPT = {"Kandora.ini"}
 HOST_INTERFACE = "{8E2B6F10-5C0B-4D0C-9D0E-2B8C6B1F7A55}"
 FILING_SCRIPT = r"""
@@ -192,6 +195,24 @@ class Installer(unittest.TestCase):
         self.assertFalse(program_folder().exists())
         remove(SECOND, "ENTFERNEALLES=1")
         self.assertFalse(own.exists())
+        self.assertEqual(added(clean, machine_registry()), {})
+
+    def test_4_leaves_the_other_architecture_its_share(self):
+        """The ProgIDs are common to both; the component that stays needs them."""
+        clean = machine_registry()
+        install(FIRST)
+        others = {"x86": "system32", "x64": "syswow64"}[architecture()]
+        key = "HKEY_LOCAL_MACHINE\\Software\\Classes\\" + registration.provider_class_key()
+        other_view(others, "add", key + "\\InprocServer32", "/ve", "/d", r"C:\Andere\Kandora.dll", "/f")
+        remove(FIRST, "ENTFERNEALLES=1")
+        self.assertFalse(program_folder().exists())
+        left = {key for key, _ in added(clean, machine_registry())}
+        self.assertTrue([key for key in left if key.endswith("\\Kandora.cBeleg\\CLSID")])
+        self.assertFalse([key for key in left if key.endswith("InprocServer32") and "6D013511" in key])
+        # With the other one gone, the next removal takes everything.
+        other_view(others, "delete", key, "/f")
+        install(FIRST)
+        remove(FIRST, "ENTFERNEALLES=1")
         self.assertEqual(added(clean, machine_registry()), {})
 
     # ---- helpers --------------------------------------------------------------------------------------------------
