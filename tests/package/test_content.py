@@ -71,6 +71,21 @@ class Content(unittest.TestCase):
             build(second, SOURCE_DATE_EPOCH="1000000000")
             self.assertNotEqual(content, (pathlib.Path(second) / self.archive.name).read_bytes())
 
+    def test_what_was_built_carries_no_time_and_no_place(self):
+        """Another build of the same sources, at another time in another folder, has nothing to be different in."""
+        for name in ("Kandora.dll", "kandora-check.exe"):
+            content = (BIN / name).read_bytes()
+            header = struct.unpack_from("<I", content, 0x3C)[0]
+            self.assertEqual(content[header:header + 4], b"PE\0\0")
+            self.assertEqual(struct.unpack_from("<I", content, header + 8)[0], 0)
+            for place in (str(BIN.parent), str(sources.ROOT)):
+                self.assertNotIn(place.encode("utf-8"), content)
+                self.assertNotIn(place.encode("utf-16-le"), content)
+        component, library = [(BIN / name).read_bytes() for name in ("Kandora.dll", "DmsSolution.tlb")]
+        self.assertIn(library, component)
+        times = re.findall(rb"Created by WIDL version \S+ at ([^\x00-\x1f]{24})", component)
+        self.assertEqual(times, [b"Thu Jan  1 00:00:00 1970"] * 2)
+
     def test_codes_differ_by_content_and_version(self):
         codes = {}
         for file in PACKAGES.glob(f"Kandora-*-{ARCHITECTURE}.msi"):
