@@ -75,6 +75,7 @@ protected:
     virtual Value Refusal(const Call& call) const = 0;
 
     Value Perform(const Call& call, const std::function<Value()>& proceed) override {
+        [[maybe_unused]] const auto guard = program_.Guard();
         if (process_ != program_.process) {
             throw HresultError(notThere);
         }
@@ -92,7 +93,10 @@ private:
 class ArchiveObject final : public ProgramObject<Archive> {
 public:
     explicit ArchiveObject(Archive& archive) : ProgramObject(L"ELO.professional", Members(), archive) {}
-    ~ArchiveObject() override { LogOff(); }
+    ~ArchiveObject() override {
+        const auto guard = program_.Guard();
+        LogOff();
+    }
 
 private:
     enum class State : std::uint8_t { Nothing, New, Search, Loaded };

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -52,12 +53,17 @@ struct Archive {
     std::uint64_t logins = 0;  ///< ever
     Defect defect = Defect::None;
 
+    /// Its objects may live in several apartments: it answers one call at a time.
+    std::unique_lock<std::recursive_mutex> Guard() { return std::unique_lock(lock_); }
     void Die() {
         ++process;
         sessions = 0;
     }
     std::int32_t CreateFolders(const Text& path);
     [[nodiscard]] Text PathOf(std::int32_t folder) const;
+
+private:
+    std::recursive_mutex lock_;
 };
 
 /// The accounting, in whose process the component works: it cannot die without it, but it closes its client.
@@ -70,6 +76,8 @@ struct Accounting {
     unsigned process = 1;
     unsigned session = 1;  ///< who logged in during another one is logged out
 
+    /// All its objects live in one apartment.
+    static int Guard() { return 0; }
     void Die() { ++session; }
 };
 

@@ -11,13 +11,9 @@
 #include <memory>
 #include <random>
 
-#include "simulators/common/local_server.h"
-#include "tests/component/Support.h"
 #include "tests/model/Programs.h"
 #include "tests/stress/Counts.h"
-
-#include "DmsSolution.h"
-#include "Kandora.h"
+#include "tests/stress/Desk.h"
 
 // What is left of many requests and of many hosts: nothing. The built component works in this process, with
 // an archive and an accounting that are in it too.
@@ -29,13 +25,9 @@ namespace kandora::stress_tests {
 namespace {
 
 using component_tests::Apartment;
-using component_tests::Bstr;
 using component_tests::Component;
-using component_tests::Ptr;
-using component_tests::Value;
 using model_tests::Fault;
 using model_tests::FaultKind;
-namespace fs = component_tests::fs;
 
 struct Options {
     int requests = 20'000;
@@ -46,213 +38,6 @@ Options options;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables):
 /// Heap blocks may come and go with what the system keeps for later; what leaks at every tenth request shows.
 constexpr std::size_t toleratedBytes = 64 * 1024;
 constexpr std::size_t toleratedPrivateBytes = 4 * 1024 * 1024;
-
-/// Confirms each message box and cancels each dialog of this thread as soon as it comes up.
-class ImpatientUser {
-public:
-    ImpatientUser() : hook_(SetWindowsHookExW(WH_CBT, Look, nullptr, GetCurrentThreadId())) {}
-    ~ImpatientUser() { UnhookWindowsHookEx(hook_); }
-    ImpatientUser(const ImpatientUser&) = delete;
-    ImpatientUser& operator=(const ImpatientUser&) = delete;
-
-    static long Answered() { return answered; }
-    /// What the latest box said.
-    static std::string Latest() { return component_tests::Utf8(std::exchange(latest, {})); }
-
-private:
-    static LRESULT CALLBACK Look(int code, WPARAM wParam, LPARAM lParam) {
-        if (code == HCBT_ACTIVATE) {
-            const auto window = reinterpret_cast<HWND>(wParam);
-            std::array<wchar_t, 64> name{};
-            GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-            ++answered;
-            if (std::wcscmp(name.data(), L"#32770") == 0) {
-                std::array<wchar_t, 1024> text{};
-                GetDlgItemTextW(window, 0xFFFF, text.data(), static_cast<int>(text.size()));
-                latest = text.data();
-                PostMessageW(window, WM_COMMAND, IDOK, 0);
-            } else {
-                PostMessageW(window, WM_CLOSE, 0, 0);
-            }
-        }
-        return CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
-    static inline long answered = 0;
-    static inline std::wstring latest;
-    HHOOK hook_;
-};
-
-/// A name of a class in the registry. COM finds the class itself in this process.
-class Registered {
-public:
-    explicit Registered(const wchar_t* progId) {
-        if (SUCCEEDED(CLSIDFromProgID(progId, &id))) {
-            return;  // this name's class is registered for other tests
-        }
-        EXPECT_EQ(CoCreateGuid(&id), S_OK);
-        key_ = std::wstring(L"Software\\Classes\\") + progId;
-        const std::wstring text = component_tests::TextOf(id);
-        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (key_ + L"\\CLSID").c_str(), nullptr, REG_SZ,
-                                  text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
-    }
-    ~Registered() {
-        if (!key_.empty()) {
-            RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
-        }
-    }
-    Registered(const Registered&) = delete;
-    Registered& operator=(const Registered&) = delete;
-
-    CLSID id{};
-
-private:
-    std::wstring key_;
-};
-
-/// A folder that goes with the next one's beginning: the component in it stays loaded to the process's end.
-class Folder {
-public:
-    Folder() {
-        const fs::path parent = fs::temp_directory_path();
-        std::error_code error;
-        for (const fs::directory_entry& each : fs::directory_iterator(parent)) {
-            if (each.path().filename().wstring().starts_with(L"Kandora-leaks-")) {
-                fs::remove_all(each.path(), error);
-            }
-        }
-        static int next = 0;
-        path_ = parent /
-                (L"Kandora-leaks-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++next));
-        fs::create_directories(path_);
-    }
-
-    [[nodiscard]] const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-/// An installed component and everything around it.
-class Place {
-public:
-    Place() {
-        fs::copy_file(component_tests::ComponentFile(), Library());
-        component_tests::WriteAnsi(folder_.Path() / L"Platzhalter.pdf", "%PDF");
-        component_tests::WriteAnsi(folder_.Path() / L"Kandora.ini", OneHeadEach());
-        for (std::size_t client = 0; client < ledger.clients.size(); ++client) {
-            const Text top = L"/Sesam/" + Decimal(static_cast<std::int64_t>(client));
-            accounting.options[client] = {{100, L"True"},
-                                          {105, (folder_.Path() / L"Platzhalter.pdf").wstring()},
-                                          {109, top + L"/Buchungen"},
-                                          {110, top + L"/Auswertungen"},
-                                          {111, top + L"/Debi"},
-                                          {112, top + L"/Kredi"}};
-            for (const int option : {109, 110, 111, 112}) {
-                archive.CreateFolders(accounting.options[client][option]);
-            }
-        }
-    }
-
-    [[nodiscard]] fs::path Library() const { return folder_.Path() / L"Kandora.dll"; }
-
-    model_tests::Faults faults;
-    model_tests::Ledger ledger;
-    model_tests::Archive archive{faults};
-    model_tests::Accounting accounting{faults, ledger};
-    Registered archiveName{L"ELO.professional"};
-    Registered accountingName{L"FibuNT.Mandant"};
-
-private:
-    /// The keys below one head for each section.
-    static std::string OneHeadEach() {
-        std::string text;
-        std::string section;
-        for (const model_tests::IniKey& each : model_tests::SuitableSettings()) {
-            if (each.section != section) {
-                section = each.section;
-                text += "[" + section + "]\r\n";
-            }
-            text += each.key + "=" + each.value + "\r\n";
-        }
-        return text;
-    }
-
-    Folder folder_;
-};
-
-/// A host's stay in an apartment: both programs' classes, and a provider that has read its settings.
-class Stay {
-public:
-    Stay(Place& place, const Component& component)
-        : place_(place),
-          archive_(
-              place.archiveName.id, [&place] { return model_tests::NewSession(place.archive); },
-              CLSCTX_INPROC_SERVER),
-          accounting_(
-              place.accountingName.id, [&place] { return model_tests::NewClient(place.accounting); },
-              CLSCTX_INPROC_SERVER) {
-        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
-        provider_ = own.As<DMSProvider>(IID_DMSProvider);
-        const Value nothing;
-        Value result;
-        EXPECT_EQ(provider_->InitProvider(nothing.Raw(), result.Receive()), S_OK);
-        EXPECT_EQ(ImpatientUser::Latest(), "");
-    }
-
-    [[nodiscard]] std::wstring NewDocumentId() {
-        const Value nothing;
-        Bstr id;
-        EXPECT_EQ(provider_->CreateDocID(nothing.Raw(), id.Receive()), S_OK);
-        return id.Text();
-    }
-
-    void Send(int which, const model_tests::Booking& booking) {
-        const Bstr id(booking.docId);
-        const Value data = Value::Texts({L"1", L"", booking.number, booking.index, booking.barcode});
-        const Value nothing;
-        Value answer;
-        Bstr text;
-        HRESULT outcome = E_UNEXPECTED;
-        switch (which) {
-        case 0:
-            outcome = provider_->SaveDocument(id.Get(), data.Raw());
-            break;
-        case 1:
-            outcome = provider_->DocumentChanged(id.Get(), data.Raw());
-            break;
-        case 2:
-            outcome = provider_->DeleteDocument(id.Get(), data.Raw());
-            break;
-        case 3:
-            outcome = provider_->ShowDocument(id.Get(), data.Raw());
-            break;
-        case 4:
-            outcome = provider_->CreateDocID(data.Raw(), text.Receive());
-            break;
-        case 5:
-            outcome = provider_->GetOpenDocInfo(answer.Receive());
-            break;
-        case 6:
-            outcome = provider_->StartProvider(nothing.Raw());
-            break;
-        case 7:
-            outcome = provider_->PrintDocument(id.Get(), nothing.Raw());
-            break;
-        default:
-            outcome = provider_->InitProvider(nothing.Raw(), answer.Receive());
-            break;
-        }
-        EXPECT_EQ(outcome, S_OK) << "request " << which;
-    }
-
-private:
-    Place& place_;
-    simulators::ClassObject archive_;
-    simulators::ClassObject accounting_;
-    Ptr<DMSProvider> provider_;
-};
 
 /// Requests of all kinds, a tenth of them disturbed.
 class Course {
