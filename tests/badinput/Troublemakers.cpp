@@ -1,7 +1,9 @@
 #include "tests/badinput/Troublemakers.h"
 
+#include <algorithm>
 #include <limits>
 
+#include <objbase.h>
 #include <oleauto.h>
 
 #include "automation/Text.h"
@@ -118,6 +120,85 @@ public:
 private:
     ULONG references_ = 1;
     Random random_;
+};
+
+/// The description of a record of 16 bytes that nobody can look into.
+class OpaqueRecords final : public IRecordInfo {
+public:
+    static constexpr ULONG size = 16;
+
+    virtual ~OpaqueRecords() = default;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
+        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IRecordInfo;
+        *object = isKnown ? static_cast<IRecordInfo*>(this) : nullptr;
+        if (!isKnown) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+    HRESULT STDMETHODCALLTYPE RecordInit(PVOID record) override {
+        std::fill_n(static_cast<std::byte*>(record), size, std::byte());
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE RecordClear(PVOID record) override { return RecordInit(record); }
+    HRESULT STDMETHODCALLTYPE RecordCopy(PVOID from, PVOID to) override {
+        std::copy_n(static_cast<std::byte*>(from), size, static_cast<std::byte*>(to));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetGuid(GUID* guid) override {
+        *guid = {0x11112222, 0x3333, 0x4444, {1, 2, 3, 4, 5, 6, 7, 8}};
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetName(BSTR* name) override {
+        *name = NewBstr(L"Datensatz");
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetSize(ULONG* bytes) override {
+        *bytes = size;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(ITypeInfo** info) override {
+        *info = nullptr;
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetField(PVOID, LPCOLESTR, VARIANT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetFieldNoCopy(PVOID, LPCOLESTR, VARIANT*, PVOID*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE PutField(ULONG, PVOID, LPCOLESTR, VARIANT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE PutFieldNoCopy(ULONG, PVOID, LPCOLESTR, VARIANT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetFieldNames(ULONG* count, BSTR*) override {
+        *count = 0;
+        return S_OK;
+    }
+    WINBOOL STDMETHODCALLTYPE IsMatchingType(IRecordInfo* other) override {
+        return other == this ? TRUE : FALSE;
+    }
+    PVOID STDMETHODCALLTYPE RecordCreate() override {
+        void* const record = CoTaskMemAlloc(size);
+        RecordInit(record);
+        return record;
+    }
+    HRESULT STDMETHODCALLTYPE RecordCreateCopy(PVOID from, PVOID* to) override {
+        *to = RecordCreate();
+        return RecordCopy(from, *to);
+    }
+    HRESULT STDMETHODCALLTYPE RecordDestroy(PVOID record) override {
+        CoTaskMemFree(record);
+        return S_OK;
+    }
+
+private:
+    ULONG references_ = 1;
 };
 
 /// Types whose value is a pointer that its holder owns.
@@ -362,6 +443,27 @@ void AddObjects(std::vector<Troublemaker>& all) {
              given.value.vt = VT_BYREF | VT_UNKNOWN;
              given.value.ppunkVal = &other->punkVal;
          }});
+    all.push_back({"a record", [](Given& given) {
+                       auto* const records = new OpaqueRecords;
+                       given.value.vt = VT_RECORD;
+                       given.value.pvRecord = records->RecordCreate();
+                       given.value.pRecInfo = records;
+                   }});
+    all.push_back({"a record by reference", [](Given& given) {
+                       VARIANT* const other = given.Another();
+                       auto* const records = new OpaqueRecords;
+                       other->vt = VT_RECORD;
+                       other->pvRecord = records->RecordCreate();
+                       other->pRecInfo = records;
+                       given.value = *other;
+                       given.value.vt = VT_BYREF | VT_RECORD;
+                   }});
+    all.push_back({"an array of records", [](Given& given) {
+                       auto* const records = new OpaqueRecords;
+                       SAFEARRAYBOUND bound{3, 0};
+                       SetArray(given.value, VT_RECORD, SafeArrayCreateEx(VT_RECORD, 1, &bound, records));
+                       records->Release();
+                   }});
     for (std::uint32_t seed = 1; seed <= 20; ++seed) {
         all.push_back({"odd object " + std::to_string(seed), [=](Given& given) {
                            given.value.vt = VT_DISPATCH;

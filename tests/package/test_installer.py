@@ -43,6 +43,7 @@ class Installer(unittest.TestCase):
     def setUpClass(cls):
         # The script host registers itself when it first runs.
         cls.probe()
+        cls.clean = machine_registry()
 
     def tearDown(self):
         # Whatever a failed test has left must not trouble the next one.
@@ -56,7 +57,6 @@ class Installer(unittest.TestCase):
         self.assertEqual((folder / "Kandora.dll").exists(), present)
 
     def test_1_registers_as_the_component_itself_does(self):
-        clean = machine_registry()
         clean_disk = disk()
         # By hand, in a folder elsewhere.
         folder = workstation.options.work / "Von Hand"
@@ -64,13 +64,13 @@ class Installer(unittest.TestCase):
         for file in ("Kandora.dll",):
             shutil.copy(workstation.options.bin / file, folder)
         windows("regsvr32.exe", "/s", windows_path(folder / "Kandora.dll"))
-        by_hand = class_entries(added(clean, machine_registry()), windows_path(folder))
+        by_hand = class_entries(added(self.clean, machine_registry()), windows_path(folder))
         windows("regsvr32.exe", "/s", "/u", windows_path(folder / "Kandora.dll"))
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
         self.assertGreater(len(by_hand), 150)
 
         install(FIRST)
-        after = added(clean, machine_registry())
+        after = added(self.clean, machine_registry())
         windows_folder = "C:\\" + str(program_folder().relative_to(drive())).replace("/", "\\")
         installed = class_entries(after, windows_folder)
         # What Windows notes in this branch about the package itself.
@@ -86,20 +86,19 @@ class Installer(unittest.TestCase):
                          (workstation.options.bin / "Kandora.ini.template").read_bytes())
 
         remove(FIRST)
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
         self.assertEqual({path.name for path in program_folder().iterdir()}, KEPT)
         # Settings that are there already are taken over; asked for it, the removal leaves nothing at all.
         (program_folder() / "Kandora.ini").write_text("[Debug]\r\nTest=True\r\n", encoding="ascii")
         install(FIRST)
         self.assertIn("Test=True", (program_folder() / "Kandora.ini").read_text(encoding="cp1252"))
         remove(FIRST, "ENTFERNEALLES=1")
-        self.assertEqual(added(clean, machine_registry()), {})
-        self.assertEqual(added(machine_registry(), clean), {})
+        end = machine_registry()
+        self.assertEqual((added(self.clean, end), added(end, self.clean)), ({}, {}))
         self.assertFalse(program_folder().exists())
         self.assertEqual(disk() - clean_disk, set())
 
     def test_2_files_upgrades_and_repairs(self):
-        clean = machine_registry()
         install(FIRST)
         station = InstalledWorkstation("workstation")
         station.fill_settings()
@@ -163,14 +162,13 @@ class Installer(unittest.TestCase):
         self.assertEqual({name for name in left if not name.endswith(".log")}, KEPT)
         self.assertLessEqual(logs, left)
         self.assertEqual((station.install / "Kandora.ini").read_bytes(), settings)
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
         shutil.rmtree(station.install)
 
     def test_3_for_one_user_and_into_another_folder(self):
-        clean = machine_registry()
         for_one_user = ("MSIINSTALLPERUSER=1", "ALLUSERS=")
         install(FIRST, *for_one_user)
-        after = added(clean, machine_registry())
+        after = added(self.clean, machine_registry())
         classes = {key for key, _ in after if "\\Classes\\" in key and "\\Installer" not in key}
         self.assertTrue(classes)
         self.assertEqual({key.split("\\")[0] for key in classes}, {"HKEY_CURRENT_USER"})
@@ -182,7 +180,7 @@ class Installer(unittest.TestCase):
         self.assertIn("\\\\AppData\\\\Local\\\\Programs\\\\Kandora", server[0])
         self.assertFalse(program_folder().exists())
         remove(FIRST, "ENTFERNEALLES=1", *for_one_user)
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
         self.assertFalse(files[0].parent.exists())
 
         install(FIRST, r"INSTALLDIR=C:\Eigene Programme\Kandora")
@@ -195,25 +193,24 @@ class Installer(unittest.TestCase):
         self.assertFalse(program_folder().exists())
         remove(SECOND, "ENTFERNEALLES=1")
         self.assertFalse(own.exists())
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
 
     def test_4_leaves_the_other_architecture_its_share(self):
         """The ProgIDs are common to both; the component that stays needs them."""
-        clean = machine_registry()
         install(FIRST)
         others = {"x86": "system32", "x64": "syswow64"}[architecture()]
         key = "HKEY_LOCAL_MACHINE\\Software\\Classes\\" + registration.provider_class_key()
         other_view(others, "add", key + "\\InprocServer32", "/ve", "/d", r"C:\Andere\Kandora.dll", "/f")
         remove(FIRST, "ENTFERNEALLES=1")
         self.assertFalse(program_folder().exists())
-        left = {key for key, _ in added(clean, machine_registry())}
+        left = {key for key, _ in added(self.clean, machine_registry())}
         self.assertTrue([key for key in left if key.endswith("\\Kandora.cBeleg\\CLSID")])
         self.assertFalse([key for key in left if key.endswith("InprocServer32") and "6D013511" in key])
         # With the other one gone, the next removal takes everything.
         other_view(others, "delete", key, "/f")
         install(FIRST)
         remove(FIRST, "ENTFERNEALLES=1")
-        self.assertEqual(added(clean, machine_registry()), {})
+        self.assertEqual(added(self.clean, machine_registry()), {})
 
     # ---- helpers --------------------------------------------------------------------------------------------------
 

@@ -1,0 +1,59 @@
+# The long runs: hours instead of minutes, with new random courses each time.
+# shellcheck shell=bash
+
+soakFailures=0
+
+# soak ARCHITECTURE NAME TEXT PATTERN COMMAND...: one line for the step, and what the run says of itself from PATTERN on.
+soak() {
+    local architecture=$1 name=$2 text=$3 pattern=$4 log="$logs/soak-$1-$2.log"
+    shift 4
+    if step "soak-$architecture-$name" "$architecture: $text" "$@"; then
+        grep -oE "$pattern.*" "$log" | sed 's/^/    /' || true
+    else
+        soakFailures=$((soakFailures + 1))
+    fi
+}
+
+# How a test program of the build runs, in the tests' prefix.
+soak_program() {
+    local architecture=$1 folder=$2 program=$3
+    shift 3
+    WINEPREFIX="$build/$architecture/wine" "$root/scripts/run-$architecture" \
+        "$build/$architecture/tests/$folder/$program.exe" "$@"
+}
+
+# A whole run with both simulators, in its own Windows session.
+soak_whole_run() {
+    local architecture=$1 module=$2
+    env PYTHONPATH="$root/tests/stress" "$root/tests/endtoend/run.sh" "$architecture" "$build/$architecture/bin" \
+        "$build/$architecture/endtoend" "$module"
+}
+
+soak_architecture() {
+    local architecture=$1 start=$EPOCHREALTIME before=$soakFailures
+    begin_wine "$build/$architecture/wine"
+    soak "$architecture" model "a million requests against the model" '[0-9]+ sequences' \
+        soak_program "$architecture" model model_tests --requests "${KANDORA_SOAK_REQUESTS:-1000000}"
+    OANOCACHE=1 soak "$architecture" leaks "100 000 requests and 1000 hosts in one process" '[0-9]+ requests disturbed' \
+        soak_program "$architecture" stress leak_tests --requests 100000 --rounds 1000
+    KANDORA_KILLS=all soak "$architecture" kills "the archive killed at every call of every request" \
+        'the archive was killed' soak_whole_run "$architecture" test_kills
+    KANDORA_MANY=year soak "$architecture" many "eight accountings file a year each at the same time" \
+        '[0-9]+ accountings' soak_whole_run "$architecture" test_many
+    summaries+=("$architecture: $((soakFailures - before)) failures in four long runs, $(seconds_since "$start") s")
+}
+
+run_soak() {
+    local architecture summaries=() runnable
+    mapfile -t runnable < <(runnable_architectures)
+    for architecture in "${architectures[@]}"; do
+        if [[ " ${runnable[*]} " == *" $architecture "* ]]; then
+            soak_architecture "$architecture"
+        else
+            summaries+=("$architecture: NOT RUN, 32-bit wine cannot be installed on this machine")
+        fi
+    done
+    say ""
+    printf '%s\n' "${summaries[@]}"
+    ((soakFailures == 0))
+}
