@@ -211,10 +211,12 @@ class Package:
                         condition="HOSTSCHNITTSTELLE")
         bits = 16 if self.own_bits else 0
         others_bits = 16 - bits
+        # The other architecture is registered when the type library has a file for it.
+        other = "x64" if self.architecture == "x86" else "x86"
+        others_place = registration.library_place(registration.read_library("Kandora"), other)
         for signature, root in (("sANDEREMASCHINE", 2), ("sANDEREBENUTZER", 1)):
             self.add("AppSearch", "ANDEREARCHITEKTUR", signature)
-            self.add("RegLocator", signature, root, f"{CLASSES}{registration.provider_class_key()}\\InprocServer32", None,
-                     2 | others_bits)
+            self.add("RegLocator", signature, root, CLASSES + others_place, None, 2 | others_bits)
         for property_name, root, key, name in (
                 ("ORTMASCHINE", 2, place, "Ordner"), ("ORTBENUTZER", 1, place, "Ordner"),
                 ("HOSTSCHNITTSTELLE", 0, registration.provider_class_key(), registration.HOST_INTERFACE_VALUE)):
@@ -234,8 +236,8 @@ class Package:
             self.add("RemoveFile", f"e{number}", "Kandora_dll", name, "ENTFERNEORDNER", ON_REMOVAL)
 
     def _properties(self):
-        public = ["ANDEREARCHITEKTUR", "ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION", "ORTBENUTZER", "ORTMASCHINE",
-                  "VORGAENGER", "ZWEIG"]
+        public = ["ANDEREARCHITEKTUR", "ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION",
+                  "ORTBENUTZER", "ORTMASCHINE", "VORGAENGER", "ZWEIG"]
         for name, value in {
                 "ProductName": f"Kandora ({BITS[self.architecture]})", "ProductVersion": self.version,
                 "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
@@ -267,7 +269,7 @@ class Package:
                  ("ValidateProductID", None, 700),
                  ("OrtDerMaschine", f"{machine} AND ORTMASCHINE", 710),
                  ("OrtDesBenutzers", f"{one_user} AND ORTBENUTZER", 720), ("OrtFuerBenutzer", one_user, 730),
-                 ("ZweigBehalten", 'REMOVE="ALL" AND ANDEREARCHITEKTUR AND VersionNT64', 740),
+                 ("ZweigBehalten", 'REMOVE="ALL" AND ANDEREARCHITEKTUR', 740),
                  ("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
                  ("OrtAnzeigen", None, 1010), ("MigrateFeatureStates", None, 1200)]
         for action in start:

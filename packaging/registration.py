@@ -56,9 +56,13 @@ def provider_class_key():
     return next(f"CLSID\\{guid}" for guid, name, _ in read_library("Kandora").classes if name == "ELOProvider")
 
 
+def library_place(library, architecture):
+    """The key below Software\\Classes that names the file of a type library for programs of this architecture."""
+    return f"TypeLib\\{library.guid}\\{VERSION}\\0\\" + {"x86": "win32", "x64": "win64"}[architecture]
+
+
 def entries(architecture, file, folder):
     """All entries of the component that lies in `folder` as `file`; both may be formatted texts of an installer."""
-    bitness = {"x86": "win32", "x64": "win64"}[architecture]
     found = []
 
     def add(key, value, name=None, shared=False):
@@ -88,7 +92,7 @@ def entries(architecture, file, folder):
         add(key, library.description, shared=True)
         add(f"{key}\\FLAGS", "0", shared=True)
         add(f"{key}\\HELPDIR", folder, shared=True)
-        add(f"{key}\\0\\{bitness}", f"{file}\\{LIBRARIES[library.name]}")
+        add(library_place(library, architecture), f"{file}\\{LIBRARIES[library.name]}")
         for guid, name in library.interfaces:
             add(f"Interface\\{guid}", name)
             add(f"Interface\\{guid}\\ProxyStubClsid32", AUTOMATION_MARSHALLER)

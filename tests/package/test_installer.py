@@ -198,16 +198,17 @@ class Installer(unittest.TestCase):
     def test_4_leaves_the_other_architecture_its_share(self):
         """The ProgIDs are common to both; the component that stays needs them."""
         install(FIRST)
-        others = {"x86": "system32", "x64": "syswow64"}[architecture()]
-        key = "HKEY_LOCAL_MACHINE\\Software\\Classes\\" + registration.provider_class_key()
-        other_view(others, "add", key + "\\InprocServer32", "/ve", "/d", r"C:\Andere\Kandora.dll", "/f")
+        other, others = {"x86": ("x64", "system32"), "x64": ("x86", "syswow64")}[architecture()]
+        key = "HKEY_LOCAL_MACHINE\\Software\\Classes\\" + registration.library_place(
+            registration.read_library("Kandora"), other)
+        other_view(others, "add", key, "/ve", "/d", r"C:\Andere\Kandora.dll\1", "/f")
         remove(FIRST, "ENTFERNEALLES=1")
         self.assertFalse(program_folder().exists())
         left = {key for key, _ in added(self.clean, machine_registry())}
         self.assertTrue([key for key in left if key.endswith("\\Kandora.cBeleg\\CLSID")])
         self.assertFalse([key for key in left if key.endswith("InprocServer32") and "6D013511" in key])
         # With the other one gone, the next removal takes everything.
-        other_view(others, "delete", key, "/f")
+        other_view(others, "delete", key.split("\\1.0")[0], "/f")
         install(FIRST)
         remove(FIRST, "ENTFERNEALLES=1")
         self.assertEqual(added(self.clean, machine_registry()), {})
