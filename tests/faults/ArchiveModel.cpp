@@ -90,7 +90,8 @@ std::int32_t ArchiveModel::Move(Desk& desk, const Text& target) {
     return 1;
 }
 
-Fake ArchiveModel::NewObject() {
+/// A list of members.
+Fake ArchiveModel::NewObject() {  // NOLINT(readability-function-cognitive-complexity)
     Fake object("archive");
     object->GoesThrough(seam_);
     const auto desk = std::make_shared<Desk>();

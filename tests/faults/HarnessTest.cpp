@@ -108,6 +108,7 @@ std::string All(const Complaints& complaints) {
 /// fails.
 std::string FoundAbout(const Casting& casting, const char* variation = "SaveOfBeleg",
                        const wchar_t* member = L"AddPostboxFile", bool isInjecting = true) {
+    const Tally before = Counts();
     Sweep sweep(VariationCalled(variation), casting);
     std::string found = All(sweep.Rehearse());
     sweep.isInjecting = isInjecting;
@@ -116,6 +117,7 @@ std::string FoundAbout(const Casting& casting, const char* variation = "SaveOfBe
             found += All(sweep.Run(call, Ways().front(), Duration::Once));
         }
     }
+    Counts() = before;  // only cases about the component are told
     return found;
 }
 

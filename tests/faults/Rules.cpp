@@ -14,7 +14,6 @@ namespace {
 constexpr std::int32_t firstHit = 0x10000000;
 constexpr std::int32_t documentEntry = 254;
 constexpr std::int32_t optionArchiveOn = 100;
-constexpr std::int32_t optionPlaceholder = 105;
 constexpr std::int32_t optionBookings = 109;
 
 /// Understands one call after the other.
@@ -269,7 +268,8 @@ private:
     }
 
     const Variation& variation_;
-    const SeenCall* last_ = nullptr;
+    SeenCall none_;
+    const SeenCall* last_ = &none_;
     Phase phase_ = Phase::Idle;
     int folderChecks_ = 0;
     int createdFolders_ = 0;
@@ -396,7 +396,9 @@ Verdict SessionLost(const Site& site) {
     return verdict;
 }
 
-Verdict OnOddAnswer(const Site& site, const Way& way) {
+/// A list of steps.
+Verdict OnOddAnswer(const Site& site,  // NOLINT(readability-function-cognitive-complexity)
+                    const Way& way) {
     switch (site.step) {
     case Step::Probe: {
         const auto number = AsLong(way);

@@ -117,7 +117,7 @@ class Stage {
 public:
     explicit Stage(const Variation& theVariation, const Casting& casting = TheComponent);
 
-    Variant Ask(const Request& request) { return player->Carry(request); }
+    Variant Ask(const Request& request) const { return player->Carry(request); }
 
     /// What the archive must hold after the request, by the rules of the request: worked out from what it
     /// held before.
