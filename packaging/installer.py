@@ -243,6 +243,9 @@ class Package:
                 "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
                 "Manufacturer": "Kandora", "ALLUSERS": "2", "ARPNOMODIFY": "1",
                 "ARPCOMMENTS": "Archivanbindung der Finanzbuchhaltung",
+                # Files are replaced whatever their version: the decision falls before the old version goes, and another
+                # build of the same version would else leave the old file, or none.
+                "REINSTALLMODE": "amus",
                 "SecureCustomProperties": ";".join(public), "MSIRESTARTMANAGERCONTROL": "Disable"}.items():
             self.add("Property", name, value)
         self.add("Upgrade", self.upgrade_code, "0.0.0", self.version, None, INCLUDE_MINIMUM | INCLUDE_MAXIMUM, None,

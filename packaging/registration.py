@@ -102,7 +102,7 @@ def entries(architecture, file, folder):
 
 
 def own_keys(architecture):
-    """The keys below Software\\Classes that are the component's alone, as (key, shared): they go with all that is in them."""
+    """The keys below Software\\Classes that are the component's alone, as (key, shared); all in them is the component's."""
     tops = {}
     for entry in entries(architecture, "", ""):
         parts = entry.key.split("\\")

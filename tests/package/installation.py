@@ -104,9 +104,9 @@ def machine_registry():
 
 def added(before, after):
     """What is new or other than before, apart from empty branches of the installer's own account."""
+    empty = re.compile(r"\\Installer(\\[A-Za-z]+)*(\\S-[-0-9]+(\\[A-Za-z]+)?)?$")
     return {place: value for place, value in after.items()
-            if (place not in before or before[place] != value)
-            and not (value is None and re.search(r"\\Installer(\\[A-Za-z]+)*(\\S-[-0-9]+(\\[A-Za-z]+)?)?$", place[0]))}
+            if (place not in before or before[place] != value) and not (value is None and empty.search(place[0]))}
 
 
 def disk():

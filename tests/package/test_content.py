@@ -123,6 +123,19 @@ class Content(unittest.TestCase):
         self.assertEqual({name for name, row in files.items() if not row["Version"]}, hashed)
         self.assertEqual(sorted(int(row["Sequence"]) for row in files.values()), list(range(1, len(files) + 1)))
 
+    def test_a_new_build_replaces_files_of_the_same_version(self):
+        properties = {row["Property"]: row["Value"] for row in table(self.package, "Property")}
+        self.assertEqual(properties["REINSTALLMODE"], "amus")
+        upgrades = {row["ActionProperty"]: row for row in table(self.package, "Upgrade")}
+        self.assertEqual((upgrades["VORGAENGER"]["VersionMax"], int(upgrades["VORGAENGER"]["Attributes"]) & 0x202),
+                         (VERSION, 0x200))
+        self.assertEqual((upgrades["NEUEREVERSION"]["VersionMin"], int(upgrades["NEUEREVERSION"]["Attributes"]) & 0x102),
+                         (VERSION, 0x2))
+        order = {row["Action"]: int(row["Sequence"]) for row in table(self.package, "InstallExecuteSequence")}
+        self.assertLess(order["NeuereVersion"], order["InstallInitialize"])
+        self.assertLess(order["InstallInitialize"], order["RemoveExistingProducts"])
+        self.assertLess(order["RemoveExistingProducts"], order["ProcessComponents"])
+
     def test_no_package_touches_existing_settings(self):
         component = {row["Component"]: row for row in table(self.package, "Component")}["Kandora_ini"]
         self.assertEqual(int(component["Attributes"]) & (NEVER_OVERWRITE | PERMANENT), NEVER_OVERWRITE | PERMANENT)
@@ -263,7 +276,3 @@ class Cabinet(unittest.TestCase):
             subprocess.run(["msiextract", "-C", "out", "p.msi"], cwd=work, check=True, stdout=subprocess.DEVNULL)
             for name, data in files:
                 self.assertEqual(next((work / "out").rglob(name)).read_bytes(), data)
-
-
-if __name__ == "__main__":
-    sys.exit(unittest.main())

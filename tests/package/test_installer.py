@@ -106,7 +106,8 @@ class Installer(unittest.TestCase):
         bookings = Client(station.client).with_barcode()
 
         # Sets the client up, with the input box, and files the first voucher as the accounting does.
-        report = station.run_host(["InitProvider", f"SaveDocument booking {bookings[0]['belegNr']} {bookings[0]['belegIndex']}"])
+        first = bookings[0]
+        report = station.run_host(["InitProvider", f"SaveDocument booking {first['belegNr']} {first['belegIndex']}"])
         self.assertEqual([box["caption"] for request in report.requests for box in request["boxes"]],
                          ["Archivpfad erstellen"])
         self.assertEqual(len(station.entries()), 1)
