@@ -348,6 +348,7 @@ private:
 /// What the sweep finds about such a component when the requests enter while a voucher is filed.
 std::string FoundAbout(const Mistaken::Treatment& treatment, const Entering& entering,
                        Faulty faulty = Faulty::None) {
+    const Tally before = Counts();
     ReentrySweep sweep(VariationCalled("SaveOfBeleg"),
                        [&](Stage& stage) { return std::make_unique<Mistaken>(stage, treatment); });
     sweep.Rehearse();
