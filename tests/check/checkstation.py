@@ -11,7 +11,6 @@ import workstation
 from workstation import LIMIT, TOP_FOLDER, Workstation, windows, windows_path
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
-FOLDERS = {"109": "Buchungen", "110": "Auswertungen", "111": "Debi", "112": "Kredi"}
 
 
 class Result:

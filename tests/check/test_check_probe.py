@@ -6,7 +6,7 @@ from checkstation import CLIENT_FOLDER, CheckStation, interrupt
 from workstation import LIMIT, MASKS, wait_until
 
 # Long enough that the test sees the entry before the archive answers; nobody waits for its end but the archive itself.
-WHILE_IT_ANSWERS = 3000
+WHILE_IT_ANSWERS = 6000
 # The folders in the order in which they are probed. In each the archive is asked for the new entry's id.
 ORDER = ["Debi", "Kredi", "Buchungen", "Auswertungen"]
 
