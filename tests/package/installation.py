@@ -110,10 +110,10 @@ def added(before, after):
 
 
 def disk():
-    """Every file and folder with its size, apart from what Windows keeps for itself."""
-    top = drive()
-    return {str(path.relative_to(top)) for path in top.rglob("*")
-            if not re.search(r"[Tt]emp(/|$)|/AppData/Roaming/Microsoft/|windows/(Prefetch|Logs|Installer)", str(path.relative_to(top)))}
+    """Path of every file and folder, apart from what Windows keeps for itself."""
+    own = re.compile(r"[Tt]emp(/|$)|/AppData/Roaming/Microsoft/|windows/(Prefetch|Logs|Installer)")
+    paths = {str(path.relative_to(drive())) for path in drive().rglob("*")}
+    return {path for path in paths if not own.search(path)}
 
 
 class InstalledWorkstation(Workstation):
