@@ -1,6 +1,7 @@
 #include "automation/LateBound.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <utility>
 
 #include "automation/BusyServer.h"
@@ -49,7 +50,9 @@ Argument::Argument(ByReference<std::int32_t> number) : value_(number.variable), 
 Argument::Argument(ByReference<std::int16_t> number) : value_(number.variable), integer_(&number.variable) {}
 
 Argument::~Argument() {
-    SysFreeString(bstr_);
+    if (bstr_ != nullptr) {
+        SysFreeString(bstr_);
+    }
 }
 
 VARIANT Argument::Passed() noexcept {
@@ -84,9 +87,10 @@ struct LateBound::Binding {
     Binding& operator=(const Binding&) = delete;
 
     DISPID IdOf(const wchar_t* member) {
-        const auto known = std::ranges::find(ids, TextView(member), &Id::member);
-        if (known != ids.end()) {
-            return known->id;
+        for (const Id& known : ids) {
+            if (std::wcscmp(known.member.c_str(), member) == 0) {
+                return known.id;
+            }
         }
         DISPID id = DISPID_UNKNOWN;
         auto* name = const_cast<wchar_t*>(member);
@@ -146,13 +150,9 @@ Variant LateBound::Invoke(const wchar_t* member, WORD flags, bool wantsResult, A
             arguments[i].Passed();  // automation takes arguments from the last to the first
     }
     DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters{};
-    parameters.rgvarg = count > 0 ? passed.data() : nullptr;
-    parameters.cArgs = static_cast<UINT>(count);
-    if ((flags & DISPATCH_PROPERTYPUT) != 0) {
-        parameters.rgdispidNamedArgs = &put;
-        parameters.cNamedArgs = 1;
-    }
+    const bool isPut = (flags & DISPATCH_PROPERTYPUT) != 0;
+    DISPPARAMS parameters{count > 0 ? passed.data() : nullptr, isPut ? &put : nullptr,
+                          static_cast<UINT>(count), isPut ? 1U : 0U};
     Variant result = InvokeById(binding->object, binding->IdOf(member), flags, parameters, wantsResult);
     for (std::size_t i = 0; i < count; ++i) {
         arguments[i].CopyBack();

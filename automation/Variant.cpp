@@ -94,8 +94,8 @@ Variant ElementAt(void* data, VARTYPE type) {
     reference.vt = static_cast<VARTYPE>(type | VT_BYREF);
     reference.byref = data;
     Variant element(reference);
-    const VARTYPE put = type == VT_VARIANT ? static_cast<const VARIANT*>(data)->vt : type;
-    if (element.Type() == VT_ERROR && put != VT_ERROR) {
+    const auto* const put = type == VT_VARIANT ? static_cast<const VARIANT*>(data) : nullptr;
+    if (element.Type() == VT_ERROR && (put == nullptr ? type : put->vt) != VT_ERROR) {
         RequireMemory(element.Raw().scode);
     }
     return element;
@@ -148,6 +148,22 @@ bool IsSound(const VARIANT& value) {
 bool SameWord(const Text& text, TextView word) {
     return CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, text.data(), static_cast<int>(text.size()),
                           word.data(), static_cast<int>(word.size())) == CSTR_EQUAL;
+}
+
+/// Calls `visit` with the place and the type of each element, the first index running fastest.
+template <class Visit>
+void ForEachElement(SAFEARRAY* array, int declared, Visit&& visit) {
+    std::size_t count = SafeArrayGetDim(array) == 0 ? 0 : 1;
+    for (UINT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
+        count *= array->rgsabound[dimension].cElements;
+    }
+    const ArrayLock lock(array);
+    const VARTYPE type = ElementType(array, static_cast<VARTYPE>(declared));
+    const std::size_t size = SafeArrayGetElemsize(array);
+    auto* data = static_cast<std::byte*>(array->pvData);
+    for (std::size_t i = 0; i < count; ++i, data += size) {
+        visit(data, type);
+    }
 }
 
 }  // namespace
@@ -342,20 +358,22 @@ Variant Variant::Element(std::int32_t index) const {
 }
 
 std::vector<Variant> Variant::Elements() const {
-    SAFEARRAY* const array = ArrayIn(value_);
-    std::size_t count = SafeArrayGetDim(array) == 0 ? 0 : 1;
-    for (UINT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
-        count *= array->rgsabound[dimension].cElements;
-    }
-    const ArrayLock lock(array);
-    const VARTYPE type = ElementType(array, value_.vt & VT_TYPEMASK);
     std::vector<Variant> elements;
-    elements.reserve(count);
-    auto* data = static_cast<std::byte*>(array->pvData);
-    for (std::size_t i = 0; i < count; ++i, data += SafeArrayGetElemsize(array)) {
-        elements.push_back(ElementAt(data, type));
-    }
+    ForEachElement(ArrayIn(value_), value_.vt & VT_TYPEMASK,
+                   [&](void* data, VARTYPE type) { elements.push_back(ElementAt(data, type)); });
     return elements;
+}
+
+void Variant::VisitElements(const std::function<void(TextView)>& text,
+                            const std::function<void(const Variant&)>& other) const {
+    ForEachElement(ArrayIn(value_), value_.vt & VT_TYPEMASK, [&](void* data, VARTYPE type) {
+        const auto* const value = static_cast<const VARIANT*>(data);
+        if (type == VT_VARIANT && value->vt == VT_BSTR) {
+            text(TextView(value->bstrVal, SysStringLen(value->bstrVal)));
+        } else {
+            other(ElementAt(data, type));
+        }
+    });
 }
 
 void Variant::Resize(std::int32_t upperBound) {
@@ -377,16 +395,15 @@ void Variant::SetElement(std::int32_t index, const Variant& value) {
 void Variant::Dereference() {
     if ((value_.vt & VT_BYREF) != 0) {
         Variant copy(value_);
-        VariantInit(&value_);
-        std::swap(value_, copy.value_);
+        value_ = copy.Detach();
     } else if (!IsSound(value_)) {
         Refuse(DISP_E_BADVARTYPE);
     }
 }
 
 VARIANT Variant::Detach() noexcept {
-    VARIANT result = value_;
-    VariantInit(&value_);
+    const VARIANT result = value_;
+    value_.vt = VT_EMPTY;
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include <windows.h>
@@ -17,10 +18,15 @@ namespace kandora {
 /// user's locale, and raise a RuntimeError (13 type, 6 overflow, 94 null) when they are impossible.
 class Variant {
 public:
-    Variant() noexcept { VariantInit(&value_); }
-    ~Variant() { VariantClear(&value_); }
+    Variant() noexcept { value_.vt = VT_EMPTY; }
+    ~Variant() {
+        // Numbers, up to dates, own nothing; they are most of what goes through here.
+        if (value_.vt > VT_DATE) {
+            VariantClear(&value_);
+        }
+    }
     Variant(const Variant& other);
-    Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
+    Variant(Variant&& other) noexcept : value_(other.value_) { other.value_.vt = VT_EMPTY; }
     Variant& operator=(Variant other) noexcept;
 
     /// A copy of a caller's value. A value that cannot be copied (an unknown type, no place, no memory)
@@ -76,6 +82,9 @@ public:
     [[nodiscard]] Variant Element(std::int32_t index) const;
     /// Every element of an array of any number of dimensions, the first index running fastest.
     [[nodiscard]] std::vector<Variant> Elements() const;
+    /// The same one by one, for readers: a text is shown where it lies and is not copied.
+    void VisitElements(const std::function<void(TextView)>& text,
+                       const std::function<void(const Variant&)>& other) const;
     /// Grows (or shrinks) a one-dimensional array of Variants at its top, keeping the lower bound.
     void Resize(std::int32_t upperBound);
     void SetElement(std::int32_t index, const Variant& value);

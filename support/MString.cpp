@@ -18,6 +18,9 @@ constexpr const wchar_t* separator = L", ";
 constexpr int deepestNesting = 64;
 constexpr const wchar_t* tooDeep = L"(...)";
 
+/// Characters that the host's metadata hardly ever exceed, so that their text is allocated once.
+constexpr std::size_t usualLength = 120;
+
 /// Identifier of the scripting runtime's dictionary interface.
 constexpr IID dictionaryInterface = {
     0x42C642C1, 0x97E1, 0x11CF, {0x97, 0x8F, 0x00, 0xA0, 0x24, 0x63, 0xE0, 0x6F}};
@@ -31,6 +34,7 @@ struct Nesting {
     IUnknown* object = nullptr;  ///< null for an array
     int depth = 0;
 
+    [[nodiscard]] bool IsTooDeep() const { return depth > deepestNesting; }
     [[nodiscard]] Nesting Inside(IUnknown* next) const { return {this, next, depth + 1}; }
     /// True for an object that the value lies in: rendering it once more would have no end, and with two of
     /// its kind in each not even the deepest nesting would come to hand in time.
@@ -137,7 +141,18 @@ Text RenderArray(const Variant& value, const Nesting& nesting) {
         return L"[]";
     }
     try {
-        return L"[" + JoinedTexts(value.Elements(), nesting.Inside(nullptr)) + L"]";
+        const Nesting inside = nesting.Inside(nullptr);
+        Text text;
+        text.reserve(usualLength);
+        const auto append = [&](TextView element) {
+            text += text.empty() ? L"[" : separator;
+            text += element;
+        };
+        value.VisitElements(
+            [&](TextView element) { append(inside.IsTooDeep() ? TextView(tooDeep) : element); },
+            [&](const Variant& element) { append(Render(element, inside)); });
+        text += text.empty() ? L"[]" : L"]";
+        return text;
     } catch (const RuntimeError&) {
         return RenderType(value);
     }
@@ -149,7 +164,7 @@ Text RenderError(std::int32_t scode) {
 }
 
 Text Render(const Variant& value, const Nesting& nesting) {
-    if (nesting.depth > deepestNesting || (value.IsObject() && nesting.Holds(value.ObjectPointer()))) {
+    if (nesting.IsTooDeep() || (value.IsObject() && nesting.Holds(value.ObjectPointer()))) {
         return tooDeep;
     }
     if (value.IsArray()) {

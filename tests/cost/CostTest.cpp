@@ -150,8 +150,8 @@ TEST_F(CostTest, TracedRequests) {
     Start(true);
     EXPECT_EQ(Of([&] { provider->FibuVersion(VARIANT{}); }), (Cost{0, 0, 10, 0, 1}));
     EXPECT_EQ(Of([&] { provider->SetDocumentStatus(docId_.Get(), voucher_.Value()); }),
-              (Cost{0, 0, 19, 1, 1}));
-    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 75, 20, 1}));
+              (Cost{0, 0, 16, 1, 1}));
+    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 72, 20, 1}));
 }
 
 }  // namespace
