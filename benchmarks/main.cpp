@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <psapi.h>
+#include <commctrl.h>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -22,6 +22,9 @@
 #include "automation/LateBound.h"
 #include "measure.h"
 #include "recorder.h"
+#include "simulators/archive/store.h"
+#include "simulators/archive/window.h"
+#include "simulators/common/text.h"
 #include "support/MString.h"
 
 namespace kandora::benchmarks {
@@ -41,6 +44,9 @@ struct Options {
     std::string table;
     std::string curve;
     std::string load;
+    std::string simulator;
+    std::string large;
+    std::string small;
     int rounds = 15;
     bool isQuick = false;
 };
@@ -48,6 +54,10 @@ struct Options {
 /// Numbers of hits for which searches are measured; the archive of make_store.py has a mask for each.
 constexpr std::array<int, 5> searchSizes{100, 316, 1000, 3162, 10001};
 constexpr int firstSearchMask = 11;
+
+/// Rounds of a millisecond are hardly ever interrupted, so figures made of very short pieces of work take
+/// more and shorter ones.
+constexpr int shortRounds = 10;
 
 class Apartment {
 public:
@@ -116,6 +126,9 @@ public:
         Do("in process", [this] { Requests(Surroundings::Quiet); });
         Do("memory", [this] { Memory(); });
         Do("out of process", [this] { Requests(Surroundings::Registered); });
+        if (!options_.large.empty()) {
+            Do("simulator", [this] { LargeArchive(); });
+        }
     }
     [[nodiscard]] bool AllReached() const {
         return std::all_of(rows_.begin(), rows_.end(), [](const Row& row) { return row.IsReached(); });
@@ -144,6 +157,7 @@ private:
     void Requests(Surroundings surroundings);
     void Searches(Surroundings surroundings, Workbench& bench);
     void Memory();
+    void LargeArchive();
 
     Options options_;
     std::vector<Row> rows_;
@@ -160,7 +174,7 @@ void Benchmarks::LateBoundCalls() {
         const LateBound object(&quiet);
         const DISPID id = IdOf(&quiet, L"getobjAttrib");
         Add(Compared(
-                "late-bound call in process / bare Invoke", Rounds(options_.rounds), 100000,
+                "late-bound call in process / bare Invoke", shortRounds * Rounds(options_.rounds), 5000,
                 [&] { LateBoundCall(object); }, [&] { BareCall(&quiet, id); }),
             Row::Aim::AtMost, 1.25);
     }
@@ -211,7 +225,7 @@ void Benchmarks::LateBoundCalls() {
 void Benchmarks::Rendering() {
     const MetaData metaData(L"1001", L"1", L"4711");
     const Variant value(metaData.Value());
-    constexpr int arrays = 10000;
+    constexpr int arrays = 1000;
     std::size_t length = 0;
     const auto append = [&] {
         Text text;
@@ -222,8 +236,8 @@ void Benchmarks::Rendering() {
         length += text.size();
     };
     Add(Compared(
-            "rendering 10 000 metadata arrays / one append per element", Rounds(options_.rounds), arrays,
-            [&] { length += ToText(value).size(); }, append),
+            "rendering metadata arrays / one append per element", shortRounds * Rounds(options_.rounds),
+            arrays, [&] { length += ToText(value).size(); }, append),
         Row::Aim::AtMost, 2.0);
     if (length == 0) {
         throw std::runtime_error("nothing was rendered");
@@ -395,6 +409,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
     }
 
     // Searches: a request that looks for a document which is not there.
+    const BSTR unknown = SysAllocString(L"20991231235959");
     for (std::size_t size = 0; size < searchSizes.size(); ++size) {
         const int hits = searchSizes[size];
         if (options_.isQuick && hits > 1000) {
@@ -402,7 +417,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
         }
         bench.world.hits = hits;
         bench.SetVoucherMask(firstSearchMask + static_cast<int>(size));
-        const auto search = [&] { provider->DeleteDocument(docId, general.Value()); };
+        const auto search = [&] { provider->DeleteDocument(unknown, general.Value()); };
         Conversation found([&](REFCLSID clsid) {
             IDispatch* object = nullptr;
             if (isQuiet) {
@@ -424,7 +439,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
                 VARIANT result{};
                 watched->InitProvider(VARIANT{}, &result);
                 begin = found.Steps();
-                watched->DeleteDocument(docId, general.Value());
+                watched->DeleteDocument(unknown, general.Value());
                 end = found.Steps();
                 bench.Watch(nullptr);
             };
@@ -444,9 +459,23 @@ void Benchmarks::Requests(Surroundings surroundings) {
         Add(row, counts ? Row::Aim::AtMost : Row::Aim::Shown, isQuiet ? 1.15 : 1.05);
     }
 
+    SysFreeString(unknown);
     SysFreeString(docId);
     provider.reset();
     conversation.Release();
+}
+
+/// The process's own memory that is in use.
+double PrivateKilobytes() {
+    double bytes = 0;
+    MEMORY_BASIC_INFORMATION region{};
+    for (const char* place = nullptr; VirtualQuery(place, &region, sizeof region) != 0;
+         place = static_cast<const char*>(region.BaseAddress) + region.RegionSize) {
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) {
+            bytes += static_cast<double>(region.RegionSize);
+        }
+    }
+    return bytes / 1024;
 }
 
 void Benchmarks::Memory() {
@@ -461,11 +490,7 @@ void Benchmarks::Memory() {
         for (int i = 0; i < count; ++i) {
             provider->SaveDocument(docId, voucher.Value());
         }
-        PROCESS_MEMORY_COUNTERS_EX counters{};
-        counters.cb = sizeof counters;
-        GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                             sizeof counters);
-        return static_cast<double>(counters.PrivateUsage) / 1024;
+        return PrivateKilobytes();
     };
     Row row;
     row.name = "memory after 100 000 requests / after 1000";
@@ -475,6 +500,72 @@ void Benchmarks::Memory() {
     row.median = row.lower = row.upper = row.subject / row.floor;
     Add(row, Row::Aim::AtMost, 1.0);
     SysFreeString(docId);
+}
+
+// The archive's stand-in
+// -----------------------------------------------------------------------------------------------------
+
+/// Microseconds from the start of the simulator until its window answers and shows its tree. Ends it again.
+double TimeToWindow(const std::string& simulator, const std::string& store) {
+    std::string command = "\"" + simulator + "\" --store \"" + store + "\"";
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    const double time = Microseconds([&] {
+        if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+                           nullptr, &startup, &process) == FALSE) {
+            throw std::runtime_error("the simulator does not start");
+        }
+        for (;;) {
+            const HWND window = FindWindowW(simulators::ArchiveWindow::ClassName, nullptr);
+            const HWND tree =
+                window == nullptr ? nullptr : FindWindowExW(window, nullptr, WC_TREEVIEWW, nullptr);
+            if (tree != nullptr && IsWindowVisible(window) != FALSE &&
+                SendMessageW(tree, TVM_GETCOUNT, 0, 0) > 0) {
+                break;
+            }
+            if (WaitForSingleObject(process.hProcess, 1) == WAIT_OBJECT_0) {
+                throw std::runtime_error("the simulator has ended");
+            }
+        }
+    });
+    PostMessageW(FindWindowW(simulators::ArchiveWindow::ClassName, nullptr), WM_CLOSE, 0, 0);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return time;
+}
+
+void Benchmarks::LargeArchive() {
+    Row window = ComparedTimes(
+        "window of an archive of 100 000 entries / of an empty one", Rounds(3),
+        [&] { return TimeToWindow(options_.simulator, options_.large); },
+        [&] { return TimeToWindow(options_.simulator, options_.small); });
+    Add(window, Row::Aim::AtMost, 1.5);
+    window.name = "window of an archive of 100 000 entries, in seconds";
+    window.median = window.subject / 1e6;
+    window.lower = window.lower * window.floor / 1e6;
+    window.upper = window.upper * window.floor / 1e6;
+    Add(window, Row::Aim::AtMost, 1.0);
+
+    simulators::ArchiveStore large(simulators::FromUtf8(options_.large));
+    simulators::ArchiveStore small(simulators::FromUtf8(options_.small));
+    const std::wstring document = (fs::path(options_.directory) / "Platzhalter.pdf").wstring();
+    const auto filing = [&](simulators::ArchiveStore& store) {
+        return [&store, &document, folder = *store.CreateFolders(L"\u00b6Sesam\u00b6Muster\u00b6Kredi")] {
+            simulators::Entry entry;
+            entry.folder = folder;
+            entry.mask = 2;
+            entry.shortName = L"Miete";
+            for (std::int16_t line = 1; line <= 7; ++line) {
+                entry.fields[line] = L"Wert";
+            }
+            store.File(std::move(entry), store.AddToPostbox(document, L"anna"));
+        };
+    };
+    Add(Compared("filing into an archive of 100 000 entries / into an empty one", Rounds(options_.rounds), 20,
+                 filing(large), filing(small)),
+        Row::Aim::AtMost, 1.5);
 }
 
 }  // namespace
@@ -492,6 +583,9 @@ int main(int argc, char** argv) {
     app.add_option("--rounds", options.rounds, "rounds per figure");
     app.add_option("--table", options.table, "writes the figures to this file");
     app.add_option("--curve", options.curve, "appends the searches' times to this file");
+    app.add_option("--simulator", options.simulator, "the archive simulator");
+    app.add_option("--large", options.large, "a store with many entries");
+    app.add_option("--small", options.small, "a store without entries");
     app.add_option("--load", options.load, "loads this DLL once and tells the time");
     app.add_flag("--quick", options.isQuick, "few rounds and small searches, to try the program out");
     CLI11_PARSE(app, argc, argv);

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes what the benchmarks work on: an archive's store and the accounting's client.
 
-    make_surroundings.py store DIRECTORY [ENTRIES]   an archive; with ENTRIES as many more, in folders of 500
+    make_surroundings.py store DIRECTORY [ENTRIES]   an archive to search in; with ENTRIES one of so many, in folders of 500
     make_surroundings.py client FILE PLACEHOLDER     the client, PLACEHOLDER as Windows names it
 """
 
@@ -66,7 +66,8 @@ def make_store(directory, entries):
     store = Store(directory)
     for name in ("Buchungen", "Auswertungen", "Debi", "Kredi"):
         store.folder("Sesam", "Muster", name)
-    if entries == 0:
+    if entries is None:
+        entries = 0
         for number, hits in SEARCHES.items():
             folder = store.folder("Suche", str(hits))
             for _ in range(hits):
@@ -98,7 +99,7 @@ def make_client(file, placeholder):
 
 def main(arguments):
     if arguments[:1] == ["store"] and len(arguments) in (2, 3):
-        make_store(arguments[1], int(arguments[2]) if len(arguments) == 3 else 0)
+        make_store(arguments[1], int(arguments[2]) if len(arguments) == 3 else None)
     elif arguments[:1] == ["client"] and len(arguments) == 3:
         make_client(arguments[1], arguments[2])
     else:

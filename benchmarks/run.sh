@@ -26,6 +26,8 @@ measure() {
     rm -rf "$work"
     mkdir -p "$work"
     python3 "$here/make_surroundings.py" store "$work/Archiv"
+    python3 "$here/make_surroundings.py" store "$work/Leer" 0
+    python3 "$here/make_surroundings.py" store "$work/Gross" 100000
     python3 "$here/make_surroundings.py" client "$work/client.json" "$(windows_path "$work/Platzhalter.pdf")"
     "$loader" "$bin/ArchiveSimulator.exe" --register --hidden --store "$(windows_path "$work/Archiv")" >/dev/null
     "$loader" "$bin/HostSimulator.exe" --register --client "$(windows_path "$work/client.json")" >/dev/null
@@ -35,7 +37,9 @@ measure() {
         --component "$(windows_path "$bin/Kandora.dll")" \
         --empty "$(windows_path "$build/$architecture/benchmarks/empty_server.dll")" \
         --table "$(windows_path "$work/figures.txt")" \
-        --curve "$(windows_path "$work/searches.txt")" "$@" || result=$?
+        --curve "$(windows_path "$work/searches.txt")" \
+        --simulator "$(windows_path "$bin/ArchiveSimulator.exe")" \
+        --large "$(windows_path "$work/Gross")" --small "$(windows_path "$work/Leer")" "$@" || result=$?
     "$loader" "$bin/HostSimulator.exe" --unregister >/dev/null || true
     "$loader" "$bin/ArchiveSimulator.exe" --unregister >/dev/null || true
     [[ ! -s $work/searches.txt ]] || python3 "$here/plot.py" "$work/searches.txt" "$work/searches.svg"
