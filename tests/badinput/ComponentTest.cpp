@@ -252,10 +252,12 @@ TEST(ComponentInAHost, TakesWhateverItIsGiven) {
     const Ended ended = RunProgram(self.data(), {L"--gtest_filter=Vtable.*"});
     EXPECT_EQ(ended.exitCode, 0U) << ended.output;
     EXPECT_NE(ended.output.find("[  PASSED  ] 6 tests"), std::string::npos) << ended.output;
+    // Each test has a thread state, and with it a log, of its own.
     const std::vector<std::wstring> files = installation.LogFiles();
-    ASSERT_EQ(files.size(), 1U);
-    EXPECT_NE(ReadBytes(installation.Folder() / files[0]).find("DMSProvider_DocumentChanged"),
-              std::string::npos);
+    EXPECT_TRUE(std::ranges::any_of(files, [&](const std::wstring& file) {
+        return ReadBytes(installation.Folder() / file).find("DMSProvider_DocumentChanged") !=
+               std::string::npos;
+    }));
 }
 
 class Surroundings : public testing::Test {
