@@ -1,4 +1,5 @@
 """Installing, using, upgrading, repairing and removing, on a machine that has never seen the component."""
+import json
 import re
 import shutil
 import unittest
@@ -13,6 +14,23 @@ from workstation import Client, windows, windows_path
 FIRST = project_version()
 SECOND = re.sub(r"\d+$", lambda patch: str(int(patch[0]) + 1), FIRST)
 KEPT = {"Kandora.ini"}
+# Section and key of a setting, the line in its place, and what kandora-check calls the fault.
+SETTING_FAULTS = [
+    ("Login", "ELOPW", "ELOPW=falsch", "Archiv", "Anmeldung"),
+    ("Login", "ELOKUERZEL", "ELOKUERZEL=", "Einstellungen", "[Login] ELOKUERZEL"),
+    ("Archiv", "Archivname", "Archivname=Anderes", "Archiv", "Anmeldung"),
+    ("Archiv", "Treuhand", "Treuhand=vielleicht", "Einstellungen", "[Archiv] Treuhand"),
+    ("Archiv", "EloPrinterFile", "EloPrinterFile=C:\\weg\\Druck.pdf", "Ordner", "Druckdatei"),
+    ("Maske", "Debi", "Debi=4711", "Archiv", "Maske Debi"),
+    ("IndexDebi", "Rechnungsdatum", "Rechungsdatum=8", "Einstellungen", "[IndexDebi] Rechnungsdatum"),
+    ("IndexKredi", "Betrag", "Betrag=1", "Einstellungen", "Zeile 1 der Maske 5"),
+]
+# The same for files that are gone.
+FILE_FAULTS = [
+    ("Kandora.ini", "Einstellungen", "Datei"),
+    ("Platzhalter.pdf", "Finanzbuchhaltung", "Option 600/105 Platzhalter"),
+    ("Kandora.dll", "Komponente", "Datei"),
+]
 HOST_INTERFACE = "{8E2B6F10-5C0B-4D0C-9D0E-2B8C6B1F7A55}"
 FILING_SCRIPT = r"""
 Dim provider
@@ -239,7 +257,32 @@ class Installer(unittest.TestCase):
         self.assertEqual(script(file), "Ende")
 
     def assert_checked(self, station):
-        """kandora-check finds nothing to complain about."""
-        if (station.install / "Werkzeuge" / "kandora-check.exe").exists():
-            code, output = station.check()
-            self.assertEqual(code, 0, output)
+        """kandora-check finds nothing to complain about, and each of the faults."""
+        if not (station.install / "Werkzeuge" / "kandora-check.exe").exists():
+            return
+        code, output = station.check()
+        self.assertEqual(code, 0, output)
+        settings = station.install / "Kandora.ini"
+        right = settings.read_bytes()
+        for section, key, line, *finding in SETTING_FAULTS:
+            with self.subTest(line=line):
+                text, count = re.subn(rf"(?s)(\[{section}\].*?\n){key}=[^\r\n]*", lambda found, line=line: found[1] + line,
+                                      right.decode("cp1252"), count=1)
+                self.assertEqual(count, 1)
+                settings.write_bytes(text.encode("cp1252"))
+                self.assert_found(station, *finding)
+        settings.write_bytes(right)
+        for file, *finding in FILE_FAULTS:
+            with self.subTest(file=file):
+                away = station.folder / file
+                shutil.move(station.install / file, away)
+                self.assert_found(station, *finding)
+                shutil.move(away, station.install / file)
+        self.assertEqual(station.check()[0], 0)
+
+    def assert_found(self, station, area, name):
+        """Exit code 2 and a failure of this name."""
+        code, output = station.check("--json")
+        self.assertEqual(code, 2, output)
+        self.assertIn((area, name, "fehler"), [(check["bereich"], check["name"], check["ergebnis"].lower())
+                                               for check in json.loads(output)["pruefungen"]])
