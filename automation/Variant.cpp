@@ -153,8 +153,9 @@ bool SameWord(const Text& text, TextView word) {
 /// Calls `visit` with the place and the type of each element, the first index running fastest.
 template <class Visit>
 void ForEachElement(SAFEARRAY* array, int declared, Visit&& visit) {
-    std::size_t count = SafeArrayGetDim(array) == 0 ? 0 : 1;
-    for (UINT dimension = 0; dimension < SafeArrayGetDim(array); ++dimension) {
+    const UINT dimensions = SafeArrayGetDim(array);
+    std::size_t count = dimensions == 0 ? 0 : 1;
+    for (UINT dimension = 0; dimension < dimensions; ++dimension) {
         count *= array->rgsabound[dimension].cElements;
     }
     const ArrayLock lock(array);

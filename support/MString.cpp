@@ -11,12 +11,12 @@ namespace kandora {
 
 namespace {
 
-constexpr const wchar_t* separator = L", ";
+constexpr TextView separator = L", ";
 
 /// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the
 /// host's stack.
 constexpr int deepestNesting = 64;
-constexpr const wchar_t* tooDeep = L"(...)";
+constexpr TextView tooDeep = L"(...)";
 
 /// Characters that the host's metadata hardly ever exceed, so that their text is allocated once.
 constexpr std::size_t usualLength = 120;
@@ -145,12 +145,11 @@ Text RenderArray(const Variant& value, const Nesting& nesting) {
         Text text;
         text.reserve(usualLength);
         const auto append = [&](TextView element) {
-            text += text.empty() ? L"[" : separator;
+            text += text.empty() ? TextView(L"[") : separator;
             text += element;
         };
-        value.VisitElements(
-            [&](TextView element) { append(inside.IsTooDeep() ? TextView(tooDeep) : element); },
-            [&](const Variant& element) { append(Render(element, inside)); });
+        value.VisitElements([&](TextView element) { append(inside.IsTooDeep() ? tooDeep : element); },
+                            [&](const Variant& element) { append(Render(element, inside)); });
         text += text.empty() ? L"[]" : L"]";
         return text;
     } catch (const RuntimeError&) {
@@ -165,7 +164,7 @@ Text RenderError(std::int32_t scode) {
 
 Text Render(const Variant& value, const Nesting& nesting) {
     if (nesting.IsTooDeep() || (value.IsObject() && nesting.Holds(value.ObjectPointer()))) {
-        return tooDeep;
+        return Text(tooDeep);
     }
     if (value.IsArray()) {
         return RenderArray(value, nesting);
