@@ -54,7 +54,11 @@ LateBound SOKInterface::LoggedIn(Module& module) {
         }
         return module.object;
     } catch (...) {
-        context_.userInterface.ShowMessage(CurrentError().Description(), boxstyle::okOnly, {});
+        const RuntimeError error = CurrentError();
+        if (error.Number() == errors::serverGone) {
+            module.object = {};  // nothing comes back from the dead: the next access gets a new one
+        }
+        context_.userInterface.ShowMessage(error.Description(), boxstyle::okOnly, {});
         return {};
     }
 }

@@ -147,6 +147,23 @@ TEST_P(HostModule, TellsTheUserTheTextAloneWhenTheQuestionFails) {
     EXPECT_EQ(handler.lOriginalNumber(), 0);
 }
 
+TEST_P(HostModule, IsOpenedAnewOnceItsProgramHasDied) {
+    const Fake host = NewHost(GetParam().name);
+    const Fake successor = NewHost(GetParam().name);
+    machine.HandsOut(hostProgId, host);
+    machine.HandsOut(hostProgId, successor);
+    Object();
+    host->Dies(HRESULT_FROM_WIN32(RPC_S_CALL_FAILED));
+    EXPECT_TRUE(Object().IsNothing());
+    EXPECT_EQ(Object().Pointer(), successor.Get());
+    const Lines said = talk.Take();
+    EXPECT_EQ(Occurrences(said, "create FibuNT.Mandant"), 2);
+    EXPECT_EQ(
+        Occurrences(said,
+                    R"(box "Das Programm, mit dem gearbeitet wird, ist beendet oder nicht erreichbar" 0)"),
+        1);
+}
+
 class HostSession : public AccountingTest {};
 
 TEST_F(HostSession, HasOneObjectForEachModule) {
