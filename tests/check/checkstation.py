@@ -8,7 +8,8 @@ import signal
 import subprocess
 
 import workstation
-from workstation import LIMIT, TOP_FOLDER, Workstation, windows, windows_path
+from workstation import (LIMIT, TOP_FOLDER, Workstation, session_processes, wait_until, windows,
+                         windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
 
@@ -18,6 +19,8 @@ class Result:
 
     def __init__(self, code, output):
         self.code = code
+        if not output.endswith("}\n"):
+            raise AssertionError(f"no JSON, exit code {code}: {output}")
         self.json = json.loads(output)
         self.checks = self.json["pruefungen"]
 
@@ -59,8 +62,15 @@ class CheckStation(Workstation):
         return [str(workstation.options.loader), str(program or workstation.options.bin / "kandora-check.exe"),
                 *map(str, arguments)]
 
+    @staticmethod
+    def wait_for_host():
+        """COM must not send a new client to an accounting that is just about to end."""
+        wait_until(lambda: not [words for _, words in session_processes()
+                                if "HostSimulator.exe" in words and "-Embedding" in words], "the accounting has ended")
+
     def run_text(self, *arguments, program=None):
         """Exit code, output and errors of one run."""
+        self.wait_for_host()
         with contextlib.ExitStack() as stack:
             # No pipes: programs that are started on the way inherit their other ends and keep them open.
             output, errors = [stack.enter_context((self.folder / name).open("w+b")) for name in ("aus.txt", "err.txt")]
@@ -81,6 +91,7 @@ class CheckStation(Workstation):
     @contextlib.contextmanager
     def checking(self, *arguments):
         """A run that goes on while the block runs."""
+        self.wait_for_host()
         with (self.folder / "laufend.txt").open("wb") as output:
             process = subprocess.Popen(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output,
                                        stderr=subprocess.STDOUT)
