@@ -170,7 +170,7 @@ void Benchmarks::LateBoundCalls() {
     const Apartment apartment;
     {
         cost::QuietObject quiet;
-        quiet.Answers(L"getobjAttrib", 1);
+        quiet.Answers(L"getobjAttrib", L"4711");  // a text, as index fields are
         const LateBound object(&quiet);
         const DISPID id = IdOf(&quiet, L"getobjAttrib");
         Add(Compared(
