@@ -172,10 +172,11 @@ class Killed(unittest.TestCase):
             save[-1].write_text(OneDeath.save(number), encoding="utf-8")
         with self.workstation.menu() as choose:
             choose("7", windows_path(save[0]))
-            wait_until(lambda: self.filed() == self.ids(FIRST), "the first voucher is filed")
+            self.workstation.wait_for_menu(2)
+            self.assertEqual(self.filed(), self.ids(FIRST))
             self.workstation.kill_archive()
             choose("7", windows_path(save[1]))
-            wait_until(lambda: self.filed() == self.ids(FIRST, SECOND), "the second voucher is filed")
+            self.workstation.wait_for_menu(3)
             report = choose("0")
         self.assertEqual([boxes for _, boxes in report.boxes_by_request()][2:], [[], []])
         self.assertEqual(self.filed(), self.ids(FIRST, SECOND))

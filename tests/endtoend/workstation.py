@@ -250,6 +250,11 @@ class Workstation:
             process.wait()
             process.stdin.close()
 
+    def wait_for_menu(self, times):
+        """Until the accounting has shown its menu so many times: what was chosen before is carried out then."""
+        output = self.folder / "Ausgabe.txt"
+        wait_until(lambda: output.read_bytes().count(b"Ihre Wahl:") == times, "the accounting is at its menu")
+
     def option_values(self):
         return json.loads(self.client.read_text(encoding="utf-8"))["optionen"]["600"]
 
