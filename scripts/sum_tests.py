@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Sums up a JUnit report of ctest: prints "PASSED FAILED LEFT_OUT".
+"""Sums up a JUnit report of ctest: prints "PASSED FAILED LEFT_OUT", or with --counts what the sweeps and the other long
+tests say they went through.
 
 A test program of GoogleTest counts with each of its cases, any other test as one.
 """
@@ -12,6 +13,12 @@ def cases(output, label):
     """How many cases the closing lines of a GoogleTest program give for LABEL."""
     found = re.findall(rf"^\[ +{label} +\] (\d+) tests?\b", output, re.MULTILINE)
     return sum(int(number) for number in found)
+
+
+# How such lines begin.
+COUNTS = re.compile(r"^(?:(?:fault|allocation|re-entry) sweep: \d+|the archive was killed \d+|"
+                    r"\d+ (?:sequences|requests disturbed|apartments|accountings|answers|failures,|random values|"
+                    r"mutated settings|kinds of metadata)).*", re.MULTILINE)
 
 
 def outcome(test):
@@ -31,7 +38,12 @@ def outcome(test):
 
 
 def main():
-    tests = xml.etree.ElementTree.parse(sys.argv[1]).getroot().iter("testcase")
+    tests = list(xml.etree.ElementTree.parse(sys.argv[-1]).getroot().iter("testcase"))
+    if "--counts" in sys.argv:
+        for test in tests:
+            for line in COUNTS.findall(test.findtext("system-out") or ""):
+                print(f"  {test.get('name')}: {line.rstrip()}")
+        return
     totals = [sum(column) for column in zip(*map(outcome, tests))] or [0, 0, 0]
     print(*totals)
 
