@@ -40,7 +40,7 @@ private:
 template <class Call>
 std::int32_t WhileBusy(Call&& call) {
     std::int32_t outcome = call();
-    if (WasTurnedAway(outcome)) {
+    if (outcome < 0 && WasTurnedAway(outcome)) {
         Repetition repetition;
         while (WasTurnedAway(outcome) && repetition.Wait()) {
             outcome = call();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <memory>
 #include <utility>
 
 #include "automation/BusyServer.h"
@@ -80,37 +81,56 @@ void Argument::CopyBack() {
     }
 }
 
+/// The object and what is known of it, owned by all copies together. They are counted without regard to other
+/// threads, which have no business here.
 struct LateBound::Binding {
     explicit Binding(IDispatch* theObject) : object(theObject) { object->AddRef(); }
     ~Binding() { object->Release(); }
     Binding(const Binding&) = delete;
     Binding& operator=(const Binding&) = delete;
 
-    DISPID IdOf(const wchar_t* member) {
+    DISPID IdOf(MemberName member) {
         for (const Id& known : ids) {
-            if (std::wcscmp(known.member.c_str(), member) == 0) {
+            if (known.member.Name() == member.Name()) {
+                return known.id;
+            }
+        }
+        for (const Id& known : ids) {  // the same name, written at another place
+            if (std::wcscmp(known.member.Name(), member.Name()) == 0) {
                 return known.id;
             }
         }
         DISPID id = DISPID_UNKNOWN;
-        auto* name = const_cast<wchar_t*>(member);
+        auto* name = const_cast<wchar_t*>(member.Name());
         RequireSuccess(
             WhileBusy([&] { return object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id); }));
-        ids.push_back({Text(member), id});
+        ids.push_back({member, id});
         return id;
     }
 
     struct Id {
-        Text member;
+        MemberName member;
         DISPID id;
     };
 
     IDispatch* object;
     std::vector<Id> ids;
+    long owners = 1;
 };
 
-LateBound::LateBound(IDispatch* object)
-    : binding_(object == nullptr ? nullptr : std::make_shared<Binding>(object)) {}
+LateBound::LateBound(IDispatch* object) : binding_(object == nullptr ? nullptr : new Binding(object)) {}
+
+LateBound::LateBound(const LateBound& other) noexcept : binding_(other.binding_) {
+    if (binding_ != nullptr) {
+        ++binding_->owners;
+    }
+}
+
+LateBound::~LateBound() {
+    if (binding_ != nullptr && --binding_->owners == 0) {
+        delete binding_;
+    }
+}
 
 LateBound::LateBound(const Variant& value) {
     if (!value.IsObject()) {
@@ -125,7 +145,7 @@ LateBound::LateBound(const Variant& value) {
             IDispatch* pointer;
             ~Releaser() { pointer->Release(); }
         } releaser{object};
-        binding_ = std::make_shared<Binding>(object);
+        binding_ = new Binding(object);
     }
 }
 
@@ -133,17 +153,17 @@ IDispatch* LateBound::Pointer() const noexcept {
     return binding_ == nullptr ? nullptr : binding_->object;
 }
 
-void LateBound::InvokePut(const wchar_t* member, Argument& value) const {
+void LateBound::InvokePut(MemberName member, Argument& value) const {
     Invoke(member, DISPATCH_PROPERTYPUT, false, &value, 1);
 }
 
-Variant LateBound::Invoke(const wchar_t* member, WORD flags, bool wantsResult, Argument* arguments,
+Variant LateBound::Invoke(MemberName member, WORD flags, bool wantsResult, Argument* arguments,
                           std::size_t count) const {
     if (binding_ == nullptr) {
         throw RuntimeError(errors::objectMissing);
     }
     // The callee may make the owner of this reference drop it while the call is under way.
-    const std::shared_ptr<Binding> binding = binding_;
+    const LateBound alive = *this;
     std::array<VARIANT, maximalArguments> passed;
     for (std::size_t i = 0; i < count; ++i) {
         passed[count - 1 - i] =
@@ -153,7 +173,8 @@ Variant LateBound::Invoke(const wchar_t* member, WORD flags, bool wantsResult, A
     const bool isPut = (flags & DISPATCH_PROPERTYPUT) != 0;
     DISPPARAMS parameters{count > 0 ? passed.data() : nullptr, isPut ? &put : nullptr,
                           static_cast<UINT>(count), isPut ? 1U : 0U};
-    Variant result = InvokeById(binding->object, binding->IdOf(member), flags, parameters, wantsResult);
+    Variant result =
+        InvokeById(alive.binding_->object, alive.binding_->IdOf(member), flags, parameters, wantsResult);
     for (std::size_t i = 0; i < count; ++i) {
         arguments[i].CopyBack();
     }

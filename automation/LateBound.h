@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <windows.h>
@@ -54,9 +54,22 @@ private:
     std::int16_t* integer_ = nullptr;
 };
 
+/// The name of a member. Only literals are taken: they stay where they are for as long as the program runs,
+/// so that the same place means the same name.
+class MemberName {
+public:
+    consteval MemberName(const wchar_t* literal) : name_(literal) {}  // NOLINT(google-explicit-constructor)
+
+    [[nodiscard]] const wchar_t* Name() const noexcept { return name_; }
+
+private:
+    const wchar_t* name_;
+};
+
 /// An object reached by the names of its members alone. A member's number is asked once per object and kept
-/// with it, so that each further call is one round trip. Copies share the object and the numbers. Every call
-/// on a missing object raises 91; a failing one raises the callee's own error.
+/// with it, so that each further call is one round trip. Copies share the object and the numbers; they stay
+/// in the apartment of the object. Every call on a missing object raises 91; a failing one raises the
+/// callee's own error.
 class LateBound {
 public:
     LateBound() noexcept = default;
@@ -64,6 +77,13 @@ public:
     explicit LateBound(IDispatch* object);
     /// The object in a value; raises 13 when the value is none.
     explicit LateBound(const Variant& value);
+    LateBound(const LateBound& other) noexcept;
+    LateBound(LateBound&& other) noexcept : binding_(std::exchange(other.binding_, nullptr)) {}
+    LateBound& operator=(LateBound other) noexcept {
+        std::swap(binding_, other.binding_);
+        return *this;
+    }
+    ~LateBound();
 
     [[nodiscard]] bool IsNothing() const noexcept { return binding_ == nullptr; }
     /// Without a new reference; null when there is no object.
@@ -71,20 +91,20 @@ public:
 
     /// A method called as a statement: no result is asked for.
     template <class... Arguments>
-    void Call(const wchar_t* member, Arguments&&... arguments) const {
+    void Call(MemberName member, Arguments&&... arguments) const {
         InvokeWith(member, DISPATCH_METHOD, false, std::forward<Arguments>(arguments)...);
     }
 
     /// A method or property whose value is used.
     template <class... Arguments>
-    [[nodiscard]] Variant Get(const wchar_t* member, Arguments&&... arguments) const {
+    [[nodiscard]] Variant Get(MemberName member, Arguments&&... arguments) const {
         return InvokeWith(member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, true,
                           std::forward<Arguments>(arguments)...);
     }
 
     /// A property assigned.
     template <class Value>
-    void Put(const wchar_t* member, const Value& value) const {
+    void Put(MemberName member, const Value& value) const {
         Argument argument(value);
         InvokePut(member, argument);
     }
@@ -100,7 +120,7 @@ private:
     struct Binding;
 
     template <class... Arguments>
-    Variant InvokeWith(const wchar_t* member, WORD flags, bool wantsResult, Arguments&&... values) const {
+    Variant InvokeWith(MemberName member, WORD flags, bool wantsResult, Arguments&&... values) const {
         if constexpr (sizeof...(Arguments) == 0) {
             return Invoke(member, flags, wantsResult, nullptr, 0);
         } else {
@@ -109,11 +129,11 @@ private:
         }
     }
 
-    void InvokePut(const wchar_t* member, Argument& value) const;
-    Variant Invoke(const wchar_t* member, WORD flags, bool wantsResult, Argument* arguments,
+    void InvokePut(MemberName member, Argument& value) const;
+    Variant Invoke(MemberName member, WORD flags, bool wantsResult, Argument* arguments,
                    std::size_t count) const;
 
-    std::shared_ptr<Binding> binding_;
+    Binding* binding_ = nullptr;
 };
 
 /// A new object of a registered class, in process or in a local server. Raises 429 when it cannot be created,

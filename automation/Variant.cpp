@@ -65,10 +65,12 @@ std::size_t SizeOf(VARTYPE type) {
 /// than their type would have to be read beyond their end; that is refused (13).
 VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
     VARTYPE type = VT_EMPTY;
-    if (FAILED(SafeArrayGetVartype(array, &type)) || type == VT_EMPTY) {
+    if ((array->fFeatures & FADF_VARIANT) != 0) {
+        type = VT_VARIANT;  // as most arrays are, so that nothing has to be asked
+    } else if (FAILED(SafeArrayGetVartype(array, &type)) || type == VT_EMPTY) {
         type = declared;
     }
-    if (SafeArrayGetElemsize(array) < SizeOf(type)) {
+    if (array->cbElements < SizeOf(type)) {
         throw RuntimeError(errors::typeMismatch);
     }
     return type;
@@ -83,7 +85,7 @@ void RequireMemory(HRESULT outcome) {
 /// The element at `data` as a value of its own. Records need a description that only their array has; they
 /// are handed out as an error value. Without the memory for it 7 is raised: what the array's owner put there
 /// must not pass for an error value, whose text would end in the archive.
-Variant ElementAt(void* data, VARTYPE type) {
+Variant ElementAt(const void* data, VARTYPE type) {
     VARIANT reference;
     VariantInit(&reference);
     if (type == VT_RECORD) {
@@ -92,13 +94,22 @@ Variant ElementAt(void* data, VARTYPE type) {
         return Variant(reference);
     }
     reference.vt = static_cast<VARTYPE>(type | VT_BYREF);
-    reference.byref = data;
+    reference.byref = const_cast<void*>(data);
     Variant element(reference);
     const auto* const put = type == VT_VARIANT ? static_cast<const VARIANT*>(data) : nullptr;
     if (element.Type() == VT_ERROR && (put == nullptr ? type : put->vt) != VT_ERROR) {
         RequireMemory(element.Raw().scode);
     }
     return element;
+}
+
+/// The element at `data` if it is a text, else null.
+const BSTR* TextAt(const void* data, VARTYPE type) {
+    const auto* const value = static_cast<const VARIANT*>(data);
+    if (type == VT_VARIANT && value->vt == VT_BSTR) {
+        return &value->bstrVal;
+    }
+    return type == VT_BSTR ? static_cast<const BSTR*>(data) : nullptr;
 }
 
 SAFEARRAY* ArrayIn(const VARIANT& value) {
@@ -153,16 +164,14 @@ bool SameWord(const Text& text, TextView word) {
 /// Calls `visit` with the place and the type of each element, the first index running fastest.
 template <class Visit>
 void ForEachElement(SAFEARRAY* array, int declared, Visit&& visit) {
-    const UINT dimensions = SafeArrayGetDim(array);
-    std::size_t count = dimensions == 0 ? 0 : 1;
-    for (UINT dimension = 0; dimension < dimensions; ++dimension) {
+    std::size_t count = array->cDims == 0 ? 0 : 1;
+    for (USHORT dimension = 0; dimension < array->cDims; ++dimension) {
         count *= array->rgsabound[dimension].cElements;
     }
     const ArrayLock lock(array);
     const VARTYPE type = ElementType(array, static_cast<VARTYPE>(declared));
-    const std::size_t size = SafeArrayGetElemsize(array);
     auto* data = static_cast<std::byte*>(array->pvData);
-    for (std::size_t i = 0; i < count; ++i, data += size) {
+    for (std::size_t i = 0; i < count; ++i, data += array->cbElements) {
         visit(data, type);
     }
 }
@@ -365,14 +374,18 @@ std::vector<Variant> Variant::Elements() const {
     return elements;
 }
 
-void Variant::VisitElements(const std::function<void(TextView)>& text,
-                            const std::function<void(const Variant&)>& other) const {
-    ForEachElement(ArrayIn(value_), value_.vt & VT_TYPEMASK, [&](void* data, VARTYPE type) {
-        const auto* const value = static_cast<const VARIANT*>(data);
-        if (type == VT_VARIANT && value->vt == VT_BSTR) {
-            text(TextView(value->bstrVal, SysStringLen(value->bstrVal)));
+void Variant::AppendElements(Text& joined, TextView separator,
+                             const std::function<Text(const Variant&)>& textOf) const {
+    bool isFirst = true;
+    ForEachElement(ArrayIn(value_), value_.vt & VT_TYPEMASK, [&](const void* data, VARTYPE type) {
+        if (!isFirst) {
+            joined += separator;
+        }
+        isFirst = false;
+        if (const BSTR* const text = TextAt(data, type)) {
+            joined += TextView(*text, SysStringLen(*text));
         } else {
-            other(ElementAt(data, type));
+            joined += textOf(ElementAt(data, type));
         }
     });
 }
@@ -393,7 +406,7 @@ void Variant::SetElement(std::int32_t index, const Variant& value) {
     RequireSuccess(SafeArrayPutElement(ArrayIn(value_), &position, const_cast<VARIANT*>(&value.value_)));
 }
 
-void Variant::Dereference() {
+void Variant::DereferenceOther() {
     if ((value_.vt & VT_BYREF) != 0) {
         Variant copy(value_);
         value_ = copy.Detach();

@@ -82,9 +82,10 @@ public:
     [[nodiscard]] Variant Element(std::int32_t index) const;
     /// Every element of an array of any number of dimensions, the first index running fastest.
     [[nodiscard]] std::vector<Variant> Elements() const;
-    /// The same one by one, for readers: a text is shown where it lies and is not copied.
-    void VisitElements(const std::function<void(TextView)>& text,
-                       const std::function<void(const Variant&)>& other) const;
+    /// Appends the texts of the same elements, separated from each other. An element that is a text is read
+    /// where it lies; `textOf` gives the text of any other.
+    void AppendElements(Text& joined, TextView separator,
+                        const std::function<Text(const Variant&)>& textOf) const;
     /// Grows (or shrinks) a one-dimensional array of Variants at its top, keeping the lower bound.
     void Resize(std::int32_t upperBound);
     void SetElement(std::int32_t index, const Variant& value);
@@ -94,12 +95,17 @@ public:
     [[nodiscard]] VARIANT* Receive() noexcept { return &value_; }
     /// Replaces a value that a callee returned by reference by a copy of its own, and one that cannot be used
     /// by an error value.
-    void Dereference();
+    void Dereference() {
+        if (value_.vt > VT_BSTR) {  // up to texts nothing is by reference or unsound
+            DereferenceOther();
+        }
+    }
     /// Gives the value away; this Variant is empty afterwards.
     [[nodiscard]] VARIANT Detach() noexcept;
 
 private:
     [[nodiscard]] Variant ConvertedTo(VARTYPE type) const;
+    void DereferenceOther();
     /// Makes this an error value; what it held must be owned by nobody.
     void Refuse(HRESULT reason) noexcept;
 

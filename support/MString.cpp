@@ -142,15 +142,15 @@ Text RenderArray(const Variant& value, const Nesting& nesting) {
     }
     try {
         const Nesting inside = nesting.Inside(nullptr);
+        if (inside.IsTooDeep()) {
+            return L"[" + JoinedTexts(value.Elements(), inside) + L"]";
+        }
         Text text;
         text.reserve(usualLength);
-        const auto append = [&](TextView element) {
-            text += text.empty() ? TextView(L"[") : separator;
-            text += element;
-        };
-        value.VisitElements([&](TextView element) { append(inside.IsTooDeep() ? tooDeep : element); },
-                            [&](const Variant& element) { append(Render(element, inside)); });
-        text += text.empty() ? L"[]" : L"]";
+        text += L'[';
+        value.AppendElements(text, separator,
+                             [&](const Variant& element) { return Render(element, inside); });
+        text += L']';
         return text;
     } catch (const RuntimeError&) {
         return RenderType(value);
