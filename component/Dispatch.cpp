@@ -111,9 +111,9 @@ public:
 
     VARIANT* Passed() noexcept { return &passed_; }
 
-    /// Stores what the callee left in a by-reference argument where the caller keeps it. What the callee did
-    /// not change stays as it was given: a script's number must not become a text because a text was asked
-    /// for.
+    /// Stores the text that the callee left in a by-reference argument where the caller keeps it, if there is
+    /// room for a text; no member changes anything else. What the callee did not change stays as it was
+    /// given: a script's number must not become a text because a text was asked for.
     void CopyBack() {
         if (!byReference_ || (given_->vt & VT_BYREF) == 0 || !IsChanged()) {
             return;
@@ -122,8 +122,6 @@ public:
         if (meant->vt == (VT_BYREF | VT_BSTR)) {
             SysFreeString(*meant->pbstrVal);
             *meant->pbstrVal = value_.Detach().bstrVal;
-        } else if (meant->vt == (VT_BYREF | VT_I4)) {
-            *meant->plVal = value_.Raw().lVal;
         } else if ((meant->vt & VT_BYREF) == 0) {
             VariantClear(meant);
             *meant = value_.Detach();
@@ -133,8 +131,7 @@ public:
 private:
     [[nodiscard]] bool IsChanged() const {
         const VARIANT& now = value_.Raw();
-        const VARIANT& before = before_.Raw();
-        return now.vt == VT_BSTR ? TextOf(now.bstrVal) != TextOf(before.bstrVal) : now.lVal != before.lVal;
+        return now.vt == VT_BSTR && TextOf(now.bstrVal) != TextOf(before_.Raw().bstrVal);
     }
 
     VARIANT* given_ = nullptr;

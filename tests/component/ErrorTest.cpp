@@ -106,6 +106,11 @@ TEST_F(ArchiveClient, RewritesATextByReference) {
               DISP_E_EXCEPTION);
     EXPECT_EQ(number.AsText(), L"/7");
 
+    // There is no room for a text here.
+    long place = 8;
+    EXPECT_EQ(Call(client_.Get(), L"PFadErstellen", List(Value::To(&place))).outcome, DISP_E_EXCEPTION);
+    EXPECT_EQ(place, 8);
+
     EXPECT_EQ(Call(client_.Get(), L"PFadErstellen", List(Value::Text(L"wird nicht verändert"))).outcome,
               DISP_E_EXCEPTION);
 }
