@@ -101,9 +101,6 @@ constexpr auto descriptionRows = std::to_array<DescriptionRow>({
 });
 
 std::string Utf8(const Text& text) {
-    if (text.empty()) {
-        return {};
-    }
     const auto length = static_cast<int>(text.size());
     const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
     std::string utf8(static_cast<std::size_t>(size), '\0');

@@ -18,8 +18,7 @@ constexpr std::uint32_t waitMilliseconds = 10;
 
 [[noreturn]] void RaiseLastError() {
     const DWORD error = GetLastError();
-    RequireSuccess(error == 0 ? E_FAIL : HRESULT_FROM_WIN32(error));
-    throw RuntimeError(errors::internal);
+    throw RuntimeError(NumberOf(error == 0 ? E_FAIL : HRESULT_FROM_WIN32(error)));
 }
 
 /// The class has the platform's own procedure and the form's procedure belongs to each window, so that a
