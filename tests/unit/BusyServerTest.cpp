@@ -1,12 +1,15 @@
 #include "automation/BusyServer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <numeric>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "automation/LateBound.h"
+#include "tests/cost/ModuleHook.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/Raised.h"
 #include "tests/support/VirtualPatience.h"
@@ -163,6 +166,81 @@ TEST_F(BusyServer, EveryKindOfCallIsRepeated) {
     EXPECT_EQ(object.queried, 3);
     EXPECT_EQ(object.named, 3);
     EXPECT_EQ(object.invoked, 3);
+}
+
+// The pauses as they are, without the virtual ones.
+
+TEST(RealPause, TakesItsTime) {
+    const std::uint64_t before = BusyPatience().Milliseconds();
+    BusyPatience().Pause(50);  // longer than a step of the clock
+    EXPECT_GT(BusyPatience().Milliseconds(), before);
+}
+
+TEST(RealPause, LetsCallsIn) {
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
+    {
+        Fake archive("archive");
+        archive->Answers(L"Version", 702);
+        IStream* handedOver = nullptr;
+        ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);
+        std::int32_t answer = 0;
+        std::atomic<bool> done = false;
+        std::thread caller([&] {
+            EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+            IDispatch* proxy = nullptr;
+            EXPECT_EQ(
+                CoGetInterfaceAndReleaseStream(handedOver, IID_IDispatch, reinterpret_cast<void**>(&proxy)),
+                S_OK);
+            if (proxy != nullptr) {
+                answer = LateBound(proxy).Get(L"Version").ToLong();
+                proxy->Release();
+            }
+            CoUninitialize();
+            done = true;
+        });
+        for (int pause = 0; pause < 6000 && !done; ++pause) {
+            BusyPatience().Pause(10);
+        }
+        EXPECT_TRUE(done) << "the other thread waits for this one";
+        for (MSG message{}; !done;) {
+            PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
+            DispatchMessageW(&message);
+        }
+        caller.join();
+        EXPECT_EQ(answer, 702);
+        CoDisconnectObject(archive.Get(), 0);
+    }
+    CoUninitialize();
+}
+
+std::vector<DWORD> slept;
+
+void WINAPI NoteSleep(DWORD milliseconds) {
+    slept.push_back(milliseconds);
+}
+HRESULT WINAPI RefuseToWait(DWORD, DWORD, ULONG, HANDLE*, DWORD*) {
+    return CO_E_NOTINITIALIZED;
+}
+HANDLE WINAPI MakeNoEvent(SECURITY_ATTRIBUTES*, BOOL, BOOL, const wchar_t*) {
+    return nullptr;
+}
+
+TEST(RealPause, IsMadeWithoutComToo) {
+    const HMODULE self = GetModuleHandleW(nullptr);
+    const cost::ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NoteSleep));
+    slept.clear();
+    {
+        const cost::ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
+                                   reinterpret_cast<void*>(&RefuseToWait));
+        BusyPatience().Pause(20);
+    }
+    EXPECT_EQ(slept, std::vector<DWORD>({20}));
+    {
+        const cost::ModuleHook event(self, "kernel32.dll", "CreateEventW",
+                                     reinterpret_cast<void*>(&MakeNoEvent));
+        BusyPatience().Pause(30);
+    }
+    EXPECT_EQ(slept, std::vector<DWORD>({20, 30}));
 }
 
 }  // namespace

@@ -285,6 +285,8 @@ TEST_F(LateBinding, EnumeratesNothingOfAnObjectWhoseEnumerationIsNone) {
     EXPECT_FALSE(object.Items());
     fake->Answers(L"_NewEnum", fake);
     EXPECT_FALSE(object.Items());
+    fake->Answers(L"_NewEnum", Variant(static_cast<IDispatch*>(nullptr)));
+    EXPECT_FALSE(object.Items());
     fake->Answers(L"_NewEnum", Failure::Exception(1000));
     EXPECT_FALSE(object.Items());
 }
@@ -300,6 +302,53 @@ TEST(NewObjects, ComeFromTheirClass) {
 TEST(NewObjects, CannotBeHadWithoutTheirClass) {
     EXPECT_EQ(RaisedBy([] { NewObject(L"Gibt.Es.Nicht"); }), (Raised{429, DescriptionOf(429)}));
     EXPECT_EQ(NumberRaisedBy([] { NewObject(L""); }), 429);
+}
+
+/// A class whose objects cannot be made.
+class BarrenClass final : public IClassFactory {
+public:
+    explicit BarrenClass(HRESULT reason) : reason_(reason) {}
+    virtual ~BarrenClass() = default;
+    BarrenClass(const BarrenClass&) = delete;
+    BarrenClass& operator=(const BarrenClass&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+        *object = static_cast<IClassFactory*>(this);
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID, void** object) override {
+        *object = nullptr;
+        return reason_;
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+
+private:
+    HRESULT reason_;
+};
+
+TEST(NewObjects, TellWhyTheyCannotBeMade) {
+    struct Case {
+        HRESULT reason;
+        std::int32_t number;
+    };
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
+    CLSID clsid{};
+    ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
+    for (const Case& row : std::vector<Case>{{E_OUTOFMEMORY, 7},
+                                             {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), 462},
+                                             {E_NOINTERFACE, 429},
+                                             {E_FAIL, 429}}) {
+        BarrenClass barren(row.reason);
+        DWORD cookie = 0;
+        // This registration goes before the system's own class.
+        ASSERT_EQ(CoRegisterClassObject(clsid, &barren, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+                  S_OK);
+        EXPECT_EQ(NumberRaisedBy([] { NewObject(L"Scripting.Dictionary"); }), row.number) << row.reason;
+        CoRevokeClassObject(cookie);
+    }
+    CoUninitialize();
 }
 
 }  // namespace

@@ -4,12 +4,52 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "tests/cost/ModuleHook.h"
 #include "tests/support/FakePlatform.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kandora::test {
 namespace {
+
+/// Diverts what this program, and with it the tested code, imports from the system.
+class Diverted : public cost::ModuleHook {
+public:
+    template <class Function>
+    Diverted(const char* name, Function* replacement)
+        : ModuleHook(GetModuleHandleW(nullptr), "kernel32.dll", name, reinterpret_cast<void*>(replacement)) {}
+};
+
+template <DWORD error>
+BOOL WINAPI WriteNothing(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
+    *written = 0;
+    SetLastError(error);
+    return FALSE;
+}
+
+BOOL WINAPI WriteAllButOne(HANDLE, const void*, DWORD size, DWORD* written, OVERLAPPED*) {
+    *written = size - 1;
+    return TRUE;
+}
+
+DWORD WINAPI TellNoFileName(HMODULE, wchar_t*, DWORD) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return 0;
+}
+
+const Text& DeepFile() {
+    static const Text file = L"C:\\" + Text(700, L'x') + L"\\Kandora.dll";
+    return file;
+}
+
+/// As the system does: what does not fit is cut off, and the buffer's size is the answer.
+DWORD WINAPI TellDeepFileName(HMODULE, wchar_t* buffer, DWORD size) {
+    const Text shown = DeepFile().substr(0, size - 1);
+    *std::copy(shown.begin(), shown.end(), buffer) = L'\0';
+    return DeepFile().size() < size ? static_cast<DWORD>(shown.size()) : size;
+}
 
 class Machine : public testing::Test {
 protected:
@@ -58,6 +98,23 @@ TEST_F(Machine, TellsWhyAFileCannotBeAppendedTo) {
     EXPECT_EQ(NumberRaisedBy([&] { machine.AppendToFile(folder.Path(), "x"); }), 70) << "a folder is no file";
 }
 
+TEST_F(Machine, TellsThatTheDiskIsFull) {
+    const Text file = folder / L"Protokoll.log";
+    {
+        const Diverted full("WriteFile", &WriteNothing<ERROR_DISK_FULL>);
+        EXPECT_EQ(NumberRaisedBy([&] { machine.AppendToFile(file, "x"); }), 61);
+    }
+    {
+        const Diverted nearlyFull("WriteFile", &WriteAllButOne);
+        EXPECT_EQ(NumberRaisedBy([&] { machine.AppendToFile(file, "xyz"); }), 61);
+    }
+    {
+        const Diverted broken("WriteFile", &WriteNothing<ERROR_CRC>);
+        EXPECT_EQ(NumberRaisedBy([&] { machine.AppendToFile(file, "x"); }), 75);
+    }
+    EXPECT_TRUE(DeleteFileW(file.c_str())) << "the file is closed after a failure too";
+}
+
 TEST_F(Machine, ReadsTheEnvironment) {
     for (const std::size_t length : {0U, 1U, 62U, 63U, 64U, 65U, 1000U}) {
         const Text value(length, L'ä');
@@ -88,6 +145,16 @@ TEST_F(Machine, KnowsItsOwnFile) {
     EXPECT_EQ(ComponentFolder(machine) + L"\\unit_tests.exe", file);
 }
 
+TEST_F(Machine, KnowsAFileDeepDown) {
+    const Diverted deep("GetModuleFileNameW", &TellDeepFileName);
+    EXPECT_EQ(machine.ComponentFile(), DeepFile());
+}
+
+TEST_F(Machine, TellsWhyItsOwnFileIsUnknown) {
+    const Diverted silent("GetModuleFileNameW", &TellNoFileName);
+    EXPECT_EQ(NumberRaisedBy([&] { machine.ComponentFile(); }), 70);
+}
+
 TEST_F(Machine, CreatesObjects) {
     EXPECT_FALSE(machine.CreateObject(L"Scripting.Dictionary").IsNothing());
     EXPECT_EQ(NumberRaisedBy([&] { machine.CreateObject(L"Gibt.Es.Nicht"); }), 429);
@@ -105,7 +172,8 @@ TEST(ComponentFiles, AreSplitIntoFolderAndName) {
                                              {L"C:\\a.b\\Kandora", L"C:\\a.b", L"Kandora"},
                                              {L"C:\\x\\Kandora.32.dll", L"C:\\x", L"Kandora.32"},
                                              {L"C:/x/Kandora.dll", L"C:/x", L"Kandora"},
-                                             {L"C:\\Kandora.dll", L"C:", L"Kandora"}}) {
+                                             {L"C:\\Kandora.dll", L"C:", L"Kandora"},
+                                             {L"Kandora.dll", L"", L"Kandora"}}) {
         machine.componentFile = row.file;
         EXPECT_EQ(ComponentFolder(machine), row.folder);
         EXPECT_EQ(ComponentName(machine), row.name);
