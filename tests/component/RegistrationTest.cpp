@@ -7,6 +7,8 @@
 #include <set>
 #include <sstream>
 
+#include "tests/cost/ModuleHook.h"
+
 // Registration as administrators do it, and what it opens: creation by ProgID, scripts, calls across
 // apartments. Every test leaves the registry as it found it.
 namespace kandora::component_tests {
@@ -232,6 +234,75 @@ TEST_F(Registration, LeavesTheOneForTheUserAlone) {
     Unregister(installation_.Component());
     ExpectRegistered(HKEY_CURRENT_USER, installation_.Component());
     EXPECT_EQ(RunProgram(regsvr32, {L"/s", L"/n", L"/u", L"/i:user", file}).exitCode, 0U);
+}
+
+/// Calls that succeed before one fails.
+int writesLeft = 0;
+
+LSTATUS WINAPI CreateSomeKeys(HKEY parent, const wchar_t* path, DWORD reserved, wchar_t* keyClass,
+                              DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* key,
+                              DWORD* created) {
+    return writesLeft-- == 0
+               ? ERROR_ACCESS_DENIED
+               : RegCreateKeyExW(parent, path, reserved, keyClass, options, access, security, key, created);
+}
+LSTATUS WINAPI WriteSomeValues(HKEY key, const wchar_t* name, DWORD reserved, DWORD type, const BYTE* data,
+                               DWORD size) {
+    return writesLeft-- == 0 ? ERROR_REGISTRY_IO_FAILED
+                             : RegSetValueExW(key, name, reserved, type, data, size);
+}
+HRESULT WINAPI LoadNoLibrary(const wchar_t*, REGKIND, ITypeLib** library) {
+    *library = nullptr;
+    return TYPE_E_CANTLOADLIBRARY;
+}
+
+/// Registration by calls of the loaded component, which is diverted meanwhile.
+class FailingRegistration : public Registration {
+protected:
+    /// One that succeeds against expectation must not disturb the tests after this one.
+    void TearDown() override {
+        Called("DllUnregisterServer");
+        Installed(FALSE, L"user");
+    }
+    static HRESULT Called(const char* function) {
+        const auto exported = reinterpret_cast<HRESULT(WINAPI*)()>(
+            reinterpret_cast<void*>(GetProcAddress(Component::Built().Module(), function)));
+        return exported();
+    }
+    static HRESULT Installed(BOOL install, const wchar_t* commandLine) {
+        const auto exported = reinterpret_cast<HRESULT(WINAPI*)(BOOL, const wchar_t*)>(
+            reinterpret_cast<void*>(GetProcAddress(Component::Built().Module(), "DllInstall")));
+        return exported(install, commandLine);
+    }
+    template <class Function>
+    static cost::ModuleHook Diverted(const char* library, const char* name, Function* replacement) {
+        return {Component::Built().Module(), library, name, reinterpret_cast<void*>(replacement)};
+    }
+
+    const std::set<std::wstring> before = AllRegistrations();
+};
+
+TEST_F(FailingRegistration, LeavesNothingBehind) {
+    for (const int writes : {0, 1, 20, 117, 118, 125, 164}) {
+        {
+            const auto keys = Diverted("advapi32.dll", "RegCreateKeyExW", &CreateSomeKeys);
+            writesLeft = writes;
+            EXPECT_EQ(Called("DllRegisterServer"), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)) << writes;
+        }
+        {
+            const auto values = Diverted("advapi32.dll", "RegSetValueExW", &WriteSomeValues);
+            writesLeft = writes;
+            EXPECT_EQ(Installed(TRUE, L"user"), HRESULT_FROM_WIN32(ERROR_REGISTRY_IO_FAILED)) << writes;
+        }
+        EXPECT_EQ(Difference(before, AllRegistrations()), "") << writes;
+    }
+}
+
+TEST_F(FailingRegistration, TellsThatItsTypeLibraryIsMissing) {
+    const auto library = Diverted("oleaut32.dll", "LoadTypeLibEx", &LoadNoLibrary);
+    EXPECT_EQ(Called("DllRegisterServer"), TYPE_E_CANTLOADLIBRARY);
+    EXPECT_EQ(Called("DllUnregisterServer"), TYPE_E_CANTLOADLIBRARY);
+    EXPECT_EQ(Installed(FALSE, L"user"), TYPE_E_CANTLOADLIBRARY);
 }
 
 /// The build of the other architecture, with which a workstation may be shared.
