@@ -1,5 +1,7 @@
 #include "simulators/archive/call_script.h"
 
+#include "simulators/common/files.h"
+
 #include <algorithm>
 #include <array>
 #include <cwchar>
@@ -87,7 +89,8 @@ CallScript CallScript::Parse(const JsonFile& file, const MemberTable& members) {
 }
 
 CallScript::Rule CallScript::ReadRule(const JsonFile& file, const Json& item, const MemberTable& members) {
-    file.AllowOnly(item, {"call", "nth", "from", "args", "answer", "fail", "hresult", "delayMs", "die"});
+    file.AllowOnly(item,
+                   {"call", "nth", "from", "args", "answer", "fail", "hresult", "delayMs", "die", "begun"});
     Rule rule;
     const Json& name = file.Required(item, "call");
     const MemberTable::Member* member = members.Find(members.IdOf(file.NonEmptyText(name)));
@@ -108,6 +111,9 @@ CallScript::Rule CallScript::ReadRule(const JsonFile& file, const Json& item, co
         for (const Json& argument : file.Array(*arguments)) {
             rule.arguments.push_back(ReadValue(file, argument));
         }
+    }
+    if (const Json* begun = file.Optional(item, "begun")) {
+        rule.begun = file.NonEmptyText(*begun);
     }
     int actions = 0;
     if (const Json* answer = file.Optional(item, "answer")) {
@@ -160,6 +166,9 @@ CallScript::Decision CallScript::Decide(const Call& call) {
         const bool applies = rule.nth ? rule.calls == *rule.nth : !rule.from || rule.calls >= *rule.from;
         if (!applies) {
             continue;
+        }
+        if (!rule.begun.empty()) {
+            WriteFileAtomically(rule.begun, "");
         }
         decision.delay += rule.delay;
         if (std::holds_alternative<std::monostate>(decision.action)) {

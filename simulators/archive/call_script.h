@@ -10,7 +10,9 @@
 //
 // A rule concerns the calls of its member (properties included, read or assigned) whose first arguments equal
 // "args"; among those, counted over all clients since the start, only the "nth" or all from number "from" on.
-// The delays of all rules that apply are waited for; of the other actions the first rule's one counts.
+// The delays of all rules that apply are waited for; of the other actions the first rule's one counts. A rule
+// with "begun" makes the file of that name before anything else happens, so that others see that the call is
+// there.
 #pragma once
 
 #include "simulators/common/dispatch_object.h"
@@ -52,6 +54,7 @@ private:
         std::vector<Value> arguments;
         std::optional<std::int32_t> nth;
         std::optional<std::int32_t> from;
+        std::wstring begun;  // a file's path, or empty
         std::chrono::milliseconds delay{0};
         Action action;
         std::int32_t calls = 0;

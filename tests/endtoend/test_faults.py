@@ -146,18 +146,12 @@ class Killed(unittest.TestCase):
         return collections.Counter(known[number] for number in numbers)
 
     def test_while_a_request_waits_for_it(self):
-        trace = self.workstation.folder / "Spur.txt"
-        self.workstation.register_archive("--trace", windows_path(trace), *self.workstation.script([
-            {"call": "MoveToArchive", "nth": 2, "delayMs": 3_600_000}]))
-
-        def is_moving():
-            """The last answer before the second document's move is given."""
-            handed_in = trace.read_text(errors="replace").split("AddPostboxFile(") if trace.exists() else []
-            return len(handed_in) == 3 and "GetEntryId(" in handed_in[2].partition("LookupIndex(")[2]
-
+        begun = self.workstation.folder / "Begonnen"
+        self.workstation.register_archive(*self.workstation.script([
+            {"call": "MoveToArchive", "nth": 2, "delayMs": 3_600_000, "begun": windows_path(begun)}]))
         with self.workstation.host_running(["InitProvider", *map(OneDeath.save, (FIRST, SECOND, THIRD))]) as finish:
             # The second document is in the postbox, and the archive takes its time to move it.
-            wait_until(is_moving, "the second voucher is being filed")
+            wait_until(begun.exists, "the second voucher is being filed")
             self.workstation.kill_archive()
             report = finish()
         self.assertEqual([boxes for _, boxes in report.boxes_by_request()][1:], [

@@ -235,21 +235,23 @@ class Kills(unittest.TestCase):
 
     # ---- from outside ---------------------------------------------------------------------------------------------
 
-    def held_up(self, member, calls):
-        """Begins to save a voucher and waits until the archive is busy with a call. `calls`: those of a clean run."""
-        number = next(place for place, line in enumerate(calls) if line.startswith(member))
+    def held_up(self, member):
+        """Begins to save a voucher and waits until the archive is busy with a call; its successor is not held up."""
+        begun = self.workstation.folder / "Begonnen"
+        begun.unlink(missing_ok=True)
         self.put_back()
-        self.rehearse({"call": member, "nth": 1, "delayMs": 3_600_000})
+        self.rehearse({"call": member, "nth": 1, "delayMs": 3_600_000, "begun": windows_path(begun)})
         self.accounting.begin("SaveDocument booking 1002 1")
-        wait_until(lambda: len(self.traced()) >= number, f"the archive is busy with {member}")
+        wait_until(begun.exists, f"the archive is busy with {member}")
+        self.rehearse()
 
     def test_killed_during_a_call(self):
         self.keep()
         before = self.held()
-        calls, after = self.run_clean("SaveDocument booking 1002 1")
+        _, after = self.run_clean("SaveDocument booking 1002 1")
         for member in ("PrepareObjectEx", "ObjShort", "setobjAttrib", "AddPostboxFile", "MoveToArchive"):
             with self.subTest(member=member):
-                self.held_up(member, calls)
+                self.held_up(member)
                 self.workstation.kill_archive()
                 type(self).kills += 1
                 self.assertEqual(len(self.accounting.finish()), 1)

@@ -1,6 +1,11 @@
 #include "simulators/archive/tests/archive_fixture.h"
 
+#include "simulators/common/files.h"
+#include "simulators/common/text.h"
+
 #include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace simulators {
 namespace {
@@ -105,6 +110,17 @@ TEST_F(CallScriptTest, LetsTheFirstActionCountAndAddsUpDelays) {
     const CallScript::Decision decision = script_.Decide(Call{member, CallKind::Method, arguments});
     EXPECT_EQ(decision.delay.count(), 3);
     EXPECT_EQ(std::get<CallScript::Answer>(decision.action).value.Get().lVal, 7);
+}
+
+TEST_F(CallScriptTest, ShowsThatACallIsThere) {
+    const std::wstring begun = directory_ / L"Begonnen";
+    std::string path = ToUtf8(begun);
+    std::replace(path.begin(), path.end(), '\\', '/');
+    Use(R"([{"call": "LookupIndex", "nth": 2, "answer": 7, "begun": ")" + path + R"("}])");
+    EXPECT_THAT(LookUp(1), ElementsAre(0));
+    EXPECT_FALSE(IsFile(begun));
+    EXPECT_THAT(LookUp(1), ElementsAre(7));
+    EXPECT_TRUE(IsFile(begun));
 }
 
 TEST_F(CallScriptTest, DiesBeforeOrAfterTheCall) {
