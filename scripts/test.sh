@@ -32,6 +32,7 @@ test_builds() {
     mkdir -p "$logs"
     for name in "$@"; do
         rm -f "$logs/test-$name".{xml,sum}
+        : >"$logs/test-$name.log"
         (
             lockFile=
             trap finish EXIT
