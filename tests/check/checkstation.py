@@ -8,7 +8,7 @@ import signal
 import subprocess
 
 import workstation
-from workstation import (LIMIT, TOP_FOLDER, Workstation, session_processes, wait_until, windows,
+from workstation import (LIMIT, TOP_FOLDER, Workstation, kill, session_processes, wait_until, windows,
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
@@ -63,10 +63,19 @@ class CheckStation(Workstation):
                 *map(str, arguments)]
 
     @staticmethod
-    def wait_for_host():
+    def started_hosts():
+        """The accountings that COM has started."""
+        return [process for process, words in session_processes()
+                if "HostSimulator.exe" in words and "-Embedding" in words]
+
+    def wait_for_host(self):
         """COM must not send a new client to an accounting that is just about to end."""
-        wait_until(lambda: not [words for _, words in session_processes()
-                                if "HostSimulator.exe" in words and "-Embedding" in words], "the accounting has ended")
+        wait_until(lambda: not self.started_hosts(), "the accounting has ended")
+
+    def end_after_a_killed_client(self):
+        """Windows takes back what a killed client held; wine does not, so that its servers would serve it for ever."""
+        self.stop_archive()
+        kill(self.started_hosts())
 
     def run_text(self, *arguments, program=None):
         """Exit code, output and errors of one run."""

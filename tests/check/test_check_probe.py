@@ -1,19 +1,15 @@
 """A probe files into every folder and leaves nothing behind, however it ends."""
+import contextlib
 import json
 import unittest
 
 from checkstation import CLIENT_FOLDER, CheckStation, interrupt
-from workstation import LIMIT, MASKS, wait_until
+from workstation import LIMIT, MASKS, wait_until, windows_path
 
-# Long enough that the test sees the entry before the archive answers; nobody waits for its end but the archive itself.
+# Long enough for the test to end the program before the archive answers; nobody waits for its end but the archive itself.
 WHILE_IT_ANSWERS = 6000
 # The folders in the order in which they are probed. In each the archive is asked for the new entry's id.
 ORDER = ["Debi", "Kredi", "Buchungen", "Auswertungen"]
-
-
-def hold(folder):
-    """The archive takes its time when the entry in this folder has just been filed."""
-    return [{"call": "GetEntryId", "args": [-2], "nth": ORDER.index(folder) + 1, "delayMs": WHILE_IT_ANSWERS}]
 
 
 class Probing(unittest.TestCase):
@@ -80,19 +76,22 @@ class Probing(unittest.TestCase):
         self.assertIn("4 Einträge", self.probes(again)["Überreste"]["wert"])
         self.assert_untouched()
 
-    def entries_in(self, folder):
-        return {file.name for file in (self.station.store / "Ordner").rglob(f"{folder}/*.json")} - {"ordner.json"}
-
-    def wait_for_an_entry(self, folder):
-        before = {path.rpartition("/")[2] for path in self.before}
-        wait_until(lambda: self.entries_in(folder) - before, f"an entry of the probe in {folder}")
+    @contextlib.contextmanager
+    def held_up(self, folder, *arguments):
+        """A probe, while the archive takes its time with the entry that has just been filed into this folder."""
+        begun = self.station.folder / "Begonnen"
+        begun.unlink(missing_ok=True)
+        self.rehearse([{"call": "GetEntryId", "args": [-2], "nth": ORDER.index(folder) + 1,
+                        "delayMs": WHILE_IT_ANSWERS, "begun": windows_path(begun)}])
+        with self.station.checking("--probe", *arguments) as process:
+            wait_until(lambda: begun.exists() or process.poll() is not None, f"an entry of the probe in {folder}")
+            self.assertIsNone(process.poll(), self.station.running_output())
+            yield process
 
     def test_interrupted(self):
         for folder, finished in (("Debi", ["Debi"]), ("Auswertungen", ["Debi", "Kredi", "Beleg", "Auswertung"])):
             with self.subTest(folder=folder):
-                self.rehearse(hold(folder))
-                with self.station.checking("--probe", "--json") as process:
-                    self.wait_for_an_entry(folder)
+                with self.held_up(folder, "--json") as process:
                     interrupt(process)
                     self.assertEqual(process.wait(LIMIT), 2)
                 checks = json.loads(self.station.running_output())["pruefungen"]
@@ -103,11 +102,10 @@ class Probing(unittest.TestCase):
     def test_killed(self):
         for folder in ("Debi", "Auswertungen"):
             with self.subTest(folder=folder):
-                self.rehearse(hold(folder))
-                with self.station.checking("--probe") as process:
-                    self.wait_for_an_entry(folder)
+                with self.held_up(folder) as process:
                     process.kill()
                     process.wait(LIMIT)
+                self.station.end_after_a_killed_client()
                 self.assertEqual(len(self.station.contents()), len(self.before) + 2)
                 # Whoever only looks leaves even that alone.
                 left = self.station.contents()
