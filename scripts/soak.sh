@@ -1,6 +1,7 @@
 # The long runs: hours instead of minutes, with new random courses each time.
 # shellcheck shell=bash
 
+# In each architecture's own run.
 soakFailures=0
 
 # soak ARCHITECTURE NAME TEXT PATTERN COMMAND...: one line for the step, and what the run says of itself from PATTERN on.
@@ -30,7 +31,9 @@ soak_whole_run() {
 }
 
 soak_architecture() {
-    local architecture=$1 start=$EPOCHREALTIME before=$soakFailures
+    local architecture=$1 start=$EPOCHREALTIME
+    say ""
+    say "Long runs $architecture"
     begin_wine "$build/$architecture/wine"
     soak "$architecture" model "a million requests against the model" '[0-9]+ sequences' \
         soak_program "$architecture" model model_tests --requests "${KANDORA_SOAK_REQUESTS:-1000000}"
@@ -40,20 +43,13 @@ soak_architecture() {
         'the archive was killed' soak_whole_run "$architecture" test_kills
     KANDORA_MANY=year soak "$architecture" many "eight accountings file a year each at the same time" \
         '[0-9]+ accountings' soak_whole_run "$architecture" test_many
-    summaries+=("$architecture: $((soakFailures - before)) failures in four long runs, $(seconds_since "$start") s")
+    say "$architecture: $soakFailures failures in four long runs, $(seconds_since "$start") s"
+    ((soakFailures == 0))
 }
 
 run_soak() {
-    local architecture summaries=() runnable
+    local runnable
     mapfile -t runnable < <(runnable_architectures)
-    for architecture in "${architectures[@]}"; do
-        if [[ " ${runnable[*]} " == *" $architecture "* ]]; then
-            soak_architecture "$architecture"
-        else
-            summaries+=("$architecture: NOT RUN, 32-bit wine cannot be installed on this machine")
-        fi
-    done
-    say ""
-    printf '%s\n' "${summaries[@]}"
-    ((soakFailures == 0))
+    has_32_bit_wine || warn "x86 IS NOT TESTED: 32-bit wine cannot be installed on this machine."
+    side_by_side soak soak_architecture "${runnable[@]}"
 }

@@ -25,26 +25,14 @@ test_build() {
     echo "$passed $failed $leftOut $(seconds_since "$start")" >"$logs/test-$1.sum"
 }
 
-# test_builds NAME...: one summary line for each and one for all. The builds share nothing but the machine; what they say is
-# shown one after the other. Fails unless every test of every build has passed.
+# test_builds NAME...: one summary line for each and one for all. Fails unless every test of every build has passed.
 test_builds() {
-    local name processes=() summaries=() passed failed leftOut seconds passedTotal=0 failedTotal=0 at=0
-    mkdir -p "$logs"
+    local name summaries=() passed failed leftOut seconds passedTotal=0 failedTotal=0
     for name in "$@"; do
         rm -f "$logs/test-$name".{xml,sum}
-        : >"$logs/test-$name.log"
-        (
-            lockFile=
-            trap finish EXIT
-            trap 'exit 143' TERM
-            test_build "$name"
-        ) >"$logs/test-$name.log" 2>&1 &
-        processes+=($!)
     done
+    side_by_side test test_build "$@" || true
     for name in "$@"; do
-        tail -n +1 -f --pid="${processes[at]}" "$logs/test-$name.log"
-        wait "${processes[at]}" || true
-        at=$((at + 1))
         # Without a sum the run was broken off.
         passed=0 failed=1 leftOut=0 seconds=0
         [[ ! -f $logs/test-$name.sum ]] || read -r passed failed leftOut seconds <"$logs/test-$name.sum"
