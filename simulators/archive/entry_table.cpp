@@ -40,7 +40,7 @@ bool EntryTable::Refresh() {
         rows_ = folder->entries;  // ascending
         std::int32_t last = 0;
         for (const std::int32_t id : rows_) {
-            const std::int32_t mask = store_.FindEntry(id)->mask;
+            const std::int32_t mask = store_.MaskOf(id);
             if (masks.empty() || mask != last) {
                 masks.insert(mask);
                 last = mask;
@@ -91,9 +91,12 @@ void EntryTable::Sort() {
         std::vector<std::pair<std::wstring, std::int32_t>> keyed;
         keyed.reserve(rows_.size());
         for (const std::int32_t id : rows_) {
-            const Entry& entry = *store_.FindEntry(id);
+            const Entry* entry = store_.FindEntry(id);
             // The stamp itself sorts by time, its readable form does not.
-            keyed.emplace_back(sortColumn_ == Filed ? entry.filed : CellOf(entry, sortColumn_), id);
+            keyed.emplace_back(entry == nullptr       ? std::wstring()
+                               : sortColumn_ == Filed ? entry->filed
+                                                      : CellOf(*entry, sortColumn_),
+                               id);
         }
         std::sort(keyed.begin(), keyed.end(), [](const auto& left, const auto& right) {
             const int order = StrCmpLogicalW(left.first.c_str(), right.first.c_str());

@@ -1,5 +1,6 @@
 #include "simulators/archive/store.h"
 
+#include "simulators/archive/store_index.h"
 #include "simulators/archive/store_names.h"
 #include "simulators/common/json_file.h"
 
@@ -72,6 +73,24 @@ std::wstring LocalTimeText() {
     return text;
 }
 
+// A directory's time as FolderOnDisk keeps it. Clocks of file systems tick in steps of up to two seconds.
+std::uint64_t Settled(std::uint64_t changed) {
+    constexpr std::uint64_t step = 20000000;
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    return changed + step < (static_cast<std::uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime)
+               ? changed
+               : 0;
+}
+
+std::uint64_t SettledTimeOf(const std::wstring& directory) {
+    return Settled(StampOf(directory).value_or(FileStamp()).written);
+}
+
+std::wstring PassedOver(const Failure& failure) {
+    return failure.Message() + L" Der Eintrag wird übergangen.";
+}
+
 void InsertSorted(std::vector<std::int32_t>& ids, std::int32_t id) {
     // New ids are the highest, so this is an append nearly always.
     ids.insert(std::upper_bound(ids.begin(), ids.end(), id), id);
@@ -86,6 +105,11 @@ void EraseSorted(std::vector<std::int32_t>& ids, std::int32_t id) {
 
 }  // namespace
 
+struct ArchiveStore::ScannedEntry {
+    std::int32_t id = 0;
+    FileStamp file;
+};
+
 // A directory of the store as it was found on disk.
 struct ArchiveStore::Scanned {
     std::wstring path;
@@ -94,7 +118,8 @@ struct ArchiveStore::Scanned {
     std::wstring name;
     bool needsFile = false;  // ordner.json is missing or no longer right
     std::wstring complaint;
-    std::vector<std::int32_t> entries;
+    FolderOnDisk onDisk;
+    std::vector<ScannedEntry> entries;  // ascending
     std::vector<std::wstring> documents;
     std::vector<Scanned> children;
 };
@@ -109,23 +134,20 @@ ArchiveStore::ArchiveStore(std::wstring directory, unsigned patience)
     CreateDirectories(directory_ + L"\\Temp");
     CleanTemporaryFiles();
 
-    std::int32_t highest = RootId;
-    const Scanned root = Scan(directory_ + L"\\Ordner", highest);
-    highest = ScanPostbox(highest);
     handedOutBelow_ = reservedUntil_ = ReadCounter();
-    nextId_ = std::max({FirstId, reservedUntil_, highest + 1});
-
-    Folder rootFolder;
-    rootFolder.id = RootId;
-    folders_.emplace(RootId, std::move(rootFolder));
-    BuildFolder(root, RootId);
+    nextId_ = std::max({FirstId, reservedUntil_, ScanPostbox() + 1});
+    if (!ReadIndex()) {
+        ReadEverything();
+    }
 }
 
 ArchiveStore::~ArchiveStore() {
     try {
         WriteCounter(nextId_);
+        WriteIndex();
     } catch (...) {
-        // The block reserved before stays reserved; ids are skipped, never used twice.
+        // The block reserved before stays reserved; ids are skipped, never used twice. Without an index the
+        // next start reads everything.
     }
 }
 
@@ -181,11 +203,26 @@ std::int32_t ArchiveStore::ReadCounter() {
     }
 }
 
+void ArchiveStore::ReadEverything() {
+    folders_.clear();
+    folderByName_.clear();
+    entriesByMask_.clear();
+    onDisk_.clear();
+    std::int32_t highest = RootId;
+    const Scanned root = Scan(directory_ + L"\\Ordner", highest);
+    nextId_ = std::max(nextId_, highest + 1);
+    Folder rootFolder;
+    rootFolder.id = RootId;
+    AddFolder(std::move(rootFolder), root.onDisk);
+    BuildFolder(root, RootId);
+}
+
 ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t& highest) const {
     Scanned scanned;
     scanned.path = path;
     scanned.directory = path.substr(path.rfind(L'\\') + 1);
     scanned.needsFile = true;
+    scanned.onDisk.changed = SettledTimeOf(path);
     bool hasFolderFile = false;
     for (const DirectoryItem& item : ListDirectory(path)) {
         const std::wstring itemPath = path + L"\\" + item.name;
@@ -195,8 +232,9 @@ ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t&
             RemoveFile(itemPath);
         } else if (EqualIgnoringCase(item.name, FolderFile)) {
             hasFolderFile = true;
+            scanned.onDisk.file = item.stamp;
         } else if (const auto entry = IdOfEntryFile(item.name)) {
-            scanned.entries.push_back(*entry);
+            scanned.entries.push_back({*entry, item.stamp});
             Raise(highest, *entry);
         } else if (const auto document = IdOfDocumentFile(item.name)) {
             scanned.documents.push_back(item.name);
@@ -219,11 +257,14 @@ ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t&
     if (scanned.needsFile) {
         scanned.name = DecodeName(scanned.directory);
     }
-    std::sort(scanned.entries.begin(), scanned.entries.end());
+    std::sort(scanned.entries.begin(), scanned.entries.end(),
+              [](const ScannedEntry& left, const ScannedEntry& right) { return left.id < right.id; });
     return scanned;
 }
 
-std::int32_t ArchiveStore::ScanPostbox(std::int32_t highest) {
+// The highest number in it.
+std::int32_t ArchiveStore::ScanPostbox() {
+    std::int32_t highest = RootId;
     const std::wstring postbox = directory_ + L"\\Postkorb";
     for (const DirectoryItem& user : ListDirectory(postbox)) {
         if (!user.isDirectory) {
@@ -240,15 +281,21 @@ std::int32_t ArchiveStore::ScanPostbox(std::int32_t highest) {
 }
 
 void ArchiveStore::BuildFolder(const Scanned& scanned, std::int32_t id) {
-    for (const std::int32_t entry : scanned.entries) {
+    std::vector<std::int32_t> found;
+    for (const ScannedEntry& entry : scanned.entries) {
         BuildEntry(scanned.path, entry, id);
+        found.push_back(entry.id);
     }
     for (const std::wstring& document : scanned.documents) {
         const std::int32_t documentId = *IdOfDocumentFile(document);
-        const bool hasEntry = std::binary_search(scanned.entries.begin(), scanned.entries.end(), documentId);
+        if (std::binary_search(found.begin(), found.end(), documentId)) {
+            continue;
+        }
         // Files with numbers that were never given out are somebody else's.
-        if (!hasEntry && documentId < handedOutBelow_) {
+        if (documentId < handedOutBelow_) {
             RemoveFile(scanned.path + L"\\" + document);
+        } else {
+            onDisk_.at(id).changed = 0;  // the directory is not as the store would leave it
         }
     }
     for (const Scanned& child : scanned.children) {
@@ -262,12 +309,13 @@ void ArchiveStore::BuildChild(const Scanned& scanned, std::int32_t parent) {
     folder.parent = parent;
     folder.name = scanned.name;
     folder.directory = scanned.directory;
+    FolderOnDisk onDisk = scanned.onDisk;
     const bool isTaken = folders_.contains(folder.id) || entries_.contains(folder.id);
     if (folder.id == 0 || isTaken || scanned.needsFile) {
         if (folder.id == 0 || isTaken) {
             folder.id = NextId();
         }
-        WriteFolder(scanned.path, folder.id, folder.name);
+        onDisk.file = WriteFolder(scanned.path, folder.id, folder.name);
     }
     if (isTaken) {
         warnings_.push_back(scanned.path + L": Die Nummer " + std::to_wstring(scanned.id) +
@@ -279,43 +327,229 @@ void ArchiveStore::BuildChild(const Scanned& scanned, std::int32_t parent) {
                             std::to_wstring(folder.id) + L".");
     }
     const std::int32_t id = folder.id;
-    AddFolder(std::move(folder));
+    AddFolder(std::move(folder), onDisk);
     BuildFolder(scanned, id);
 }
 
-void ArchiveStore::BuildEntry(const std::wstring& path, std::int32_t id, std::int32_t folder) {
+void ArchiveStore::BuildEntry(const std::wstring& path, const ScannedEntry& scanned, std::int32_t folder) {
     try {
-        const JsonFile file =
-            JsonFile::Read(path + L"\\" + std::to_wstring(id) + std::wstring(EntryExtension));
-        const Json& root = file.Root();
-        Entry entry;
-        entry.id = file.Integer(file.Required(root, "id"), FirstId, HighestId);
-        if (entry.id != id) {
-            file.Fail(file.Required(root, "id"), L"Die Nummer passt nicht zum Dateinamen.");
-        }
-        if (entries_.contains(id) || folders_.contains(id)) {
-            file.Fail(file.Required(root, "id"), L"Die Nummer ist schon vergeben.");
-        }
+        const bool isTaken = entries_.contains(scanned.id) || folders_.contains(scanned.id);
+        Entry entry = ReadEntry(path + L"\\" + std::to_wstring(scanned.id) + std::wstring(EntryExtension),
+                                scanned.id, isTaken);
         entry.folder = folder;
-        entry.mask = file.Integer(file.Required(root, "maske"), 0);
-        entry.shortName = file.Text(file.Required(root, "kurzbezeichnung"));
-        const Json& fields = file.Object(file.Required(root, "felder"));
-        for (auto field = fields.begin(); field != fields.end(); ++field) {
-            const auto line = ParseId(FromUtf8(field.key()));
-            if (!line || *line < 1 || *line > 32767) {
-                file.FailAtKey(fields, field.key(), L"Hier muss die Nummer einer Indexzeile stehen.");
-            }
-            entry.fields.emplace(static_cast<std::int16_t>(*line), file.Text(field.value()));
-        }
-        if (const Json* document = file.Optional(root, "dokument")) {
-            entry.document = file.Text(*document);
-        }
-        if (const Json* filed = file.Optional(root, "abgelegt")) {
-            entry.filed = file.Text(*filed);
-        }
-        AddEntry(std::move(entry));
+        AddEntry(std::move(entry), scanned.file);
     } catch (const Failure& failure) {
-        warnings_.push_back(failure.Message() + L" Der Eintrag wird übergangen.");
+        warnings_.push_back(PassedOver(failure));
+    }
+}
+
+// Reads an entry's file; whoever asks knows the folder. An entry whose number is taken is refused.
+Entry ArchiveStore::ReadEntry(const std::wstring& path, std::int32_t id, bool isTaken) {
+    const JsonFile file = JsonFile::Read(path);
+    const Json& root = file.Root();
+    Entry entry;
+    entry.id = file.Integer(file.Required(root, "id"), FirstId, HighestId);
+    if (entry.id != id) {
+        file.Fail(file.Required(root, "id"), L"Die Nummer passt nicht zum Dateinamen.");
+    }
+    if (isTaken) {
+        file.Fail(file.Required(root, "id"), L"Die Nummer ist schon vergeben.");
+    }
+    entry.mask = file.Integer(file.Required(root, "maske"), 0);
+    entry.shortName = file.Text(file.Required(root, "kurzbezeichnung"));
+    const Json& fields = file.Object(file.Required(root, "felder"));
+    for (auto field = fields.begin(); field != fields.end(); ++field) {
+        const auto line = ParseId(FromUtf8(field.key()));
+        if (!line || *line < 1 || *line > 32767) {
+            file.FailAtKey(fields, field.key(), L"Hier muss die Nummer einer Indexzeile stehen.");
+        }
+        entry.fields.emplace(static_cast<std::int16_t>(*line), file.Text(field.value()));
+    }
+    if (const Json* document = file.Optional(root, "dokument")) {
+        entry.document = file.Text(*document);
+    }
+    if (const Json* filed = file.Optional(root, "abgelegt")) {
+        entry.filed = file.Text(*filed);
+    }
+    return entry;
+}
+
+// --- The index
+// ------------------------------------------------------------------------------------------------
+
+bool ArchiveStore::ReadIndex() {
+    index_ = StoreIndex::Take(IndexPath());
+    if (index_ == nullptr) {
+        return false;
+    }
+    for (const IndexedFolder& indexed : index_->Folders()) {
+        Folder folder;
+        folder.id = indexed.id;
+        folder.parent = indexed.parent;
+        folder.name = indexed.name;
+        folder.directory = indexed.directory;
+        AddFolder(std::move(folder), indexed.onDisk);
+    }
+    for (const IndexedEntry& entry : index_->Entries()) {
+        folders_.at(entry.folder).entries.push_back(entry.id);
+        entriesByMask_[entry.mask].push_back(entry.id);
+    }
+    const auto isAsKnown = [this](const auto& folder) { return IsAsKnown(folder.second); };
+    if (!std::all_of(folders_.begin(), folders_.end(), isAsKnown)) {
+        index_.reset();
+        return false;
+    }
+    nextId_ = std::max(nextId_, index_->NextId());
+    return true;
+}
+
+void ArchiveStore::WriteIndex() {
+    TakeOverEdits();
+    const auto isAsKnown = [this](const auto& folder) { return IsAsKnown(folder.second); };
+    // What was wrong is to be told again at the next start, and what somebody changed meanwhile is to be
+    // found.
+    if (!warnings_.empty() || !std::all_of(folders_.begin(), folders_.end(), isAsKnown)) {
+        return;
+    }
+    StoreIndexWriter writer(nextId_);
+    AddToIndex(writer, folders_.at(RootId));
+    for (const auto& [id, stored] : entries_) {
+        writer.Add(stored.entry, stored.file);
+    }
+    if (index_ != nullptr) {
+        for (const IndexedEntry& entry : index_->Entries()) {
+            if (index_->IsWaiting(entry)) {
+                writer.Copy(*index_, entry);
+            }
+        }
+    }
+    writer.Write(IndexPath(), TemporaryPath(L"archiv.index"));
+}
+
+void ArchiveStore::AddToIndex(StoreIndexWriter& writer, const Folder& folder) const {
+    writer.Add({folder.id, folder.parent, folder.name, folder.directory, onDisk_.at(folder.id)});
+    for (const std::int32_t child : folder.children) {
+        AddToIndex(writer, folders_.at(child));
+    }
+}
+
+// True when the folder's directory holds what the lists say. It is read only if it may have changed.
+bool ArchiveStore::IsAsKnown(const Folder& folder) {
+    const std::wstring path = FolderPath(folder.id);
+    FolderOnDisk& onDisk = onDisk_.at(folder.id);
+    if (folder.id != RootId && StampOf(path + L"\\" + std::wstring(FolderFile)) != onDisk.file) {
+        return false;
+    }
+    const auto now = StampOf(path);
+    if (now && now->written == onDisk.changed) {
+        return true;
+    }
+    if (!now || !HoldsWhatIsKnown(folder)) {
+        return false;
+    }
+    onDisk.changed = Settled(now->written);
+    return true;
+}
+
+bool ArchiveStore::HoldsWhatIsKnown(const Folder& folder) const {
+    const auto isTheSame = [this](std::int32_t id, const FileStamp& file) {
+        if (const auto found = entries_.find(id); found != entries_.end()) {
+            return found->second.file == file;
+        }
+        const IndexedEntry* indexed = index_ == nullptr ? nullptr : index_->Find(id);
+        return indexed != nullptr && indexed->file == file;
+    };
+    std::vector<std::int32_t> entries;
+    std::vector<std::int32_t> documents;
+    std::set<std::wstring> directories;
+    for (const DirectoryItem& item : ListDirectory(FolderPath(folder.id))) {
+        if (item.isDirectory) {
+            directories.insert(item.name);
+        } else if (EndsWithIgnoringCase(item.name, TemporaryExtension)) {
+            return false;
+        } else if (const auto entry = IdOfEntryFile(item.name)) {
+            if (!isTheSame(*entry, item.stamp)) {
+                return false;
+            }
+            entries.push_back(*entry);
+        } else if (const auto document = IdOfDocumentFile(item.name)) {
+            documents.push_back(*document);
+        }
+    }
+    std::sort(entries.begin(), entries.end());
+    std::set<std::wstring> children;
+    for (const std::int32_t child : folder.children) {
+        children.insert(folders_.at(child).directory);
+    }
+    const auto hasEntry = [&entries](std::int32_t document) {
+        return std::binary_search(entries.begin(), entries.end(), document);
+    };
+    return entries == folder.entries && directories == children &&
+           std::all_of(documents.begin(), documents.end(), hasEntry);
+}
+
+// The entry with its texts: those of the index if its file is still the same, otherwise those of the file.
+const Entry* ArchiveStore::TakeFromIndex(const IndexedEntry& indexed) const {
+    const auto keep = [this](Entry entry, const FileStamp& file) {
+        const std::int32_t id = entry.id;
+        return &entries_.insert_or_assign(id, StoredEntry{std::move(entry), file}).first->second.entry;
+    };
+    const std::wstring path = EntryPath(indexed.folder, indexed.id);
+    const FileStamp file = index_->IsChecked(indexed) ? indexed.file : StampOf(path).value_or(FileStamp());
+    if (file == indexed.file) {
+        if (auto entry = index_->Decode(indexed)) {
+            index_->Remove(indexed);
+            return keep(std::move(*entry), file);
+        }
+    }
+    index_->Remove(indexed);
+    Edit edit{indexed.id, indexed.folder, indexed.mask, {}};
+    try {
+        Entry entry = ReadEntry(path, indexed.id, false);
+        entry.folder = indexed.folder;
+        edit.newMask = entry.mask;
+        edits_.push_back(edit);
+        const Entry* kept = keep(std::move(entry), file);
+        Tell(Change::EntryChanged, indexed.id, indexed.folder);
+        return kept;
+    } catch (const Failure& failure) {
+        warnings_.push_back(PassedOver(failure));
+        edits_.push_back(edit);
+        Tell(Change::EntryRemoved, indexed.id, indexed.folder);
+        return nullptr;
+    }
+}
+
+// Asks for the entries whose files have changed since the index was written. Listing a directory tells the
+// stamps of all its files at once.
+void ArchiveStore::CheckWaitingEntries() const {
+    for (const auto& [id, folder] : folders_) {
+        if (folder.entries.empty()) {
+            continue;
+        }
+        for (const DirectoryItem& item : ListDirectory(FolderPath(id))) {
+            const auto entry = item.isDirectory ? std::nullopt : IdOfEntryFile(item.name);
+            const IndexedEntry* indexed = entry ? index_->Find(*entry) : nullptr;
+            if (indexed != nullptr && indexed->folder == id && indexed->file == item.stamp) {
+                index_->MarkAsChecked(*indexed);
+            }
+        }
+    }
+    for (const IndexedEntry& indexed : index_->Entries()) {
+        if (index_->IsWaiting(indexed) && !index_->IsChecked(indexed)) {
+            TakeFromIndex(indexed);
+        }
+    }
+}
+
+void ArchiveStore::TakeOverEdits() const {
+    for (const Edit& edit : std::exchange(edits_, {})) {
+        EraseSorted(entriesByMask_[edit.oldMask], edit.id);
+        if (edit.newMask) {
+            InsertSorted(entriesByMask_[*edit.newMask], edit.id);
+        } else {
+            EraseSorted(folders_.at(edit.folder).entries, edit.id);
+        }
     }
 }
 
@@ -327,15 +561,34 @@ const Folder* ArchiveStore::FindFolder(std::int32_t id) const noexcept {
     return found == folders_.end() ? nullptr : &found->second;
 }
 
-const Entry* ArchiveStore::FindEntry(std::int32_t id) const noexcept {
-    const auto found = entries_.find(id);
-    return found == entries_.end() ? nullptr : &found->second;
+const Entry* ArchiveStore::FindEntry(std::int32_t id) const {
+    if (const auto found = entries_.find(id); found != entries_.end()) {
+        return &found->second.entry;
+    }
+    const IndexedEntry* indexed = index_ == nullptr ? nullptr : index_->Find(id);
+    return indexed == nullptr ? nullptr : TakeFromIndex(*indexed);
 }
 
-const std::vector<std::int32_t>& ArchiveStore::EntriesOfMask(std::int32_t mask) const noexcept {
+std::int32_t ArchiveStore::MaskOf(std::int32_t id) const noexcept {
+    if (const auto found = entries_.find(id); found != entries_.end()) {
+        return found->second.entry.mask;
+    }
+    const IndexedEntry* indexed = index_ == nullptr ? nullptr : index_->Find(id);
+    return indexed == nullptr ? 0 : indexed->mask;
+}
+
+const std::vector<std::int32_t>& ArchiveStore::EntriesOfMask(std::int32_t mask) const {
     static const std::vector<std::int32_t> none;
+    if (index_ != nullptr && !index_->AreAllChecked()) {
+        CheckWaitingEntries();
+    }
+    TakeOverEdits();
     const auto found = entriesByMask_.find(mask);
     return found == entriesByMask_.end() ? none : found->second;
+}
+
+std::size_t ArchiveStore::EntryCount() const noexcept {
+    return entries_.size() + (index_ == nullptr ? 0 : index_->WaitingCount());
 }
 
 std::optional<std::vector<std::wstring>> ArchiveStore::Levels(std::wstring_view path) const {
@@ -437,13 +690,14 @@ void ArchiveStore::WriteCounter(std::int32_t next) const {
     WriteFileAtomically(directory_ + L"\\zaehler.json", counter.dump() + "\n", TemporaryPath(L"zaehler"));
 }
 
-void ArchiveStore::WriteFolder(const std::wstring& path, std::int32_t id, const std::wstring& name) const {
+FileStamp ArchiveStore::WriteFolder(const std::wstring& path, std::int32_t id,
+                                    const std::wstring& name) const {
     const nlohmann::ordered_json folder{{"id", id}, {"name", ToUtf8(name)}};
-    WriteFileAtomically(path + L"\\" + std::wstring(FolderFile), folder.dump(2) + "\n",
-                        TemporaryPath(std::to_wstring(id)));
+    return WriteFileAtomically(path + L"\\" + std::wstring(FolderFile), folder.dump(2) + "\n",
+                               TemporaryPath(std::to_wstring(id)));
 }
 
-void ArchiveStore::WriteEntry(const Entry& entry) const {
+FileStamp ArchiveStore::WriteEntry(const Entry& entry) const {
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();
     for (const auto& [line, value] : entry.fields) {
         fields[std::to_string(line)] = ToUtf8(value);
@@ -454,11 +708,16 @@ void ArchiveStore::WriteEntry(const Entry& entry) const {
                                       {"felder", fields},
                                       {"dokument", ToUtf8(entry.document)},
                                       {"abgelegt", ToUtf8(entry.filed)}};
-    WriteFileAtomically(EntryPath(entry.folder, entry.id), json.dump(2) + "\n",
-                        TemporaryPath(std::to_wstring(entry.id)));
+    return WriteFileAtomically(EntryPath(entry.folder, entry.id), json.dump(2) + "\n",
+                               TemporaryPath(std::to_wstring(entry.id)));
 }
 
-void ArchiveStore::AddFolder(Folder folder) {
+void ArchiveStore::AddFolder(Folder folder, const FolderOnDisk& onDisk) {
+    onDisk_[folder.id] = onDisk;
+    if (folder.id == RootId) {
+        folders_.emplace(RootId, std::move(folder));
+        return;
+    }
     Folder& parent = folders_.at(folder.parent);
     const auto comesBefore = [this](std::int32_t id, const std::wstring& name) {
         const std::wstring& other = folders_.at(id).name;
@@ -474,11 +733,18 @@ void ArchiveStore::AddFolder(Folder folder) {
     folders_.emplace(id, std::move(folder));
 }
 
-const Entry& ArchiveStore::AddEntry(Entry entry) {
+const Entry& ArchiveStore::AddEntry(Entry entry, const FileStamp& file) {
     InsertSorted(folders_.at(entry.folder).entries, entry.id);
     InsertSorted(entriesByMask_[entry.mask], entry.id);
     const std::int32_t id = entry.id;
-    return entries_.emplace(id, std::move(entry)).first->second;
+    return entries_.emplace(id, StoredEntry{std::move(entry), file}).first->second.entry;
+}
+
+// An entry that is about to change. Throws when there is none.
+ArchiveStore::StoredEntry& ArchiveStore::Existing(std::int32_t id) {
+    FindEntry(id);
+    TakeOverEdits();
+    return entries_.at(id);
 }
 
 std::optional<std::int32_t> ArchiveStore::CreateFolders(std::wstring_view path) {
@@ -502,8 +768,7 @@ std::optional<std::int32_t> ArchiveStore::CreateFolders(std::wstring_view path) 
             folder.directory = EncodeName(level);
             const std::wstring folderPath = FolderPath(parent) + L"\\" + folder.directory;
             CreateDirectories(folderPath);
-            WriteFolder(folderPath, id, level);
-            AddFolder(std::move(folder));
+            AddFolder(std::move(folder), {0, WriteFolder(folderPath, id, level)});
             Tell(Change::FolderAdded, id, parent);
         }
         parent = id;
@@ -538,35 +803,36 @@ const Entry& ArchiveStore::File(Entry entry, const PostboxDocument& document) {
     entry.filed = LocalTimeText();
     const std::wstring target = DocumentPath(entry);
     RenameFile(document.path, target);
+    FileStamp file;
     try {
-        WriteEntry(entry);
+        file = WriteEntry(entry);
     } catch (const Failure&) {
         RenameFile(target, document.path);
         throw;
     }
     --postboxCount_;
-    const Entry& filed = AddEntry(std::move(entry));
+    const Entry& filed = AddEntry(std::move(entry), file);
     Tell(Change::EntryAdded, filed.id, filed.folder);
     return filed;
 }
 
 void ArchiveStore::Update(const Entry& entry) {
-    Entry& stored = entries_.at(entry.id);
-    Entry changed = stored;
+    StoredEntry& stored = Existing(entry.id);
+    Entry changed = stored.entry;
     changed.mask = entry.mask;
     changed.shortName = entry.shortName;
     changed.fields = entry.fields;
-    WriteEntry(changed);
-    if (changed.mask != stored.mask) {
-        EraseSorted(entriesByMask_[stored.mask], entry.id);
+    stored.file = WriteEntry(changed);
+    if (changed.mask != stored.entry.mask) {
+        EraseSorted(entriesByMask_[stored.entry.mask], entry.id);
         InsertSorted(entriesByMask_[changed.mask], entry.id);
     }
-    stored = std::move(changed);
-    Tell(Change::EntryChanged, stored.id, stored.folder);
+    stored.entry = std::move(changed);
+    Tell(Change::EntryChanged, stored.entry.id, stored.entry.folder);
 }
 
 void ArchiveStore::Move(std::int32_t entry, std::int32_t folder) {
-    Entry& stored = entries_.at(entry);
+    Entry& stored = Existing(entry).entry;
     if (stored.folder == folder) {
         return;
     }
@@ -590,7 +856,7 @@ void ArchiveStore::Move(std::int32_t entry, std::int32_t folder) {
 }
 
 void ArchiveStore::RemoveEntry(std::int32_t id) {
-    const Entry& entry = entries_.at(id);
+    const Entry& entry = Existing(id).entry;
     const std::wstring document = DocumentPath(entry);
     const std::int32_t folder = entry.folder;
     RemoveFile(EntryPath(folder, id));
@@ -604,6 +870,7 @@ void ArchiveStore::RemoveEntry(std::int32_t id) {
 }
 
 bool ArchiveStore::RemoveFolder(std::int32_t id) {
+    TakeOverEdits();
     const Folder& folder = folders_.at(id);
     if (!folder.children.empty() || !folder.entries.empty()) {
         return false;
@@ -612,7 +879,7 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
     RemoveFile(path + L"\\" + std::wstring(FolderFile));
     if (RemoveDirectoryW(LongPath(path).c_str()) == 0) {
         const DWORD error = GetLastError();
-        WriteFolder(path, id, folder.name);
+        onDisk_.at(id).file = WriteFolder(path, id, folder.name);
         SetLastError(error);
         FailWithLastError(L"Das Verzeichnis kann nicht gelöscht werden", path);
     }
@@ -621,6 +888,7 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
     siblings.erase(std::find(siblings.begin(), siblings.end(), id));
     folderByName_.erase(FolderKey(parent, folder.name));
     folders_.erase(id);
+    onDisk_.erase(id);
     Tell(Change::FolderRemoved, id, parent);
     return true;
 }

@@ -8,10 +8,16 @@
 //     DIR/Ordner/<level>/4711.pdf     its document
 //     DIR/Postkorb/<user>/4712.pdf    a document handed in and not yet filed
 //     DIR/Temp/                       files being written
+//     DIR/archiv.index                what the store held when it was closed; removing it is harmless
 //
 // An entry exists from the moment its JSON file stands in its folder until that file is gone; documents come
 // before and go after it. So a process that ends at any moment leaves nothing but documents without an entry
 // and temporary files, and the next start removes both.
+//
+// The index spares the next start the reading of every entry's file. It is written when the store is closed
+// and deleted as soon as it has been read, so a process that ends in any other way leaves none. It counts
+// only as long as the directories hold what it says; otherwise everything is read. A file that somebody
+// edited is noticed when its entry is asked for.
 #pragma once
 
 #include "simulators/archive/settings.h"
@@ -20,6 +26,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <unordered_map>
 
@@ -47,6 +54,18 @@ struct Entry {
     std::wstring filed;     // local time, "2026-11-20T10:11:12"
 };
 
+// What the store knows of a folder's directory.
+struct FolderOnDisk {
+    // When something was last added to it, renamed or taken away, as FILETIME counts; 0 when that was so
+    // recent that a later change may bear the same time.
+    std::uint64_t changed = 0;
+    FileStamp file;  // of its ordner.json
+};
+
+struct IndexedEntry;
+class StoreIndex;
+class StoreIndexWriter;
+
 // A document in the postbox. Its id becomes the entry's id when it is filed.
 struct PostboxDocument {
     std::int32_t id = 0;
@@ -73,15 +92,22 @@ public:
 
     const std::wstring& Directory() const noexcept { return directory_; }
     const ArchiveSettings& Settings() const noexcept { return settings_; }
-    // German notes on files that could not be used when the store was opened.
+    // German notes on files that could not be used, most of them found when the store was opened.
     const std::vector<std::wstring>& Warnings() const noexcept { return warnings_; }
 
     // Null when there is none. The pointers hold until the next change.
     const Folder* FindFolder(std::int32_t id) const noexcept;
-    const Entry* FindEntry(std::int32_t id) const noexcept;
-    // The entries with this mask, ascending by id.
-    const std::vector<std::int32_t>& EntriesOfMask(std::int32_t mask) const noexcept;
-    std::size_t EntryCount() const noexcept { return entries_.size(); }
+    // The first one to ask for an entry may learn that its file was edited by hand: with a mistake in the
+    // file the entry is gone and a warning there. Lists of entries show such finds from TakeOverEdits or the
+    // next change on, so that they can be gone through meanwhile.
+    const Entry* FindEntry(std::int32_t id) const;
+    // The entry's mask by the lists, 0 for an unknown id; looks at no file.
+    std::int32_t MaskOf(std::int32_t id) const noexcept;
+    // The entries with this mask, ascending by id. Compares the files of all entries with the index first,
+    // once. Throws Failure.
+    const std::vector<std::int32_t>& EntriesOfMask(std::int32_t mask) const;
+    void TakeOverEdits() const;
+    std::size_t EntryCount() const noexcept;
     std::size_t FolderCount() const noexcept { return folders_.size() - 1; }
     std::size_t PostboxCount() const noexcept { return postboxCount_; }
 
@@ -112,25 +138,49 @@ public:
 
 private:
     struct Scanned;
+    struct ScannedEntry;
+    struct StoredEntry {
+        Entry entry;
+        FileStamp file;
+    };
+    // An entry whose file was edited by hand, as the lists do not show it yet.
+    struct Edit {
+        std::int32_t id = 0;
+        std::int32_t folder = 0;
+        std::int32_t oldMask = 0;
+        std::optional<std::int32_t> newMask;  // nothing when the entry is gone
+    };
 
     static FileHandle Lock(const std::wstring& directory, unsigned patience);
     void CleanTemporaryFiles() const;
     std::int32_t ReadCounter();
+    std::int32_t ScanPostbox();
+    void ReadEverything();
     Scanned Scan(const std::wstring& path, std::int32_t& highest) const;
-    std::int32_t ScanPostbox(std::int32_t highest);
     void BuildFolder(const Scanned& scanned, std::int32_t id);
     void BuildChild(const Scanned& scanned, std::int32_t parent);
-    void BuildEntry(const std::wstring& path, std::int32_t id, std::int32_t folder);
+    void BuildEntry(const std::wstring& path, const ScannedEntry& scanned, std::int32_t folder);
+    static Entry ReadEntry(const std::wstring& path, std::int32_t id, bool isTaken);
 
-    void AddFolder(Folder folder);
-    const Entry& AddEntry(Entry entry);
-    void WriteFolder(const std::wstring& path, std::int32_t id, const std::wstring& name) const;
-    void WriteEntry(const Entry& entry) const;
+    bool ReadIndex();
+    void WriteIndex();
+    void AddToIndex(StoreIndexWriter& writer, const Folder& folder) const;
+    bool IsAsKnown(const Folder& folder);
+    bool HoldsWhatIsKnown(const Folder& folder) const;
+    const Entry* TakeFromIndex(const IndexedEntry& indexed) const;
+    void CheckWaitingEntries() const;
+
+    void AddFolder(Folder folder, const FolderOnDisk& onDisk);
+    const Entry& AddEntry(Entry entry, const FileStamp& file);
+    StoredEntry& Existing(std::int32_t id);
+    FileStamp WriteFolder(const std::wstring& path, std::int32_t id, const std::wstring& name) const;
+    FileStamp WriteEntry(const Entry& entry) const;
     void WriteCounter(std::int32_t next) const;
     std::int32_t NextId();
 
     std::wstring FolderPath(std::int32_t id) const;
     std::wstring EntryPath(std::int32_t folder, std::int32_t id) const;
+    std::wstring IndexPath() const { return directory_ + L"\\archiv.index"; }
     std::wstring TemporaryPath(std::wstring_view name) const;
     std::optional<std::vector<std::wstring>> Levels(std::wstring_view path) const;
     std::int32_t ChildOf(std::int32_t folder, std::wstring_view name) const;
@@ -139,10 +189,15 @@ private:
     std::wstring directory_;
     FileHandle lock_;
     ArchiveSettings settings_;
-    std::vector<std::wstring> warnings_;
-    std::unordered_map<std::int32_t, Folder> folders_;
-    std::unordered_map<std::int32_t, Entry> entries_;
-    std::unordered_map<std::int32_t, std::vector<std::int32_t>> entriesByMask_;
+    // What asking for an entry may find changes with the question, although nothing but the memory of the
+    // files does.
+    mutable std::vector<std::wstring> warnings_;
+    mutable std::unordered_map<std::int32_t, Folder> folders_;
+    mutable std::unordered_map<std::int32_t, StoredEntry> entries_;  // without those that wait in the index
+    mutable std::unordered_map<std::int32_t, std::vector<std::int32_t>> entriesByMask_;
+    mutable std::vector<Edit> edits_;
+    std::unique_ptr<StoreIndex> index_;                            // null when the store was opened without
+    std::unordered_map<std::int32_t, FolderOnDisk> onDisk_;        // by the folder's id
     std::unordered_map<std::wstring, std::int32_t> folderByName_;  // by parent's id and folded name
     std::int32_t nextId_ = FirstId;
     std::int32_t reservedUntil_ = FirstId;   // the number in zaehler.json

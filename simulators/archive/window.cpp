@@ -175,6 +175,7 @@ ArchiveWindow::ArchiveWindow(ArchiveStore& store, Appearance appearance)
             notice_ += L" (und " + std::to_wstring(store.Warnings().size() - 1) + L" weitere Hinweise)";
         }
     }
+    shownWarnings_ = store.Warnings().size();
     ShowStatus();
     if (appearance == Appearance::Normal) {
         ShowWindow(window_, SW_SHOWNORMAL);
@@ -688,6 +689,7 @@ void ArchiveWindow::ApplyChanges() {
     const ULONGLONG start = GetTickCount64();
     KillTimer(window_, ChangeTimer);
     isRefreshPending_ = false;
+    store_.TakeOverEdits();
     for (const std::int32_t folder : std::exchange(removedFolders_, {})) {
         if (const auto item = items_.find(folder); item != items_.end()) {
             TreeView_DeleteItem(tree_, item->second);
@@ -716,6 +718,7 @@ void ArchiveWindow::ApplyChanges() {
     }
     detailsOf_ = 0;
     ShowDetails();
+    ShowNewWarnings();
     ShowStatus();
     UpdateWindow(list_);  // painting counts, too
     lastShowing_ = GetTickCount64() - start;
@@ -849,6 +852,13 @@ void ArchiveWindow::ShowStatus() {
     };
     for (std::size_t part = 0; part < texts.size(); ++part) {
         SendMessageW(status_, SB_SETTEXTW, part, reinterpret_cast<LPARAM>(texts[part].c_str()));
+    }
+}
+
+// Files that somebody edited may turn out to be wrong long after the store was opened.
+void ArchiveWindow::ShowNewWarnings() {
+    while (shownWarnings_ < store_.Warnings().size()) {
+        Notice(store_.Warnings()[shownWarnings_++]);
     }
 }
 

@@ -87,6 +87,7 @@ private:
     std::optional<std::size_t> SelectedRow() const;
     void ShowDetails();
     void ShowStatus();
+    void ShowNewWarnings();
     void OpenDocument();
     void FocusNextPane(bool backwards);
     int Scaled(int pixels) const { return MulDiv(pixels, static_cast<int>(dpi_), 96); }
@@ -115,6 +116,7 @@ private:
     ULONGLONG lastShowing_ = 0;  // milliseconds that the last showing of changes took
     std::int32_t detailsOf_ = 0;
     std::wstring notice_;
+    std::size_t shownWarnings_ = 0;
     std::function<void()> beforeDeath_;
 };
 

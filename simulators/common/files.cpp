@@ -4,6 +4,21 @@
 
 namespace simulators {
 
+namespace {
+
+std::uint64_t Joined(DWORD high, DWORD low) {
+    return static_cast<std::uint64_t>(high) << 32 | low;
+}
+
+// `data` is what either of the system's two ways to ask tells.
+template <class Data>
+FileStamp StampIn(const Data& data) {
+    return {Joined(data.nFileSizeHigh, data.nFileSizeLow),
+            Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+}
+
+}  // namespace
+
 void FailWithLastError(std::wstring_view what, const std::wstring& path) {
     const DWORD error = GetLastError();
     throw Failure(std::wstring(what) + L": " + path + L": " + SystemMessage(error));
@@ -46,7 +61,8 @@ std::string ReadWholeFile(const std::wstring& path) {
     return bytes;
 }
 
-void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const std::wstring& temporary) {
+FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes,
+                              const std::wstring& temporary) {
     const std::wstring longTemporary = LongPath(temporary);
     FileHandle file(CreateFileW(longTemporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -59,13 +75,16 @@ void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const
         FailWithLastError(L"Die Datei kann nicht geschrieben werden", temporary);
     }
     file.Close();
+    // Renaming keeps the time, and nobody but us knows the temporary file.
+    const FileStamp stamp = StampOf(temporary).value_or(FileStamp());
     if (MoveFileExW(longTemporary.c_str(), LongPath(path).c_str(), MOVEFILE_REPLACE_EXISTING) == 0) {
         FailWithLastError(L"Die Datei kann nicht ersetzt werden", path);
     }
+    return stamp;
 }
 
-void WriteFileAtomically(const std::wstring& path, std::string_view bytes) {
-    WriteFileAtomically(path, bytes, path + L".tmp");
+FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes) {
+    return WriteFileAtomically(path, bytes, path + L".tmp");
 }
 
 void CopyFileDurably(const std::wstring& source, const std::wstring& target) {
@@ -122,11 +141,19 @@ std::vector<DirectoryItem> ListDirectory(const std::wstring& path) {
     do {
         const std::wstring_view name = data.cFileName;
         if (name != L"." && name != L"..") {
-            items.push_back({std::wstring(name), (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
+            items.push_back(
+                {std::wstring(name), (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0, StampIn(data)});
         }
     } while (FindNextFileW(search, &data) != 0);
     FindClose(search);
     return items;
+}
+
+std::optional<FileStamp> StampOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    return GetFileAttributesExW(LongPath(path).c_str(), GetFileExInfoStandard, &data) != 0
+               ? std::optional(StampIn(data))
+               : std::nullopt;
 }
 
 bool IsFile(const std::wstring& path) {

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -34,6 +36,14 @@ private:
     HANDLE handle_;
 };
 
+// What tells a file from an edited one. Of a directory only the time means something: it changes when
+// something is added to it, renamed or taken away.
+struct FileStamp {
+    std::uint64_t size = 0;     // bytes
+    std::uint64_t written = 0;  // the last writing, as FILETIME counts
+    bool operator==(const FileStamp&) const = default;
+};
+
 // The absolute form of a path with the prefix that lifts the length limit; for calls of the system only.
 std::wstring LongPath(std::wstring_view path);
 
@@ -42,11 +52,12 @@ std::string ReadWholeFile(const std::wstring& path);
 
 // Replaces or creates the file in one step: the bytes go to `temporary`, are flushed and renamed to `path`,
 // so that whoever looks, at whatever moment, meets the old content or the new one. `temporary` must lie on
-// the same volume. Throws Failure.
-void WriteFileAtomically(const std::wstring& path, std::string_view bytes, const std::wstring& temporary);
+// the same volume. Answers the new file's stamp. Throws Failure.
+FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes,
+                              const std::wstring& temporary);
 
 // The same with the file's own name and ".tmp" as the temporary file.
-void WriteFileAtomically(const std::wstring& path, std::string_view bytes);
+FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes);
 
 // Copies a file and flushes the copy; an existing target is replaced, a write protection is not copied.
 // Throws Failure.
@@ -64,6 +75,7 @@ void CreateDirectories(const std::wstring& path);
 struct DirectoryItem {
     std::wstring name;
     bool isDirectory = false;
+    FileStamp stamp;
 };
 
 // What a directory holds, without "." and "..", in no particular order; nothing when it does not exist.
@@ -72,6 +84,9 @@ std::vector<DirectoryItem> ListDirectory(const std::wstring& path);
 
 // Throws Failure: "what: path: the system's text for the calling thread's last error".
 [[noreturn]] void FailWithLastError(std::wstring_view what, const std::wstring& path);
+
+// The stamp of a file or directory; nothing when there is none or it cannot be asked.
+std::optional<FileStamp> StampOf(const std::wstring& path);
 
 // True for an existing file that is no directory.
 bool IsFile(const std::wstring& path);

@@ -115,10 +115,10 @@ class CheckStation(Workstation):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")
 
     def contents(self):
-        """Every file and folder of the archive's store but its counter and lock, with the files' bytes."""
+        """Every file and folder of the archive's store but its counter, lock and index, with the files' bytes."""
         return {str(path.relative_to(self.store)): path.read_bytes() if path.is_file() else None
                 for path in sorted(self.store.rglob("*"))
-                if path.name not in ("zaehler.json", "archiv.lock") and "Postkorb" not in path.parts
+                if path.name not in ("zaehler.json", "archiv.lock", "archiv.index") and "Postkorb" not in path.parts
                 and "Temp" not in path.parts}
 
     def postbox(self):

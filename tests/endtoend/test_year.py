@@ -60,7 +60,8 @@ class Year(unittest.TestCase):
         store = self.workstation.store
         files = {str(file.relative_to(store)) for file in store.rglob("*") if file.is_file()}
         folders = {file.parent for file in store.rglob("ordner.json")}
-        expected = {"archiv.json", "zaehler.json"} | {str((folder / "ordner.json").relative_to(store)) for folder in folders}
+        expected = {"archiv.json", "archiv.index", "zaehler.json"}
+        expected |= {str((folder / "ordner.json").relative_to(store)) for folder in folders}
         for entry in self.entries:
             file = next((store / "Ordner").rglob(f"{entry['id']}.json"))
             expected |= {str(file.relative_to(store)), str(file.with_suffix(".pdf").relative_to(store))}

@@ -27,6 +27,12 @@ public:
     int sessionChanges = 0;
 };
 
+// Gives a file or directory another time of its last writing.
+void SetTime(const std::wstring& path, std::uint64_t time);
+// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
+// time.
+void EditInPlace(const std::wstring& path, const std::string& content);
+
 // A directory with a sample store and a document to file.
 class StoreFixture : public ::testing::Test {
 protected:
@@ -40,6 +46,9 @@ protected:
     // A sample entry of mask 2 with a short name, ready to be filed.
     static Entry Voucher(std::int32_t folder, std::wstring_view shortName);
     std::int32_t FileVoucher(ArchiveStore& store, std::int32_t folder, std::wstring_view shortName);
+
+    // Makes all directories of the closed store look as if nothing had changed in them for another hour.
+    void AgeDirectories() const;
 
     TemporaryDirectory directory_;
     std::wstring document_ = directory_.Write(L"Beleg ä.pdf", "%PDF-1.4 Beleg");

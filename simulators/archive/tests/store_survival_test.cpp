@@ -120,6 +120,8 @@ TEST_F(SurvivalTest, LosesNothingThatWasReportedAndKeepsNothingHalf) {
         CloseHandle(victim.hThread);
         CloseHandle(victim.hProcess);
 
+        EXPECT_FALSE(IsFile(StorePath() + L"\\archiv.index")) << "it would say what is no longer so";
+
         const std::string log = Log();
         ASSERT_GE(Lines(log), before + enough);
         for (std::size_t start = 0; start < log.size(); start = log.find('\n', start) + 1) {

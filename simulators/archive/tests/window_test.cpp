@@ -216,6 +216,31 @@ TEST_F(WindowTest, NeverShowsWhenConcealed) {
     EXPECT_FALSE(window_.IsInUse());
 }
 
+TEST_F(StoreFixture, ShowsWhatTurnsOutToBeWrong) {
+    std::int32_t folder = 0;
+    std::int32_t broken = 0;
+    {
+        ArchiveStore store(StorePath());
+        folder = store.CreateFolders(L"¶A").value();
+        FileVoucher(store, folder, L"gut");
+        broken = FileVoucher(store, folder, L"wird kaputt");
+    }
+    AgeDirectories();
+    { const ArchiveStore settled(StorePath()); }
+    EditInPlace(InFolders(L"A\\" + std::to_wstring(broken) + L".json"), "kaputt");
+    ArchiveStore store(StorePath());
+    EXPECT_TRUE(store.Warnings().empty());
+    ArchiveWindow window(store, ArchiveWindow::Appearance::Concealed);
+    window.Select(broken);
+    window.Refresh();
+    ASSERT_EQ(store.Warnings().size(), 1U);
+    EXPECT_EQ(store.FindFolder(folder)->entries.size(), 1U);
+    wchar_t notice[1000] = {};
+    SendMessageW(FindWindowExW(window.Handle(), nullptr, STATUSCLASSNAMEW, nullptr), SB_GETTEXTW, 4,
+                 reinterpret_cast<LPARAM>(notice));
+    EXPECT_EQ(notice, store.Warnings()[0]);
+}
+
 TEST_F(StoreFixture, MinimizesTheWindowAndBringsItBack) {
     ArchiveStore store(StorePath());
     ArchiveWindow window(store, ArchiveWindow::Appearance::Normal);

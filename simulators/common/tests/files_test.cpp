@@ -23,6 +23,20 @@ TEST(FilesTest, KeepsTheOldContentWhenWritingFails) {
     EXPECT_EQ(ReadWholeFile(path), "alt");
 }
 
+TEST(FilesTest, TellsAnEditedFileByItsStamp) {
+    const TemporaryDirectory directory;
+    const std::wstring path = directory / L"a.json";
+    const FileStamp first = WriteFileAtomically(path, "alt");
+    EXPECT_EQ(first.size, 3U);
+    EXPECT_EQ(StampOf(path), first);
+    EXPECT_EQ(ListDirectory(directory.Path()).at(0).stamp, first) << "both ways to ask agree";
+    RenameFile(path, directory / L"b.json");
+    EXPECT_EQ(StampOf(directory / L"b.json"), first) << "a renamed file is the same file";
+    EXPECT_EQ(StampOf(path), std::nullopt);
+    EXPECT_EQ(WriteFileAtomically(path, "länger").size, 7U);
+    EXPECT_NE(StampOf(path), first);
+}
+
 TEST(FilesTest, ManagesPathsBeyondTheOldLimit) {
     const TemporaryDirectory directory;
     std::wstring path = directory.Path();
