@@ -3,6 +3,8 @@
 #include "simulators/common/text.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 #include <unordered_set>
@@ -19,8 +21,8 @@ constexpr std::uint64_t LargestIndex = 0x10000000;
 
 struct Header {
     std::uint64_t magic = Magic;
-    std::uint64_t checksum = 0;  // of everything behind it
-    std::uint64_t length = 0;    // of the file
+    std::array<std::uint32_t, 4> checksum{};  // of everything behind it
+    std::uint64_t length = 0;                 // of the file
     std::uint64_t folderBytes = 0;
     std::uint64_t textBytes = 0;
     std::uint32_t folderCount = 0;
@@ -32,28 +34,39 @@ struct Header {
 constexpr std::size_t ChecksumEnd = offsetof(Header, length);
 
 // Both architectures use the same stores, so records have no padding that depends on one.
-static_assert(sizeof(Header) == 56 && sizeof(IndexedEntry) == 40);
+static_assert(sizeof(Header) == 64 && sizeof(IndexedEntry) == 40);
 static_assert(std::is_trivially_copyable_v<Header> && std::is_trivially_copyable_v<IndexedEntry>);
 
-// Every step can be undone, so that a difference in one word never gets lost on the way.
-std::uint64_t Checksum(std::string_view bytes) {
-    constexpr std::uint64_t prime = 0x100000001B3;
-    std::uint64_t sum = bytes.size();
-    const auto take = [&sum](std::uint64_t word) {
-        sum = (sum ^ word) * prime;
-        sum ^= sum >> 32;
-    };
-    std::uint64_t word = 0;
-    while (bytes.size() >= sizeof(word)) {
-        std::memcpy(&word, bytes.data(), sizeof(word));
-        take(word);
-        bytes.remove_prefix(sizeof(word));
+// Four sums side by side, as one would have to wait for each of its multiplications. Every step can be
+// undone, so that a difference in one word never gets lost on the way.
+class Checksum {
+public:
+    explicit Checksum(std::string_view bytes) {
+        const auto length = static_cast<std::uint32_t>(bytes.size());
+        std::array<std::uint32_t, 4> words{};
+        for (; bytes.size() >= sizeof(words); bytes.remove_prefix(sizeof(words))) {
+            std::memcpy(words.data(), bytes.data(), sizeof(words));
+            Take(words);
+        }
+        words = {};
+        std::memcpy(words.data(), bytes.data(), bytes.size());
+        Take(words);
+        Take({length, length, length, length});
     }
-    word = 0;
-    std::memcpy(&word, bytes.data(), bytes.size());
-    take(word);
-    return sum;
-}
+
+    const std::array<std::uint32_t, 4>& Sums() const noexcept { return sums_; }
+
+private:
+    void Take(const std::array<std::uint32_t, 4>& words) {
+        constexpr std::uint32_t prime = 0x01000193;
+        for (std::size_t lane = 0; lane < words.size(); ++lane) {
+            const std::uint32_t sum = (sums_[lane] ^ words[lane]) * prime;
+            sums_[lane] = sum ^ sum >> 15;
+        }
+    }
+
+    std::array<std::uint32_t, 4> sums_{1, 2, 3, 4};
+};
 
 template <class T>
 std::string_view BytesOf(const T& value) {
@@ -65,9 +78,17 @@ void PutNumber(std::string& bytes, T value) {
     bytes += BytesOf(value);
 }
 
+// Most texts are short: their length takes one byte; this one in its place says that four follow.
+constexpr std::uint8_t LongText = 255;
+
 void PutText(std::string& bytes, std::wstring_view text) {
     const std::string utf8 = ToUtf8(text);
-    PutNumber(bytes, static_cast<std::uint32_t>(utf8.size()));
+    if (utf8.size() < LongText) {
+        PutNumber(bytes, static_cast<std::uint8_t>(utf8.size()));
+    } else {
+        PutNumber(bytes, LongText);
+        PutNumber(bytes, static_cast<std::uint32_t>(utf8.size()));
+    }
     bytes += utf8;
 }
 
@@ -84,7 +105,10 @@ public:
         }
         return value;
     }
-    std::wstring Text() { return FromUtf8(Take(Number<std::uint32_t>())); }
+    std::wstring Text() {
+        const auto size = Number<std::uint8_t>();
+        return FromUtf8(Take(size == LongText ? Number<std::uint32_t>() : size));
+    }
 
     // True when exactly everything was read.
     bool IsDone() const noexcept { return !isShort_ && rest_.empty(); }
@@ -128,7 +152,7 @@ bool StoreIndex::Read(std::string bytes) {
     }
     std::memcpy(&header, bytes_.data(), sizeof(header));
     if (header.magic != Magic || header.length != bytes_.size() || header.length > LargestIndex ||
-        header.checksum != Checksum(std::string_view(bytes_).substr(ChecksumEnd))) {
+        header.checksum != Checksum(std::string_view(bytes_).substr(ChecksumEnd)).Sums()) {
         return false;
     }
     const std::uint64_t entryBytes = std::uint64_t{header.entryCount} * sizeof(IndexedEntry);
@@ -286,7 +310,7 @@ void StoreIndexWriter::Write(const std::wstring& path, const std::wstring& tempo
     bytes += folders_;
     bytes.append(reinterpret_cast<const char*>(entries_.data()), entryBytes);
     bytes += texts_;
-    header.checksum = Checksum(std::string_view(bytes).substr(ChecksumEnd));
+    header.checksum = Checksum(std::string_view(bytes).substr(ChecksumEnd)).Sums();
     std::memcpy(bytes.data(), &header, sizeof(header));
     WriteFileAtomically(path, bytes, temporary);
 }
