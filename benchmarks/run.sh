@@ -4,7 +4,7 @@
 #   run.sh [--architecture x86|x64] [--quick] [--only TEXT]     the last two are the program's, see README.md
 set -euo pipefail
 
-# shellcheck source=../scripts/wine.sh
+# shellcheck source=scripts/wine.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../scripts/wine.sh"
 
 # Where it was built, and where it works; the tests of this script use others.
