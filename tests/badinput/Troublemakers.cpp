@@ -304,7 +304,7 @@ void AddNumbers(std::vector<Troublemaker>& all) {
 }
 
 void AddTexts(std::vector<Troublemaker>& all) {
-    const auto text = [&](const char* name, Text characters) {
+    const auto text = [&](const char* name, const Text& characters) {
         all.push_back({name, [=](Given& given) { SetText(given.value, characters); }});
     };
     text("an empty text", {});
@@ -336,7 +336,7 @@ void AddReferences(std::vector<Troublemaker>& all) {
                        given.value.pvarVal = other;
                    },
                    false});
-    const auto chain = [&](const char* name, int length, std::function<void(Given&, VARIANT&)> end) {
+    const auto chain = [&](const char* name, int length, const std::function<void(Given&, VARIANT&)>& end) {
         all.push_back({name, [=](Given& given) {
                            VARIANT* last = &given.value;
                            for (int i = 0; i < length; ++i) {
