@@ -384,6 +384,26 @@ TEST(FreshMemory, MayEndAnywhere) {
     EXPECT_GT(failures, 20);
 }
 
+// In a process of its own: descriptions are kept once they are loaded.
+TEST(FreshLibraries, NeedMemory) {
+    const Apartment apartment;
+    const auto record = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
+    ASSERT_TRUE(record);
+    const Diverted memory("msvcrt.dll", "malloc", &AllocateAtMost);
+    auto* name = const_cast<LPOLESTR>(L"Barcode");
+    DISPID id = DISPID_UNKNOWN;
+    HRESULT outcome = error7;
+    int failures = 0;
+    for (int round = 0; outcome == error7 && round < 200; ++round) {
+        allocationsLeft = round / 2;  // twice, for the same reason as above
+        outcome = record->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id);
+        allocationsLeft = -1;
+        failures += outcome == error7 ? 1 : 0;
+    }
+    EXPECT_EQ(outcome, S_OK);
+    EXPECT_GE(failures, 3) << "the place of all descriptions, the file's name, the description's entry";
+}
+
 TEST(Failures, OfMemoryLeaveARecordAsItWas) {
     const Apartment apartment;
     const auto record = Component::Built().Create<_cBeleg>(CLSID_cBeleg, IID__cBeleg);
@@ -430,7 +450,7 @@ TEST(Failures, OfMemoryForARequestsArgumentsEndInABox) {
 }
 
 TEST(Failures, InAFreshProcessAreToldToo) {
-    std::vector<const wchar_t*> groups{L"FreshDescriptions.*", L"FreshMemory.*"};
+    std::vector<const wchar_t*> groups{L"FreshDescriptions.*", L"FreshLibraries.*", L"FreshMemory.*"};
 #ifndef _WIN64
     // The 64-bit C++ runtime needs a slot of its own for the very first error that is raised.
     groups.push_back(L"FreshThreads.*");
