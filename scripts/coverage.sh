@@ -19,7 +19,7 @@ measure() {
     # The recorded data goes where the compiler left its notes; the drive makes it independent of a test's folder. One
     # program after the other: each adds its data to that of those before it, and nothing keeps two from doing so at once.
     GCOV_PREFIX=Z: ctest --test-dir "$build/$coveragePreset" -R "^($names)(_[0-9]+)?\$" -j 1 \
-        --output-on-failure --no-tests=error --timeout 900
+        --output-on-failure --no-tests=error --timeout 3600
 }
 
 # The component itself; the stand-ins, tools and tests around it are not measured.

@@ -90,6 +90,7 @@ TEST_P(EveryClass, RefusesUnknownInterfaces) {
 TEST_P(EveryClass, RefusesAMissingPlaceForTheResult) {
     EXPECT_EQ(Component::Built().GetClassObject(ClassId(), IID_IClassFactory, nullptr), E_POINTER);
     const Ptr<IClassFactory> factory = Factory();
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(Object()->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }

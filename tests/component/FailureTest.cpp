@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "DmsSolution.h"
 #include "Kandora.h"
 #include "tests/cost/ModuleHook.h"
 
@@ -362,7 +363,10 @@ TEST(FreshMemory, MayEndAnywhere) {
     const Diverted memory("msvcrt.dll", "malloc", &AllocateAtMost);
     int failures = 0;
     const auto exhaust = [&](REFCLSID clsid, const wchar_t* member, auto&& arguments) {
-        for (int allowed = 0; allowed < 10'000; ++allowed) {
+        // Each number is tried twice: what is made once for the process asks for memory only the first time,
+        // and the allocation behind it would otherwise never be the one that fails.
+        for (int round = 0; round < 20'000; ++round) {
+            const int allowed = round / 2;
             allocationsLeft = allowed;
             const bool succeeded = UseAnObject(clsid, member, arguments());
             const bool wasEnough = allocationsLeft.exchange(-1) >= 0;
@@ -380,8 +384,73 @@ TEST(FreshMemory, MayEndAnywhere) {
     EXPECT_GT(failures, 20);
 }
 
+// In a process of its own: descriptions are kept once they are loaded.
+TEST(FreshLibraries, NeedMemory) {
+    const Apartment apartment;
+    const auto record = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
+    ASSERT_TRUE(record);
+    const Diverted memory("msvcrt.dll", "malloc", &AllocateAtMost);
+    auto* name = const_cast<LPOLESTR>(L"Barcode");
+    DISPID id = DISPID_UNKNOWN;
+    HRESULT outcome = error7;
+    int failures = 0;
+    for (int round = 0; outcome == error7 && round < 200; ++round) {
+        allocationsLeft = round / 2;  // twice, for the same reason as above
+        outcome = record->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id);
+        allocationsLeft = -1;
+        failures += outcome == error7 ? 1 : 0;
+    }
+    EXPECT_EQ(outcome, S_OK);
+    EXPECT_GE(failures, 3) << "the place of all descriptions, the file's name, the description's entry";
+}
+
+TEST(Failures, OfMemoryLeaveARecordAsItWas) {
+    const Apartment apartment;
+    const auto record = Component::Built().Create<_cBeleg>(CLSID_cBeleg, IID__cBeleg);
+    const Bstr before(L"MU26000001");
+    ASSERT_EQ(record->put_Barcode(before.Get()), S_OK);
+    const Bstr longer(L"a barcode for which the record has to ask for memory");
+    {
+        const Diverted memory("msvcrt.dll", "malloc", &AllocateAtMost);
+        allocationsLeft = 0;
+        const HRESULT outcome = record->put_Barcode(longer.Get());
+        allocationsLeft = -1;
+        EXPECT_EQ(outcome, error7);
+    }
+    Bstr barcode;
+    EXPECT_EQ(record->get_Barcode(barcode.Receive()), S_OK);
+    EXPECT_EQ(barcode.Text(), before.Text());
+}
+
+std::vector<std::wstring> boxesShown;
+
+int WINAPI NoteBox(HWND, const wchar_t* prompt, const wchar_t*, UINT) {
+    boxesShown.emplace_back(prompt);
+    return IDOK;
+}
+
+TEST(Failures, OfMemoryForARequestsArgumentsEndInABox) {
+    const Apartment apartment;
+    const auto provider = Component::Built().Create<DMSProvider>(CLSID_ELOProvider, IID_DMSProvider);
+    ASSERT_TRUE(provider);
+    const Bstr id(L"20260105093000");
+    const Value data = Value::Texts({L"1001/1", L"", L"1001", L"1", L"MU26000001"});
+    boxesShown.clear();
+    {
+        const Diverted boxes("user32.dll", "MessageBoxW", &NoteBox);
+        const Diverted memory("msvcrt.dll", "malloc", &AllocateAtMost);
+        allocationsLeft = 0;
+        const HRESULT outcome = provider->SaveDocument(id.Get(), data.Raw());
+        allocationsLeft = -1;
+        EXPECT_EQ(outcome, S_OK);
+    }
+    ASSERT_EQ(boxesShown.size(), 1U);
+    EXPECT_EQ(boxesShown.front(),
+              L"[7] Nicht genügend Arbeitsspeicher | ON LINE 0 | CALLSTACK: Kandora.SaveDocument");
+}
+
 TEST(Failures, InAFreshProcessAreToldToo) {
-    std::vector<const wchar_t*> groups{L"FreshDescriptions.*", L"FreshMemory.*"};
+    std::vector<const wchar_t*> groups{L"FreshDescriptions.*", L"FreshLibraries.*", L"FreshMemory.*"};
 #ifndef _WIN64
     // The 64-bit C++ runtime needs a slot of its own for the very first error that is raised.
     groups.push_back(L"FreshThreads.*");

@@ -303,6 +303,7 @@ TEST_F(FailingRegistration, TellsThatItsTypeLibraryIsMissing) {
     EXPECT_EQ(Called("DllRegisterServer"), TYPE_E_CANTLOADLIBRARY);
     EXPECT_EQ(Called("DllUnregisterServer"), TYPE_E_CANTLOADLIBRARY);
     EXPECT_EQ(Installed(FALSE, L"user"), TYPE_E_CANTLOADLIBRARY);
+    EXPECT_EQ(Installed(FALSE, nullptr), TYPE_E_CANTLOADLIBRARY);
 }
 
 /// The build of the other architecture, with which a workstation may be shared.

@@ -44,6 +44,10 @@ TEST_F(RequestsByName, AreFoundOnBothInterfaces) {
 }
 
 TEST_F(RequestsByName, BelongToTheInterfaceThatDescribesThem) {
+    UINT count = 0;
+    EXPECT_EQ(host_->GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(host_->GetTypeInfoCount(nullptr), E_POINTER);
     Ptr<ITypeInfo> info;
     ASSERT_EQ(host_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
     TYPEATTR* attributes = nullptr;

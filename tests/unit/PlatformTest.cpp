@@ -137,6 +137,18 @@ TEST_F(Machine, KnowsTheLocalTime) {
                 now.second < 60);
 }
 
+DWORD slept = 0;
+
+void WINAPI NoteSleep(DWORD milliseconds) {
+    slept = milliseconds;
+}
+
+TEST_F(Machine, SleepsAsLongAsItIsTold) {
+    const Diverted sleep("Sleep", &NoteSleep);
+    machine.Sleep(10);
+    EXPECT_EQ(slept, 10U);
+}
+
 TEST_F(Machine, KnowsItsOwnFile) {
     const Text file = machine.ComponentFile();
     EXPECT_TRUE(machine.FileExists(file));

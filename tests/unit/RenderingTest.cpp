@@ -87,6 +87,16 @@ TEST(Rendering, OfAListThatContainsItselfEndsSomewhere) {
     list->Enumerates({});
 }
 
+TEST(Rendering, OfListsThatContainEachOtherEndsAtTheFirst) {
+    const Fake one("one");
+    const Fake other("other");
+    one->Enumerates({other.AsVariant()});
+    other->Enumerates({one.AsVariant()});
+    EXPECT_EQ(Rendered(one.AsVariant()), "[[(...)]]");
+    one->Enumerates({});
+    other->Enumerates({});
+}
+
 TEST(Rendering, OfDictionariesInTheirOrder) {
     const LateBound dictionary = NewObject(L"Scripting.Dictionary");
     const Variant value(dictionary.Pointer());
