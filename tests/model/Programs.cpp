@@ -558,7 +558,16 @@ std::int16_t FirstLine(std::int32_t mask) {
 }
 
 std::int16_t LineCount(std::int32_t mask) {
-    return mask == vouchers ? 7 : mask == reports ? 3 : mask == structure ? 1 : 13;
+    switch (mask) {
+    case vouchers:
+        return 7;
+    case reports:
+        return 3;
+    case structure:
+        return 1;
+    default:
+        return 13;
+    }
 }
 
 std::int32_t Archive::CreateFolders(const Text& path) {
