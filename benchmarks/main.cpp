@@ -582,22 +582,22 @@ void Benchmarks::LargeArchive() {
 
 int main(int argc, char** argv) {
     using namespace kandora::benchmarks;
-    Options options;
-    CLI::App app("Measures what the component adds to the calls that it has to make.");
-    app.add_option("--directory", options.directory, "folder for INI file, log and scripts");
-    app.add_option("--component", options.component, "the DLL to measure");
-    app.add_option("--empty", options.empty, "an empty COM DLL");
-    app.add_option("--only", options.only, "only the groups whose names hold this text");
-    app.add_option("--rounds", options.rounds, "rounds per figure");
-    app.add_option("--table", options.table, "writes the figures to this file");
-    app.add_option("--curve", options.curve, "appends the searches' times to this file");
-    app.add_option("--simulator", options.simulator, "the archive simulator");
-    app.add_option("--large", options.large, "a store with many entries");
-    app.add_option("--small", options.small, "a store without entries");
-    app.add_option("--load", options.load, "loads this DLL once and tells the time");
-    app.add_flag("--quick", options.isQuick, "few rounds and small searches, to try the program out");
-    CLI11_PARSE(app, argc, argv);
     try {
+        Options options;
+        CLI::App app("Measures what the component adds to the calls that it has to make.");
+        app.add_option("--directory", options.directory, "folder for INI file, log and scripts");
+        app.add_option("--component", options.component, "the DLL to measure");
+        app.add_option("--empty", options.empty, "an empty COM DLL");
+        app.add_option("--only", options.only, "only the groups whose names hold this text");
+        app.add_option("--rounds", options.rounds, "rounds per figure");
+        app.add_option("--table", options.table, "writes the figures to this file");
+        app.add_option("--curve", options.curve, "appends the searches' times to this file");
+        app.add_option("--simulator", options.simulator, "the archive simulator");
+        app.add_option("--large", options.large, "a store with many entries");
+        app.add_option("--small", options.small, "a store without entries");
+        app.add_option("--load", options.load, "loads this DLL once and tells the time");
+        app.add_flag("--quick", options.isQuick, "few rounds and small searches, to try the program out");
+        CLI11_PARSE(app, argc, argv);
         if (!options.load.empty()) {
             LoadOnce(options.load);
             return 0;
@@ -606,7 +606,7 @@ int main(int argc, char** argv) {
         benchmarks.Run();
         return 0;
     } catch (const std::exception& error) {
-        std::cerr << error.what() << std::endl;
+        std::fprintf(stderr, "%s\n", error.what());
         return 1;
     }
 }

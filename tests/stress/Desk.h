@@ -45,7 +45,7 @@ public:
 private:
     static LRESULT CALLBACK Look(int code, WPARAM wParam, LPARAM lParam) {
         if (code == HCBT_ACTIVATE) {
-            const auto window = reinterpret_cast<HWND>(wParam);
+            auto* const window = reinterpret_cast<HWND>(wParam);
             std::array<wchar_t, 64> name{};
             GetClassNameW(window, name.data(), static_cast<int>(name.size()));
             ++answered;

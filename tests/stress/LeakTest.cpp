@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -73,16 +74,7 @@ private:
         }
         const auto& bookings = place_.ledger.Current().bookings;
         const auto& booking = bookings[static_cast<std::size_t>(Below(static_cast<int>(bookings.size())))];
-        const int dice = Below(400);
-        const int which = dice < 120                             ? 0
-                          : dice < 230                           ? 1
-                          : dice < 300                           ? 2
-                          : dice < 320 && IsFiled(booking.docId) ? 3
-                          : dice < 360                           ? 4
-                          : dice < 380                           ? 5
-                          : dice < 396                           ? 6
-                          : dice < 398                           ? 7
-                                                                 : 8;
+        const int which = NextRequest(booking);
         std::optional<Fault> fault;
         if (Below(10) == 0) {
             fault = Fault{static_cast<FaultKind>(Below(static_cast<int>(model_tests::faultKinds))),
@@ -97,15 +89,27 @@ private:
         }
     }
 
+    // As Stay numbers them.
+    int NextRequest(const model_tests::Booking& booking) {
+        constexpr std::array shares{120, 110, 70, 20, 40, 20, 16, 2, 2};
+        constexpr std::size_t showing = 3;  // somebody can look only at what is there
+        int dice = Below(400);
+        std::size_t which = 0;
+        while (dice >= shares[which]) {
+            dice -= shares[which];
+            ++which;
+        }
+        return static_cast<int>(which == showing && !IsFiled(booking.docId) ? which + 1 : which);
+    }
+
     [[nodiscard]] bool IsFiled(const Text& docId) const {
-        for (const auto& [id, entry] : place_.archive.entries) {
+        const auto& entries = place_.archive.entries;
+        return std::any_of(entries.begin(), entries.end(), [&](const auto& numbered) {
+            const auto& entry = numbered.second;
             const auto found =
                 entry.fields.find(static_cast<std::int16_t>(model_tests::FirstLine(entry.mask) + 4));
-            if (found != entry.fields.end() && found->second == docId) {
-                return true;
-            }
-        }
-        return false;
+            return found != entry.fields.end() && found->second == docId;
+        });
     }
 
     Place& place_;
