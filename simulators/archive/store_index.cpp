@@ -178,7 +178,9 @@ bool StoreIndex::Read(std::string bytes) {
         folders_.push_back(std::move(folder));
     }
     entries_.resize(header.entryCount);
-    std::memcpy(entries_.data(), bytes_.data() + entriesBegin, static_cast<std::size_t>(entryBytes));
+    if (!entries_.empty()) {  // the list of an empty archive has no memory to copy into
+        std::memcpy(entries_.data(), bytes_.data() + entriesBegin, static_cast<std::size_t>(entryBytes));
+    }
     states_.resize(entries_.size(), State::Waiting);
     waiting_ = unchecked_ = entries_.size();
     return reader.IsDone() && AreSound();
@@ -308,7 +310,9 @@ void StoreIndexWriter::Write(const std::wstring& path, const std::wstring& tempo
     bytes.reserve(static_cast<std::size_t>(header.length));
     bytes += BytesOf(header);
     bytes += folders_;
-    bytes.append(reinterpret_cast<const char*>(entries_.data()), entryBytes);
+    for (const IndexedEntry& entry : entries_) {
+        bytes += BytesOf(entry);
+    }
     bytes += texts_;
     header.checksum = Checksum(std::string_view(bytes).substr(ChecksumEnd)).Sums();
     std::memcpy(bytes.data(), &header, sizeof(header));
