@@ -135,7 +135,7 @@ public:
     }
 
 private:
-    void Do(const std::string& group, const std::function<void()>& work) {
+    void Do(const std::string& group, const std::function<void()>& work) const {
         if (options_.only.empty() || group.find(options_.only) != std::string::npos) {
             work();
         }
@@ -155,7 +155,8 @@ private:
     void Rendering();
     void Loading();
     void Requests(Surroundings surroundings);
-    void Searches(Surroundings surroundings, Workbench& bench);
+    void TracedLine(Workbench& bench);
+    void Searches(Workbench& bench, Surroundings surroundings);
     void Memory();
     void LargeArchive();
 
@@ -229,7 +230,7 @@ void Benchmarks::Rendering() {
     std::size_t length = 0;
     const auto append = [&] {
         Text text;
-        auto* const elements = static_cast<const VARIANT*>(value.Raw().parray->pvData);
+        const auto* const elements = static_cast<const VARIANT*>(value.Raw().parray->pvData);
         for (ULONG i = 0; i < value.Raw().parray->rgsabound[0].cElements; ++i) {
             text.append(elements[i].bstrVal, SysStringLen(elements[i].bstrVal));
         }
@@ -299,27 +300,38 @@ struct Request {
     std::size_t end = 0;
 };
 
-void Benchmarks::Requests(Surroundings surroundings) {
-    const bool isQuiet = surroundings == Surroundings::Quiet;
-    const std::string where = isQuiet ? " (in process)" : " (out of process)";
-    const fs::path folder = options_.directory;
-    Workbench bench(options_.component, folder, surroundings);
-    Conversation conversation([&](REFCLSID clsid) -> IDispatch* {
-        if (!isQuiet) {
-            return Registered(clsid);
-        }
+/// How the objects of a conversation are made when it is said again. `bench` must outlive it.
+Conversation::Maker MakerFor(Workbench& bench, Surroundings surroundings) {
+    if (surroundings != Surroundings::Quiet) {
+        return &Registered;
+    }
+    return [&bench](REFCLSID clsid) {
         IDispatch* object = nullptr;
         const bool isArchive = clsid == cost::ArchiveClass();
         (isArchive ? bench.world.archive : bench.world.NewHost())
             .QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
         return object;
-    });
+    };
+}
+
+const char* PlaceOf(Surroundings surroundings) {
+    return surroundings == Surroundings::Quiet ? " (in process)" : " (out of process)";
+}
+
+void Init(DMSProvider& provider) {
+    VARIANT result{};
+    provider.InitProvider(VARIANT{}, &result);
+}
+
+void Benchmarks::Requests(Surroundings surroundings) {
+    const bool isQuiet = surroundings == Surroundings::Quiet;
+    const std::string where = PlaceOf(surroundings);
+    const fs::path folder = options_.directory;
+    Workbench bench(options_.component, folder, surroundings);
+    Conversation conversation(MakerFor(bench, surroundings));
 
     std::shared_ptr<DMSProvider> provider;
-    const auto init = [&] {
-        VARIANT result{};
-        provider->InitProvider(VARIANT{}, &result);
-    };
+    const auto init = [&] { Init(*provider); };
     const BSTR docId = SysAllocString(L"20261120093000");
     const MetaData general(L"1001", L"1", L"4711");
     const MetaData debtor(L"2001", L"1", L"4712");
@@ -386,30 +398,45 @@ void Benchmarks::Requests(Surroundings surroundings) {
     }
 
     if (isQuiet) {
-        bench.SetTracing(true);
-        init();
-        const std::string line =
-            "20.11.2026 09.30.00 | DMSProvider_SetDocumentStatus  [20261120093000]  [[, , "
-            "1001, 1, 4711]]\r\n";
-        const fs::path log = folder / "bare.log";
-        Add(Compared(
-                "a traced request line / open, write, close", Rounds(options_.rounds), 500,
-                [&] { provider->SetDocumentStatus(docId, general.Value()); },
-                [&] {
-                    const HANDLE handle =
-                        CreateFileW(log.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-                    DWORD written = 0;
-                    WriteFile(handle, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
-                    CloseHandle(handle);
-                }),
-            Row::Aim::AtMost, 1.20);
-        bench.SetTracing(false);
-        init();
+        TracedLine(bench);
     }
+    provider.reset();
+    Searches(bench, surroundings);
+    SysFreeString(docId);
+    conversation.Release();
+}
 
-    // Searches: a request that looks for a document which is not there.
+void Benchmarks::TracedLine(Workbench& bench) {
+    const BSTR docId = SysAllocString(L"20261120093000");
+    const MetaData general(L"1001", L"1", L"4711");
+    bench.SetTracing(true);
+    const auto provider = bench.NewProvider();
+    Init(*provider);
+    const std::string line = "20.11.2026 09.30.00 | DMSProvider_SetDocumentStatus  [20261120093000]  [[, , "
+                             "1001, 1, 4711]]\r\n";
+    const fs::path log = fs::path(options_.directory) / "bare.log";
+    Add(Compared(
+            "a traced request line / open, write, close", Rounds(options_.rounds), 500,
+            [&] { provider->SetDocumentStatus(docId, general.Value()); },
+            [&] {
+                const HANDLE handle =
+                    CreateFileW(log.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+                DWORD written = 0;
+                WriteFile(handle, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+                CloseHandle(handle);
+            }),
+        Row::Aim::AtMost, 1.20);
+    bench.SetTracing(false);
+    Init(*provider);
+    SysFreeString(docId);
+}
+
+/// Each search is a request that looks for a document which is not there.
+void Benchmarks::Searches(Workbench& bench, Surroundings surroundings) {
+    const bool isQuiet = surroundings == Surroundings::Quiet;
     const BSTR unknown = SysAllocString(L"20991231235959");
+    const MetaData general(L"1001", L"1", L"4711");
     for (std::size_t size = 0; size < searchSizes.size(); ++size) {
         const int hits = searchSizes[size];
         if (options_.isQuick && hits > 1000) {
@@ -417,40 +444,29 @@ void Benchmarks::Requests(Surroundings surroundings) {
         }
         bench.world.hits = hits;
         bench.SetVoucherMask(firstSearchMask + static_cast<int>(size));
-        const auto search = [&] { provider->DeleteDocument(unknown, general.Value()); };
-        Conversation found([&](REFCLSID clsid) {
-            IDispatch* object = nullptr;
-            if (isQuiet) {
-                (clsid == cost::ArchiveClass() ? bench.world.archive : bench.world.NewHost())
-                    .QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
-                return object;
-            }
-            return Registered(clsid);
-        });
+        Conversation found(MakerFor(bench, surroundings));
         std::size_t begin = 0;
         std::size_t end = 0;
-        provider.reset();
-        {
-            // A thread of its own gives the recorded provider a state of its own.
-            const auto record = [&] {
-                const Apartment recorded;
-                bench.Watch([&](REFCLSID clsid, IDispatch* made) { return found.Listen(clsid, made); });
-                auto watched = bench.NewProvider();
-                VARIANT result{};
-                watched->InitProvider(VARIANT{}, &result);
-                begin = found.Steps();
-                watched->DeleteDocument(unknown, general.Value());
-                end = found.Steps();
-                bench.Watch(nullptr);
-            };
-            std::thread(record).join();
-        }
-        provider = bench.NewProvider();
-        init();
+        // A thread of its own gives the recorded provider a state of its own.
+        const auto record = [&] {
+            const Apartment recorded;
+            bench.Watch([&](REFCLSID clsid, IDispatch* made) { return found.Listen(clsid, made); });
+            const auto watched = bench.NewProvider();
+            Init(*watched);
+            begin = found.Steps();
+            watched->DeleteDocument(unknown, general.Value());
+            end = found.Steps();
+            bench.Watch(nullptr);
+        };
+        std::thread(record).join();
+        const auto provider = bench.NewProvider();
+        Init(*provider);
         found.SayAgain(0, end, false);
         const int rounds = Rounds(isQuiet ? 7 : hits > 1000 ? 3 : 5);
-        Row row = Compared("search over " + std::to_string(hits) + " hits / its bare calls" + where, rounds,
-                           1, search, [&] { found.SayAgain(begin, end, false); });
+        const Row row = Compared(
+            "search over " + std::to_string(hits) + " hits / its bare calls" + PlaceOf(surroundings), rounds,
+            1, [&] { provider->DeleteDocument(unknown, general.Value()); },
+            [&] { found.SayAgain(begin, end, false); });
         if (!options_.curve.empty()) {
             std::ofstream(options_.curve, std::ios::app) << (isQuiet ? "in" : "out") << "\t" << hits << "\t"
                                                          << row.subject << "\t" << row.floor << "\n";
@@ -458,11 +474,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
         const bool counts = hits == searchSizes.back();
         Add(row, counts ? Row::Aim::AtMost : Row::Aim::Shown, isQuiet ? 1.15 : 1.05);
     }
-
     SysFreeString(unknown);
-    SysFreeString(docId);
-    provider.reset();
-    conversation.Release();
 }
 
 /// The process's own memory that is in use.
