@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace simulators {
 
 // Notes what it was asked for; dies by an exception.
@@ -52,6 +54,19 @@ protected:
 
     TemporaryDirectory directory_;
     std::wstring document_ = directory_.Write(L"Beleg ä.pdf", "%PDF-1.4 Beleg");
+};
+
+// A store that the test opens and closes.
+class ReopenedStoreFixture : public StoreFixture {
+protected:
+    ArchiveStore& Open() {
+        store_.reset();
+        store_.emplace(StorePath(), 0);
+        return *store_;
+    }
+    void Close() { store_.reset(); }
+
+    std::optional<ArchiveStore> store_;
 };
 
 // A store with automation objects, in the test's own process.

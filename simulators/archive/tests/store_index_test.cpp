@@ -87,15 +87,8 @@ private:
     std::vector<std::wstring> lines_;
 };
 
-class StoreIndexTest : public StoreFixture {
+class StoreIndexTest : public ReopenedStoreFixture {
 protected:
-    ArchiveStore& Open() {
-        store_.reset();
-        store_.emplace(StorePath(), 0);
-        return *store_;
-    }
-    void Close() { store_.reset(); }
-
     std::wstring IndexPath() const { return StorePath() + L"\\archiv.index"; }
     std::wstring EntryFile(std::wstring_view folder, std::int32_t id) const {
         return InFolders(std::wstring(folder) + L"\\" + std::to_wstring(id) + L".json");
@@ -133,7 +126,6 @@ protected:
         Close();
     }
 
-    std::optional<ArchiveStore> store_;
     std::int32_t first_ = 0;
     std::int32_t second_ = 0;
     std::int32_t third_ = 0;

@@ -12,17 +12,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class StoreTest : public StoreFixture {
-protected:
-    ArchiveStore& Open() {
-        store_.reset();
-        store_.emplace(StorePath(), 0);
-        return *store_;
-    }
-    void Close() { store_.reset(); }
-
-    std::optional<ArchiveStore> store_;
-};
+class StoreTest : public ReopenedStoreFixture {};
 
 TEST_F(StoreTest, CreatesAllMissingLevelsAsDirectories) {
     ArchiveStore& store = Open();
