@@ -10,6 +10,8 @@
 #include <system_error>
 #include <thread>
 
+#include "../support/StartProcess.h"
+
 namespace kandora::component_tests {
 
 namespace {
@@ -317,8 +319,7 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
     startup.hStdOutput = writeEnd;
     startup.hStdError = writeEnd;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                        &startup, &process)) {
+    if (test::StartProcess(commandLine, TRUE, startup, process) == FALSE) {
         ADD_FAILURE() << Utf8(program.wstring()) << " does not start: " << GetLastError();
         return ended;
     }

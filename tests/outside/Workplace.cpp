@@ -9,6 +9,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "../support/StartProcess.h"
+
 namespace kandora::outside_tests {
 
 namespace {
@@ -141,8 +143,7 @@ RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::w
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = output;
     startup.hStdError = output;
-    const BOOL started = CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
-                                        nullptr, nullptr, &startup, &process_);
+    const BOOL started = test::StartProcess(commandLine, TRUE, startup, process_);
     CloseHandle(output);
     if (!started) {
         throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),

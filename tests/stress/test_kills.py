@@ -166,7 +166,7 @@ class Kills(unittest.TestCase):
                 self.rehearse({"call": member, "nth": number, "die": mode})
                 boxes = self.accounting.send(*requests)
                 dead = sum(line.endswith("Programmende") for line in self.traced())
-                self.assertGreater(dead, 0, "it lives on")
+                self.assertGreater(dead, 0, f"it lives on, with {boxes}, after {self.traced()[-5:]}")
                 type(self).kills += dead
                 rounds += 1
                 self.end_archive()

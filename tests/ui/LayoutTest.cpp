@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "../support/StartProcess.h"
 #include "Desk.h"
 
 using namespace kandora;
@@ -243,13 +244,12 @@ private:
 std::optional<DWORD> RunLayoutTests(int dotsPerInch) {
     std::wstring file(1024, L'\0');
     file.resize(GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
-    std::wstring command = L"\"" + file + L"\" --gtest_filter=*LayoutTest*";
+    const std::wstring command = L"\"" + file + L"\" --gtest_filter=*LayoutTest*";
     SetEnvironmentVariableW(resolutionVariable, std::to_wstring(dotsPerInch).c_str());
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    const BOOL started = CreateProcessW(file.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                        nullptr, &startup, &process);
+    const BOOL started = test::StartProcess(command, FALSE, startup, process);
     SetEnvironmentVariableW(resolutionVariable, nullptr);
     if (!started) {
         return std::nullopt;

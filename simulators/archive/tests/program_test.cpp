@@ -1,6 +1,7 @@
 // The program itself, from outside: its command line, and its automation object across the process border.
 #include "simulators/archive/tests/archive_fixture.h"
 #include "simulators/archive/window.h"
+#include "tests/support/StartProcess.h"
 
 #include <gmock/gmock.h>
 
@@ -47,10 +48,8 @@ protected:
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = output.Get();
         startup.hStdError = errors.Get();
-        std::wstring command = L"\"" + FromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments;
-        ASSERT_NE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                 &startup, &process_),
-                  0)
+        const std::wstring command = L"\"" + FromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments;
+        ASSERT_TRUE(kandora::test::StartProcess(command, TRUE, startup, process_))
             << ToUtf8(SystemMessage(GetLastError()));
     }
 

@@ -1,6 +1,7 @@
 // The store against processes that end in the middle of their work: another process files, changes, moves and
 // deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
 #include "simulators/archive/tests/archive_fixture.h"
+#include "tests/support/StartProcess.h"
 
 #include <cstdio>
 
@@ -66,15 +67,13 @@ class SurvivalTest : public StoreFixture {
 protected:
     PROCESS_INFORMATION StartVictim() {
         SetEnvironmentVariableW(StoreVariable, StorePath().c_str());
-        std::wstring command =
+        const std::wstring command =
             L"\"" + ProgramPath() +
             L"\" --gtest_also_run_disabled_tests --gtest_filter=SurvivalVictim.* --gtest_brief=1";
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
         PROCESS_INFORMATION process{};
-        EXPECT_NE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                 &startup, &process),
-                  0);
+        EXPECT_TRUE(kandora::test::StartProcess(command, FALSE, startup, process));
         return process;
     }
 
