@@ -18,6 +18,8 @@ VOUCHER, CREDITOR, DEBTOR, EDITED = ("1002", "1"), ("26621", "1"), ("26101", "1"
 # These change what the archive holds, or prepare it: they are killed before and after, everywhere else one of the two.
 DECISIVE = ("AddPostboxFile", "MoveToArchive", "UpdateObject", "DeleteObj")
 PROBE = "GetEntryId(I2 -1)"
+# How a login ends that the archive never sees: the program that Windows has started answers nobody.
+REFUSED = r"\[462\] .* CALLSTACK: ELODMS\.AnmeldenAnElo <- ELODMS\.oElo <- "
 ALL = os.environ.get("KANDORA_KILLS") == "all"
 
 
@@ -71,11 +73,11 @@ class Kills(unittest.TestCase):
         cls.accounting = Accounting(workstation, stack.enter_context(workstation.menu()))
         assert cls.accounting.send("SaveDocument booking 26102 1", "SaveDocument booking 1003 1") == []
         cls.end_archive()
-        cls.kills = 0
+        cls.kills = cls.refusals = 0
 
     @classmethod
     def tearDownClass(cls):
-        print(f"the archive was killed {cls.kills} times", flush=True)
+        print(f"the archive was killed {cls.kills} times; {cls.refusals} that followed were refused by wine", flush=True)
 
     def setUp(self):
         self.end_archive()
@@ -119,11 +121,29 @@ class Kills(unittest.TestCase):
 
     # ---- one request ----------------------------------------------------------------------------------------------
 
+    def send(self, *requests):
+        """Sends the requests; the texts of their boxes.
+
+        Wine knows a program that lends out objects by the numbers of its process and thread, keeps what it knew of a dead
+        one, and gives numbers out again: an archive that has got the pair of a dead one is refused before its first call.
+        Nothing may have happened then but that the user was told, and the next archive must come to what this one should."""
+        before = self.held()
+        boxes = self.accounting.send(*requests)
+        if boxes and not self.traced():
+            self.assertEqual(len(boxes), 1, boxes)
+            self.assertRegex(boxes[0], REFUSED)
+            self.assertEqual(self.held(), before)
+            type(self).refusals += 1
+            self.end_archive()
+            boxes = self.accounting.send(*requests)
+            self.assertNotEqual(self.traced(), [], boxes)
+        return boxes
+
     def run_clean(self, *requests):
         """From an archive that is not running: its calls, and what it holds afterwards."""
         self.put_back()
         self.rehearse()
-        self.assertEqual(self.accounting.send(*requests), [])
+        self.assertEqual(self.send(*requests), [])
         calls = self.traced()
         self.end_archive()
         return calls, self.held()
@@ -164,7 +184,7 @@ class Kills(unittest.TestCase):
                 self.end_archive()  # a round that failed has left its own running, which knows another rule
                 self.put_back()
                 self.rehearse({"call": member, "nth": number, "die": mode})
-                boxes = self.accounting.send(*requests)
+                boxes = self.send(*requests)
                 dead = sum(line.endswith("Programmende") for line in self.traced())
                 self.assertGreater(dead, 0, f"it lives on, with {boxes}, after {self.traced()[-5:]}")
                 type(self).kills += dead
@@ -179,7 +199,7 @@ class Kills(unittest.TestCase):
                 if rounds % 6 == 0 and held == before:
                     # The next one begins with a dead archive, and comes to what it should.
                     self.rehearse()
-                    self.assertEqual(self.accounting.send(*requests), [])
+                    self.assertEqual(self.send(*requests), [])
                     self.assertEqual(self.held(), after)
                     self.assert_in_order()
                     self.end_archive()
@@ -258,7 +278,7 @@ class Kills(unittest.TestCase):
                 self.assertEqual(len(self.accounting.finish()), 1)
                 self.assertEqual(self.held(), before)
                 self.rehearse()
-                self.assertEqual(self.accounting.send("SaveDocument booking 1002 1"), [])
+                self.assertEqual(self.send("SaveDocument booking 1002 1"), [])
                 self.assertEqual(self.held(), after)
                 self.assert_in_order()
                 self.end_archive()
@@ -291,7 +311,7 @@ class Kills(unittest.TestCase):
                 self.assertEqual(self.held(), before if is_ended else after)
                 if is_ended:
                     self.rehearse()
-                    self.assertEqual(self.accounting.send("SaveDocument booking 1002 1"), [])
+                    self.assertEqual(self.send("SaveDocument booking 1002 1"), [])
                     self.assertEqual(self.held(), after)
                 self.end_archive()
         self.put_back()
