@@ -19,6 +19,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -31,7 +32,10 @@ constexpr int exitFailed = 1;
 constexpr int exitBadInput = 2;
 
 constexpr std::size_t bookingsPerProgressLine = 50;
-constexpr UINT lifeCheckMilliseconds = 1000;
+// A program that COM has started outlives its last client by this much: the component gives its object back
+// and asks for a new one straight away, and must not be sent to a program that is just ending.
+constexpr ULONGLONG lingerMilliseconds = 2000;
+constexpr UINT lifeCheckMilliseconds = 250;
 
 class ComApartment {
 public:
@@ -308,7 +312,7 @@ BOOL WINAPI OnConsoleEvent(DWORD) {
     return TRUE;
 }
 
-// Serves until Ctrl+C, or, started by COM, until the last client is gone.
+// Serves until Ctrl+C, or, started by COM, until the last client has been gone for a while.
 void Serve(const CommandLine& options) {
     mainThread = GetCurrentThreadId();
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
@@ -317,13 +321,19 @@ void Serve(const CommandLine& options) {
     }
     SetTimer(nullptr, 0, lifeCheckMilliseconds, nullptr);
     bool wasUsed = false;
+    constexpr ULONGLONG never = std::numeric_limits<ULONGLONG>::max();
+    ULONGLONG end = never;
     MSG message{};
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
-        const bool inUse = DispatchObject::LiveObjects() > 0 || ClassObject::IsLocked();
-        wasUsed = wasUsed || inUse;
-        if (options.embedding && wasUsed && !inUse) {
+        if (DispatchObject::LiveObjects() > 0 || ClassObject::IsLocked()) {
+            wasUsed = true;
+            end = never;
+        } else if (wasUsed && end == never) {
+            end = GetTickCount64() + lingerMilliseconds;
+        }
+        if (options.embedding && GetTickCount64() >= end) {
             return;
         }
     }

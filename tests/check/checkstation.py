@@ -8,7 +8,7 @@ import signal
 import subprocess
 
 import workstation
-from workstation import (LIMIT, TOP_FOLDER, Workstation, kill, session_processes, wait_until, windows,
+from workstation import (LIMIT, TOP_FOLDER, Workstation, kill, started_hosts, wait_for_started_hosts, windows,
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
@@ -62,24 +62,14 @@ class CheckStation(Workstation):
         return [str(workstation.options.loader), str(program or workstation.options.bin / "kandora-check.exe"),
                 *map(str, arguments)]
 
-    @staticmethod
-    def started_hosts():
-        """The accountings that COM has started."""
-        return [process for process, words in session_processes()
-                if "HostSimulator.exe" in words and "-Embedding" in words]
-
-    def wait_for_host(self):
-        """COM must not send a new client to an accounting that is just about to end."""
-        wait_until(lambda: not self.started_hosts(), "the accounting has ended")
-
     def end_after_a_killed_client(self):
         """Windows takes back what a killed client held; wine does not, so that its servers would serve it for ever."""
         self.stop_archive()
-        kill(self.started_hosts())
+        kill(started_hosts())
 
     def run_text(self, *arguments, program=None):
         """Exit code, output and errors of one run."""
-        self.wait_for_host()
+        wait_for_started_hosts()
         with contextlib.ExitStack() as stack:
             # No pipes: programs that are started on the way inherit their other ends and keep them open.
             output, errors = [stack.enter_context((self.folder / name).open("w+b")) for name in ("aus.txt", "err.txt")]
@@ -100,7 +90,7 @@ class CheckStation(Workstation):
     @contextlib.contextmanager
     def checking(self, *arguments):
         """A run that goes on while the block runs."""
-        self.wait_for_host()
+        wait_for_started_hosts()
         with (self.folder / "laufend.txt").open("wb") as output:
             process = subprocess.Popen(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output,
                                        stderr=subprocess.STDOUT)

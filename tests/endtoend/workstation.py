@@ -39,6 +39,17 @@ def windows(program, *arguments, expected=0):
     return output
 
 
+def run_script(file):
+    """Runs a script with the architecture's script host and answers what it printed."""
+    output = file.with_suffix(".txt")
+    # No pipe: an archive that the script starts inherits its other end and keeps it open.
+    with output.open("wb") as stream:
+        subprocess.run([str(options.loader), f"C:\\windows\\{options.system}\\cscript.exe", "//nologo",
+                        windows_path(file)], stdin=subprocess.DEVNULL, stdout=stream, stderr=subprocess.STDOUT,
+                       timeout=LIMIT, check=False)
+    return output.read_text(encoding="utf-8", errors="replace").strip()
+
+
 def wait_until(condition, what):
     """Waits for a condition; an AssertionError when it does not come to hold."""
     end = time.monotonic() + LIMIT
@@ -57,6 +68,17 @@ def session_processes():
                 if prefix in (directory / "environ").read_bytes().split(b"\0"):
                     words = (directory / "cmdline").read_bytes().decode("utf-8", "replace").split("\0")
                     yield int(directory.name), " ".join(words) + " "
+
+
+def started_hosts():
+    """The accountings that COM has started in this Windows session."""
+    return [process for process, words in session_processes()
+            if "HostSimulator.exe" in words and "-Embedding" in words]
+
+
+def wait_for_started_hosts():
+    """COM must not send a new client to an accounting that is just about to end."""
+    wait_until(lambda: not started_hosts(), "the accounting has ended")
 
 
 def kill(processes):

@@ -5,7 +5,7 @@ import re
 import subprocess
 
 import workstation
-from workstation import LIMIT, Workstation, windows, windows_path
+from workstation import LIMIT, Workstation, wait_for_started_hosts, windows, windows_path
 
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
 # What Windows notes about the use of the machine and not about what is installed.
@@ -53,17 +53,6 @@ def install(version, *properties, expected=0):
 
 def remove(version, *properties):
     return msiexec("/x", windows_path(package(version)), "/qn", *properties)
-
-
-def script(file):
-    """Runs a script with the architecture's script host and answers what it printed."""
-    output = file.with_suffix(".txt")
-    # No pipe: an archive that the script starts inherits its other end and keeps it open.
-    with output.open("wb") as stream:
-        subprocess.run([str(workstation.options.loader), f"C:\\windows\\{workstation.options.system}\\cscript.exe",
-                        "//nologo", windows_path(file)], stdin=subprocess.DEVNULL, stdout=stream,
-                       stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
-    return output.read_text(encoding="utf-8", errors="replace").strip()
 
 
 def other_view(system, *arguments):
@@ -151,6 +140,7 @@ class InstalledWorkstation(Workstation):
         with file.open("wb") as stream:
             done = subprocess.run([str(workstation.options.loader), str(program), *arguments], stdin=subprocess.DEVNULL,
                                   stdout=stream, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+        wait_for_started_hosts()
         return done.returncode, file.read_text(encoding="utf-8")
 
     def close(self):

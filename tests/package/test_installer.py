@@ -7,9 +7,9 @@ import unittest
 import registration
 import workstation
 from installation import (INSTALL_FAILED, InstalledWorkstation, added, architecture, disk, drive, install,
-                          machine_registry, msiexec, other_view, product_code, program_folder, registry, remove, script)
+                          machine_registry, msiexec, other_view, product_code, program_folder, registry, remove)
 from make_packages import project_version
-from workstation import Client, windows, windows_path
+from workstation import Client, run_script, windows, windows_path
 
 FIRST = project_version()
 SECOND = re.sub(r"\d+$", lambda patch: str(int(patch[0]) + 1), FIRST)
@@ -248,13 +248,13 @@ class Installer(unittest.TestCase):
         file = workstation.options.work / "probe.vbs"
         file.write_text('Set record = CreateObject("Kandora.cBeleg")\r\nrecord.BelegNr = "1"\r\n'
                         "WScript.Echo record.BelegNr\r\n", encoding="ascii")
-        return script(file)
+        return run_script(file)
 
     def file_by_script(self, station, booking):
         """Lets a script file a voucher through the registered component."""
         file = station.folder / "ablegen.vbs"
         file.write_text(FILING_SCRIPT.format(**booking), encoding="cp1252")
-        self.assertEqual(script(file), "Ende")
+        self.assertEqual(run_script(file), "Ende")
 
     def assert_checked(self, station):
         """kandora-check finds nothing to complain about, and each of the faults."""
