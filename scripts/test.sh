@@ -25,6 +25,12 @@ test_build() {
     echo "$passed $failed $leftOut $(seconds_since "$start")" >"$logs/test-$1.sum"
 }
 
+# Tests that lack disk fail in ways that do not tell why.
+warn_of_full_disk() {
+    local free=$(($(df --output=avail -m "$root" | tail -n 1)))
+    ((free >= 2000)) || warn "ONLY $free MB ARE LEFT on the disk of $root."
+}
+
 # test_builds NAME...: one summary line for each and one for all. Fails unless every test of every build has passed.
 test_builds() {
     local name summaries=() passed failed leftOut seconds passedTotal=0 failedTotal=0
@@ -43,6 +49,7 @@ test_builds() {
     say ""
     printf '%s\n' "${summaries[@]}"
     say "$passedTotal passed, $failedTotal failed"
+    ((failedTotal == 0)) || warn_of_full_disk
     ((failedTotal == 0))
 }
 
