@@ -356,7 +356,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
 
     {
         const Apartment apartment;
-        bench.Watch([&](REFCLSID clsid, IDispatch* made) { return conversation.Listen(clsid, made); });
+        Workbench::Watch([&](REFCLSID clsid, IDispatch* made) { return conversation.Listen(clsid, made); });
         provider = bench.NewProvider();
         init();
         for (Request& request : requests) {
@@ -365,7 +365,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
             request.send();
             request.end = conversation.Steps();
         }
-        bench.Watch(nullptr);
+        Workbench::Watch(nullptr);
         provider.reset();
     }
 
@@ -450,13 +450,13 @@ void Benchmarks::Searches(Workbench& bench, Surroundings surroundings) {
         // A thread of its own gives the recorded provider a state of its own.
         const auto record = [&] {
             const Apartment recorded;
-            bench.Watch([&](REFCLSID clsid, IDispatch* made) { return found.Listen(clsid, made); });
+            Workbench::Watch([&](REFCLSID clsid, IDispatch* made) { return found.Listen(clsid, made); });
             const auto watched = bench.NewProvider();
             Init(*watched);
             begin = found.Steps();
             watched->DeleteDocument(unknown, general.Value());
             end = found.Steps();
-            bench.Watch(nullptr);
+            Workbench::Watch(nullptr);
         };
         std::thread(record).join();
         const auto provider = bench.NewProvider();

@@ -211,7 +211,7 @@ void Workbench::SetVoucherMask(int mask) const {
     std::ofstream(folder_ / "Kandora.ini", std::ios::binary) << IniText(false, mask);
 }
 
-void Workbench::Watch(Watcher watcher) const {
+void Workbench::Watch(Watcher watcher) {
     currentWatcher = std::move(watcher);
 }
 

@@ -62,7 +62,7 @@ public:
     /// Sees every object that the component gets from now on before the component does, and may put another
     /// one in its place, which it then owns.
     using Watcher = std::function<IDispatch*(REFCLSID clsid, IDispatch* made)>;
-    void Watch(Watcher watcher) const;
+    static void Watch(Watcher watcher);
     /// What the work costs.
     [[nodiscard]] static Cost CostOf(const std::function<void()>& work);
     /// The captions of the boxes that were to be shown so far; none is.

@@ -142,7 +142,7 @@ public:
 
 private:
     /// While the settings are read for the first time, or have switched the archive off, nothing is filed.
-    [[nodiscard]] bool IsReadyAfterwards(const Stage& stage) const {
+    [[nodiscard]] static bool IsReadyAfterwards(const Stage& stage) {
         return stage.player->globals.state.gbIniOK;
     }
 

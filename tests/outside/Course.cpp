@@ -258,8 +258,8 @@ public:
     }
 
 private:
-    void DoThroughVtable(IDispatch* object, const std::wstring& member, std::vector<Value>& arguments,
-                         Value& result) {
+    static void DoThroughVtable(IDispatch* object, const std::wstring& member, std::vector<Value>& arguments,
+                                Value& result) {
         std::vector<std::wstring> before;
         for (const Value& argument : arguments) {
             before.push_back(Shown(argument.Raw()));
@@ -282,8 +282,8 @@ private:
 
     /// Every argument is a variable that holds a Variant; small numbers are 16-bit ones, as scripts have
     /// them.
-    void DoByReference(IDispatch* object, const std::wstring& member, std::vector<Value>& arguments,
-                       Value& result) {
+    static void DoByReference(IDispatch* object, const std::wstring& member, std::vector<Value>& arguments,
+                              Value& result) {
         std::vector<std::wstring> before;
         std::vector<Value> references;
         for (Value& argument : arguments) {
@@ -298,7 +298,7 @@ private:
         SayChanges(before, arguments);
     }
 
-    Value Told(const std::wstring& member, Called called) {
+    static Value Told(const std::wstring& member, Called called) {
         if (called.outcome == DISP_E_EXCEPTION) {
             SayFailure(member, called.code, called.description, called.source);
         } else if (FAILED(called.outcome)) {

@@ -138,8 +138,8 @@ HWND HostThread::Window(const wchar_t* windowClass, const std::wstring& caption,
     HWND found = nullptr;
     const bool shown = Eventually([&] {
         for (const HWND window : WindowsOf(id_)) {
-            if (IsWindowVisible(window) && IsWindowEnabled(window) && ClassOf(window) == windowClass &&
-                TextIn(window) == caption) {
+            if (IsWindowVisible(window) != FALSE && IsWindowEnabled(window) != FALSE &&
+                ClassOf(window) == windowClass && TextIn(window) == caption) {
                 found = window;
                 return !withKeyboard || GetAncestor(Focus(), GA_ROOT) == window;
             }
@@ -178,7 +178,7 @@ HostWindow::~HostWindow() {
 }
 
 LRESULT CALLBACK HostWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    const auto own = reinterpret_cast<HostWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* const own = reinterpret_cast<HostWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     if (own != nullptr) {
         if (message == WM_PAINT) {
             ++own->paintings_;

@@ -62,13 +62,13 @@ struct Shown {
 class ReportDialogTest : public testing::Test {
 protected:
     /// Everything that was posted to the dialog has been processed.
-    void Settle() {
+    void Settle() const {
         const int before = office.platform.Waits();
         ASSERT_TRUE(Eventually([&] { return office.platform.Waits() >= before + 2; }));
     }
 
     /// Clicks "Archivieren" without a description and acknowledges the message.
-    void ArchiveWithoutDescription(const HostThread& host, const Shown& shown) {
+    void ArchiveWithoutDescription(const HostThread& host, const Shown& shown) const {
         Click(shown.archive);
         const HWND box = host.MessageBoxWindow(boxCaption);
         ASSERT_NE(box, nullptr);
