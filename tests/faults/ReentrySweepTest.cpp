@@ -195,8 +195,8 @@ private:
         }
     }
 
-    void CheckContent(Stage& stage, const Entries& before, const Entering& entering,
-                      Complaints& complaints) const {
+    static void CheckContent(Stage& stage, const Entries& before, const Entering& entering,
+                             Complaints& complaints) {
         const Entries& after = stage.archive.entries;
         const bool hasFailed = !ErrorBoxes(stage).empty();
         const bool mayFail = hasFailed || stage.conductor.Failed() > 0;
