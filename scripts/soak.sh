@@ -8,9 +8,11 @@ soakFailures=0
 soak() {
     local architecture=$1 name=$2 text=$3 pattern=$4 log="$logs/soak-$1-$2.log"
     shift 4
-    if step "soak-$architecture-$name" "$architecture: $text" "$@"; then
-        grep -oE "$pattern.*" "$log" | sed 's/^/    /' || true
-    else
+    # A run that says nothing of itself did not come to its end, whatever its exit code.
+    if ! step "soak-$architecture-$name" "$architecture: $text" "$@"; then
+        soakFailures=$((soakFailures + 1))
+    elif ! grep -oE "$pattern.*" "$log" | sed 's/^/    /'; then
+        say "    It did not come to its end: $log"
         soakFailures=$((soakFailures + 1))
     fi
 }

@@ -6,8 +6,8 @@ source "$root/scripts/test.sh"
 run_ubsan() {
     local architecture runnable
     for architecture in "${architectures[@]}"; do
-        STEP_TAIL=80 step "build-$architecture-ubsan" "Build $architecture with traps into build/$architecture-ubsan" \
-            build_preset "$architecture-ubsan"
+        STEP_TAIL=80 build_step "build-$architecture-ubsan" "Build $architecture with traps into build/$architecture-ubsan" \
+            build_preset "$architecture-ubsan" all
     done
     mapfile -t runnable < <(runnable_architectures)
     testsStopTime=$(date -d '+150 minutes' '+%H:%M:%S')
