@@ -3,22 +3,46 @@
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-wineDirectory=/usr/lib/wine
+# Where wine lies; nothing else knows it. Debian 12 and 13 have a loader for each architecture in a folder of their own, later
+# releases have one for both, beside the libraries.
+wineFolder=/usr/lib/wine
+wineLibraries=/usr/lib/x86_64-linux-gnu/wine
+
+has_joint_loader() { [[ ! -x $wineFolder/wine64 && -x $wineLibraries/wine ]]; }
 
 wine_loader() {
-    case $1 in
-        x86) printf '%s' "$wineDirectory/wine" ;;
-        x64) printf '%s' "$wineDirectory/wine64" ;;
-        *) die "unknown architecture $1" ;;
-    esac
+    [[ $1 == x86 || $1 == x64 ]] || die "unknown architecture $1"
+    if has_joint_loader; then
+        printf '%s' "$wineLibraries/wine"
+    elif [[ $1 == x86 ]]; then
+        printf '%s' "$wineFolder/wine"
+    else
+        printf '%s' "$wineFolder/wine64"
+    fi
 }
+
+wine_server() {
+    if has_joint_loader; then
+        printf '%s' "$wineLibraries/wineserver"
+    else
+        printf '%s' "$wineFolder/wineserver"
+    fi
+}
+
+# Where the interface compiler finds the platform's interface files and type libraries.
+wine_interfaces() { printf '/usr/include/wine/wine/windows'; }
+wine_type_libraries() { printf '%s' "$wineLibraries/x86_64-windows"; }
 
 # The system directory as a program of the given bitness must name it from outside: both live in one 64-bit prefix.
 wine_system_directory() {
     if [[ $1 == x86 ]]; then printf 'syswow64'; else printf 'system32'; fi
 }
 
-has_32_bit_wine() { [[ -x $wineDirectory/wine ]]; }
+# system_program ARCHITECTURE NAME: a program of the platform, of that bitness whichever loader starts it.
+system_program() { printf 'C:\\windows\\%s\\%s' "$(wine_system_directory "$1")" "$2"; }
+
+# A joint loader may have come without the 32-bit libraries.
+has_32_bit_wine() { [[ -x $(wine_loader x86) ]] && { ! has_joint_loader || [[ -d $wineLibraries/i386-windows ]]; }; }
 
 # use_prefix DIRECTORY: the environment of every wine program.
 use_prefix() {
@@ -29,23 +53,27 @@ use_prefix() {
     unset WINEARCH WINELOADER WINESERVER
 }
 
-# What a prefix was made with; another wine, or 32-bit wine added later, calls for a new one.
+# What a prefix was made with; another wine, 32-bit wine added later, or other settings call for a new one.
 prefix_identity() {
-    stat -c '%n %s %Y' "$wineDirectory"/{wine,wine64,wineserver64} 2>/dev/null || true
+    stat -c '%n %s %Y' "$(wine_loader x86)" "$(wine_loader x64)" "$(wine_server)" 2>/dev/null || true
+    echo "without a debugger"
 }
 
 prefix_is_ready() { unchanged "$WINEPREFIX/.kandora-ready" "$(prefix_identity)"; }
 
-make_prefix() {
+# All prefixes are copies of one, which takes long to make and much room.
+templatePrefix="$build/wine"
+
+make_template() {
     local loader
     loader=$(wine_loader x64)
     stop_wineserver
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX" &&
         WINEARCH=win64 timeout -k 10 600 "$loader" wineboot.exe -i &&
-        timeout -k 10 120 "$loader" reg.exe add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f &&
+        do_without_debugger &&
         unmanage_windows &&
-        timeout -k 10 120 "$wineDirectory/wineserver" -w || return
+        timeout -k 10 120 "$(wine_server)" -w || return
     [[ -f $WINEPREFIX/system.reg && -f $WINEPREFIX/drive_c/windows/system32/regsvr32.exe ]] || return
     ! has_32_bit_wine || [[ -f $WINEPREFIX/drive_c/windows/syswow64/regsvr32.exe ]] || return
     prefix_identity >"$WINEPREFIX/.kandora-ready"
@@ -56,9 +84,21 @@ unmanage_windows() {
     timeout -k 10 120 "$(wine_loader x64)" reg.exe add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f
 }
 
-# Makes the prefix in WINEPREFIX unless it is complete. Needs a display. Callers in parallel wait for the first one.
-ensure_prefix() {
-    local attempt result=1 lock
+# A fault ends its program with a code of its own and one line that tells it. With a debugger, the two would end the program at
+# the same time, and it would have code 0 as often as not.
+do_without_debugger() {
+    local view
+    for view in 32 64; do
+        timeout -k 10 120 "$(wine_loader x64)" reg.exe add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' \
+            /v Debugger /t REG_SZ /d '' /f "/reg:$view" || return
+    done
+}
+
+# Makes the prefix that the others are copied from unless it is complete. Needs a display. Callers in parallel wait for the
+# first one.
+ensure_template() {
+    local WINEPREFIX=$templatePrefix attempt result=1 lock
+    use_prefix "$templatePrefix"
     prefix_is_ready && return
     mkdir -p "$(dirname -- "$WINEPREFIX")"
     exec {lock}>"$WINEPREFIX.lock"
@@ -69,7 +109,7 @@ ensure_prefix() {
         for attempt in 1 2; do
             echo "Making the wine prefix $WINEPREFIX, attempt $attempt"
             # The wine server outlives this call and must not inherit the lock.
-            if make_prefix {lock}>&-; then
+            if make_template {lock}>&-; then
                 result=0
                 break
             fi
@@ -77,6 +117,48 @@ ensure_prefix() {
     fi
     exec {lock}>&-
     return "$result"
+}
+
+# copy_template FOLDER: Windows' own programs and libraries, which nobody writes to, are the template's files under a second
+# name: a copy takes a moment and next to no room. All else is copied.
+copy_template() {
+    local copy="$1.new"
+    rm -rf "$copy" &&
+        { cp -al -- "$templatePrefix" "$copy" 2>/dev/null || { rm -rf "$copy" && cp -a -- "$templatePrefix" "$copy"; }; } &&
+        (cd "$templatePrefix" && find . -type f ! \( -path './drive_c/windows/*' \( -iname '*.dll' -o -iname '*.exe' \
+            -o -iname '*.drv' -o -iname '*.sys' -o -iname '*.tlb' -o -iname '*.ocx' -o -iname '*.nls' \) \) -print0 |
+            xargs -0 cp -a --parents --remove-destination -t "$copy") &&
+        rm -rf "$1" &&
+        mv -T -- "$copy" "$1"
+}
+
+# Makes the prefix in WINEPREFIX unless it is complete. Needs a display when there is no template yet.
+ensure_prefix() {
+    local lock
+    prefix_is_ready && return
+    ensure_template && mkdir -p "$(dirname -- "$WINEPREFIX")" || return
+    exec {lock}>"$WINEPREFIX.lock"
+    flock "$lock"
+    if ! prefix_is_ready; then
+        stop_wineserver
+        copy_template "$WINEPREFIX"
+    fi
+    exec {lock}>&-
+    prefix_is_ready
+}
+
+# begin_session FOLDER: a Windows session with a fresh prefix in FOLDER and a display of its own, until end_session.
+begin_session() {
+    use_prefix "$1"
+    stop_wineserver
+    rm -rf "$WINEPREFIX"
+    start_display && ensure_prefix && hold_session
+}
+
+end_session() {
+    stop_wineserver
+    stop_display
+    rm -rf "$WINEPREFIX" "$WINEPREFIX.lock"
 }
 
 # Keeps the services of WINEPREFIX running until stop_wineserver. Otherwise the first program of a session would start them
@@ -88,14 +170,14 @@ hold_session() {
     mkfifo "$fifo"
     # The other end stays open in this shell: when the shell dies, however it dies, the session ends.
     exec {input}<>"$fifo"
-    "$loader" cmd.exe /c pause <"$fifo" >/dev/null 2>&1 {input}>&- &
+    "$loader" "$(system_program x64 cmd.exe)" /c pause <"$fifo" >/dev/null 2>&1 {input}>&- &
     # When a second program has run, the services are there; this one asks for the desktop, which has a process as well.
-    "$loader" rundll32.exe user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 {input}>&- || true
+    "$loader" "$(system_program x64 rundll32.exe)" user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 {input}>&- || true
 }
 
 stop_wineserver() {
-    [[ -d $WINEPREFIX && -x $wineDirectory/wineserver ]] || return 0
-    timeout -k 5 60 "$wineDirectory/wineserver" -k >/dev/null 2>&1 || true
+    [[ -d $WINEPREFIX && -x $(wine_server) ]] || return 0
+    timeout -k 5 60 "$(wine_server)" -k >/dev/null 2>&1 || true
 }
 
 displayPid=
@@ -148,7 +230,7 @@ run_windows() {
     fi
     ensure_prefix >&2
     if [[ $program != */* && $program != *\\* && ! -e $program ]]; then
-        program="C:\\windows\\$(wine_system_directory "$architecture")\\$program"
+        program=$(system_program "$architecture" "$program")
     fi
     if [[ -z $displayPid ]]; then
         exec "$(wine_loader "$architecture")" "$program" "$@"
