@@ -24,9 +24,10 @@ struct ChangeStep {
 };
 
 // Describes for a person, line by line, what a request did in the archive: which entry was filed, changed or
-// deleted, with its index fields before and after, or that nothing changed. `number` counts the steps.
+// deleted, with its index fields before and after, or that nothing changed. `number` counts the steps; no
+// line takes more than `width` columns.
 std::vector<std::wstring> RenderChange(std::size_t number, const ChangeStep& step, const StoreReader& before,
-                                       const StoreReader& after);
+                                       const StoreReader& after, std::size_t width);
 
 // What a run of requests did to the archive's entries.
 struct ChangeTotals {

@@ -10,6 +10,14 @@
 namespace simulators {
 namespace {
 
+// What the tables can be made to fit, and what a screen may have.
+constexpr int narrowestOutput = 80;
+constexpr int widestOutput = 1000;
+
+std::wstring WidthRange() {
+    return std::to_wstring(narrowestOutput) + L" bis " + std::to_wstring(widestOutput);
+}
+
 // The library's own complaints are English.
 std::wstring Complaint(const CLI::ParseError& error) {
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
@@ -17,6 +25,9 @@ std::wstring Complaint(const CLI::ParseError& error) {
     }
     if (dynamic_cast<const CLI::ConversionError*>(&error)) {
         return L"Der Wert von --table-rows ist eine Zahl.";
+    }
+    if (dynamic_cast<const CLI::ValidationError*>(&error)) {
+        return L"Der Wert von --width ist eine Zahl von " + WidthRange() + L".";
     }
     return L"Die Befehlszeile ist nicht richtig.";
 }
@@ -34,6 +45,7 @@ struct Given {
     bool answerBoxes = false;
     bool table = false;
     std::size_t tableRows = CommandLine().tableRows;
+    std::size_t width = CommandLine().width;
     bool year = false;
     bool menu = false;
     bool serve = false;
@@ -69,6 +81,11 @@ void Declare(CLI::App& app, Given& given) {
                         L"geändert hat."));
     app.add_option("--table-rows", given.tableRows,
                    ToUtf8(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
+    app.add_option("--width", given.width,
+                   ToUtf8(L"Spalten, die die Ausgabe breit sein darf: " + WidthRange() + L", ohne Angabe " +
+                          std::to_wstring(given.width) + L"."))
+        // The library would describe the range in English.
+        ->check(CLI::Range(narrowestOutput, widestOutput).description(""));
     app.add_option("--store", given.store, "Ablageordner des Archivs, aus dem die Tabelle gelesen wird.");
     app.add_option("--printer-file", given.printerFile,
                    ToUtf8(L"Datei, in die PrintDocument vor der Anfrage eine Saldobilanz (PDF) druckt."));
@@ -163,6 +180,7 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     result.answerBoxes = given.answerBoxes;
     result.table = given.table;
     result.tableRows = given.tableRows;
+    result.width = given.width;
     RequireSense(result);
     return result;
 }

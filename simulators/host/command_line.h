@@ -28,6 +28,8 @@ struct CommandLine {
     bool table = false;
     // Entries shown per kind of booking; 0 shows all.
     std::size_t tableRows = 12;
+    // Columns that the output may take.
+    std::size_t width = 100;
 };
 
 // `arguments` without the program's name. Nothing when help was asked for; `help` then holds its text. Throws

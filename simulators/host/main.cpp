@@ -8,6 +8,7 @@
 #include "menu.h"
 #include "provider_link.h"
 #include "report.h"
+#include "screen_text.h"
 #include "store_reader.h"
 #include "year_table.h"
 
@@ -115,13 +116,9 @@ private:
     bool inPlace_ = false;
 };
 
-void ShowBoxes(const Outcome& outcome) {
-    for (const AnsweredBox& box : outcome.boxes) {
-        std::wstring text = box.text;
-        for (std::size_t at = text.find(L'\n'); at != std::wstring::npos; at = text.find(L'\n', at + 1)) {
-            text.insert(at + 1, L"    ");
-        }
-        PrintLine(L"  Fenster " + Guillemets(box.caption) + L": " + text);
+void PrintLines(const std::vector<std::wstring>& lines) {
+    for (const std::wstring& line : lines) {
+        PrintLine(line);
     }
 }
 
@@ -154,8 +151,7 @@ public:
         Driver driver = MakeDriver();
         for (const Request& request : requests) {
             Keep(driver.Run(request, name));
-            PrintLine(DescribeOutcome(outcomes_.back()));
-            ShowBoxes(outcomes_.back());
+            ShowOutcome(outcomes_.back());
         }
     }
 
@@ -173,8 +169,7 @@ public:
                 saved += outcome.kind == RequestKind::SaveDocument ? 1U : 0U;
                 if (FAILED(outcome.code) || !outcome.boxes.empty()) {
                     progress.Interrupt();
-                    PrintLine(DescribeOutcome(outcome));
-                    ShowBoxes(outcome);
+                    ShowOutcome(outcome);
                 }
                 if (outcome.kind == RequestKind::SaveDocument) {
                     progress.Show(saved);
@@ -232,9 +227,7 @@ private:
             StoreReader after = StoreReader::Read(options_.store);
             totals.Add(CompareStores(before, after));
             PrintLine(L"");
-            for (const std::wstring& line : RenderChange(totals.requests, step, before, after)) {
-                PrintLine(line);
-            }
+            PrintLines(RenderChange(totals.requests, step, before, after, options_.width));
             before = std::move(after);
             step = {};
         }
@@ -247,6 +240,16 @@ private:
         outcomes_.push_back(std::move(outcome));
     }
 
+    void ShowOutcome(const Outcome& outcome) const {
+        const std::wstring indent = L"  ";
+        std::vector<std::wstring> lines;
+        AppendWrapped(lines, DescribeOutcome(outcome), L"", indent, options_.width);
+        for (const AnsweredBox& box : outcome.boxes) {
+            AppendBox(lines, box, indent, options_.width);
+        }
+        PrintLines(lines);
+    }
+
     void ShowTable(const std::vector<Outcome>& outcomes, double seconds) {
         std::optional<StoreReader> store;
         if (!options_.store.empty()) {
@@ -254,10 +257,8 @@ private:
             failed_ = failed_ || !IsEverythingFiled(outcomes, *store);
         }
         PrintLine(L"");
-        for (const std::wstring& line : RenderYearTable(
-                 *accounting_->Client(), outcomes, store ? &*store : nullptr, seconds, options_.tableRows)) {
-            PrintLine(line);
-        }
+        PrintLines(RenderYearTable(*accounting_->Client(), outcomes, store ? &*store : nullptr, seconds,
+                                   {options_.tableRows, options_.width}));
     }
 
     const CommandLine& options_;

@@ -1,8 +1,12 @@
 #include "report.h"
 
+#include "screen_text.h"
+
 #include <nlohmann/json.hpp>
 
 #include <oleauto.h>
+
+#include <sstream>
 
 namespace simulators {
 namespace {
@@ -100,6 +104,20 @@ std::wstring DescribeOutcome(const Outcome& outcome) {
         line += L", Ergebnis " + FromUtf8(result.dump());
     }
     return line;
+}
+
+void AppendBox(std::vector<std::wstring>& lines, const AnsweredBox& box, const std::wstring& indent,
+               std::size_t width) {
+    const std::wstring deeper = indent + L"  ";
+    const bool isOneLine = box.text.find(L'\n') == std::wstring::npos;
+    AppendWrapped(lines, L"Fenster " + Guillemets(box.caption) + L":" + (isOneLine ? L" " + box.text : L""),
+                  indent, deeper, width);
+    std::wistringstream text(isOneLine ? std::wstring() : box.text);
+    for (std::wstring line; std::getline(text, line);) {
+        if (line.find_first_not_of(L" \r") != std::wstring::npos) {
+            AppendWrapped(lines, line, deeper, deeper + L"  ", width);
+        }
+    }
 }
 
 std::wstring DescribeCode(HRESULT code) {

@@ -18,7 +18,6 @@ constexpr auto pollInterval = std::chrono::milliseconds(10);
 constexpr auto waitLimit = std::chrono::minutes(2);
 // A click can be lost while a window is still coming up, so it is repeated for as long as the window stays.
 constexpr int looksBeforeRepeat = 100;
-constexpr UINT answerLimitMilliseconds = 5000;
 
 // The window of the dialog's thread that gets the keys; null when none does.
 HWND FocusOf(HWND dialog) {

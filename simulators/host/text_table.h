@@ -10,25 +10,28 @@ namespace simulators {
 // A table for the screen, its columns as wide as their widest cell; the first row is the head.
 class TextTable {
 public:
+    // What stands between two columns.
+    static constexpr std::size_t gap = 2;
+
     // `rightAligned` are the columns, counted from 0, whose cells stand at the right.
     TextTable(std::vector<std::wstring> head, std::set<std::size_t> rightAligned)
         : rows_{std::move(head)}, rightAligned_(std::move(rightAligned)) {}
 
-    // A row has as many cells as the head.
+    // A row has as many cells as the head; in one that has fewer, the last cell takes what is left of the
+    // line.
     void Add(std::vector<std::wstring> row) { rows_.push_back(std::move(row)); }
 
-    // Appends the table's lines, each begun with `indent`.
-    void RenderTo(std::vector<std::wstring>& lines, const std::wstring& indent) const;
+    // Appends the table's lines, each begun with `indent` and `width` columns wide at most: as long as it
+    // does not fit, the widest column gives way. What is too long for its column ends in "…".
+    void RenderTo(std::vector<std::wstring>& lines, const std::wstring& indent, std::size_t width) const;
 
 private:
-    std::wstring RenderRow(const std::vector<std::wstring>& row,
-                           const std::vector<std::size_t>& widths) const;
+    std::vector<std::size_t> WidthsWithin(std::size_t room) const;
+    std::wstring RenderRow(const std::vector<std::wstring>& row, const std::vector<std::size_t>& widths,
+                           std::size_t room) const;
 
     std::vector<std::vector<std::wstring>> rows_;
     std::set<std::size_t> rightAligned_;
 };
-
-// The text on one line of `most` units at most: line breaks become blanks, what is too long ends in "…".
-std::wstring Shortened(std::wstring text, std::size_t most);
 
 }  // namespace simulators

@@ -5,8 +5,6 @@
 namespace simulators {
 namespace {
 
-constexpr UINT answerLimitMilliseconds = 5000;
-
 BOOL CALLBACK Collect(HWND window, LPARAM list) {
     reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
     return TRUE;

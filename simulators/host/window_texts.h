@@ -8,6 +8,9 @@
 
 namespace simulators {
 
+// How long another thread may take to answer.
+inline constexpr UINT answerLimitMilliseconds = 5000;
+
 // Reading windows of another thread. None of these waits for a thread that does not answer.
 
 std::wstring ClassOf(HWND window);

@@ -30,9 +30,9 @@ TEST(CommandLineTest, KeepsNamesThatTheAnsiCodePageCannotSpell) {
 }
 
 TEST(CommandLineTest, AYearHasItsTable) {
-    const CommandLine line =
-        Parse({L"--year", L"--table", L"--store", L"D:\\Archiv", L"--client", L"a.json", L"--client-copy",
-               L"b.json", L"--answer-boxes", L"--component", L"K.dll", L"--table-rows", L"0"});
+    const CommandLine line = Parse({L"--year", L"--table", L"--store", L"D:\\Archiv", L"--client", L"a.json",
+                                    L"--client-copy", L"b.json", L"--answer-boxes", L"--component", L"K.dll",
+                                    L"--table-rows", L"0", L"--width", L"132"});
     EXPECT_EQ(line.task, Task::Year);
     EXPECT_TRUE(line.table);
     EXPECT_TRUE(line.answerBoxes);
@@ -40,6 +40,7 @@ TEST(CommandLineTest, AYearHasItsTable) {
     EXPECT_EQ(line.clientCopy.wstring(), L"b.json");
     EXPECT_EQ(line.component.wstring(), L"K.dll");
     EXPECT_EQ(line.tableRows, 0U);
+    EXPECT_EQ(line.width, 132U);
 }
 
 TEST(CommandLineTest, WithoutATaskItIsTheMenu) {
@@ -79,6 +80,24 @@ TEST(CommandLineTest, WhatMakesNoSenseIsRefused) {
                 ::testing::HasSubstr(L"--table braucht bei --requests den Ablageordner"));
     EXPECT_THAT(Complaint({L"--client", L"a", L"--year", L"--picture-hook", L"b"}),
                 ::testing::HasSubstr(L"nur zusammen mit --answer-boxes"));
+}
+
+TEST(CommandLineTest, TheOutputHasAWidth) {
+    const auto widthOf = [](const wchar_t* given) {
+        return Parse({L"--client", L"a", L"--width", given}).width;
+    };
+    EXPECT_EQ(Parse({L"--client", L"a"}).width, 100U);
+    EXPECT_EQ(widthOf(L"80"), 80U);
+    EXPECT_EQ(widthOf(L"1000"), 1000U);
+    for (const wchar_t* wrong : {L"79", L"1001", L"0", L"breit", L"100.5", L"100 Zeichen", L""}) {
+        EXPECT_EQ(MessageOf([&] { widthOf(wrong); }),
+                  L"Der Wert von --width ist eine Zahl von 80 bis 1000. Hilfe gibt HostSimulator.exe --help.")
+            << ToUtf8(wrong);
+    }
+    std::wstring help;
+    EXPECT_FALSE(ParseCommandLine({L"--help"}, help));
+    EXPECT_THAT(help, ::testing::HasSubstr(L"--width ZAHL"));
+    EXPECT_THAT(help, ::testing::HasSubstr(L"80 bis 1000"));
 }
 
 TEST(CommandLineTest, RequestsMayFollowAYear) {

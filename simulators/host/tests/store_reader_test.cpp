@@ -83,7 +83,7 @@ TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {
     }
     outcomes[1].boxes.push_back({L"Kandora", L"Ordner fehlt"});
     const StoreReader store = Read();
-    const auto lines = RenderYearTable(client, outcomes, &store, 1.5, 0);
+    const auto lines = RenderYearTable(client, outcomes, &store, 1.5, {0, 80});
     EXPECT_THAT(lines, ::testing::IsSupersetOf({
                            L"Debitoren: 1 Beleg gespeichert",
                            L"  1 Eintrag im Ordner /Sesam/A/B, Maske «Debi»",
@@ -123,9 +123,60 @@ TEST_F(StoreReaderTest, LongTablesAreCutWhereAsked) {
     outcomes[0].docId = L"20260304080000";
     outcomes[1].docId = L"20260305080000";
     const StoreReader store = Read();
-    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, 1), ::testing::Contains(L"    … und 1 weitere"));
-    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, 2),
+    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, {1, 80}),
+                ::testing::Contains(L"    … und 1 weitere"));
+    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, {2, 80}),
                 ::testing::Not(::testing::Contains(L"    … und 1 weitere")));
+}
+
+TEST_F(StoreReaderTest, FieldsWithoutRoomAreNamedBelowTheTable) {
+    folder_.Write(L"archiv.json", R"({"masken": [{"nummer": 3, "name": "Debi", "felder": [
+        {"zeile": 1, "name": "Notiz"}, {"zeile": 2, "name": "Bemerkung"}, {"zeile": 5, "name": "Betrag"},
+        {"zeile": 6, "name": "Ort"}, {"zeile": 7, "name": "Kürzel"}]}]})");
+    folder_.Write(
+        L"Ordner\\Sesam\\A%2FB\\10.json",
+        R"({"id": 10, "maske": 3, "kurzbezeichnung": "RG Müller, elf Dutzend Espressotassen", "felder": {
+        "1": "ein Satz, der mehr sagt, als jemand liest", "2": "noch einer, der auch nicht in die Zeile passt",
+        "5": "20260304080000", "6": "9450 Altstätten SG", "7": "üäö"}})");
+    const ClientFile client = ClientFile::Load(folder_.Write(L"klein.json", smallClient));
+    std::vector<Outcome> outcomes(1);
+    outcomes[0].kind = RequestKind::SaveDocument;
+    outcomes[0].docId = L"20260304080000";
+    const StoreReader store = Read();
+    const auto tableAt = [&](std::size_t width) {
+        std::vector<std::wstring> lines = RenderYearTable(client, outcomes, &store, 1, {0, width});
+        std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"    "); });
+        return lines;
+    };
+    // The amount goes before what the mask has first; a long note does not keep a short place out.
+    EXPECT_THAT(tableAt(80),
+                ::testing::ElementsAre(
+                    L"    Eintrag  Kurzbezeichnung                  Betrag          Ort",
+                    L"    -------  -------------------------------  --------------  ------------------",
+                    L"         10  RG Müller, elf Dutzend Espress…  20260304080000  9450 Altstätten SG",
+                    L"    ohne Platz in der Tabelle: Notiz, Bemerkung, Kürzel", L"    ohne Dokument: 1"));
+    EXPECT_THAT(tableAt(200),
+                ::testing::ElementsAre(::testing::AllOf(::testing::HasSubstr(L"  Notiz  "),
+                                                        ::testing::HasSubstr(L"  Bemerkung  "),
+                                                        ::testing::EndsWith(L"  Kürzel")),
+                                       ::testing::_, ::testing::EndsWith(L"  üäö"), L"    ohne Dokument: 1"));
+}
+
+TEST_F(StoreReaderTest, AMessageIsToldInFullWhateverItsLength) {
+    const ClientFile client = ClientFile::Load(folder_.Write(L"klein.json", smallClient));
+    std::vector<Outcome> outcomes(1);
+    outcomes[0].kind = RequestKind::SaveDocument;
+    outcomes[0].belegNr = L"10";
+    outcomes[0].belegIndex = L"2";
+    outcomes[0].barcode = L"B2";
+    outcomes[0].boxes.push_back({L"Kandora",
+                                 L"Der Ordner «Mandanten» lässt sich im Archiv nicht anlegen, weil es "
+                                 L"dem Benutzer verwehrt ist: Fehler 5"});
+    const StoreReader store = Read();
+    EXPECT_THAT(RenderYearTable(client, outcomes, &store, 1, {0, 80}),
+                ::testing::IsSupersetOf(
+                    {L"    10/2: Meldung «Der Ordner «Mandanten» lässt sich im Archiv nicht anlegen,",
+                     L"      weil es dem Benutzer verwehrt ist: Fehler 5»"}));
 }
 
 }  // namespace
