@@ -35,5 +35,12 @@ void __throw_bad_function_call() {
     throw kandora::RuntimeError(kandora::errors::internal);
 }
 
+#if _GLIBCXX_RELEASE >= 13
+// No failure: the one function of texts that the library holds back for itself, in one piece with all the
+// others.
+template void basic_string<wchar_t>::_M_replace_cold(wchar_t*, size_type, const wchar_t*, size_type,
+                                                     size_type);
+#endif
+
 }  // namespace std
 // NOLINTEND(cert-dcl58-cpp,bugprone-reserved-identifier)

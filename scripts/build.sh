@@ -4,22 +4,28 @@
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 # configure_preset NAME: a no-op once configured; ninja itself re-runs CMake when one of its files changes.
+# With CI set, warnings are errors; whoever just builds may have a compiler that warns of more.
 configure_preset() {
-    local directory="$build/$1" cache="$build/$1/CMakeCache.txt"
+    local directory="$build/$1" cache="$build/$1/CMakeCache.txt" warnings=()
     if [[ -f $cache ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then
         # The checkout was moved or copied; a cache of another place cannot be reused.
         rm -rf "$cache" "$directory/CMakeFiles"
     fi
-    [[ -f $cache && -f $directory/build.ninja ]] && return
-    cmake --preset "$1"
+    [[ -z ${CI:-} ]] || warnings=(-D KANDORA_WERROR=ON)
+    if [[ -f $cache && -f $directory/build.ninja ]]; then
+        [[ -z ${CI:-} ]] || grep -qxF KANDORA_WERROR:BOOL=ON "$cache" || cmake "${warnings[@]}" "$directory"
+        return
+    fi
+    cmake --preset "$1" "${warnings[@]}"
 }
 
-build_preset() { configure_preset "$1" && cmake --build "$build/$1" -j "$(nproc)"; }
+# build_preset NAME [TARGET...]
+build_preset() { configure_preset "$1" && cmake --build "$build/$1" -j "$(nproc)" --target "${@:2}"; }
 
 build_all() {
     local architecture
     for architecture in "${architectures[@]}"; do
-        STEP_TAIL=80 step "build-$architecture" "Build $architecture into build/$architecture/bin" \
-            build_preset "$architecture"
+        STEP_TAIL=80 build_step "build-$architecture" "Build $architecture into build/$architecture/bin" \
+            build_preset "$architecture" all
     done
 }

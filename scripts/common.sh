@@ -26,14 +26,23 @@ seconds_since() {
     printf '%d.%d' $((tenths / 10)) $((tenths % 10))
 }
 
-# step LOG TEXT COMMAND...: runs COMMAND with its output in build/logs/LOG.log and prints one line with the time it took.
-# On failure the end of the log follows and the command's exit code is returned.
-step() {
-    local log="$logs/$1.log" text=$2 start=$EPOCHREALTIME result=0
-    shift 2
-    mkdir -p "$logs"
+# Where a command knows how many steps it has, each says which one it is.
+stepsTotal=0
+stepNumber=0
+
+# begin_step TEXT: the beginning of a step's line.
+begin_step() {
+    local text=$1
+    if ((stepsTotal > 0)); then
+        stepNumber=$((stepNumber + 1))
+        text="$stepNumber of $stepsTotal: $text"
+    fi
     printf '  %-66s ' "$text"
-    "$@" >"$log" 2>&1 </dev/null || result=$?
+}
+
+# end_step LOG START RESULT: the line's end. On failure the end of the log follows, and RESULT is returned.
+end_step() {
+    local log=$1 start=$2 result=$3
     if ((result == 0)); then
         printf '%6s s\n' "$(seconds_since "$start")"
         return 0
@@ -42,6 +51,48 @@ step() {
     tail -n "${STEP_TAIL:-40}" "$log" | sed 's/^/    | /' >&2
     warn "    The whole log: $log"
     return "$result"
+}
+
+# step LOG TEXT COMMAND...: runs COMMAND with its output in build/logs/LOG.log and prints one line with the time it took.
+# On failure the end of the log follows and the command's exit code is returned.
+step() {
+    local log="$logs/$1.log" start=$EPOCHREALTIME result=0
+    mkdir -p "$logs"
+    begin_step "$2"
+    shift 2
+    "$@" >"$log" 2>&1 </dev/null || result=$?
+    end_step "$log" "$start" "$result"
+}
+
+# build_step LOG TEXT COMMAND...: a step that compiles. While it does, it shows how far it is: in place on a terminal, elsewhere
+# once for each quarter. COMMAND runs in a shell of its own.
+build_step() {
+    local log="$logs/$1.log" start=$EPOCHREALTIME result=0 process made all quarter=1 before
+    mkdir -p "$logs"
+    before=$(begin_step "$2")
+    ((stepsTotal == 0)) || stepNumber=$((stepNumber + 1))
+    shift 2
+    : >"$log"
+    "$@" >"$log" 2>&1 </dev/null &
+    process=$!
+    [[ ! -t 1 ]] || printf '%s ' "$before"
+    while kill -0 "$process" 2>/dev/null; do
+        sleep 0.5
+        read -r made all < <(tail -c 4000 "$log" | sed -n 's|^\[\([0-9]*\)/\([0-9]*\)\].*|\1 \2|p' | tail -n 1) || continue
+        if [[ -t 1 ]]; then
+            printf '\r%s %8s' "$before" "$made/$all"
+        elif ((4 * made >= quarter * all && made < all)); then
+            ((quarter > 1)) || printf '%s\n' "$before"
+            printf '    compiled %d of %d\n' "$made" "$all"
+            quarter=$((4 * made / all + 1))
+        fi
+    done
+    wait "$process" || result=$?
+    if [[ -t 1 ]]; then
+        printf '\r%s%9s\r' "$before" ""
+    fi
+    printf '%s ' "$before"
+    end_step "$log" "$start" "$result"
 }
 
 # unchanged STAMP TEXT: whether STAMP holds exactly TEXT, so that a step can be left out.

@@ -153,31 +153,46 @@ ensure_wine() {
     mkdir -p "$build"
     # wine goes first, 32-bit together with 64-bit: libraries that other packages pull in from the security suite could
     # keep their i386 twins out.
-    mapfile -t missing < <(missing_packages "${packagesWine32[@]}")
-    if ((${#missing[@]} == 0)); then
-        rm -f "$no32BitWine"
-    elif [[ -z $(find "$no32BitWine" -mmin -60 2>/dev/null) ]]; then
+    if ! has_32_bit_wine && [[ -z $(find "$no32BitWine" -mmin -60 2>/dev/null) ]]; then
         mapfile -t missing < <(missing_packages "${packagesWine32[@]}" "${packagesWine64[@]}")
         if step setup-wine "Install wine, 32 and 64 bit (${#missing[@]} packages)" install_wine32 "${missing[@]}"; then
-            rm -f "$no32BitWine"
             report_downgrades setup-wine
         else
             date >"$no32BitWine"
         fi
     fi
-    if [[ -f $no32BitWine ]]; then
+    ensure_packages "Install wine, 64 bit" setup-wine64 "${packagesWine64[@]}"
+    if has_32_bit_wine; then
+        rm -f "$no32BitWine"
+    else
         warn "  *** 32-bit wine cannot be installed on this machine. Everything is built, but only the 64-bit"
         warn "  *** programs and tests are RUN. The next attempt is made after an hour; log: $logs/setup-wine.log"
     fi
-    ensure_packages "Install wine, 64 bit" setup-wine64 "${packagesWine64[@]}"
     ensure_packages "Install a virtual display" setup-display "${packagesDisplay[@]}"
 }
 
 ensure_build_tools() { ensure_packages "Install compilers and build tools" setup-build "${packagesBuild[@]}"; }
 
-check_system() {
-    if [[ $(uname -s) != Linux ]] || ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
-        die "This needs a Debian system (version 12 is what it is tested on)."
+# system_fault ETC ARCHITECTURE: one sentence when a system with these files in /etc and this processor cannot work. Derived
+# systems say in debian_version which Debian they stem from: a number, or "NAME/sid" before the release of that name.
+system_fault() {
+    local etc=$1 name version needed="this needs Debian 12 or later, or a system derived from it, on a 64-bit PC (amd64)."
+    name=$(. "$etc/os-release" 2>/dev/null && printf '%s' "${PRETTY_NAME:-}") || name=
+    name=${name:-This system}
+    if [[ ! -f $etc/debian_version ]]; then
+        say "$name is not Debian: $needed"
+        return
     fi
-    [[ $(dpkg --print-architecture) == amd64 ]] || die "This needs a 64-bit PC (amd64): wine runs the programs built here."
+    version=$(<"$etc/debian_version")
+    if [[ $version =~ ^([0-9]+) ]] && ((BASH_REMATCH[1] < 12)) || [[ $version =~ ^(buster|bullseye|bookworm)/ ]]; then
+        say "$name is too old: $needed"
+    elif [[ $2 != amd64 ]]; then
+        say "$name runs on another processor ($2): $needed"
+    fi
+}
+
+check_system() {
+    local fault
+    fault=$(system_fault /etc "$(dpkg --print-architecture 2>/dev/null || uname -m)")
+    [[ -z $fault ]] || die "$fault"
 }

@@ -387,8 +387,10 @@ Value ArchiveObject::MoveToArchive(Arguments& arguments) {
     if (!current_.document) {
         return Value::Long(NoPostboxFile);
     }
-    const auto folder =
-        target.starts_with(L'#') ? ParseId(std::wstring_view(target).substr(1)) : std::nullopt;
+    if (!target.starts_with(L'#')) {
+        return Value::Long(InvalidArgument);
+    }
+    const auto folder = ParseId(std::wstring_view(target).substr(1));
     if (!folder) {
         return Value::Long(InvalidArgument);
     }

@@ -708,12 +708,10 @@ void ArchiveWindow::ApplyChanges() {
         }
         ShowRows();
         const auto row = selectedId == 0 ? std::nullopt : table_.RowOf(selectedId);
-        if (row != selected) {
-            if (row) {
-                SelectRow(*row);
-            } else {
-                ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
-            }
+        if (!row) {
+            ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+        } else if (!selected || *row != *selected) {
+            SelectRow(*row);
         }
     }
     detailsOf_ = 0;

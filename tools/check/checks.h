@@ -19,6 +19,9 @@ inline constexpr const wchar_t* preview = L"Vorschau";
 inline constexpr const wchar_t* probe = L"Probe";
 }  // namespace area
 
+/// The resource of the component's DLL that is the type library of the host's plug-in interface.
+inline constexpr int hostLibrary = 2;
+
 /// File, version, architecture, registration, type libraries, and that an object can be made.
 void CheckComponent(Report& report, const Subject& subject);
 

@@ -7,7 +7,6 @@ namespace {
 
 constexpr const wchar_t* classesPath = L"Software\\Classes\\";
 constexpr int ownLibrary = 1;
-constexpr int hostLibrary = 2;
 
 const wchar_t* RegisterHint() {
     return ownArchitecture == Architecture::X86

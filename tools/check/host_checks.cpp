@@ -7,7 +7,7 @@ namespace {
 
 /// The object kit is loaded by the host or is the host itself, and the host loads the component: all three
 /// have one architecture.
-bool CheckClass(Report& report, const Subject& subject) {
+bool CheckHostClass(Report& report, const Subject& subject) {
     const auto server = ServerOf(hostClass);
     const Text className = hostClass;
     if (!server) {
@@ -183,7 +183,7 @@ private:
 }  // namespace
 
 bool CheckHost(Report& report, const Subject& subject, Surroundings& surroundings, bool isArchiveUsable) {
-    return CheckClass(report, subject) && HostCheck(report, surroundings, isArchiveUsable).Run();
+    return CheckHostClass(report, subject) && HostCheck(report, surroundings, isArchiveUsable).Run();
 }
 
 }  // namespace kandora::check

@@ -12,7 +12,6 @@ namespace {
 
 constexpr const wchar_t* libraryName = L"DmsSolution";
 constexpr const wchar_t* interfaceName = L"DMSProvider";
-constexpr int hostLibrary = 2;
 constexpr const wchar_t* typeLibraries = L"Software\\Classes\\TypeLib";
 
 Text NameOfLibrary(ITypeLib* library) {
