@@ -228,15 +228,15 @@ TEST_F(Vtable, AssignsPropertiesOfEveryKind) {
 // Surroundings
 
 /// An environment variable with another value for as long as it lives. Programs started meanwhile inherit it.
-class Environment {
+class EnvironmentVariable {
 public:
-    Environment(const wchar_t* name, const std::wstring& value) : name_(name) {
+    EnvironmentVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
         before_.resize(GetEnvironmentVariableW(name, before_.data(), static_cast<DWORD>(before_.size())));
         SetEnvironmentVariableW(name, value.c_str());
     }
-    ~Environment() { SetEnvironmentVariableW(name_, before_.c_str()); }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
+    ~EnvironmentVariable() { SetEnvironmentVariableW(name_, before_.c_str()); }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
     const wchar_t* name_;
@@ -246,7 +246,7 @@ private:
 TEST(ComponentInAHost, TakesWhateverItIsGiven) {
     const Installation installation;
     installation.WriteSettings(std::string(switchedOffAndTraced));
-    const Environment installed(installedVariable, installation.Component().wstring());
+    const EnvironmentVariable installed(installedVariable, installation.Component().wstring());
     std::array<wchar_t, 1024> self{};
     GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
     const Ended ended = RunProgram(self.data(), {L"--gtest_filter=Vtable.*"});
@@ -268,8 +268,8 @@ protected:
 TEST_F(Surroundings, WithOddNamesLeaveTheLogReadable) {
     for (const std::wstring& name :
          {std::wstring(L"MUSTER\\anna:1|2*3?"), std::wstring(300, L'u'), std::wstring(L"..\\..\\x")}) {
-        const Environment user(L"USERNAME", name);
-        const Environment computer(L"COMPUTERNAME", name);
+        const EnvironmentVariable user(L"USERNAME", name);
+        const EnvironmentVariable computer(L"COMPUTERNAME", name);
         const Installation installation;
         installation.WriteSettings(std::string(switchedOffAndTraced));
         const std::vector<Answer> answers = installation.Play({L"InitProvider", L"SaveDocument"});
@@ -286,8 +286,8 @@ TEST_F(Surroundings, WithOddNamesLeaveTheLogReadable) {
 }
 
 TEST_F(Surroundings, WhereTheLogCannotBeWrittenAreToldInABoxEach) {
-    const Environment user(L"USERNAME", L"u");
-    const Environment computer(L"COMPUTERNAME", L"c");
+    const EnvironmentVariable user(L"USERNAME", L"u");
+    const EnvironmentVariable computer(L"COMPUTERNAME", L"c");
     installation_.WriteSettings(std::string(switchedOffAndTraced));
     // A folder stands where the log would be created, whichever second of the next minutes that is.
     SYSTEMTIME now{};

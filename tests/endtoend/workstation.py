@@ -11,13 +11,17 @@ import re
 import shutil
 import signal
 import subprocess
+import sys
 import time
 import urllib.parse
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "scripts"))
+from judge import FAULT
 
 # Set by run.py.
 options = None
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
 SAMPLE_CLIENT = ROOT / "simulators" / "clients" / "Muster AG.json"
 # Seconds; far beyond what anything here takes.
 LIMIT = 240
@@ -27,16 +31,30 @@ def windows_path(path):
     return "Z:" + str(pathlib.Path(path).resolve()).replace("/", "\\")
 
 
+def system_command(program, system=None):
+    """How a program of the platform is started, the architecture's unless another system directory is named."""
+    system = system or options.system
+    loader = options.loader if system == options.system else options.other_loader
+    return [str(loader), f"C:\\windows\\{system}\\{program}"]
+
+
+def without_fault(output):
+    """What programs wrote; an AssertionError when one of them, or one that they started, faulted."""
+    if fault := FAULT.search(output):
+        raise AssertionError(f"a fault: {output[fault.start():]}")
+    return output
+
+
 def windows(program, *arguments, expected=0):
     """Runs a built program, or one of the system when there is none of the name, to its end. Answers its output."""
     own = options.bin / program
-    file = str(own) if own.is_file() else f"C:\\windows\\{options.system}\\{program}"
-    done = subprocess.run([str(options.loader), file, *map(str, arguments)], stdin=subprocess.DEVNULL,
+    command = [str(options.loader), str(own)] if own.is_file() else system_command(program)
+    done = subprocess.run([*command, *map(str, arguments)], stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
     output = done.stdout.decode("utf-8", "replace").replace("\r\n", "\n")
     if expected is not None and done.returncode != expected:
         raise AssertionError(f"{program} {arguments} ended with {done.returncode}:\n{output}")
-    return output
+    return without_fault(output)
 
 
 def run_script(file):
@@ -44,30 +62,32 @@ def run_script(file):
     output = file.with_suffix(".txt")
     # No pipe: an archive that the script starts inherits its other end and keeps it open.
     with output.open("wb") as stream:
-        subprocess.run([str(options.loader), f"C:\\windows\\{options.system}\\cscript.exe", "//nologo",
-                        windows_path(file)], stdin=subprocess.DEVNULL, stdout=stream, stderr=subprocess.STDOUT,
-                       timeout=LIMIT, check=False)
-    return output.read_text(encoding="utf-8", errors="replace").strip()
+        subprocess.run([*system_command("cscript.exe"), "//nologo", windows_path(file)], stdin=subprocess.DEVNULL,
+                       stdout=stream, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+    return without_fault(output.read_text(encoding="utf-8", errors="replace")).strip()
 
 
 def wait_until(condition, what):
     """Waits for a condition; an AssertionError when it does not come to hold."""
     end = time.monotonic() + LIMIT
+    pause = 0.01
     while not condition():
         if time.monotonic() > end:
             raise AssertionError(f"waited in vain: {what}")
-        time.sleep(0.01)
+        time.sleep(pause)
+        # Whoever asks too often takes the processor from those that are waited for.
+        pause = min(2 * pause, 0.1)
 
 
 def session_processes():
     """Number and command line of every program of this Windows session."""
     prefix = f"WINEPREFIX={os.environ['WINEPREFIX']}".encode()
-    for directory in pathlib.Path("/proc").iterdir():
-        if directory.name.isdigit():
-            with contextlib.suppress(OSError):
-                if prefix in (directory / "environ").read_bytes().split(b"\0"):
-                    words = (directory / "cmdline").read_bytes().decode("utf-8", "replace").split("\0")
-                    yield int(directory.name), " ".join(words) + " "
+    for name in filter(str.isdigit, os.listdir("/proc")):
+        with contextlib.suppress(OSError):
+            directory = pathlib.Path("/proc", name)
+            line = (directory / "cmdline").read_bytes()
+            if b".exe" in line and prefix in (directory / "environ").read_bytes().split(b"\0"):
+                yield int(name), " ".join(line.decode("utf-8", "replace").split("\0")) + " "
 
 
 def started_hosts():
@@ -234,6 +254,7 @@ class Workstation:
             process.wait(LIMIT)
             if process.returncode != 0:
                 raise AssertionError(f"the accounting ended with {process.returncode}:\n{output.read_text('utf-8')}")
+            without_fault(output.read_text("utf-8", "replace"))
             return Report(report.read_text(encoding="utf-8"))
 
         try:
@@ -262,6 +283,7 @@ class Workstation:
             process.wait(LIMIT)
             if process.returncode != 0:
                 raise AssertionError(f"the accounting ended with {process.returncode}:\n{output.read_text('utf-8')}")
+            without_fault(output.read_text("utf-8", "replace"))
             return Report(report.read_text(encoding="utf-8"))
 
         try:

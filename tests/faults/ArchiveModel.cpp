@@ -8,8 +8,6 @@ namespace kandora::test {
 
 namespace {
 
-constexpr std::int32_t documentEntry = 254;
-constexpr std::int32_t firstHit = 0x10000000;
 constexpr std::int32_t lastMask = 5;
 constexpr TextView separator = L"¶";
 

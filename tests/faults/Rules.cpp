@@ -11,8 +11,6 @@ namespace kandora::test {
 
 namespace {
 
-constexpr std::int32_t firstHit = 0x10000000;
-constexpr std::int32_t documentEntry = 254;
 constexpr std::int32_t optionArchiveOn = 100;
 constexpr std::int32_t optionBookings = 109;
 

@@ -39,7 +39,7 @@ def program_folder():
 
 def msiexec(*arguments, expected=0):
     """Runs the installer and answers its exit code."""
-    done = subprocess.run([str(workstation.options.loader), "msiexec", *map(str, arguments)],
+    done = subprocess.run([*workstation.system_command("msiexec.exe"), *map(str, arguments)],
                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT,
                           check=False)
     if done.returncode != expected:
@@ -57,8 +57,7 @@ def remove(version, *properties):
 
 def other_view(system, *arguments):
     """Runs the registry tool from this system directory, of whatever bitness."""
-    loader = pathlib.Path(workstation.options.loader).with_name("wine" if system == "syswow64" else "wine64")
-    subprocess.run([str(loader), f"C:\\windows\\{system}\\reg.exe", *arguments], stdin=subprocess.DEVNULL,
+    subprocess.run([*workstation.system_command("reg.exe", system), *arguments], stdin=subprocess.DEVNULL,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT, check=True)
 
 
@@ -69,10 +68,7 @@ def registry(*roots):
     for number, root in enumerate(roots):
         file = folder / f"registry{number}.reg"
         file.unlink(missing_ok=True)
-        loader = pathlib.Path(workstation.options.loader).with_name("wine64")
-        subprocess.run([str(loader), r"C:\windows\system32\reg.exe", "export", root, windows_path(file), "/y"],
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT,
-                       check=True)
+        other_view("system32", "export", root, windows_path(file), "/y")
         key = None
         text = re.sub(r"\\\r?\n\s*", "", file.read_bytes().decode("utf-16"))
         for line in text.splitlines():

@@ -7,7 +7,6 @@
 namespace kandora::test {
 namespace {
 
-const std::string delimiter = R"(archive.LookupDelimiter -> BSTR "¶")";
 const Lines unlinked{
     delimiter,
     R"(archive.LookupIndex(BSTR& "¶Wiederanschlusskontrolle¶Unverknüpfte Dokumente") -> I4 800)",

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "archive/ELODMS.h"
 #include "tests/protocol/World.h"
 
 namespace kandora::test {
+
+/// How the archive's separator is asked.
+inline const std::string delimiter = R"(archive.LookupDelimiter -> BSTR "¶")";
 
 /// The archive client alone, with a stand-in for the accounting side.
 class ArchiveTest : public World {

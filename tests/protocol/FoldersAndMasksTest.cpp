@@ -6,8 +6,6 @@
 namespace kandora::test {
 namespace {
 
-const std::string delimiter = R"(archive.LookupDelimiter -> BSTR "¶")";
-
 class Folder : public OpenArchiveTest {
 protected:
     /// The answer of a creation, and the path as it stands afterwards.

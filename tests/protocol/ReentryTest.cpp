@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "tests/protocol/ProviderTest.h"
 
 namespace kandora::test {

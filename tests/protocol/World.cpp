@@ -4,8 +4,6 @@ namespace kandora::test {
 
 namespace {
 
-constexpr std::int32_t firstHit = 0x10000000;
-
 IndexPositions PositionsFrom(std::int16_t first) {
     IndexPositions positions;
     std::int16_t next = first;

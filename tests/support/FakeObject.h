@@ -1,6 +1,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
@@ -21,6 +22,10 @@
 #include "tests/support/Seam.h"
 
 namespace kandora::test {
+
+/// The archive's object type of a document, and its number of a search's first hit.
+inline constexpr std::int32_t documentEntry = 254;
+inline constexpr std::int32_t firstHit = 0x10000000;
 
 class FakeObject;
 

@@ -13,6 +13,10 @@ namespace {
 
 constexpr auto limit = std::chrono::seconds(60);
 
+std::mutex turns;
+/// The turn of the calling thread, when that is a host's.
+thread_local std::unique_lock<std::mutex>* ownTurn = nullptr;
+
 [[noreturn]] void Unexpected() {
     throw std::logic_error("the user interface has no business with this");
 }
@@ -29,6 +33,27 @@ std::vector<HWND> WindowsOf(DWORD thread) {
 }
 
 }  // namespace
+
+void Pause() {
+    if (ownTurn != nullptr) {
+        ownTurn->unlock();
+    }
+    ::Sleep(1);
+    if (ownTurn != nullptr) {
+        ownTurn->lock();
+    }
+}
+
+void ServeWindows() {
+    MSG message{};
+    while (message.message != WM_QUIT) {
+        if (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) == FALSE) {
+            Pause();
+        } else {
+            DispatchMessageW(&message);
+        }
+    }
+}
 
 bool Eventually(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -85,7 +110,7 @@ void DeskPlatform::Sleep(std::uint32_t milliseconds) {
     if (milliseconds != 10) {
         otherWait_ = true;
     }
-    ::Sleep(1);
+    Pause();
     ++waits_;
 }
 
@@ -103,6 +128,8 @@ HostThread::HostThread(std::function<void()> body) {
             ready = true;
             started.notify_one();
         }
+        std::unique_lock turn(turns);
+        ownTurn = &turn;
         try {
             work();
         } catch (const std::exception& error) {

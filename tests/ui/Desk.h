@@ -20,6 +20,16 @@
 /// The user at the desk: finds the windows that another thread shows, reads them, types and clicks.
 namespace kandora::desk {
 
+/// Lets the other hosts' threads work. Each of them works, from its start to its end, only while all the
+/// others are in here. Two that lay out text in the same font at the same moment would end the process: wine
+/// then frees its cache of the font's glyphs and keeps it in its list. Windows lay out text when they are
+/// made, filled, painted, activated and closed, which no order of a test's own steps could keep apart. A
+/// message box, which has the platform's own message loop, makes all others wait until it is closed.
+void Pause();
+
+/// Processes the calling thread's messages until one tells it to end, with a pause whenever there are none.
+void ServeWindows();
+
 /// Waits until the condition holds; false when it does not come to hold in a minute.
 bool Eventually(const std::function<bool()>& condition);
 

@@ -360,10 +360,7 @@ TEST_F(ReportDialogTest, TakesTheForegroundFromWhateverHasIt) {
     const HostThread otherProgram([&] {
         const HostWindow window(L"Fremd");
         stranger = window.Handle();
-        MSG message{};
-        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-            DispatchMessageW(&message);
-        }
+        ServeWindows();
     });
     ASSERT_TRUE(Eventually([&] { return stranger != nullptr && GetForegroundWindow() == stranger; }));
     OPEN_DIALOG();
@@ -476,6 +473,7 @@ TEST_F(ReportDialogTest, ASecondRequestOpensASecondDialogAboveTheFirst) {
     EXPECT_EQ(answer.description, L"erster");
 }
 
+/// Both are open at once and work in turns (see Pause).
 TEST_F(ReportDialogTest, TwoThreadsShowTheirDialogsAtOnce) {
     Office otherOffice;
     otherOffice.platform.now.year = 2031;

@@ -19,6 +19,9 @@ import unittest
 from archive_model import Archive, Formats
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
+sys.path.insert(0, str(ROOT / "tests" / "support"))
+import cases
+
 CLIENTS = ROOT / "simulators" / "clients"
 CLIENT = CLIENTS / "Muster AG.json"
 CHANGES = CLIENTS / "Aenderungen.txt"
@@ -144,8 +147,10 @@ class YearTest(unittest.TestCase):
             cls.first_print = cls.printer_file.read_bytes()
             # The client as the first session left it: its options know the archive's folders.
             common[-1] = windows_path(cls.work / "Mandant.json")
-            run("HostSimulator.exe", *common, "--client-copy", windows_path(cls.work / "Mandant 2.json"), "--requests",
-                windows_path(MORE_CHANGES), "--report", windows_path(cls.work / "Weiteres.json"))
+            cls.narrow_output = run("HostSimulator.exe", *common, "--client-copy",
+                                    windows_path(cls.work / "Mandant 2.json"), "--requests",
+                                    windows_path(MORE_CHANGES), "--table", "--width", "80", "--store",
+                                    windows_path(cls.store), "--report", windows_path(cls.work / "Weiteres.json"))
             cls.after_all = read_store(cls.store)
         run("HostSimulator.exe", "--unregister")
         cls.expected = Archive(CLIENT, Formats(international("sShortDate"), international("sTimeFormat"),
@@ -231,6 +236,17 @@ class YearTest(unittest.TestCase):
         self.assertRegex(self.output, r"\n         Barcode +MU26000005 +MU26000005\n")
         self.assertIn("    Nicht im Archiv: unverändert\n", self.output)
 
+    def test_the_table_shows_what_a_long_text_became(self):
+        self.assertRegex(self.output, r"\n      \*  Kurzbezeichnung\n"
+                                      r"           vorher  +…(?P<front>.*)11 x Espressotassen, Dutzend\n"
+                                      r"           nachher +…(?P=front)"
+                                      r"11 x Espressotassen, Dutzend \(Rückfrage erledigt\)\n")
+
+    def test_the_tables_fit_the_screen(self):
+        for output, width in ((self.output, 100), (self.narrow_output, 80)):
+            self.assertIn("      *  Kurzbezeichnung", output)
+            self.assertEqual([line for line in output.splitlines() if len(line) > width], [])
+
 
 def data_pages(data):
     return int(re.search(rb"/Type /Pages /Count (\d+)", data)[1])
@@ -242,4 +258,5 @@ if __name__ == "__main__":
     parser.add_argument("--run", type=pathlib.Path, required=True)
     parser.add_argument("--work", type=pathlib.Path, required=True)
     OPTIONS, rest = parser.parse_known_args()
-    unittest.main(argv=[sys.argv[0], *rest])
+    tests = unittest.defaultTestLoader.loadTestsFromNames(rest or ["YearTest"], sys.modules["__main__"])
+    sys.exit(cases.run(tests))
