@@ -12,10 +12,11 @@ demoPicture="$demo/Archiv.png"
 demoDialogPicture="$demo/Auswertung.png"
 demoArchiveLog="$logs/demo-archive-program.log"
 archivePid=
+demoWidth=
 
 demo_run() { "$(wine_loader "$demoArchitecture")" "$@"; }
 
-demo_tool() { demo_run "C:\\windows\\$(wine_system_directory "$demoArchitecture")\\$1" "${@:2}"; }
+demo_tool() { demo_run "$(system_program "$demoArchitecture" "$1")" "${@:2}"; }
 
 # What an administrator copies to a workstation, with the settings of the sample archive.
 install_files() {
@@ -90,12 +91,27 @@ wait_until() {
     done
 }
 
+# Sets demoWidth to the columns of the terminal that somebody watches, or to 100 when there is none; the tables take from 80
+# to 1000. Not to be called in a command substitution, where the output is no terminal.
+find_width() {
+    local descriptor columns
+    demoWidth=100
+    for descriptor in 1 2 0; do
+        if [[ -t $descriptor ]] && { columns=$(stty size <&3 2>/dev/null); } 3<&"$descriptor"; then
+            columns=${columns#* }
+            # A terminal that does not know its size says 0.
+            ((columns == 0)) || demoWidth=$((columns < 80 ? 80 : columns > 1000 ? 1000 : columns))
+            return
+        fi
+    done
+}
+
 run_year() {
     # Through a pipe wine leaves the terminal alone.
     demo_run "$build/$demoArchitecture/bin/HostSimulator.exe" \
         --client "$(windows_path "$root/simulators/clients/Muster AG.json")" --client-copy "$(windows_path "$demoClient")" \
         --year --requests "$(windows_path "$root/simulators/clients/Aenderungen.txt")" \
-        --table --store "$(windows_path "$demoStore")" --answer-boxes \
+        --table --width "$demoWidth" --store "$(windows_path "$demoStore")" --answer-boxes \
         --printer-file "$(windows_path "$demoPrint")" --picture-hook "$(windows_path "$demo/Auswertung")" \
         --report "$(windows_path "$demoReport")" 2>&1 </dev/null | tr -d '\r' | tee "$logs/demo-year.log"
 }
@@ -134,10 +150,34 @@ stop_archive() {
 
 archive_ended() { ! kill -0 "$archivePid" 2>/dev/null; }
 
+# show_result FILE TEXT [LOG]: one of the things to look at; LOG tells why when it is not there.
+show_result() {
+    if [[ -e $1 ]]; then
+        printf '  %-16s  %s\n' "${1#"$demo/"}" "$2"
+    else
+        printf '  %-16s  %s%s\n' "(missing)" "$2" "${3:+; see ${3#"$build/"}}"
+    fi
+}
+
+# Only what the demonstration uses.
+build_for_demo() {
+    STEP_TAIL=80 build_step build-demo "Build the component and the stand-ins ($demoArchitecture)" \
+        build_preset "$demoArchitecture" Kandora kandora_files ArchiveSimulator HostSimulator
+}
+
+# Made while the compiler works; it waits for the disk most of the time.
+begin_template() {
+    (start_display && ensure_template) >"$logs/wine-template.log" 2>&1 &
+    templateProcess=$!
+}
+
 run_demo() {
-    local demoArchitecture=x86 start=$EPOCHREALTIME result=0 photographer
+    local demoArchitecture=x86 start=$EPOCHREALTIME result=0 photographer templateProcess stepsTotal=10 stepNumber=0
     has_32_bit_wine || demoArchitecture=x64
-    mkdir -p "$demo"
+    mkdir -p "$demo" "$logs"
+    begin_template
+    build_for_demo
+    step wine "Make the wine prefix (begun beside the compiler)" wait "$templateProcess"
     begin_wine "$demo/wine"
     use_prefix "$demo/wine"
     step demo-formats "Give the Windows session Swiss formats" set_swiss_formats
@@ -146,23 +186,26 @@ run_demo() {
     step demo-simulators "Register the stand-ins for archive and accounting" register_simulators
     step demo-archive "Start the archive" start_archive
     say ""
-    say "A year of the sample client, $demoArchitecture component:"
+    stepNumber=$((stepNumber + 1))
+    say "  $stepNumber of $stepsTotal: A year of the sample client, $demoArchitecture component:"
     photograph_dialog >"$logs/demo-dialog.log" 2>&1 &
     photographer=$!
+    find_width
     run_year || result=$?
     kill "$photographer" 2>/dev/null || true
     wait "$photographer" || true
-    [[ -f $demoDialogPicture ]] || demoDialogPicture="none, see $logs/demo-dialog.log"
     say ""
-    step demo-picture "Take a picture of the archive's window" take_picture || demoPicture="none, see above"
+    step demo-picture "Take a picture of the archive's window" take_picture || true
     step demo-stop "Close the archive" stop_archive
     ((result == 0)) || die "The year did not go through (exit code $result)."
     say ""
-    say "The archive's store, folder by folder:  $demoStore/Ordner"
-    say "Its window after the run:               $demoPicture"
-    say "The dialog that describes the report:   $demoDialogPicture"
-    say "The report as it was printed:           $demoPrint"
-    say "Every request with its answer:          $demoReport"
-    say "The installed component:                $demoInstall"
+    say "To look at, in $demo:"
+    show_result "$demoStore/Ordner" "the archive's store, folder by folder"
+    show_result "$demoPicture" "its window after the run"
+    show_result "$demoDialogPicture" "the dialog that describes the report" "$logs/demo-dialog.log"
+    show_result "$demoPrint" "the report as it was printed"
+    show_result "$demoReport" "every request with its answer"
+    show_result "$demoInstall" "the installed component"
+    say ""
     say "The whole demonstration took $(seconds_since "$start") s."
 }
