@@ -56,7 +56,7 @@ use_prefix() {
 # What a prefix was made with; another wine, 32-bit wine added later, or other settings call for a new one.
 prefix_identity() {
     stat -c '%n %s %Y' "$(wine_loader x86)" "$(wine_loader x64)" "$(wine_server)" 2>/dev/null || true
-    echo "without a debugger"
+    echo "without a debugger, $buildDrive $build"
 }
 
 prefix_is_ready() { unchanged "$WINEPREFIX/.kandora-ready" "$(prefix_identity)"; }
@@ -128,9 +128,14 @@ copy_template() {
         (cd "$templatePrefix" && find . -type f ! \( -path './drive_c/windows/*' \( -iname '*.dll' -o -iname '*.exe' \
             -o -iname '*.drv' -o -iname '*.sys' -o -iname '*.tlb' -o -iname '*.ocx' -o -iname '*.nls' \) \) -print0 |
             xargs -0 cp -a --parents --remove-destination -t "$copy") &&
+        ln -sfn -- "$build" "$copy/dosdevices/${buildDrive,,}" &&
         rm -rf "$1" &&
         mv -T -- "$copy" "$1"
 }
+
+# What is built lies on a drive of its own. Wine's COM starts no program whose registered command has more than 260 characters,
+# and a checkout may lie deep.
+buildDrive=K:
 
 # Makes the prefix in WINEPREFIX unless it is complete. Needs a display when there is no template yet.
 ensure_prefix() {
@@ -209,7 +214,12 @@ stop_display() {
 windows_path() {
     local path
     path=$(realpath -ms -- "$1")
-    printf '%s' "Z:${path//\//\\}"
+    if [[ $path == "$build"/* ]]; then
+        path=$buildDrive${path#"$build"}
+    else
+        path=Z:$path
+    fi
+    printf '%s' "${path//\//\\}"
 }
 
 # run_windows ARCHITECTURE PROGRAM ARGUMENT...: replaces the shell by the program when a display is there; otherwise runs it

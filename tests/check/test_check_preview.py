@@ -1,9 +1,8 @@
 """What the preview shows is what a filing then writes."""
-import pathlib
 import unittest
 
 from checkstation import CheckStation
-from workstation import Client, doc_id
+from workstation import Client, build_machine_path, doc_id
 
 
 class PreviewOfVouchers(unittest.TestCase):
@@ -40,7 +39,7 @@ class PreviewOfVouchers(unittest.TestCase):
             (preview["art"], preview["maske"], preview["kurzbezeichnung"], preview["ordner"], preview["belegNr"]),
             ({"Belege": "Beleg"}.get(Client.kind(booking), Client.kind(booking)), entry["maske"],
              entry["kurzbezeichnung"], entry["ordner"], booking["belegNr"]))
-        document = pathlib.Path(preview["dokument"].removeprefix("Z:").replace("\\", "/"))
+        document = build_machine_path(preview["dokument"])
         self.assertEqual(document.read_bytes(), entry["inhalt"])
 
     def test_each_kind(self):

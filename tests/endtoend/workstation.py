@@ -16,6 +16,7 @@ import time
 import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+BUILD = ROOT / "build"
 sys.path.insert(0, str(ROOT / "scripts"))
 from judge import FAULT
 
@@ -28,7 +29,15 @@ LIMIT = 240
 
 
 def windows_path(path):
-    return "Z:" + str(pathlib.Path(path).resolve()).replace("/", "\\")
+    """As Windows programs see it: what is built has a drive of its own."""
+    path = pathlib.Path(path).resolve()
+    drive, place = ("K:\\", path.relative_to(BUILD)) if path.is_relative_to(BUILD) else ("Z:", path)
+    return drive + str(place).replace("/", "\\")
+
+
+def build_machine_path(path):
+    """The other way round."""
+    return pathlib.Path(path.replace("K:", str(BUILD), 1).removeprefix("Z:").replace("\\", "/"))
 
 
 def system_command(program, system=None):

@@ -25,7 +25,7 @@ if [[ -z $(complaints "$output") ]]; then
     echo "The checks do not even notice a block that is overrun."
     exit 1
 fi
-OANOCACHE=1 run "$checked" '--gtest_filter=Leaks.NothingIsLeftOfManyHosts' --rounds 20 >"$output" 2>&1 || true
+OANOCACHE=1 run "$checked" '--gtest_filter=Leaks.NothingIsLeftOfManyHosts' --rounds 20 --kept yes >"$output" 2>&1 || true
 if ! grep -aq '^after 20 rounds' "$output" || ! grep -aq '^\[  PASSED  \] 1 test\.' "$output"; then
     echo "The course did not come to its end:"
     cat "$output"

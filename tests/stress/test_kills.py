@@ -33,7 +33,8 @@ class Accounting:
         self.output = workstation.folder / "Ausgabe.txt"
         self.prompts = 0
         self.read = 0
-        self.finish()
+        boxes = self.finish()
+        assert boxes == [], f"it began with {boxes}"
 
     def begin(self, *requests):
         self.file.write_text("\n".join(requests), encoding="utf-8")
