@@ -8,7 +8,7 @@ import signal
 import subprocess
 
 import workstation
-from workstation import (LIMIT, TOP_FOLDER, Workstation, kill, started_hosts, wait_for_started_hosts, windows,
+from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, started_hosts, wait_for_started_hosts, windows,
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
@@ -73,8 +73,7 @@ class CheckStation(Workstation):
         with contextlib.ExitStack() as stack:
             # No pipes: programs that are started on the way inherit their other ends and keep them open.
             output, errors = [stack.enter_context((self.folder / name).open("w+b")) for name in ("aus.txt", "err.txt")]
-            done = subprocess.run(self.command(*arguments, program=program), stdin=subprocess.DEVNULL, stdout=output,
-                                  stderr=errors, timeout=LIMIT, check=False)
+            done = run_to_end(self.command(*arguments, program=program), stdout=output, stderr=errors)
             texts = []
             for file in (output, errors):
                 file.seek(0)

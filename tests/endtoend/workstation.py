@@ -54,12 +54,41 @@ def without_fault(output):
     return output
 
 
+def stacks():
+    """Where every program of this Windows session stands, for the report of one that hangs."""
+    def debugger(*arguments):
+        done = subprocess.run([*system_command("winedbg.exe"), *arguments], stdin=subprocess.DEVNULL, timeout=60,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+        return done.stdout.decode("utf-8", "replace").replace("\r\n", "\n")
+
+    found = []
+    with contextlib.suppress(subprocess.TimeoutExpired):
+        found.append(debugger("--command", "info proc"))
+        for number, name in re.findall(r"^[ =]([0-9a-f]{8}) .*'(.*)'$", found[0], re.MULTILINE):
+            if name != "winedbg.exe":
+                found.append(f"{name}:\n" + debugger("--command", "bt all", f"0x{number}"))
+    return "\n".join(found)
+
+
+def run_to_end(command, **streams):
+    """subprocess.run for a program that must come to its end. When it does not, it is told where everything stands; what it
+    has held is taken from its servers as Windows would do it."""
+    with subprocess.Popen(command, stdin=subprocess.DEVNULL, **streams) as process:
+        try:
+            output, _ = process.communicate(timeout=LIMIT)
+        except subprocess.TimeoutExpired as expired:
+            told = stacks()
+            process.kill()
+            kill(started_hosts())
+            raise AssertionError(f"does not end: {command}\n{told}") from expired
+        return subprocess.CompletedProcess(command, process.returncode, output)
+
+
 def windows(program, *arguments, expected=0):
     """Runs a built program, or one of the system when there is none of the name, to its end. Answers its output."""
     own = options.bin / program
     command = [str(options.loader), str(own)] if own.is_file() else system_command(program)
-    done = subprocess.run([*command, *map(str, arguments)], stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+    done = run_to_end([*command, *map(str, arguments)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     output = done.stdout.decode("utf-8", "replace").replace("\r\n", "\n")
     if expected is not None and done.returncode != expected:
         raise AssertionError(f"{program} {arguments} ended with {done.returncode}:\n{output}")
@@ -71,8 +100,8 @@ def run_script(file):
     output = file.with_suffix(".txt")
     # No pipe: an archive that the script starts inherits its other end and keeps it open.
     with output.open("wb") as stream:
-        subprocess.run([*system_command("cscript.exe"), "//nologo", windows_path(file)], stdin=subprocess.DEVNULL,
-                       stdout=stream, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+        run_to_end([*system_command("cscript.exe"), "//nologo", windows_path(file)], stdout=stream,
+                   stderr=subprocess.STDOUT)
     return without_fault(output.read_text(encoding="utf-8", errors="replace")).strip()
 
 

@@ -5,7 +5,7 @@ import re
 import subprocess
 
 import workstation
-from workstation import LIMIT, Workstation, wait_for_started_hosts, windows, windows_path
+from workstation import LIMIT, Workstation, run_to_end, wait_for_started_hosts, windows, windows_path
 
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
 # What Windows notes about the use of the machine and not about what is installed.
@@ -39,9 +39,8 @@ def program_folder():
 
 def msiexec(*arguments, expected=0):
     """Runs the installer and answers its exit code."""
-    done = subprocess.run([*workstation.system_command("msiexec.exe"), *map(str, arguments)],
-                          stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT,
-                          check=False)
+    done = run_to_end([*workstation.system_command("msiexec.exe"), *map(str, arguments)],
+                      stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     if done.returncode != expected:
         raise AssertionError(f"msiexec {arguments} ended with {done.returncode}")
     return done.returncode
@@ -134,8 +133,8 @@ class InstalledWorkstation(Workstation):
         file = self.folder / "pruefung.txt"
         # No pipe: an archive that is started on the way inherits its other end and keeps it open.
         with file.open("wb") as stream:
-            done = subprocess.run([str(workstation.options.loader), str(program), *arguments], stdin=subprocess.DEVNULL,
-                                  stdout=stream, stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
+            done = run_to_end([str(workstation.options.loader), str(program), *arguments], stdout=stream,
+                              stderr=subprocess.STDOUT)
         wait_for_started_hosts()
         return done.returncode, file.read_text(encoding="utf-8")
 
