@@ -12,6 +12,7 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
+#include "tests/cost/ModuleHook.h"
 
 // Threads and their states, as an outside caller with several apartments meets them.
 namespace kandora::outside_tests {
@@ -108,6 +109,84 @@ private:
     IStream* stream_ = nullptr;
 };
 
+/// What the error boxes say, instead of showing them.
+class Boxes {
+public:
+    Boxes()
+        : hook_(GetModuleHandleW(L"Kandora.dll"), "user32.dll", "MessageBoxW",
+                reinterpret_cast<void*>(&Note)) {}
+
+    /// The only box since the last question.
+    static std::wstring Only() {
+        const auto shown = std::exchange(shown_, {});
+        return shown.size() == 1 ? shown.front() : std::to_wstring(shown.size()) + L" boxes";
+    }
+
+private:
+    static int WINAPI Note(HWND, const wchar_t* prompt, const wchar_t*, UINT) {
+        shown_.emplace_back(prompt);
+        return IDOK;
+    }
+
+    static inline std::vector<std::wstring> shown_;
+    cost::ModuleHook hook_;
+};
+
+TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    const auto older = Make<_OrigELODMS>(L"Kandora.OrigELODMS");
+    const auto accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
+    const Boxes boxes;
+    const Value nothing;
+    const Value tooShort = Value::Texts({L"", L"", L"1001"});
+    const Bstr id(L"20260105093000");
+    const auto failSilently = [&] {
+        long filed = 7;
+        EXPECT_EQ(older->AddDokument(Bstr(L"C:\\fehlt.pdf").Get(), &filed), S_OK);
+        EXPECT_EQ(filed, 0);
+    };
+    const auto sourceOf = [](IDispatch* object, const wchar_t* member, std::vector<Value> arguments = {}) {
+        return Call(object, member, std::move(arguments)).source;
+    };
+
+    // The client has no archive yet.
+    failSilently();
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(),
+              L"[0 (5) ]  | ON LINE 0 | CALLSTACK: CArchiv.AddDokument <- Kandora.StartProvider");
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[0]  | ON LINE 0 | CALLSTACK: Kandora.StartProvider");
+
+    VARIANT_BOOL done = VARIANT_FALSE;
+    EXPECT_EQ(accounting->EinstellungenSchreiben(&done), S_OK);
+    EXPECT_EQ(done, VARIANT_TRUE);
+    failSilently();
+    EXPECT_EQ(provider->SaveDocument(id.Get(), tooShort.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[9 (5) ] Der Index liegt ausserhalb des gültigen Bereichs | ON LINE 0 | "
+                             L"CALLSTACK: CArchiv.AddDokument <- Kandora.SaveDocument");
+    EXPECT_EQ(provider->SaveDocument(id.Get(), tooShort.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[9] Der Index liegt ausserhalb des gültigen Bereichs | ON LINE 0 | "
+                             L"CALLSTACK: Kandora.SaveDocument");
+
+    // What is raised stays as well.
+    Ptr<IDispatch> client;
+    EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
+    Call(client.Get(), L"Inischreiben", List(Value::Short(600), Value::Short(109), Value::Text(L"/fehlt")));
+    std::wstring frames = L"ELODMS.LoescheDokument";
+    EXPECT_EQ(sourceOf(archive.Get(), L"LoescheDokument", List(Value::Long(9999))), frames);
+    frames += L" <- CArchiv.LoescheVerknuepfung";
+    EXPECT_EQ(sourceOf(older.Get(), L"LoescheVerknuepfung", List(Value::Long(9999))), frames);
+    frames += L" <- SOKInterface.EinstellungenLesen";
+    EXPECT_EQ(sourceOf(accounting.Get(), L"EinstellungenLesen"), frames);
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(),
+              L"[5003 (5) ] Der Pfad '/fehlt' ist im Archiv nicht vorhanden\rKorrigieren Sie die "
+              L"Sesam-Einstellungen | ON LINE 0 | CALLSTACK: " +
+                  frames + L" <- SOKInterface.EinstellungenLesen <- Kandora.StartProvider");
+}
+
 TEST(InsideApartments, HaveStatesOfTheirOwn) {
     const Apartment apartment;
     const auto provider = Initialised();
@@ -154,7 +233,7 @@ TEST(InsideApartments, ShareAnObjectThatWasHandedOver) {
         const Called called = Call(elsewhere.Get(), L"LoescheDokument", List(Value::Long(9999)));
         EXPECT_EQ(called.code, error5);
         EXPECT_EQ(called.description, L"Konnte Dokument nicht löschen: -5");
-        EXPECT_EQ(called.source, L"ELODMS.LoescheDokument");
+        EXPECT_EQ(called.source, L"ELODMS.LoescheDokument <- ELODMS.LoescheDokument") << "the frames of both";
         Ptr<IDispatch> session;
         EXPECT_EQ(elsewhere->get_oElo(session.Receive()), S_OK);
         EXPECT_EQ(Call(session.Get(), L"LookupDelimiter").result.AsText(), L"¶");
