@@ -8,6 +8,7 @@
 #include <iostream>
 #include <mutex>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 #include "DmsSolution.h"
