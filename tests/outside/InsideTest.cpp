@@ -1,4 +1,5 @@
 #include "Inside.h"
+#include "../component/CallingValue.h"
 #include "Workplace.h"
 
 #include <gtest/gtest.h>
@@ -185,6 +186,96 @@ TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
               L"[5003 (5) ] Der Pfad '/fehlt' ist im Archiv nicht vorhanden\rKorrigieren Sie die "
               L"Sesam-Einstellungen | ON LINE 0 | CALLSTACK: " +
                   frames + L" <- SOKInterface.EinstellungenLesen <- Kandora.StartProvider");
+}
+
+/// Runs as soon as the thread processes messages, which it does during its calls only.
+class Meanwhile {
+public:
+    explicit Meanwhile(std::function<void()> action)
+        : window_(CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
+                                  nullptr)) {
+        action_ = std::move(action);
+        SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Answer));
+        PostMessageW(window_, WM_APP, 0, 0);
+    }
+    ~Meanwhile() {
+        DestroyWindow(window_);
+        EXPECT_FALSE(action_) << "nothing entered";
+        action_ = nullptr;
+    }
+    Meanwhile(const Meanwhile&) = delete;
+    Meanwhile& operator=(const Meanwhile&) = delete;
+
+private:
+    static LRESULT CALLBACK Answer(HWND window, UINT message, WPARAM first, LPARAM second) {
+        if (message != WM_APP) {
+            return DefWindowProcW(window, message, first, second);
+        }
+        if (const auto action = std::exchange(action_, nullptr)) {
+            action();
+        }
+        return 0;
+    }
+
+    static inline std::function<void()> action_;
+    HWND window_;
+};
+
+TEST(InsideApartments, AnswerAtOnceForTheClientThatIsOpen) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto own = provider.As<_ELOProvider>(IID__ELOProvider);
+    const auto accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    Ptr<IDispatch> client;
+    EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
+    VARIANT_BOOL done = VARIANT_FALSE;
+    EXPECT_EQ(accounting->EinstellungenSchreiben(&done), S_OK);
+    EXPECT_EQ(done, VARIANT_TRUE);
+
+    const auto turn = [&](const wchar_t* archiveOn) {
+        Call(client.Get(), L"Inischreiben",
+             List(Value::Short(600), Value::Short(100), Value::Text(archiveOn)));
+    };
+    const auto expectAnswers = [&](bool isOn) {
+        const Value nothing;
+        Bstr id;
+        EXPECT_EQ(provider->CreateDocID(nothing.Raw(), id.Receive()), S_OK);
+        EXPECT_EQ(id.Text().size(), isOn ? 14U : 0U);
+        Bstr printer;
+        EXPECT_EQ(provider->GetVirtualPrinterName(printer.Receive()), S_OK);
+        EXPECT_EQ(printer.Text(), isOn ? L"ELO Drucker" : L"");
+        Value info;
+        EXPECT_EQ(provider->GetOpenDocInfo(info.Receive()), S_OK);
+        EXPECT_EQ(info.Type() == VT_EMPTY, !isOn);
+    };
+    const auto expectBothAnswers = [&] {
+        turn(L"true");
+        expectAnswers(true);
+        turn(L"False");
+        expectAnswers(false);
+    };
+    expectBothAnswers();
+    const std::ptrdiff_t logins = Logins();
+
+    // While a traced value calls back: the version is traced before the first start.
+    EXPECT_EQ(own->put_bRunning(VARIANT_FALSE), S_OK);
+    CallingValue version(expectBothAnswers);
+    EXPECT_EQ(provider->FibuVersion(version.AsVariant()), S_OK);
+    EXPECT_EQ(own->put_bRunning(VARIANT_TRUE), S_OK);
+
+    // While an outside caller's dialog is open. Its session is its own, and so are the folders that it has
+    // read.
+    turn(L"true");
+    expectAnswers(true);
+    {
+        const Meanwhile meanwhile(expectBothAnswers);
+        Bstr id(L"D1");
+        EXPECT_EQ(archive->SaveAuswertung(id.Place()), S_OK);
+        EXPECT_EQ(id.Text(), L"D1") << "the argument is as it was";
+    }
+    EXPECT_EQ(Logins(), logins + 1);
+    EXPECT_EQ(Logouts(), 0);
 }
 
 TEST(InsideApartments, HaveStatesOfTheirOwn) {

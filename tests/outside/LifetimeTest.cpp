@@ -44,6 +44,10 @@ TEST(Apartments, EndUnderTheirCallers) {
     ExpectInside(L"EndUnderTheirCallers");
 }
 
+TEST(Apartments, AnswerAtOnceForTheClientThatIsOpen) {
+    ExpectInside(L"AnswerAtOnceForTheClientThatIsOpen");
+}
+
 TEST(Apartments, KeepErrorsUntilABoxShowsThem) {
     ExpectInside(L"KeepErrorsUntilABoxShowsThem");
 }
