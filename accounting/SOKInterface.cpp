@@ -186,6 +186,8 @@ void SOKInterface::EinstellungenLesen(bool& bResult) {
         } else if (archiveOn == L"false") {
             AbmeldenVonSesam();
             return;
+        } else if (!context_.setsUpClients) {
+            return;
         } else {
             EinstellungenSchreiben();
         }

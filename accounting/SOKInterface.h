@@ -19,6 +19,7 @@ struct AccountingContext {
     CErrHandler& errHandler;
     SharedState& state;
     ArchiveFolders& folders;
+    bool setsUpClients = true;  ///< a client without a decision is set up; otherwise it counts as off
 };
 
 /// The one place that talks to the host's object kit: the host's client, opened once for each of its three
@@ -30,8 +31,8 @@ public:
     SOKInterface& operator=(const SOKInterface&) = delete;
 
     /// Reads the client's archive folders and placeholder document into the shared state and checks them;
-    /// sets up a client without a decision first. `bResult` becomes true when the archive is on for the
-    /// client; it is true also when an error came after that was known.
+    /// sets up a client without a decision first, if it may. `bResult` becomes true when the archive is on
+    /// for the client; it is true also when an error came after that was known.
     void EinstellungenLesen(bool& bResult);
     /// Proposes a folder layout, lets the user adjust it, creates it in the archive and writes the client's
     /// options.

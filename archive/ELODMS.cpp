@@ -51,9 +51,19 @@ void IgnoringErrors(Step&& step) noexcept {
 
 ELODMS::ELODMS(ArchiveContext context) : context_(std::move(context)) {}
 
+ELODMS::ELODMS(ArchiveContext context, const ELODMS* host) : ELODMS(std::move(context)) {
+    if (host != nullptr) {
+        lent_ = host->session_.Stored();
+        session_.Store(lent_);
+    }
+}
+
 /// A logout that fails (without a session it always does) is recorded like every error and then forgotten, so
 /// that it cannot colour the next one.
 ELODMS::~ELODMS() {
+    if (!lent_.IsNothing() && session_.Stored().Pointer() == lent_.Pointer()) {
+        return;
+    }
     IgnoringErrors([this] {
         const ErrorKeeper keeper(context_.errHandler);
         AbmeldenVonElo();

@@ -16,7 +16,10 @@ namespace kandora {
 class ELODMS {
 public:
     explicit ELODMS(ArchiveContext context);
-    /// Logs out.
+    /// A guest on another one's session as it stands, if there is one, for questions while that one is at
+    /// work. When the session is lost the guest logs in for itself.
+    ELODMS(ArchiveContext context, const ELODMS* host);
+    /// Logs out; a guest only from what it has logged in itself.
     ~ELODMS();
     ELODMS(const ELODMS&) = delete;
     ELODMS& operator=(const ELODMS&) = delete;
@@ -84,6 +87,7 @@ private:
 
     ArchiveContext context_;
     ArchiveSession session_;
+    LateBound lent_;  ///< a guest's session at first; nothing for everybody else
 };
 
 }  // namespace kandora

@@ -16,7 +16,6 @@ HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
         } catch (...) {
             error = CurrentError();
         }
-        globals.goErrHandler().Clear();
     });
     // Only now: what was carried out after the call may have left an error of its own.
     SetErrorInfo(0, nullptr);

@@ -12,7 +12,8 @@
 namespace kandora {
 
 /// Runs a procedure for an outside caller while nothing else of the thread is in progress: nothing but a
-/// return value leaves it, and the record of its error is handed over and forgotten.
+/// return value leaves it. What it records of an error stays recorded, whether the caller hears of it or not:
+/// only who shows errors forgets them.
 HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept;
 
 /// A public class that works through a client of its own. The client goes with the object or when the

@@ -57,6 +57,11 @@ void ELOProvider::RefreshClient() {
     globals_.state.gbMandantArchivAktiv = active;
 }
 
+/// The same while something else is in progress, from which nothing may be taken.
+void ELOProvider::RefreshClientMeanwhile() {
+    globals_.state.gbMandantArchivAktiv = globals_.IsArchiveOnMeanwhile();
+}
+
 /// What cannot be shown to the user either is given up.
 void ELOProvider::Attempt(const wchar_t* method, Work body) noexcept {
     try {
@@ -94,8 +99,7 @@ void ELOProvider::Refuse(const wchar_t* method, const RuntimeError& error) noexc
 
 void ELOProvider::GatedRequest(const wchar_t* method, std::initializer_list<Traced> arguments, Work work,
                                Work otherwise) noexcept {
-    // Asking the host anew would take the client away from the request in progress, which has asked already.
-    const bool isClientKnown = globals_.Order().IsBusy();
+    const bool isMeanwhile = globals_.Order().IsBusy();
     Request(method, [&] {
         if (globals_.state.settings.gbDebug) {
             Trace(method, arguments);
@@ -103,7 +107,9 @@ void ELOProvider::GatedRequest(const wchar_t* method, std::initializer_list<Trac
         if (!globals_.state.gbIniOK) {
             return;
         }
-        if (!isClientKnown) {
+        if (isMeanwhile) {
+            RefreshClientMeanwhile();
+        } else {
             RefreshClient();
         }
         if (globals_.state.gbMandantArchivAktiv) {

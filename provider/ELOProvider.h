@@ -60,6 +60,7 @@ private:
 
     void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
     void RefreshClient();
+    void RefreshClientMeanwhile();
     /// Keeps a request for after the one in progress; false when there is none, and it can begin.
     template <class... Arguments>
     bool MustWait(const wchar_t* method, void (ELOProvider::*request)(const Arguments&...),

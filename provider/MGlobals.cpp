@@ -38,24 +38,24 @@ private:
     MGlobals& globals_;
 };
 
-/// The client settings ask the thread's archive client.
+/// The client settings ask an archive client.
 class MGlobals::FoldersOfArchive final : public ArchiveFolders {
 public:
-    explicit FoldersOfArchive(MGlobals& globals) : globals_(globals) {}
+    using Archive = std::function<std::shared_ptr<ELODMS>()>;
 
-    Text CheckPFadVorhanden(const Text& strPfad) override {
-        return globals_.goArchiv()->CheckPFadVorhanden(strPfad);
-    }
-    Text PFadErstellen(Text& strPfad) override { return globals_.goArchiv()->PFadErstellen(strPfad); }
+    explicit FoldersOfArchive(Archive archive) : archive_(std::move(archive)) {}
+
+    Text CheckPFadVorhanden(const Text& strPfad) override { return archive_()->CheckPFadVorhanden(strPfad); }
+    Text PFadErstellen(Text& strPfad) override { return archive_()->PFadErstellen(strPfad); }
 
 private:
-    MGlobals& globals_;
+    Archive archive_;
 };
 
 MGlobals::MGlobals(Platform& platform, UserInterface& userInterface)
     : platform_(platform), userInterface_(userInterface), errHandler_(userInterface, platform.Now()),
       log_(platform), vouchers_(std::make_unique<VouchersOfHost>(*this)),
-      folders_(std::make_unique<FoldersOfArchive>(*this)) {}
+      folders_(std::make_unique<FoldersOfArchive>([this] { return goArchiv(); })) {}
 
 MGlobals::~MGlobals() {
     ReleaseServices();
@@ -102,11 +102,26 @@ std::unique_ptr<CIniFile> MGlobals::NewIniFile() {
 }
 
 ArchiveContext MGlobals::ArchiveSide() {
-    return {platform_, userInterface_, errHandler_, state, *vouchers_, [this] { return *User(); }};
+    return ArchiveSideWith(state);
+}
+
+ArchiveContext MGlobals::ArchiveSideWith(SharedState& itsState) {
+    return {platform_, userInterface_, errHandler_, itsState, *vouchers_, [this] { return *User(); }};
 }
 
 AccountingContext MGlobals::AccountingSide() {
     return {platform_, userInterface_, errHandler_, state, *folders_};
+}
+
+bool MGlobals::IsArchiveOnMeanwhile() {
+    SharedState own;
+    own.settings = state.settings;
+    own.gbIniOK = state.gbIniOK;
+    const auto guest = std::make_shared<ELODMS>(ArchiveSideWith(own), archiv_.get());
+    FoldersOfArchive folders([&] { return guest; });
+    bool active = false;
+    SOKInterface({platform_, userInterface_, errHandler_, own, folders, false}).EinstellungenLesen(active);
+    return active;
 }
 
 bool MGlobals::IniLesen() {

@@ -58,9 +58,16 @@ public:
     /// failure.
     bool IniLesen();
 
+    /// Whether the archive is on for the client that the host has open, asked while something else is in
+    /// progress: with an access, folders and flags of its own, and as a guest on the archive's session, so
+    /// that nothing is taken from that. It sets no client up: one without a decision is not on yet.
+    bool IsArchiveOnMeanwhile();
+
 private:
     class VouchersOfHost;
     class FoldersOfArchive;
+
+    ArchiveContext ArchiveSideWith(SharedState& itsState);
 
     Platform& platform_;
     UserInterface& userInterface_;

@@ -10,6 +10,15 @@ namespace {
 
 constexpr const wchar_t* frameSeparator = L" <- ";
 
+/// The older half goes when there are as many frames as may be.
+void MakeRoom(Variant& frames) {
+    if (CountOfArray(frames) < CErrHandler::maximalFrames) {
+        return;
+    }
+    const std::vector<Variant> all = frames.Elements();
+    frames = Variant::ArrayOf(std::vector<Variant>(all.begin() + CErrHandler::maximalFrames / 2, all.end()));
+}
+
 }  // namespace
 
 Variant CErrHandler::NoFrames() noexcept {
@@ -50,6 +59,7 @@ void CErrHandler::Log(const RuntimeError& oError, const Text& sThisClass, const 
         record_.sDescription = record_.sOriginalDescription;
         record_.lLine = oError.Line();
     }
+    MakeRoom(record_.vasCallStack);
     AppendToArray(record_.vasCallStack, Variant(sThisClass + L"." + sThisMethod));
 }
 

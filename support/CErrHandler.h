@@ -11,10 +11,15 @@
 
 namespace kandora {
 
-/// The record of the error that is on its way outwards: its first and its current number and text, and the
-/// frames "class.method" that it has passed, innermost first. One per thread.
+/// The record of the errors since it was last cleared: the number and text of the first one and of the
+/// current one, and the frames "class.method" that they have passed, innermost first. One per thread. An
+/// error that was recorded and not shown is still there when the next one comes.
 class CErrHandler {
 public:
+    /// More frames than any box was ever read for. An outside caller whose calls fail for ever must not fill
+    /// the host's memory with them: older ones are forgotten then.
+    static constexpr std::int32_t maximalFrames = 1000;
+
     CErrHandler(MessageBoxes& boxes, const LocalTime& created) : boxes_(boxes), dtCreated_(created) {}
 
     [[nodiscard]] const Text& sOriginalDescription() const noexcept { return record_.sOriginalDescription; }
@@ -33,6 +38,7 @@ public:
     [[nodiscard]] Text sToString() const;
 
     /// Records an error, or the passing of a recorded one through an outer procedure, and appends the frame.
+    /// Which of the two it is nobody can tell: a new error counts as a further one until Clear.
     void Log(const RuntimeError& oError, const Text& sThisClass, const Text& sThisMethod);
     /// Forgets number, description and frames. Source and line deliberately stay as the last first error left
     /// them.

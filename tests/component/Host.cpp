@@ -8,6 +8,7 @@
 #include <iostream>
 #include <mutex>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 #include "DmsSolution.h"
@@ -198,6 +199,30 @@ HRESULT ReadRunning(_ELOProvider* provider, json& result) {
     return code;
 }
 
+/// A call of an outside caller, "Class Member" and arguments, on an object that comes and goes with it. An
+/// error gives its source as the result.
+HRESULT CallFromOutside(const Component& component, const std::wstring& call, json& result) {
+    std::wistringstream words(call);
+    std::wstring name;
+    std::wstring member;
+    words >> name >> member;
+    std::vector<Value> arguments;
+    for (std::wstring argument; words >> argument;) {
+        arguments.push_back(Value::Text(argument));
+    }
+    const auto& classes = PublicClasses();
+    const auto known =
+        std::ranges::find_if(classes, [&](const PublicClass& row) { return row.name == name; });
+    const auto object = component.Create<IDispatch>(GuidOf(known->clsid), IID_IDispatch);
+    const Called called = Invoke(object.Get(), IdOf(object.Get(), member.c_str()),
+                                 DISPATCH_METHOD | DISPATCH_PROPERTYGET, std::move(arguments));
+    if (called.outcome != DISP_E_EXCEPTION) {
+        return called.outcome;
+    }
+    result = Utf8(called.source);
+    return called.code;
+}
+
 void TakeSettings(const fs::path& component, const std::wstring& name) {
     const fs::path settings = fs::path(component).replace_extension(L".ini");
     if (CopyFileW((component.parent_path() / name).c_str(), settings.c_str(), FALSE) == FALSE) {
@@ -296,12 +321,15 @@ int PlayHost(const std::vector<std::wstring>& arguments) {
         for (std::size_t at = 1; at < arguments.size(); ++at) {
             const std::wstring& request = arguments[at];
             constexpr std::wstring_view settings = L"settings ";
+            constexpr std::wstring_view outside = L"outside ";
             json result;
             HRESULT code = S_OK;
             if (request == L"bRunning") {
                 code = ReadRunning(own.Get(), result);
             } else if (request.starts_with(settings)) {
                 TakeSettings(file, request.substr(settings.size()));
+            } else if (request.starts_with(outside)) {
+                code = CallFromOutside(component, request.substr(outside.size()), result);
             } else {
                 code = Send(provider.Get(), request, result);
             }

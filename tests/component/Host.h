@@ -37,8 +37,10 @@ public:
     /// Writes the INI file beside the component.
     void WriteSettings(const std::string& text) const;
     /// Makes the component the plug-in of a new host, which sends the requests and ends. Besides the requests
-    /// of DMSProvider there are "bRunning", which reads the property, and "settings <name>", which takes the
-    /// file of that name beside the component for its INI file from now on.
+    /// of DMSProvider there are "bRunning", which reads the property, "settings <name>", which takes the file
+    /// of that name beside the component for its INI file from now on, and "outside <class> <member> ...", a
+    /// call of an outside caller on an object that comes and goes with it; the result of one that fails is
+    /// the error's source.
     [[nodiscard]] std::vector<Answer> Play(const std::vector<std::wstring>& requests) const;
 
     [[nodiscard]] fs::path Component() const { return folder_.Path() / (name_ + L".dll"); }

@@ -166,6 +166,9 @@ TEST_F(Provider, NeedsASettingsFile) {
 
 TEST_F(Provider, ShowsWhatCannotBeConverted) {
     EXPECT_EQ(BoxesWith("[Archiv]\r\nArchivAktiv=True\r\n"), SettingsBox(13, mismatch));
+    // Tracing is the first key that is read, even when the archive is switched off.
+    EXPECT_EQ(BoxesWith("[Archiv]\r\nArchivAktiv=False\r\n"), SettingsBox(13, mismatch));
+    EXPECT_EQ(BoxesWith("ArchivAktiv=False"), SettingsBox(13, mismatch));
     EXPECT_EQ(BoxesWith(With("Test=False", "Test=vielleicht")), SettingsBox(13, mismatch));
     EXPECT_EQ(BoxesWith(With("ArchivAktiv=True", "ArchivAktiv=")), SettingsBox(13, mismatch));
     EXPECT_EQ(BoxesWith(With("Struktur=1", "Struktur=eins")), SettingsBox(13, mismatch));
@@ -202,6 +205,32 @@ TEST_F(Provider, StaysOffAfterAFailure) {
     answers.erase(answers.begin());
     ExpectNothingDone(answers);
     EXPECT_EQ(installation_.LogLines(), std::vector{initLine});
+}
+
+TEST_F(Provider, TracesEveryRequestAfterAFailureToo) {
+    std::string settings = With("ELOKUERZEL=KAN", "ELOKUERZEL=");
+    settings.replace(settings.find("Test=False"), 10, "Test=True");
+    installation_.WriteSettings(settings);
+    std::vector<std::wstring> requests = allRequests;
+    std::erase(requests, L"InitProvider");
+    requests.insert(requests.begin(), L"InitProvider");
+    std::vector<Answer> answers = installation_.Play(requests);
+    EXPECT_EQ(answers[0].boxes, SettingsBox(5000, namesMissing));
+    answers.erase(answers.begin());
+    ExpectNothingDone(answers);
+    const std::wstring id = L"  [20260105093000]";
+    EXPECT_EQ(installation_.LogLines(),
+              (std::vector{initLine, L"DMSProvider_ShowDocument" + id + L"  [" + voucher + L"]",
+                           L"DMSProvider_PrintDocument" + id + L"  [(Empty)]",
+                           L"DMSProvider_SaveDocument" + id + L"  [" + voucher + L"]",
+                           L"DMSProvider_StartProvider  [(Empty)]"s, L"DMSProvider_FibuVersion  [7.2]"s,
+                           L"DMSProvider_CreateDocID  [" + voucher + L"]",
+                           L"DMSProvider_GetOpenDocInfo[Kein Parameter]"s,
+                           L"DMSProvider_SavePendingDocument  [7.2]" + id + L"  [" + voucher + L"]",
+                           L"DMSProvider_GetVirtualPrinterName[Kein Parameter]"s,
+                           L"DMSProvider_DeleteDocument" + id + L"  [" + voucher + L"]",
+                           L"DMSProvider_SetDocumentStatus" + id + L"  [" + voucher + L"]",
+                           L"DMSProvider_DocumentChanged" + id + L"  [" + voucher + L"]"}));
 }
 
 TEST_F(Provider, BeginsEachErrorAnew) {

@@ -89,6 +89,7 @@ void Conductor::Begin(bool record) {
     counting_ = true;
     recording_ = record;
     counted_ = 0;
+    countedAside_ = 0;
     failed_ = 0;
     seen_.clear();
     boxes.clear();
@@ -98,6 +99,11 @@ void Conductor::Plan(std::size_t call, const Way& way, Duration duration) {
     planned_ = call;
     way_ = &way;
     duration_ = duration;
+}
+
+void Conductor::PlanAside(std::size_t call, const Way& way) {
+    plannedAside_ = call;
+    way_ = &way;
 }
 
 void Conductor::Meanwhile(std::size_t call, std::function<void()> action) {
@@ -161,13 +167,14 @@ Variant Conductor::Around(const OutsideCall& call, const std::function<Variant()
     if (!counting_) {
         return carryOut();
     }
-    const std::size_t number = ++counted_;  // calls that enter meanwhile are counted further on
-    if (number == meanwhile_) {
+    const bool isAside = isAside_;
+    const std::size_t number = isAside ? ++countedAside_ : ++counted_;
+    if (!isAside && number == meanwhile_) {  // calls that enter meanwhile are counted further on
         const int outside = std::exchange(outside_, 0);
         std::exchange(action_, nullptr)();
         outside_ = outside;
     }
-    const bool fails = planned_ != 0 && Hits(call, number);
+    const bool fails = isAside ? number == plannedAside_ : planned_ != 0 && Hits(call, number);
     if (call.operation == L"box") {
         boxes.push_back({call.arguments.at(0).ToText(), call.arguments.at(1).ToLong(),
                          call.arguments.at(2).ToText(), !fails});

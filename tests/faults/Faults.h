@@ -82,12 +82,27 @@ public:
     void End() noexcept { counting_ = false; }
     /// Fails the call with this number (from 1 on).
     void Plan(std::size_t call, const Way& way, Duration duration);
+    /// Fails the call with this number among those that are made aside.
+    void PlanAside(std::size_t call, const Way& way);
     /// Done at the call with this number, before it is carried out.
     void Meanwhile(std::size_t call, std::function<void()> action);
 
     [[nodiscard]] std::size_t Counted() const noexcept { return counted_; }
     [[nodiscard]] std::size_t Failed() const noexcept { return failed_; }
     [[nodiscard]] const std::vector<SeenCall>& Seen() const noexcept { return seen_; }
+
+    /// For as long as it lives, calls are counted for themselves: what answers at once in the middle of a
+    /// request must not shift that one's numbers.
+    class Aside {
+    public:
+        explicit Aside(Conductor& conductor) : conductor_(conductor) { conductor_.isAside_ = true; }
+        ~Aside() { conductor_.isAside_ = false; }
+        Aside(const Aside&) = delete;
+        Aside& operator=(const Aside&) = delete;
+
+    private:
+        Conductor& conductor_;
+    };
 
     /// In the order of their appearance.
     std::vector<Box> boxes;
@@ -115,6 +130,9 @@ private:
     std::size_t meanwhile_ = 0;
     std::function<void()> action_;
     int outside_ = 0;
+    bool isAside_ = false;
+    std::size_t countedAside_ = 0;
+    std::size_t plannedAside_ = 0;
     std::vector<SeenCall> seen_;
 };
 

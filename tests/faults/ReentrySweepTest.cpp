@@ -47,6 +47,11 @@ bool AnswersAtOnce(const std::string& request) {
     return std::ranges::find(atOnce, request) != atOnce.end();
 }
 
+/// Those among them that ask the host for its client first.
+bool AsksAtOnce(const std::string& request) {
+    return request == "CreateDocID" || request == "GetOpenDocInfo" || request == "GetVirtualPrinterName";
+}
+
 Request Other(const std::string& name) {
     return RequestFor(name, other::docId, other::number, other::index, other::barcode);
 }
@@ -62,7 +67,7 @@ std::vector<Box> ErrorBoxes(const Stage& stage) {
 }
 
 /// Which of the requests has an error, if any.
-enum class Faulty { None, InProgress, Entered };
+enum class Faulty { None, InProgress, Entered, Asking };
 
 /// One variation, with requests that enter at every call.
 class ReentrySweep {
@@ -82,7 +87,7 @@ public:
     [[nodiscard]] std::size_t Calls() const noexcept { return calls_.size(); }
 
     /// The requests enter at the call. `distance` is how many calls after the request in progress the fault
-    /// of an entered one is made.
+    /// of an entered one is made; of one that asks at once, at which of its own calls.
     Complaints Run(std::size_t call, const Entering& entering, Faulty faulty, std::size_t distance = 0) {
         Complaints complaints;
         ++Counts().cases;
@@ -92,11 +97,13 @@ public:
             Stage stage(variation_, casting_);
             const Entries before = stage.archive.entries;
             stage.archive.filed = 0;
-            if (faulty != Faulty::None) {
+            if (faulty == Faulty::Asking) {
+                stage.conductor.PlanAside(distance, Ways().front());
+            } else if (faulty != Faulty::None) {
                 stage.conductor.Plan(faulty == Faulty::InProgress ? call : calls_.size() + distance,
                                      Ways().front(), Duration::Once);
             }
-            stage.conductor.Meanwhile(call, [&] { Enter(stage, entering, complaints); });
+            stage.conductor.Meanwhile(call, [&] { Enter(stage, entering, faulty, complaints); });
             stage.conductor.Begin();
             Variant result;
             try {
@@ -109,9 +116,10 @@ public:
                 story += "\n    box " + Quoted(box.prompt);
             }
             CheckErrors(stage, call, entering, faulty, complaints);
-            CheckContent(stage, before, entering, complaints);
+            CheckContent(stage, before, entering, faulty, complaints);
             CheckOtherBoxes(stage, entering, complaints);
-            if (ErrorBoxes(stage).empty() && Shown(result) != Shown(RightResult(variation_))) {
+            if ((ErrorBoxes(stage).empty() || faulty == Faulty::Asking) &&
+                Shown(result) != Shown(RightResult(variation_))) {
                 complaints.push_back("the result is wrong: " + Shown(result));
             }
             CheckBystanders(before, stage.archive.entries, complaints);
@@ -128,14 +136,15 @@ public:
             for (const std::string& name : entering) {
                 names += " " + name;
             }
-            complaints.insert(complaints.begin(), variation_.name + ", call " + std::to_string(call) + " " +
-                                                      calls_[call - 1].side + "." +
-                                                      Utf8(calls_[call - 1].operation) +
-                                                      ", entered:" + names +
-                                                      (faulty == Faulty::None         ? ""
-                                                       : faulty == Faulty::InProgress ? ", fault in progress"
-                                                                                      : ", fault after it") +
-                                                      story);
+            complaints.insert(
+                complaints.begin(),
+                variation_.name + ", call " + std::to_string(call) + " " + calls_[call - 1].side + "." +
+                    Utf8(calls_[call - 1].operation) + ", entered:" + names +
+                    (faulty == Faulty::None         ? ""
+                     : faulty == Faulty::InProgress ? ", fault in progress"
+                     : faulty == Faulty::Asking     ? ", fault at its call " + std::to_string(distance)
+                                                    : ", fault after it") +
+                    story);
         }
         return complaints;
     }
@@ -146,22 +155,37 @@ private:
         return stage.player->globals.state.gbIniOK;
     }
 
-    static void Enter(Stage& stage, const Entering& entering, Complaints& complaints) {
+    /// What must be answered at once: asked anew, for the client as it is at this moment.
+    static bool IsOnNow(const Stage& stage) {
+        const auto decision = stage.host.options.find(100);
+        return stage.player->globals.state.gbIniOK && decision != stage.host.options.end() &&
+               LowerCase(decision->second) == L"true";
+    }
+
+    static void Enter(Stage& stage, const Entering& entering, Faulty faulty, Complaints& complaints) {
         for (const std::string& name : entering) {
             const Entries before = stage.archive.entries;
             const std::size_t boxes = stage.conductor.boxes.size();
             const std::size_t calls = stage.conductor.Counted();
+            const std::size_t failed = stage.conductor.Failed();
+            Variation asking = stage.variation;
+            asking.request = name;
+            asking.client = IsOnNow(stage) ? ClientState::On : ClientState::Off;
+            std::optional<Conductor::Aside> aside;
+            if (AsksAtOnce(name)) {
+                aside.emplace(stage.conductor);
+            }
             const Variant result = stage.Ask(Other(name));
+            aside.reset();
             const std::size_t made = stage.conductor.Counted() - calls;
-            if (stage.archive.entries != before || stage.conductor.boxes.size() != boxes ||
+            const bool hasFailed = stage.conductor.Failed() != failed;
+            if (stage.archive.entries != before || (!hasFailed && stage.conductor.boxes.size() != boxes) ||
                 made > (AnswersAtOnce(name) ? 1U : 0U)) {
                 complaints.push_back(name + " was carried out under the one in progress");
             }
-            Variation asking = stage.variation;
-            asking.request = name;
-            asking.client = ClientState::On;
             const bool isEmpty = result.IsEmpty() || (result.Type() == VT_BSTR && result.ToText().empty());
-            if (!isEmpty && Shown(result) != Shown(RightResult(asking))) {
+            const bool mayBeEmpty = faulty == Faulty::Asking && hasFailed;
+            if (Shown(result) != Shown(RightResult(asking)) && !(isEmpty && mayBeEmpty)) {
                 complaints.push_back(name + " answers " + Shown(result));
             }
         }
@@ -195,11 +219,12 @@ private:
         }
     }
 
-    static void CheckContent(Stage& stage, const Entries& before, const Entering& entering,
+    static void CheckContent(Stage& stage, const Entries& before, const Entering& entering, Faulty faulty,
                              Complaints& complaints) {
         const Entries& after = stage.archive.entries;
         const bool hasFailed = !ErrorBoxes(stage).empty();
-        const bool mayFail = hasFailed || stage.conductor.Failed() > 0;
+        const bool isUnharmed = faulty == Faulty::Asking;  // neither the one in progress nor what waits
+        const bool mayFail = !isUnharmed && (hasFailed || stage.conductor.Failed() > 0);
         // What the request in progress can have left, and what each of those that entered makes of it.
         std::vector<Entries> possible{stage.After(before)};
         if (mayFail) {
@@ -211,7 +236,7 @@ private:
             for (std::size_t i = 0; i < known; ++i) {
                 const Entries done =
                     IsReadyAfterwards(stage) ? stage.After(Other(name), possible[i]) : possible[i];
-                if (hasFailed && stage.conductor.Failed() > 0) {
+                if (mayFail && hasFailed && stage.conductor.Failed() > 0) {
                     possible.push_back(done);
                 } else {
                     possible[i] = done;
@@ -309,6 +334,7 @@ TEST_P(Reentry, WhatEntersTakesItsTurn) {
             run(call, everythingThatEnters[(3 * call + next) % kinds], Faulty::InProgress, 0);
         }
         run(call, everythingThatEnters[call % 7], Faulty::Entered, 1 + (5 * call) % 67);
+        run(call, everythingThatEnters[7 + call % 3], Faulty::Asking, 1 + (7 * call) % 41);
     }
     EXPECT_TRUE(all.empty()) << All(all);
 }

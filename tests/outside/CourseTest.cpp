@@ -18,7 +18,8 @@ namespace {
 using namespace std::literals;
 
 /// Services, as every caller must meet them. An indented line is what only some callers can tell: what
-/// by-reference arguments became, and the elements of an array.
+/// by-reference arguments became, and the elements of an array. No box shows an error in this course, so that
+/// each one comes with the frames of all before it, the silent ones among them.
 constexpr const char* services = R"(
 new ELOProvider
 ELOProvider.bRunning = BOOL False
@@ -82,8 +83,8 @@ ELODMS.SaveAuswertung = EMPTY
 ELODMS.LoescheDokument = EMPTY
 ELODMS.IsDokumentVorhanden = BOOL False
 ELODMS.LoescheDokument fails: 5 [Konnte Dokument nicht l<00F6>schen: -5] from [ELODMS.LoescheDokument]
-ELODMS.AddDokument fails: 5 [Dokument nicht gefunden: C:\fehlt.pdf] from [ELODMS.AddDokument]
-ELODMS.AddDokument fails: 5010 [Belegtyp konnte nicht gelesen werden] from [ELODMS.AddDokument]
+ELODMS.AddDokument fails: 5 [Dokument nicht gefunden: C:\fehlt.pdf] from [ELODMS.LoescheDokument <- ELODMS.AddDokument]
+ELODMS.AddDokument fails: 5010 [Belegtyp konnte nicht gelesen werden] from [ELODMS.LoescheDokument <- ELODMS.AddDokument <- ELODMS.AddDokument]
 ELODMS.MarkAsDeleted = EMPTY
 ELODMS.MarkAsDeleted = EMPTY
 ELODMS.IsDokumentVorhanden = BOOL False
@@ -121,9 +122,9 @@ OrigELODMS.GetUnverknuepfte = ARRAY 0 to -1
 OrigELODMS.ShowDokument = EMPTY
 OrigELODMS.ShowDokument = EMPTY
 OrigELODMS.PrintDokument = EMPTY
-OrigELODMS.PrintDokument fails: 5 [Fehler beim Anzeigen von Dokument [9999] GotoId=-5] from [CArchiv.PrintDokument]
+OrigELODMS.PrintDokument fails: 5 [Fehler beim Anzeigen von Dokument [9999] GotoId=-5] from [ELODMS.LoescheDokument <- ELODMS.AddDokument <- ELODMS.AddDokument <- CArchiv.GetParentFolderId <- CArchiv.CurrentRegisterDate <- CArchiv.AddDokument <- CArchiv.AddDokumentToMassenversaendeZA <- CArchiv.ShowDokument <- CArchiv.PrintDokument]
 OrigELODMS.LoescheVerknuepfung = EMPTY
-OrigELODMS.LoescheVerknuepfung fails: 5 [Dokument nicht gefunden: 9999] from [CArchiv.LoescheVerknuepfung]
+OrigELODMS.LoescheVerknuepfung fails: 5 [Dokument nicht gefunden: 9999] from [ELODMS.LoescheDokument <- ELODMS.AddDokument <- ELODMS.AddDokument <- CArchiv.GetParentFolderId <- CArchiv.CurrentRegisterDate <- CArchiv.AddDokument <- CArchiv.AddDokumentToMassenversaendeZA <- CArchiv.ShowDokument <- CArchiv.PrintDokument <- CArchiv.LoescheVerknuepfung]
 OrigELODMS.LoescheDokument = EMPTY
 OrigELODMS.LoescheDokument = EMPTY
 OrigELODMS.IsDokumentVorhanden = BOOL False

@@ -4,6 +4,8 @@
 
 #include <regex>
 
+#include "Kandora.h"
+
 // What an outside caller reads in an object browser.
 namespace kandora::outside_tests {
 namespace {
@@ -69,6 +71,24 @@ TEST(Help, TellsArgumentsAndErrorsOfEveryMember) {
             members += ExpectExplained(info.Get());
         }
         EXPECT_EQ(members, expected);
+    }
+}
+
+/// After a refused login there is an object, and its answers are what the operations tell.
+TEST(Help, PromisesNoMissingObjectAfterARefusedLogin) {
+    Ptr<ITypeLib> library;
+    ASSERT_EQ(LoadTypeLibEx(ComponentFile().c_str(), REGKIND_NONE, library.Receive()), S_OK);
+    Ptr<ITypeInfo> info;
+    ASSERT_EQ(library->GetTypeInfoOfGuid(IID__OrigELODMS, info.Receive()), S_OK);
+    for (const wchar_t* const name : {L"oElo", L"PrintDokument", L"LoescheVerknuepfung"}) {
+        MEMBERID member = MEMBERID_NIL;
+        ASSERT_EQ(info->GetIDsOfNames(const_cast<LPOLESTR*>(&name), 1, &member), S_OK);
+        Bstr help;
+        ASSERT_EQ(info->GetDocumentation(member, nullptr, help.Receive(), nullptr, nullptr), S_OK);
+        EXPECT_TRUE(std::regex_search(help.Text(),
+                                      std::wregex(L"Anmeldung abgelehnt|abgelehnten Anmeldung|Lehnt das")))
+            << Utf8(help.Text());
+        EXPECT_FALSE(std::regex_search(help.Text(), std::wregex(L"Nothing|91"))) << Utf8(help.Text());
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Inside.h"
+#include "../component/CallingValue.h"
 #include "Workplace.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
+#include "tests/cost/ModuleHook.h"
 
 // Threads and their states, as an outside caller with several apartments meets them.
 namespace kandora::outside_tests {
@@ -108,6 +110,174 @@ private:
     IStream* stream_ = nullptr;
 };
 
+/// What the error boxes say, instead of showing them.
+class Boxes {
+public:
+    Boxes()
+        : hook_(GetModuleHandleW(L"Kandora.dll"), "user32.dll", "MessageBoxW",
+                reinterpret_cast<void*>(&Note)) {}
+
+    /// The only box since the last question.
+    static std::wstring Only() {
+        const auto shown = std::exchange(shown_, {});
+        return shown.size() == 1 ? shown.front() : std::to_wstring(shown.size()) + L" boxes";
+    }
+
+private:
+    static int WINAPI Note(HWND, const wchar_t* prompt, const wchar_t*, UINT) {
+        shown_.emplace_back(prompt);
+        return IDOK;
+    }
+
+    static inline std::vector<std::wstring> shown_;
+    cost::ModuleHook hook_;
+};
+
+TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    const auto older = Make<_OrigELODMS>(L"Kandora.OrigELODMS");
+    const auto accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
+    const Boxes boxes;
+    const Value nothing;
+    const Value tooShort = Value::Texts({L"", L"", L"1001"});
+    const Bstr id(L"20260105093000");
+    const auto failSilently = [&] {
+        long filed = 7;
+        EXPECT_EQ(older->AddDokument(Bstr(L"C:\\fehlt.pdf").Get(), &filed), S_OK);
+        EXPECT_EQ(filed, 0);
+    };
+    const auto sourceOf = [](IDispatch* object, const wchar_t* member, std::vector<Value> arguments = {}) {
+        return Call(object, member, std::move(arguments)).source;
+    };
+
+    // The client has no archive yet.
+    failSilently();
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(),
+              L"[0 (5) ]  | ON LINE 0 | CALLSTACK: CArchiv.AddDokument <- Kandora.StartProvider");
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[0]  | ON LINE 0 | CALLSTACK: Kandora.StartProvider");
+
+    VARIANT_BOOL done = VARIANT_FALSE;
+    EXPECT_EQ(accounting->EinstellungenSchreiben(&done), S_OK);
+    EXPECT_EQ(done, VARIANT_TRUE);
+    failSilently();
+    EXPECT_EQ(provider->SaveDocument(id.Get(), tooShort.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[9 (5) ] Der Index liegt ausserhalb des gültigen Bereichs | ON LINE 0 | "
+                             L"CALLSTACK: CArchiv.AddDokument <- Kandora.SaveDocument");
+    EXPECT_EQ(provider->SaveDocument(id.Get(), tooShort.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(), L"[9] Der Index liegt ausserhalb des gültigen Bereichs | ON LINE 0 | "
+                             L"CALLSTACK: Kandora.SaveDocument");
+
+    // What is raised stays as well.
+    Ptr<IDispatch> client;
+    EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
+    Call(client.Get(), L"Inischreiben", List(Value::Short(600), Value::Short(109), Value::Text(L"/fehlt")));
+    std::wstring frames = L"ELODMS.LoescheDokument";
+    EXPECT_EQ(sourceOf(archive.Get(), L"LoescheDokument", List(Value::Long(9999))), frames);
+    frames += L" <- CArchiv.LoescheVerknuepfung";
+    EXPECT_EQ(sourceOf(older.Get(), L"LoescheVerknuepfung", List(Value::Long(9999))), frames);
+    frames += L" <- SOKInterface.EinstellungenLesen";
+    EXPECT_EQ(sourceOf(accounting.Get(), L"EinstellungenLesen"), frames);
+    EXPECT_EQ(provider->StartProvider(nothing.Raw()), S_OK);
+    EXPECT_EQ(Boxes::Only(),
+              L"[5003 (5) ] Der Pfad '/fehlt' ist im Archiv nicht vorhanden\rKorrigieren Sie die "
+              L"Sesam-Einstellungen | ON LINE 0 | CALLSTACK: " +
+                  frames + L" <- SOKInterface.EinstellungenLesen <- Kandora.StartProvider");
+}
+
+/// Runs as soon as the thread processes messages, which it does during its calls only.
+class Meanwhile {
+public:
+    explicit Meanwhile(std::function<void()> action)
+        : window_(CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
+                                  nullptr)) {
+        action_ = std::move(action);
+        SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Answer));
+        PostMessageW(window_, WM_APP, 0, 0);
+    }
+    ~Meanwhile() {
+        DestroyWindow(window_);
+        EXPECT_FALSE(action_) << "nothing entered";
+        action_ = nullptr;
+    }
+    Meanwhile(const Meanwhile&) = delete;
+    Meanwhile& operator=(const Meanwhile&) = delete;
+
+private:
+    static LRESULT CALLBACK Answer(HWND window, UINT message, WPARAM first, LPARAM second) {
+        if (message != WM_APP) {
+            return DefWindowProcW(window, message, first, second);
+        }
+        if (const auto action = std::exchange(action_, nullptr)) {
+            action();
+        }
+        return 0;
+    }
+
+    static inline std::function<void()> action_;
+    HWND window_;
+};
+
+TEST(InsideApartments, AnswerAtOnceForTheClientThatIsOpen) {
+    const Apartment apartment;
+    const auto provider = Initialised();
+    const auto own = provider.As<_ELOProvider>(IID__ELOProvider);
+    const auto accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
+    const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
+    Ptr<IDispatch> client;
+    EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
+    VARIANT_BOOL done = VARIANT_FALSE;
+    EXPECT_EQ(accounting->EinstellungenSchreiben(&done), S_OK);
+    EXPECT_EQ(done, VARIANT_TRUE);
+
+    const auto turn = [&](const wchar_t* archiveOn) {
+        Call(client.Get(), L"Inischreiben",
+             List(Value::Short(600), Value::Short(100), Value::Text(archiveOn)));
+    };
+    const auto expectAnswers = [&](bool isOn) {
+        const Value nothing;
+        Bstr id;
+        EXPECT_EQ(provider->CreateDocID(nothing.Raw(), id.Receive()), S_OK);
+        EXPECT_EQ(id.Text().size(), isOn ? 14U : 0U);
+        Bstr printer;
+        EXPECT_EQ(provider->GetVirtualPrinterName(printer.Receive()), S_OK);
+        EXPECT_EQ(printer.Text(), isOn ? L"ELO Drucker" : L"");
+        Value info;
+        EXPECT_EQ(provider->GetOpenDocInfo(info.Receive()), S_OK);
+        EXPECT_EQ(info.Type() == VT_EMPTY, !isOn);
+    };
+    const auto expectBothAnswers = [&] {
+        turn(L"true");
+        expectAnswers(true);
+        turn(L"False");
+        expectAnswers(false);
+    };
+    expectBothAnswers();
+    const std::ptrdiff_t logins = Logins();
+
+    // While a traced value calls back: the version is traced before the first start.
+    EXPECT_EQ(own->put_bRunning(VARIANT_FALSE), S_OK);
+    CallingValue version(expectBothAnswers);
+    EXPECT_EQ(provider->FibuVersion(version.AsVariant()), S_OK);
+    EXPECT_EQ(own->put_bRunning(VARIANT_TRUE), S_OK);
+
+    // While an outside caller's dialog is open. Its session is its own, and so are the folders that it has
+    // read.
+    turn(L"true");
+    expectAnswers(true);
+    {
+        const Meanwhile meanwhile(expectBothAnswers);
+        Bstr id(L"D1");
+        EXPECT_EQ(archive->SaveAuswertung(id.Place()), S_OK);
+        EXPECT_EQ(id.Text(), L"D1") << "the argument is as it was";
+    }
+    EXPECT_EQ(Logins(), logins + 1);
+    EXPECT_EQ(Logouts(), 0);
+}
+
 TEST(InsideApartments, HaveStatesOfTheirOwn) {
     const Apartment apartment;
     const auto provider = Initialised();
@@ -154,7 +324,7 @@ TEST(InsideApartments, ShareAnObjectThatWasHandedOver) {
         const Called called = Call(elsewhere.Get(), L"LoescheDokument", List(Value::Long(9999)));
         EXPECT_EQ(called.code, error5);
         EXPECT_EQ(called.description, L"Konnte Dokument nicht löschen: -5");
-        EXPECT_EQ(called.source, L"ELODMS.LoescheDokument");
+        EXPECT_EQ(called.source, L"ELODMS.LoescheDokument <- ELODMS.LoescheDokument") << "the frames of both";
         Ptr<IDispatch> session;
         EXPECT_EQ(elsewhere->get_oElo(session.Receive()), S_OK);
         EXPECT_EQ(Call(session.Get(), L"LookupDelimiter").result.AsText(), L"¶");

@@ -44,25 +44,38 @@ TEST(Apartments, EndUnderTheirCallers) {
     ExpectInside(L"EndUnderTheirCallers");
 }
 
-/// The older client records its errors without telling them. Neither they nor what its end meets may colour
-/// an error that another object tells.
-TEST(OlderClient, LeavesNoTraceInTheNextError) {
+TEST(Apartments, AnswerAtOnceForTheClientThatIsOpen) {
+    ExpectInside(L"AnswerAtOnceForTheClientThatIsOpen");
+}
+
+TEST(Apartments, KeepErrorsUntilABoxShowsThem) {
+    ExpectInside(L"KeepErrorsUntilABoxShowsThem");
+}
+
+/// The older client records its errors without telling them: the next error that an object tells comes with
+/// their frames. What its end meets is forgotten.
+TEST(OlderClient, IsHeardOfInTheNextError) {
     const Apartment apartment;
     auto older = Component::Built().Create<_OrigELODMS>(CLSID_OrigELODMS, IID__OrigELODMS);
     const auto archive = Component::Built().Create<IDispatch>(CLSID_ELODMS, IID_IDispatch);
-    const auto expectOwnError = [&] {
+    std::wstring frames;
+    const auto expectError = [&] {
+        frames += L"ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin";
         const Called called = Call(archive.Get(), L"CheckLogin");
         EXPECT_EQ(called.description, L"Benutzer muss angemeldet sein, um ELO anzumelden.");
-        EXPECT_EQ(called.source, L"ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin");
+        EXPECT_EQ(called.source, frames);
+        frames += L" <- ";
     };
     long id = 7;
     EXPECT_EQ(older->AddDokument(Bstr(L"C:\\fehlt.pdf").Get(), &id), S_OK);
     EXPECT_EQ(id, 0);
-    expectOwnError();
+    frames = L"CArchiv.AddDokument <- ";
+    expectError();
     EXPECT_EQ(older->GetParentFolderId(4711, &id), S_OK);
-    expectOwnError();
+    frames += L"CArchiv.AnmeldenAnElo <- CArchiv.GetParentFolderId <- ";
+    expectError();
     older.Reset();
-    expectOwnError();
+    expectError();
 }
 
 constexpr int rounds = 10'000;

@@ -11,7 +11,7 @@ HANDBOOK = sources.ROOT / "docs" / "Handbuch.md"
 # What the sources say and no person ever reads.
 NOT_FOR_PEOPLE = {"MS Sans Serif"}
 # Names of numbers in the sources that are no error numbers.
-NOT_ERRORS = {"lowestObjectId", "updated", "unused", "voucherNumber", "voucherIndex", "barcode"}
+NOT_ERRORS = {"lowestObjectId", "maximalFrames", "updated", "unused", "voucherNumber", "voucherIndex", "barcode"}
 
 
 def plain(text):

@@ -56,6 +56,83 @@ TEST_F(Alternate, LogsInOnceOnlyAndTellsNobodyThatItFailed) {
               Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-1", "CArchiv.AnmeldenAnElo"));
 }
 
+/// An archive that has refused the login answers everything with a refusal.
+class Refused : public Alternate {
+protected:
+    Refused() {
+        archive->Answers(L"Login", -2);
+        for (const wchar_t* const member :
+             {L"GetEntryId", L"GotoId", L"PrepareObjectEx", L"DoInvisibleSearch", L"DeleteObj",
+              L"AddPostboxFile", L"MoveToArchive", L"LookupIndex", L"PrintDocument", L"UpdateObject",
+              L"InsertRef"}) {
+            archive->Answers(member, member == TextView(L"GetEntryId") ? -1 : -3);
+        }
+        archive->Answers(L"GetTreePath", L"");
+    }
+    /// Each refused login makes the one fake a new object again.
+    void TearDown() override {
+        ReleaseComponent();
+        talk.Take();
+        archive->ForgetAsked();
+        Alternate::TearDown();
+    }
+    /// The record of the operation that has just run, which was refused at each of its calls.
+    void ExpectRecorded(const std::string& error, const std::string& frame) {
+        const std::string recorded = Recorded();
+        EXPECT_TRUE(recorded.starts_with(error + " | ON LINE 0 | CALLSTACK: CArchiv.AnmeldenAnElo"))
+            << recorded;
+        if (!frame.empty()) {
+            EXPECT_TRUE(recorded.ends_with(" <- " + frame)) << recorded;
+        }
+        talk.Take();
+    }
+};
+
+TEST_F(Refused, GivesTheObjectAllTheSame) {
+    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Recorded(),
+              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", "CArchiv.AnmeldenAnElo"));
+    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Recorded(),
+              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", "CArchiv.AnmeldenAnElo"));
+    talk.Take();
+}
+
+TEST_F(Refused, LetsEverySilentOperationAnswerNothing) {
+    Client().ShowDokument(321);
+    ExpectRecorded("[5] Dokument nicht gefunden: id=321", "CArchiv.ShowDokument");
+    EXPECT_FALSE(Client().IsDokumentVorhanden(321));
+    ExpectRecorded("[5] Unbekannter Loginname, Passwort oder Archiv: Login=-2", "");
+    const Variant none = Client().GetUnverknuepfte();
+    EXPECT_EQ(none.LowerBound(), 0);
+    EXPECT_EQ(none.UpperBound(), -1);
+    ExpectRecorded("[5] Unbekannter Loginname, Passwort oder Archiv: Login=-2", "");
+    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    ExpectRecorded("[5] Could not GotoId: 321", "CArchiv.GetParentFolderId");
+    EXPECT_EQ(Client().CurrentRegisterDate(321), 0);
+    ExpectRecorded("[5] Could not GotoId: 321", "CArchiv.CurrentRegisterDate");
+    Client().LoescheDokument(321);
+    ExpectRecorded("[5] Konnte Dokument nicht löschen: -3", "CArchiv.LoescheDokument");
+    const Text file = SampleFolders().strPlatzhalterDatei;
+    EXPECT_EQ(Client().AddDokument(file), 0);
+    ExpectRecorded("[5] Unerwarteter Rückgabewert: PrepareObjectEx=-3", "CArchiv.AddDokument");
+    EXPECT_EQ(Client().AddDokumentToMassenversaendeZA(file), 0);
+    ExpectRecorded("[5] Unerwarteter Rückgabewert: PrepareObjectEx=-3",
+                   "CArchiv.AddDokumentToMassenversaendeZA");
+}
+
+TEST_F(Refused, LetsTheOthersRaiseWhatTheArchiveAnswers) {
+    RuntimeError error = ErrorOf([&] { Client().PrintDokument(321); });
+    EXPECT_EQ(error.Number(), 5);
+    EXPECT_EQ(error.Description(), L"Fehler beim Anzeigen von Dokument [321] GotoId=-3");
+    EXPECT_EQ(error.Source(), L"CArchiv.AnmeldenAnElo <- CArchiv.PrintDokument");
+    ExpectRecorded("[5] Fehler beim Anzeigen von Dokument [321] GotoId=-3", "CArchiv.PrintDokument");
+    error = ErrorOf([&] { Client().LoescheVerknuepfung(321); });
+    EXPECT_EQ(error.Number(), 5);
+    EXPECT_EQ(error.Description(), L"Dokument nicht gefunden: 321");
+    ExpectRecorded("[5] Dokument nicht gefunden: 321", "CArchiv.LoescheVerknuepfung");
+}
+
 TEST_F(Alternate, NeedsCredentials) {
     state.settings.gsEloUserName = L"";
     state.settings.gsEloPasswort = L"";

@@ -96,6 +96,23 @@ TEST_F(ClientSettings, ThatAreSwitchedOffCloseTheClientInAllModules) {
     EXPECT_EQ(state.folders.strPlatzhalterDatei, L"");
 }
 
+/// The host's only object is lost while it answers.
+TEST_F(ClientSettings, ThatAreSwitchedOffNeedNoneOfTheObjects) {
+    const Fake host = NewHost("fibu");
+    machine.HandsOut(hostProgId, host);
+    host->Next(L"IniLesen", [&](Call&) {
+        host->Next(L"istoffen", Failure::Code(HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)));
+        EXPECT_TRUE(Sok().oSesamFibu().IsNothing());
+        return Variant(L"false");
+    });
+    EXPECT_FALSE(Read());
+    Expect(
+        Together({FirstOption(R"(BSTR "false")"),
+                  {"fibu.istoffen !! 0x800706BA",
+                   R"(box "Das Programm, mit dem gearbeitet wird, ist beendet oder nicht erreichbar" 0)"}}));
+    EXPECT_EQ(handler.lOriginalNumber(), 0);
+}
+
 TEST_F(ClientSettings, ThatAreSwitchedOffCloseOnlyWhatIsOpen) {
     machine.HandsOut(hostProgId, NewHost("debi"));
     Sok().oSesamDebi();

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "archive/OrigELODMS.h"
 #include "tests/protocol/ProviderTest.h"
 
 namespace kandora::test {
@@ -103,7 +104,7 @@ TEST_F(Reentry, RequestsKeepTheOrderInWhichTheyCame) {
     EXPECT_EQ(Barcodes(), Filed({"B1", "B2", "B3", "B4"}));
 }
 
-TEST_F(Reentry, WhatOnlyReturnsAValueAnswersAtOnceWithoutAskingTheHost) {
+TEST_F(Reentry, WhatOnlyReturnsAValueAsksTheHostAndAnswersAtOnce) {
     Text id;
     Text printer;
     Variant info;
@@ -119,8 +120,176 @@ TEST_F(Reentry, WhatOnlyReturnsAValueAnswersAtOnceWithoutAskingTheHost) {
     EXPECT_EQ(id, L"20261115011258");
     EXPECT_EQ(printer, L"ELO Drucker");
     EXPECT_EQ(info.UpperBound(), 3);
-    EXPECT_EQ(meanwhile, Lines{});
+    EXPECT_EQ(meanwhile, Together({ClientAsked(), ClientAsked(), ClientAsked()}));
     EXPECT_EQ(Told("MoveToArchive").size(), 1U);
+}
+
+/// The host has opened another client meanwhile. `During` is the first word: what is in progress.
+class AnotherClient : public Reentry {
+protected:
+    /// From now on a client is open whose archive is on or off; its folders and placeholder are its own.
+    void Open(const wchar_t* archiveOn) {
+        client = L"C:\\Daten\\Zweiter";
+        options = {{100, Variant(archiveOn)},
+                   {105, Variant(L"C:\\Zweiter.pdf")},
+                   {109, Variant(L"/Zweiter/Buchungen")},
+                   {110, Variant(L"/Zweiter/Auswertungen")},
+                   {111, Variant(L"/Zweiter/Debi")},
+                   {112, Variant(L"/Zweiter/Kredi")}};
+        machine.files.insert(L"C:\\Zweiter.pdf");
+    }
+    void OpenFirst(const wchar_t* archiveOn) {
+        options[100] = Variant(archiveOn);
+        Provider().GetVirtualPrinterName();
+        talk.Take();
+    }
+    void ExpectAnswers(bool isOn) {
+        EXPECT_EQ(Provider().CreateDocID(Variant()), isOn ? L"20261115011258" : L"");
+        EXPECT_EQ(Provider().GetVirtualPrinterName(), isOn ? L"ELO Drucker" : L"");
+        EXPECT_EQ(Provider().GetOpenDocInfo().IsEmpty(), !isOn);
+        hasAnswered_ = true;
+    }
+    void TearDown() override {
+        EXPECT_TRUE(hasAnswered_);
+        Reentry::TearDown();
+    }
+
+private:
+    bool hasAnswered_ = false;
+};
+
+TEST_F(AnotherClient, IsAnsweredForWithinTheReadingOfTheFirstOnesSettings) {
+    OpenFirst(L"false");
+    options[100] = Variant(L"true");
+    const auto firstOptions = options;
+    const Fake fibu = NewHost("first");
+    machine.HandsOut(hostProgId, fibu);
+    // The folders for bookings and reports are read and the others are not.
+    for (const std::int32_t key : {100, 105, 109, 110}) {
+        fibu->Next(L"IniLesen", options[key]);
+    }
+    fibu->Next(L"IniLesen", [&](Call&) {
+        Open(L"true");
+        ExpectAnswers(true);
+        Open(L"false");
+        ExpectAnswers(false);
+        options = firstOptions;
+        return options[111];
+    });
+    Provider().SaveDocument(L"D1", Metadata(L"1001", L"B1"));
+    EXPECT_EQ(State().folders.strPfadBuchungen, SampleFolders().strPfadBuchungen);
+    EXPECT_EQ(State().folders.strPfadDebi, SampleFolders().strPfadDebi);
+    EXPECT_EQ(Barcodes(), Filed({"B1"}));
+    EXPECT_EQ(Told("AddPostboxFile").back(),
+              R"(archive.AddPostboxFile(BSTR& "C:\Kandora\Platzhalter.pdf") -> I4 1)");
+    EXPECT_EQ(Boxes(), Lines{});
+    for (const std::string& line : talk.Said()) {
+        EXPECT_FALSE(line.starts_with("first.Logout")) << "the first one's object was logged out";
+    }
+}
+
+TEST_F(AnotherClient, IsAnsweredForDuringARepeatedStart) {
+    OpenFirst(L"true");
+    During(L"SelectView", 1, [&] {
+        Open(L"false");
+        ExpectAnswers(false);
+    });
+    During(L"ReadObjMask", 0, [&] {
+        Open(L"true");
+        ExpectAnswers(true);
+    });
+    Provider().InitProvider(Variant());
+    EXPECT_TRUE(State().gbMandantArchivAktiv);
+    EXPECT_EQ(Boxes(), Lines{});
+}
+
+TEST_F(AnotherClient, IsAnsweredForDuringAnOutsideCallersCall) {
+    OpenFirst(L"false");
+    archive->ForgetAsked();  // it stands for the outside caller's object, too
+    OrigELODMS older(Globals().ArchiveSide());
+    During(L"GotoId", 1, [&] {
+        Open(L"true");
+        ExpectAnswers(true);
+        Open(L"false");
+        ExpectAnswers(false);
+    });
+    Globals().Order().CarryOut([&] { older.ShowDokument(7); });
+    EXPECT_EQ(Globals().goErrHandler().lOriginalNumber(), 0);
+}
+
+TEST_F(AnotherClient, IsAnsweredForWhileATracedValueCallsBack) {
+    OpenFirst(L"false");
+    State().settings.gbDebug = true;
+    const Fake value("value");
+    value->HasDefaultValue([&](Call&) {
+        State().settings.gbDebug = false;
+        Open(L"true");
+        ExpectAnswers(true);
+        Open(L"false");
+        ExpectAnswers(false);
+        return Variant(L"7.2");
+    });
+    Provider().FibuVersion(value.AsVariant());
+    EXPECT_EQ(Boxes(), Lines{});
+}
+
+TEST_F(AnotherClient, IsNotSetUpUnderTheOneInProgress) {
+    During(L"PrepareObjectEx", 1, [&] {
+        Open(L"");
+        ExpectAnswers(false);
+    });
+    Provider().SaveDocument(L"D1", Metadata(L"1001", L"B1"));
+    EXPECT_EQ(Boxes(), Lines{});
+    for (const std::string& line : talk.Said()) {
+        EXPECT_EQ(line.find("Inischreiben"), std::string::npos) << line;
+        EXPECT_FALSE(line.starts_with("input")) << line;
+    }
+    EXPECT_EQ(Told("CreateStructure"), Lines{});
+}
+
+/// The archive's session is lost at the moment of the question. A session that is opened for it is ended
+/// again, and the one in progress goes on with what it has.
+TEST_F(Reentry, WhatAsksMeanwhileLogsInForItselfWhenItMust) {
+    const Fake second = NewArchive("second");
+    machine.HandsOut(archiveProgId, second);
+    Lines own;
+    During(L"PrepareObjectEx", 1, [&] {
+        archive->Next(L"GetEntryId", -1);
+        const std::size_t before = talk.Said().size();
+        EXPECT_EQ(Provider().GetVirtualPrinterName(), L"ELO Drucker");
+        for (std::size_t at = before; at < talk.Said().size(); ++at) {
+            if (!talk.Said()[at].starts_with("fibu.")) {
+                own.push_back(talk.Said()[at]);
+            }
+        }
+    });
+    Provider().SaveDocument(L"D1", Metadata(L"1001", L"B1"));
+    ASSERT_GT(own.size(), 8U);
+    EXPECT_EQ(own[2], "archive.GetEntryId(I2 -1) -> I4 -1");
+    EXPECT_EQ(own[3], "create ELO.professional");
+    EXPECT_EQ(own[4], R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)");
+    EXPECT_EQ(own[own.size() - 2], R"(second.Login(BSTR& "LOGOUT", BSTR& "", BSTR& ""))");
+    EXPECT_EQ(own.back(), R"(second.EloWindow(BSTR "MINIMIZE"))");
+    EXPECT_EQ(Told("MoveToArchive").size(), 1U);
+    EXPECT_EQ(Told("Login("), Lines{}) << "neither in nor out";
+}
+
+TEST_F(Reentry, WhatAsksMeanwhileTellsOfItsOwnErrorOnly) {
+    During(L"AddPostboxFile", 0, [&] {
+        options[109] = Variant(L"/fehlt");
+        archive->Next(L"LookupIndex", 0);
+        EXPECT_EQ(Provider().CreateDocID(Variant()), L"");
+        options[109] = Variant(SampleFolders().strPfadBuchungen);
+    });
+    Provider().SaveDocument(L"D1", Metadata(L"1001", L"B1"));
+    const Lines boxes = Boxes();
+    ASSERT_EQ(boxes.size(), 2U);
+    EXPECT_NE(boxes[0].find("[5003] Der Pfad '/fehlt'"), std::string::npos) << boxes[0];
+    EXPECT_NE(boxes[0].find("CALLSTACK: SOKInterface.EinstellungenLesen <- Kandora.CreateDocID\""),
+              std::string::npos)
+        << boxes[0];
+    EXPECT_NE(boxes[1].find("[5] Fehler beim Hinzufügen des Dokuments: AddPostboxFile=0"), std::string::npos)
+        << boxes[1];
 }
 
 TEST_F(Reentry, DuringTheStartNothingIsAnswered) {

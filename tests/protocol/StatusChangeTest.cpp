@@ -183,7 +183,7 @@ TEST_P(Deletion, PassesOnWhateverFailsOnTheWay) {
 
 TEST_F(StatusChange, DeletionOfAnUnknownKindLoadsTheEntryAndLeavesItAlone) {
     Hold(321);
-    for (const wchar_t* const kind : {L"Buchung", L"beleg", L""}) {
+    for (const wchar_t* const kind : {L"Buchung", L"beleg", L"debi", L"KREDI", L""}) {
         vouchers.kind = kind;
         Delete();
         ExpectLines(

@@ -55,6 +55,28 @@ TEST_F(BookingKind, CannotBeToldWhenTheBookingCannotBeRead) {
     EXPECT_EQ(handler.lOriginalNumber(), 0) << "the callers record it";
 }
 
+/// The booking stays, unloaded: what is asked of it next, it answers itself.
+TEST_F(BookingKind, LeavesTheUnloadedBookingToTheNextDataCall) {
+    booking->Next(L"lesen", -1);
+    EXPECT_EQ(NumberRaisedBy([&] { Sok().GetBuchungsType(L"17", L"2"); }), 5010);
+    talk.Take();
+    booking->Next(L"Text", L"");
+    booking->Next(L"Datum", Failure::Exception(3021, L"kein Datensatz"));
+    state.records.cBeleg.Kurzbezeichnung = L"vorher";
+    state.records.cBeleg.Betrag = L"vorher";
+    const RuntimeError error = ErrorOf([&] { Sok().GetBelegDaten(L"17", L"2"); });
+    EXPECT_EQ(error.Number(), 3021);
+    EXPECT_EQ(error.Description(), L"kein Datensatz");
+    Expect({R"(booking.Text -> BSTR "")", R"(booking.Datum !! 3021 "kein Datensatz")"});
+    EXPECT_EQ(state.records.cBeleg.Kurzbezeichnung, L"");
+    EXPECT_EQ(state.records.cBeleg.Betrag, L"vorher") << "the record is partly filled";
+
+    Sok().GetBelegDaten(L"17", L"2");
+    EXPECT_EQ(state.records.cBeleg.Betrag, L"1200.50") << "it is still there, and now it answers";
+    EXPECT_EQ(NumberRaisedBy([&] { Sok().GetBelegDaten(L"17", L"2"); }), 91);
+    talk.Take();
+}
+
 TEST_F(BookingKind, TakesTheAnswerAsASixteenBitNumber) {
     booking->Next(L"lesen", 65536);
     EXPECT_EQ(NumberRaisedBy([&] { Sok().GetBuchungsType(L"17", L"2"); }), 6);

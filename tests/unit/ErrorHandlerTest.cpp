@@ -141,6 +141,38 @@ TEST_F(ErrorHandler, HandsOutACopyOfTheFrames) {
     EXPECT_EQ(handler.vasCallStack().LowerBound(), 0);
 }
 
+TEST_F(ErrorHandler, TakesANewErrorForAFurtherOneUntilItIsCleared) {
+    handler.Log(RuntimeError(5, L"Still"), L"CArchiv", L"AddDokument");
+    handler.Log(RuntimeError(0), L"Kandora", L"StartProvider");
+    EXPECT_EQ(Shown(), "[0 (5) ]  | ON LINE 0 | CALLSTACK: CArchiv.AddDokument <- Kandora.StartProvider");
+    handler.Log(RuntimeError(9, L"Laut"), L"Kandora", L"SaveDocument");
+    EXPECT_EQ(Shown(),
+              "[9 (5) ] Laut | ON LINE 0 | CALLSTACK: CArchiv.AddDokument <- Kandora.StartProvider <- "
+              "Kandora.SaveDocument");
+    handler.Clear();
+    handler.Log(RuntimeError(9, L"Laut"), L"Kandora", L"SaveDocument");
+    EXPECT_EQ(Shown(), "[9] Laut | ON LINE 0 | CALLSTACK: Kandora.SaveDocument");
+}
+
+TEST_F(ErrorHandler, ForgetsTheOldestFramesWhenThereAreTooMany) {
+    const auto log = [this](std::int32_t count) {
+        for (std::int32_t i = 0; i < count; ++i) {
+            handler.Log(RuntimeError(5 + i, L"Text"), L"A", L"Nr" + Decimal(i));
+        }
+    };
+    log(CErrHandler::maximalFrames);
+    EXPECT_EQ(handler.vasCallStack().UpperBound(), CErrHandler::maximalFrames - 1);
+    EXPECT_EQ(handler.vasCallStack().Element(0).ToText(), L"A.Nr0");
+    handler.Log(RuntimeError(91), L"B", L"last");
+    const Variant frames = handler.vasCallStack();
+    EXPECT_EQ(frames.UpperBound(), CErrHandler::maximalFrames / 2);
+    EXPECT_EQ(frames.Element(0).ToText(), L"A.Nr" + Decimal(CErrHandler::maximalFrames / 2));
+    EXPECT_EQ(frames.Element(frames.UpperBound()).ToText(), L"B.last");
+    EXPECT_TRUE(Shown().starts_with("[91 (5) ] ")) << Shown();
+    log(10 * CErrHandler::maximalFrames);
+    EXPECT_LE(handler.vasCallStack().UpperBound(), CErrHandler::maximalFrames);
+}
+
 TEST_F(ErrorHandler, ShowsItselfInACriticalSystemModalBox) {
     handler.Log(RuntimeError(5000, L"Text"), L"A", L"a");
     handler.ShowError();

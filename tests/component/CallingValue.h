@@ -1,0 +1,59 @@
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include <functional>
+#include <utility>
+
+namespace kandora::component_tests {
+
+/// A value of the host's that calls back when its text is asked for.
+class CallingValue final : public IDispatch {
+public:
+    explicit CallingValue(std::function<void()> action) : action_(std::move(action)) {}
+    virtual ~CallingValue() = default;
+    CallingValue(const CallingValue&) = delete;
+    CallingValue& operator=(const CallingValue&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
+        *object = known ? static_cast<IDispatch*>(this) : nullptr;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+        *count = 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return DISP_E_UNKNOWNNAME;
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result,
+                                     EXCEPINFO*, UINT*) override {
+        if (member != DISPID_VALUE) {
+            return DISP_E_MEMBERNOTFOUND;
+        }
+        if (auto action = std::exchange(action_, nullptr)) {
+            action();
+        }
+        result->vt = VT_BSTR;
+        result->bstrVal = SysAllocString(L"7.2");
+        return S_OK;
+    }
+
+    [[nodiscard]] VARIANT AsVariant() {
+        VARIANT value{};
+        value.vt = VT_DISPATCH;
+        value.pdispVal = this;
+        return value;
+    }
+
+private:
+    std::function<void()> action_;
+};
+
+}  // namespace kandora::component_tests
