@@ -49,6 +49,30 @@ public:
         return modules;
     }
 
+    /// By name, of all modules. The component imports nothing by number.
+    [[nodiscard]] std::set<std::string> ImportedFunctions() const {
+        std::set<std::string> names;
+        const auto* entry = &Table<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
+        for (; entry->Name != 0; ++entry) {
+            const auto* row = &At<IMAGE_THUNK_DATA>(Offset(entry->OriginalFirstThunk));
+            for (; row->u1.AddressOfData != 0; ++row) {
+                names.insert(Name(static_cast<DWORD>(row->u1.AddressOfData) + sizeof(WORD)));
+            }
+        }
+        return names;
+    }
+
+    /// A section's bytes; none when there is no such section. An image keeps eight bytes of a name.
+    [[nodiscard]] std::string Bytes(const std::string& section) const {
+        for (const IMAGE_SECTION_HEADER& each : Sections()) {
+            if (section.compare(0, 8, reinterpret_cast<const char*>(each.Name),
+                                strnlen(reinterpret_cast<const char*>(each.Name), 8)) == 0) {
+                return bytes_.substr(each.PointerToRawData, each.Misc.VirtualSize);
+            }
+        }
+        return {};
+    }
+
     [[nodiscard]] std::vector<IMAGE_SECTION_HEADER> Sections() const {
         const IMAGE_NT_HEADERS& headers = Headers();
         const std::size_t first =
@@ -149,10 +173,67 @@ TEST(ComponentFile, HasNoMemoryThatIsBothWrittenAndRun) {
 }
 
 TEST(ComponentFile, GuardsItsStack) {
-    // The words of the routine that ends a program with an overwritten stack. It is linked in, from a static
-    // library as everything else, only where functions call it.
-    EXPECT_TRUE(Image(ComponentFile()).Holds("*** stack smashing detected ***"));
+    // The instructions that end a process with an overwritten stack: mov ecx, 2; int 29h. They are linked in
+    // only where functions call them.
+    EXPECT_TRUE(Image(ComponentFile()).Holds({"\xB9\x02\0\0\0\xCD\x29", 7}));
     EXPECT_FALSE(Image(ComponentFile()).ImportedModules().contains("LIBSSP-0.DLL"));
+}
+
+TEST(ComponentFile, StartsWithoutCryptography) {
+    for (const std::string& name : Image(ComponentFile()).ImportedFunctions()) {
+        EXPECT_EQ(name.find("Crypt"), std::string::npos) << name;
+    }
+    EXPECT_TRUE(Image(ComponentFile()).ImportedFunctions().contains("RegCloseKey")) << "nothing was read";
+}
+
+TEST(ComponentFile, BringsItsRuntimeLibraryAlong) {
+    for (const std::string& module : Image(ComponentFile()).ImportedModules()) {
+        EXPECT_FALSE(module.starts_with("LIB")) << module;
+    }
+}
+
+std::uint32_t WordAt(const std::string& bytes, std::size_t place) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, bytes.substr(place, sizeof word).data(), sizeof word);
+    return word;
+}
+
+// On 64-bit the system itself has the table.
+TEST(ComponentFile, DescribesItsFunctionsAsItReadsThem) {
+    const Image image(ComponentFile());
+    if (sizeof(void*) == 8) {
+        EXPECT_GT(image.DirectorySize(IMAGE_DIRECTORY_ENTRY_EXCEPTION), 0U);
+        return;
+    }
+    const std::string entries = image.Bytes(".eh_frame");
+    constexpr std::size_t word = sizeof(std::uint32_t);
+    std::size_t functions = 0;
+    for (std::size_t at = 0; at + word < entries.size(); at += word + WordAt(entries, at)) {
+        if (WordAt(entries, at) == 0) {
+            continue;
+        }
+        if (WordAt(entries, at + word) != 0) {
+            ++functions;
+            continue;
+        }
+        // What descriptions have in common: length, 0, version, a text that says what follows, three numbers
+        // of a byte each, the length of the rest, and its parts. "R" is how a place is written: as the
+        // distance from itself, in 32 bits.
+        const std::size_t version = at + 2 * word;
+        EXPECT_EQ(entries.at(version), 1);
+        const std::string parts = entries.c_str() + version + 1;
+        constexpr char distance = 0x1B;
+        std::size_t place = version + 1 + parts.size() + 1 + 4;
+        for (const char part : parts.substr(1)) {
+            if (part == 'R') {
+                EXPECT_EQ(entries.at(place), distance);
+            }
+            place += part == 'P' ? 1 + word : 1;
+        }
+        EXPECT_TRUE(parts == "zR" || parts == "zPLR") << parts;
+    }
+    EXPECT_GT(functions, 1000U);
+    EXPECT_TRUE(functions <= 4096 || KANDORA_IS_INSTRUMENTED) << functions << " no longer fit into the table";
 }
 
 class VersionResource : public testing::Test {

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -12,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "StackGuardTest.h"
 #include "automation/Errors.h"
 
 namespace kandora {
@@ -61,6 +63,10 @@ TEST(LibraryFailuresDeathTest, EndingTheProcessTellsNothing) {
 }  // namespace kandora
 
 int main(int argc, char** argv) {
+    if (argc == 2 &&
+        std::wstring(kandora::tellStackGuard) == std::wstring(argv[1], argv[1] + std::strlen(argv[1]))) {
+        return kandora::ToldStackGuard();
+    }
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,77 @@
+// The value that guards the stack, and what happens when a function overruns its own.
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+#include <set>
+
+#include "../support/StartProcess.h"
+#include "StackGuardTest.h"
+
+extern "C" std::uintptr_t __stack_chk_guard;  // NOLINT(bugprone-reserved-identifier): the compiler's name
+
+namespace kandora {
+
+int ToldStackGuard() {
+    const auto guard = static_cast<std::uint64_t>(__stack_chk_guard);
+    return static_cast<int>(static_cast<std::uint32_t>(guard ^ (guard >> 32)));
+}
+
+namespace {
+
+constexpr std::size_t placeSize = 16;
+
+/// Writes as many bytes into a place for fewer. A few bytes more, and it would overwrite `size`, too.
+[[gnu::noinline]] void Overrun(std::size_t size) {
+    std::array<char, placeSize> place{};
+    volatile char* const begin = place.data();
+    for (std::size_t at = 0; at < size; ++at) {
+        begin[at] = 'x';
+    }
+}
+
+TEST(StackGuardDeathTest, AnOverrunFunctionEndsTheProcess) {
+    constexpr auto overrun = static_cast<int>(0xC0000409);  // STATUS_STACK_BUFFER_OVERRUN
+    EXPECT_EXIT(Overrun(placeSize + sizeof(std::uintptr_t)), testing::ExitedWithCode(overrun), "");
+}
+
+TEST(StackGuardDeathTest, AFullPlaceIsNoOverrun) {
+    EXPECT_EXIT(
+        {
+            Overrun(placeSize);
+            std::exit(34);
+        },
+        testing::ExitedWithCode(34), "");
+}
+
+int GuardOfANewProcess() {
+    std::array<wchar_t, 1024> self{};
+    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    const std::wstring commandLine = L"\"" + std::wstring(self.data()) + L"\" " + tellStackGuard;
+    EXPECT_TRUE(test::StartProcess(commandLine, FALSE, startup, process));
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD told = 0;
+    GetExitCodeProcess(process.hProcess, &told);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return static_cast<int>(told);
+}
+
+TEST(StackGuard, IsAnotherOneInEachProcess) {
+    const std::set<int> told{ToldStackGuard(), GuardOfANewProcess(), GuardOfANewProcess()};
+    EXPECT_EQ(told.size(), 3U);
+}
+
+TEST(StackGuard, CannotBeCarriedByAText) {
+    EXPECT_EQ(__stack_chk_guard & 0xFF, 0U);
+    EXPECT_NE(__stack_chk_guard, 0U);
+}
+
+}  // namespace
+}  // namespace kandora

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kandora::foreign_tests {
+
+/// The user of this process: reads each message box, whichever thread shows it, and confirms it; fills in and
+/// confirms the description of a report.
+class Boxes {
+public:
+    Boxes();
+    ~Boxes();
+    Boxes(const Boxes&) = delete;
+    Boxes& operator=(const Boxes&) = delete;
+
+    /// "[caption] text" of what was answered since the last time, in its order.
+    [[nodiscard]] std::vector<std::wstring> Take();
+
+private:
+    static BOOL CALLBACK LookAt(HWND window, LPARAM self);
+    void Look(HWND window);
+
+    std::atomic<bool> hasEnded_ = false;
+    std::mutex lock_;
+    std::vector<std::wstring> answered_;
+    std::map<HWND, bool> open_;  ///< and whether it is still there
+    std::thread thread_;
+};
+
+}  // namespace kandora::foreign_tests

@@ -1,0 +1,82 @@
+#include "ForeignTest.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+#include "Surroundings.h"
+
+// The component in a process that others have changed: it does there what it does anywhere.
+namespace kandora::foreign_tests {
+namespace {
+
+using component_tests::Ended;
+using component_tests::TemporaryFolder;
+
+/// Plays the course in a process of its own.
+std::string Told(const char* surroundings) {
+    std::array<wchar_t, 1024> self{};
+    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    const TemporaryFolder folder;
+    const fs::path file = folder.Path() / L"told.txt";
+    const Ended ended = component_tests::RunProgram(
+        self.data(), {playCourse, component_tests::Wide(surroundings), file.wstring()});
+    EXPECT_EQ(ended.exitCode, 0U) << ended.output;
+    return fs::exists(file) ? component_tests::ReadBytes(file) : "nothing";
+}
+
+const std::string& ToldWithoutDisturbance() {
+    static const std::string told = Told(AllSurroundings().front().name);
+    return told;
+}
+
+std::string Part(const std::string& told, const std::string& heading) {
+    const auto begin = told.find("-- " + heading);
+    return begin == std::string::npos ? "" : told.substr(begin, told.find("\n--", begin) - begin);
+}
+
+/// What a request answered and showed.
+std::string RequestIn(const std::string& part, const std::string& name) {
+    const auto begin = part.find("\n" + name + " ");
+    if (begin == std::string::npos) {
+        return "";
+    }
+    auto end = part.find('\n', begin + 1);
+    while (part.compare(end, 5, "\n    ") == 0) {
+        end = part.find('\n', end + 1);
+    }
+    return part.substr(begin, end - begin);
+}
+
+TEST(Course, HasAnErrorInEachRequest) {
+    const std::string& told = ToldWithoutDisturbance();
+    const std::string well = Part(told, "as it should be");
+    const std::string disturbed = Part(told, "the other programs fail");
+    const std::string unwritten = Part(told, "the log cannot be written");
+    for (const std::string& name : RequestNames()) {
+        EXPECT_NE(RequestIn(well, name).find(name + " 0 "), std::string::npos) << name;
+        const std::string box = RequestIn(unwritten, name);
+        EXPECT_NE(box.find(name + " 0 "), std::string::npos) << box;
+        EXPECT_NE(box.find("[70]"), std::string::npos) << box;
+        EXPECT_NE(box.find("CALLSTACK: Kandora." + name), std::string::npos) << box;
+        const bool asksNobody =
+            name == "FibuVersion" || name == "SavePendingDocument" || name == "SetDocumentStatus";
+        EXPECT_EQ(RequestIn(disturbed, name).find("Kandora." + name) == std::string::npos, asksNobody)
+            << RequestIn(disturbed, name);
+    }
+    EXPECT_NE(Part(told, "filed").find("/Straße/İSTANBUL ısı/Größe"), std::string::npos) << told;
+    EXPECT_NE(told.find("Die Ini-Datei konnte nicht gelesen werden."), std::string::npos) << told;
+}
+
+class Foreign : public testing::TestWithParam<Surroundings> {};
+
+TEST_P(Foreign, ChangeNothing) {
+    EXPECT_EQ(Told(GetParam().name), ToldWithoutDisturbance());
+}
+
+INSTANTIATE_TEST_SUITE_P(Surroundings, Foreign, testing::ValuesIn(AllSurroundings().subspan(1)),
+                         [](const auto& each) { return each.param.name; });
+
+}  // namespace
+}  // namespace kandora::foreign_tests

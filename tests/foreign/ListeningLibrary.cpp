@@ -1,0 +1,23 @@
+// Goes by the name of the toolchain's runtime library and counts who tells it of functions.
+
+namespace {
+
+int heard = 0;
+
+}  // namespace
+
+extern "C" {
+
+__declspec(dllexport) void __register_frame_info(const void*,
+                                                 void*) {  // NOLINT(bugprone-reserved-identifier)
+    ++heard;
+}
+__declspec(dllexport) void* __deregister_frame_info(const void*) {  // NOLINT(bugprone-reserved-identifier)
+    ++heard;
+    return nullptr;
+}
+__declspec(dllexport) int Heard() {
+    return heard;
+}
+
+}  // extern "C"
