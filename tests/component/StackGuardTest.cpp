@@ -24,8 +24,10 @@ namespace {
 
 constexpr std::size_t placeSize = 16;
 
-/// Writes as many bytes into a place for fewer. A few bytes more, and it would overwrite `size`, too.
-[[gnu::noinline]] void Overrun(std::size_t size) {
+/// Writes as many bytes into a place for fewer. The compiler puts the place next to the guard, with nothing or some unused bytes
+/// between the two.
+template <std::size_t size>
+[[gnu::noinline]] void Overrun() {
     std::array<char, placeSize> place{};
     volatile char* const begin = place.data();
     for (std::size_t at = 0; at < size; ++at) {
@@ -35,13 +37,13 @@ constexpr std::size_t placeSize = 16;
 
 TEST(StackGuardDeathTest, AnOverrunFunctionEndsTheProcess) {
     constexpr auto overrun = static_cast<int>(0xC0000409);  // STATUS_STACK_BUFFER_OVERRUN
-    EXPECT_EXIT(Overrun(placeSize + sizeof(std::uintptr_t)), testing::ExitedWithCode(overrun), "");
+    EXPECT_EXIT(Overrun<placeSize + 2 * sizeof(std::uintptr_t)>(), testing::ExitedWithCode(overrun), "");
 }
 
 TEST(StackGuardDeathTest, AFullPlaceIsNoOverrun) {
     EXPECT_EXIT(
         {
-            Overrun(placeSize);
+            Overrun<placeSize>();
             std::exit(34);
         },
         testing::ExitedWithCode(34), "");
