@@ -78,6 +78,7 @@ constexpr auto descriptionRows = std::to_array<DescriptionRow>({
     {errors::arrayLocked, L"Das Array ist gesperrt und kann nicht geändert werden"},
     {errors::divisionByZero, L"Division durch null"},
     {errors::typeMismatch, L"Der Wert hat nicht den erwarteten Typ"},
+    {errors::outOfStack, L"Nicht genügend Stapelspeicher"},
     {errors::internal, L"Interner Fehler"},
     {errors::badFileName, L"Der Dateiname ist ungültig"},
     {errors::fileNotFound, L"Die Datei wurde nicht gefunden"},

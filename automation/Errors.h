@@ -17,6 +17,7 @@ inline constexpr std::int32_t subscript = 9;
 inline constexpr std::int32_t arrayLocked = 10;
 inline constexpr std::int32_t divisionByZero = 11;
 inline constexpr std::int32_t typeMismatch = 13;
+inline constexpr std::int32_t outOfStack = 28;
 inline constexpr std::int32_t internal = 51;
 inline constexpr std::int32_t fileNotFound = 53;
 inline constexpr std::int32_t fileAlreadyOpen = 55;

@@ -7,6 +7,7 @@
 
 #include "automation/BusyServer.h"
 #include "automation/Errors.h"
+#include "automation/OwnArithmetic.h"
 
 namespace kandora {
 
@@ -36,6 +37,7 @@ Variant InvokeById(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& paramet
         return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
                               wantsResult ? result.Receive() : nullptr, &exception, nullptr);
     });
+    OwnArithmetic::Resume();
     if (outcome == DISP_E_EXCEPTION) {
         throw ErrorFrom(exception);
     }

@@ -1,5 +1,6 @@
 #include "component/AutomationObject.h"
 
+#include "automation/OwnArithmetic.h"
 #include "component/Dispatch.h"
 
 namespace kandora {
@@ -21,6 +22,7 @@ HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept {
 }
 
 HRESULT CarryOut(REFIID iid, Work body) noexcept {
+    const OwnArithmetic arithmetic;
     SetErrorInfo(0, nullptr);
     try {
         body();
@@ -58,6 +60,7 @@ HRESULT IdsOfNames(REFIID iid, int library, REFIID reserved, LPOLESTR* names, UI
 HRESULT InvokeMember(REFIID iid, int library, REFIID reserved, void* object, DISPID member, WORD flags,
                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                      UINT* wrongArgument) noexcept {
+    const OwnArithmetic arithmetic;
     if (reserved != IID_NULL) {
         return DISP_E_UNKNOWNINTERFACE;
     }

@@ -10,6 +10,7 @@
 
 #include "automation/Errors.h"
 #include "automation/LateBound.h"
+#include "automation/OwnArithmetic.h"
 #include "automation/Text.h"
 #include "automation/Variant.h"
 #include "automation/Work.h"
@@ -113,6 +114,7 @@ public:
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = --references_;
         if (left == 0) {
+            const OwnArithmetic arithmetic;
             references_ = 1;  // what the end of the object calls may take and give back references
             delete this;
         }

@@ -10,6 +10,7 @@
 #include <olectl.h>
 
 #include "automation/Errors.h"
+#include "automation/OwnArithmetic.h"
 #include "component/Classes.h"
 #include "component/Module.h"
 #include "component/Registration.h"
@@ -55,6 +56,7 @@ public:
         if (outer != nullptr) {
             return CLASS_E_NOAGGREGATION;
         }
+        const OwnArithmetic arithmetic;
         try {
             IUnknown* const created = row_.create();
             const HRESULT outcome = created->QueryInterface(iid, object);

@@ -1,5 +1,7 @@
 #include "component/ProviderObject.h"
 
+#include "automation/OwnArithmetic.h"
+#include "automation/StackSpace.h"
 #include "component/Registration.h"
 
 namespace kandora {
@@ -73,6 +75,12 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
 /// Success whatever happens.
 template <class Body>
 HRESULT ELOProviderObject::Requests::Request(const wchar_t* method, Body&& body) noexcept {
+    const OwnArithmetic arithmetic;
+    if (StackLeft() < requestStack) {
+        // The box that says so needs more than is left, too.
+        OnAnotherStack([&] { owner_.provider_->Refuse(method, RuntimeError(errors::outOfStack)); });
+        return S_OK;
+    }
     SetErrorInfo(0, nullptr);
     owner_.AddRef();  // the host may let go of the provider while the request waits
     try {

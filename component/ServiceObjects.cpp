@@ -1,8 +1,15 @@
 #include "component/ServiceObjects.h"
 
+#include "automation/OwnArithmetic.h"
+#include "automation/StackSpace.h"
+
 namespace kandora {
 
 HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
+    const OwnArithmetic arithmetic;
+    if (StackLeft() < requestStack) {
+        return ReportError(RuntimeError(errors::outOfStack), iid);
+    }
     if (globals.Order().IsBusy()) {
         return ReportError(RuntimeError(RPC_E_SERVERCALL_RETRYLATER,
                                         L"Es ist gerade eine andere Anfrage in Arbeit. Bitte versuchen "

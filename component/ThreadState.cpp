@@ -7,6 +7,7 @@
 #include <objbase.h>
 
 #include "automation/Errors.h"
+#include "automation/OwnArithmetic.h"
 #include "component/Module.h"
 
 namespace kandora {
@@ -49,6 +50,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE PreUninitialize(DWORD references) override {
         if (references == 1) {
+            const OwnArithmetic arithmetic;
             End();
         }
         return S_OK;

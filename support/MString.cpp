@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "automation/Errors.h"
+#include "automation/StackSpace.h"
 #include "support/MDebug.h"
 #include "support/MOpenAccessADO.h"
 
@@ -14,8 +15,9 @@ namespace {
 constexpr TextView separator = L", ";
 
 /// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the
-/// host's stack.
+/// host's stack; with little left of that, one that is nested deeper than any real one.
 constexpr int deepestNesting = 64;
+constexpr int usualNesting = 8;
 constexpr TextView tooDeep = L"(...)";
 
 /// Characters that the host's metadata hardly ever exceed, so that their text is allocated once.
@@ -34,7 +36,9 @@ struct Nesting {
     IUnknown* object = nullptr;  ///< null for an array
     int depth = 0;
 
-    [[nodiscard]] bool IsTooDeep() const { return depth > deepestNesting; }
+    [[nodiscard]] bool IsTooDeep() const {
+        return depth > deepestNesting || (depth > usualNesting && StackLeft() < nestingStack);
+    }
     [[nodiscard]] Nesting Inside(IUnknown* next) const { return {this, next, depth + 1}; }
     /// True for an object that the value lies in: rendering it once more would have no end, and with two of
     /// its kind in each not even the deepest nesting would come to hand in time.

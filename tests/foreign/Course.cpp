@@ -121,6 +121,7 @@ constexpr auto requests = std::to_array<Request>({
          return host->InitProvider(with.data.Raw(), with.answer.Receive());
      }},
 });
+constexpr std::size_t saveDocument = 5;
 constexpr std::size_t initProvider = requests.size() - 1;
 
 void WriteSettings(const fs::path& folder, const std::string& from, const std::string& to) {
@@ -164,15 +165,74 @@ fs::path FolderOf(const Component& component) {
     return fs::path(file.data()).parent_path();
 }
 
+/// An object of another program that does something more in each call.
+class Meddler final : public IDispatch {
+public:
+    Meddler(IDispatch* object, std::function<void()> action) : object_(object), action_(std::move(action)) {
+        object_->AddRef();
+    }
+    virtual ~Meddler() { object_->Release(); }
+    Meddler(const Meddler&) = delete;
+    Meddler& operator=(const Meddler&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
+        *object = known ? static_cast<IDispatch*>(this) : nullptr;
+        references_ += known ? 1 : 0;
+        return known ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+        return object_->GetTypeInfoCount(count);
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override {
+        return object_->GetTypeInfo(index, locale, info);
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
+                                            DISPID* ids) override {
+        return object_->GetIDsOfNames(iid, names, count, locale, ids);
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID iid, LCID locale, WORD flags,
+                                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
+                                     UINT* wrongArgument) override {
+        const HRESULT outcome =
+            object_->Invoke(member, iid, locale, flags, parameters, result, exception, wrongArgument);
+        action_();
+        return outcome;
+    }
+
+private:
+    IDispatch* object_;
+    std::function<void()> action_;
+    ULONG references_ = 1;
+};
+
+simulators::ComPtr<IDispatch> Meddling(simulators::ComPtr<IDispatch> object,
+                                       const std::function<void()>& action) {
+    if (!action) {
+        return object;
+    }
+    return simulators::ComPtr<IDispatch>::Adopt(new Meddler(object.Get(), action));
+}
+
 /// Both programs' classes in this apartment.
 class Programs {
 public:
-    explicit Programs(stress_tests::Place& place)
+    explicit Programs(stress_tests::Place& place, const std::function<void()>& inside = nullptr)
         : archive_(
-              place.archiveName.id, [&place] { return model_tests::NewSession(place.archive); },
+              place.archiveName.id,
+              [&place, inside] { return Meddling(model_tests::NewSession(place.archive), inside); },
               CLSCTX_INPROC_SERVER),
           accounting_(
-              place.accountingName.id, [&place] { return model_tests::NewClient(place.accounting); },
+              place.accountingName.id,
+              [&place, inside] { return Meddling(model_tests::NewClient(place.accounting), inside); },
               CLSCTX_INPROC_SERVER) {}
 
 private:
@@ -184,7 +244,7 @@ class Course {
 public:
     Course(Installation& installation, const Component& component, Boxes& boxes, const Around& around)
         : place_(installation.place), component_(component), folder_(FolderOf(component)), boxes_(boxes),
-          around_(around), programs_(place_) {
+          around_(around), programs_(place_, around.inside) {
         place_.archive.entries.clear();
         place_.archive.nextId = 1000;
         const std::vector<fs::path> logs = LogsIn(folder_);
@@ -198,15 +258,18 @@ public:
         Send(initProvider);
         lines_ << "-- as it should be\n";
         SendAll();
+        Send(saveDocument);
         PlayOutside();
-        lines_ << "-- the other programs fail\n";
-        isDisturbed_ = true;
-        SendAll();
-        isDisturbed_ = false;
-        Send(initProvider);
-        isDisturbed_ = true;
-        PlayOutside();
-        isDisturbed_ = false;
+        for (const std::uint32_t call : {1U, 12U}) {
+            lines_ << "-- the other programs fail from call " << call << " on\n";
+            firstFailure_ = call;
+            SendAll();
+            firstFailure_ = 0;
+            Send(initProvider);
+            firstFailure_ = call;
+            PlayOutside();
+            firstFailure_ = 0;
+        }
         PlayWithoutLog();
         // Without regard to case.
         WriteSettings(folder_, "ArchivAktiv=True", "ArchivAktiv=fALSe");
@@ -226,9 +289,9 @@ private:
     template <class Call>
     void Tell(const std::string& name, Call&& call) {
         std::string answer;
-        place_.faults.Begin(isDisturbed_
-                                ? std::optional(model_tests::Fault{model_tests::FaultKind::Error, 1, true})
-                                : std::nullopt);
+        place_.faults.Begin(firstFailure_ == 0 ? std::nullopt
+                                               : std::optional(model_tests::Fault{
+                                                     model_tests::FaultKind::Error, firstFailure_, true}));
         around_.before();
         const HRESULT outcome = call(answer);
         around_.after();
@@ -380,7 +443,7 @@ private:
     const Around& around_;
     Programs programs_;
     Ptr<DMSProvider> provider_;
-    bool isDisturbed_ = false;
+    std::uint32_t firstFailure_ = 0;  ///< the other programs' calls fail from this one on; 0: none
     std::ostringstream lines_;
 };
 
@@ -421,8 +484,22 @@ struct Ready::Parts {
           provider(own.As<DMSProvider>(IID_DMSProvider)),
           client(component.Create<_ELODMS>(CLSID_ELODMS, IID__ELODMS)) {}
 
+    static Value Nested() {
+        Value nested = Value::Double(number);
+        for (int depth = 0; depth < 100; ++depth) {
+            Value outer;
+            outer.Place()->vt = VT_ARRAY | VT_VARIANT;
+            outer.Place()->parray = SafeArrayCreateVector(VT_VARIANT, 0, 1);
+            LONG first = 0;
+            SafeArrayPutElement(outer.Raw().parray, &first, nested.Place());
+            nested = std::move(outer);
+        }
+        return nested;
+    }
+
     Programs programs;
     Prepared with;
+    Value nested = Nested();
     Ptr<_ELOProvider> own;
     Ptr<DMSProvider> provider;
     Ptr<_ELODMS> client;
@@ -437,6 +514,10 @@ Ready::~Ready() = default;
 
 HRESULT Ready::Send(std::size_t request) {
     return requests.at(request).send(parts_->provider.Get(), parts_->with);
+}
+
+HRESULT Ready::SendNested() {
+    return parts_->provider->FibuVersion(parts_->nested.Raw());
 }
 
 HRESULT Ready::CheckLogin() {

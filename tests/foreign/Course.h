@@ -17,6 +17,8 @@ using component_tests::Component;
 struct Around {
     std::function<void()> before = [] {};
     std::function<void()> after = [] {};
+    /// What the other programs' objects do at the end of each call.
+    std::function<void()> inside = nullptr;
 };
 
 /// An installed component that traces, with an archive and an accounting that are in this process.
@@ -51,6 +53,8 @@ public:
 
     /// Sends a request by its number in RequestNames; returns its outcome.
     HRESULT Send(std::size_t request);
+    /// Sends FibuVersion with arrays in arrays, deeper than anything is followed.
+    HRESULT SendNested();
     /// Asks the archive client for outside callers for the login; returns its outcome.
     HRESULT CheckLogin();
 

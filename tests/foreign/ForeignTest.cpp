@@ -52,7 +52,13 @@ std::string RequestIn(const std::string& part, const std::string& name) {
 TEST(Course, HasAnErrorInEachRequest) {
     const std::string& told = ToldWithoutDisturbance();
     const std::string well = Part(told, "as it should be");
-    const std::string disturbed = Part(told, "the other programs fail");
+    const std::string disturbed = Part(told, "the other programs fail from call 1 on");
+    // Further down, where there is something to do.
+    for (const char* const name : {"SaveDocument", "DocumentChanged"}) {
+        const std::string box = RequestIn(Part(told, "the other programs fail from call 12 on"), name);
+        EXPECT_NE(box.find(" <- Kandora." + std::string(name)), std::string::npos) << box;
+    }
+    EXPECT_NE(Part(told, "filed").find("Müller & Söhne"), std::string::npos) << Part(told, "filed");
     const std::string unwritten = Part(told, "the log cannot be written");
     for (const std::string& name : RequestNames()) {
         EXPECT_NE(RequestIn(well, name).find(name + " 0 "), std::string::npos) << name;
@@ -73,6 +79,21 @@ class Foreign : public testing::TestWithParam<Surroundings> {};
 
 TEST_P(Foreign, ChangeNothing) {
     EXPECT_EQ(Told(GetParam().name), ToldWithoutDisturbance());
+}
+
+TEST(LittleStack, IsToldInsteadOfExhausted) {
+    std::string expected = "nested 0\n";
+    for (const char* const kilobytes : {"60", "32", "24", "16"}) {
+        expected += "-- " + std::string(kilobytes) + "\n";
+        for (const std::string& name : RequestNames()) {
+            expected +=
+                name +
+                " 0\n    [Kandora] [28] Nicht genügend Stapelspeicher | ON LINE 0 | CALLSTACK: Kandora." +
+                name + "\n";
+        }
+        expected += "CheckLogin 800a001c\n";
+    }
+    EXPECT_EQ(Told(littleStack), expected + "-- afterwards\n00\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(Surroundings, Foreign, testing::ValuesIn(AllSurroundings().subspan(1)),

@@ -16,6 +16,8 @@ struct Stage {
 
     /// Plays the course with the component, in an apartment of this thread.
     std::string Play(const Component& component, const Around& around = {});
+    /// Plays the course on this thread, which has entered COM in its own way.
+    std::string PlayHere(const Around& around = {});
     /// The same with the component of the installation.
     std::string Play(const Around& around = {}) { return Play(Component(installation.Library()), around); }
 };
@@ -34,5 +36,10 @@ inline void PrintTo(const Surroundings& surroundings, std::ostream* stream) {
 
 /// Those in which the course must tell what it tells without them. The first one is no disturbance at all.
 std::span<const Surroundings> AllSurroundings();
+
+/// Sends each request, and asks for a login as an outside caller does, with no more than so many bytes of
+/// stack. Tells the outcomes and the boxes.
+std::string SendOnLittleStack(Stage& stage);
+inline constexpr const char* littleStack = "LittleStack";
 
 }  // namespace kandora::foreign_tests

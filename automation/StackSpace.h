@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+
+#include "automation/Work.h"
+
+namespace kandora {
+
+/// Bytes that are left of the calling thread's stack, with the few pages at its end that the system keeps.
+std::size_t StackLeft() noexcept;
+
+/// What a request takes of the stack, with what the system's functions take for it, such as a message box.
+inline constexpr std::size_t requestStack = 64U * 1024;
+/// What is to be left of it when nested values are followed further.
+inline constexpr std::size_t nestingStack = 32U * 1024;
+
+/// Runs a piece of work on a thread with a stack of its own, while the calling one waits; its errors are
+/// lost. Does nothing when there is no such thread to be had.
+void OnAnotherStack(Work work) noexcept;
+
+}  // namespace kandora
