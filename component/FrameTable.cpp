@@ -137,6 +137,15 @@ private:
 
 constinit Table table;
 
+/// Before all other constructors, any of which may throw.
+__attribute__((constructor(101))) void Prepare() {
+    table.Fill();
+    // What the process has only so many of, such as slots of thread storage, is taken now: the first error
+    // cannot do without. The compiler believes that this asks for nothing.
+    [[maybe_unused]] static const void* volatile globals = nullptr;
+    globals = abi::__cxa_get_globals();
+}
+
 }  // namespace
 
 }  // namespace kandora
@@ -161,17 +170,10 @@ const void* _Unwind_Find_FDE(void* code, dwarf_eh_bases* bases) {
 
 // The linker puts these in the place of the start code's functions.
 
-void __wrap___gcc_register_frame() {
-    kandora::table.Fill();
-    // What the process has only so many of, such as slots of thread storage, is taken now: the first error
-    // cannot do without. The compiler believes that this asks for nothing.
-    [[maybe_unused]] static const void* volatile globals = nullptr;
-    globals = abi::__cxa_get_globals();
-}
+void __wrap___gcc_register_frame() {}
 
 void __wrap___gcc_deregister_frame() {}
 
 }  // extern "C"
 
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
-
