@@ -63,22 +63,20 @@ def other_view(system, *arguments):
 def registry(*roots):
     """{(key, name): value} of everything below the roots, both views of a 64-bit registry."""
     found = {}
-    folder = workstation.options.work
     for number, root in enumerate(roots):
-        file = folder / f"registry{number}.reg"
+        file = workstation.options.work / f"registry{number}.txt"
         file.unlink(missing_ok=True)
-        other_view("system32", "export", root, windows_path(file), "/y")
+        windows(os.environ["KANDORA_REGISTRY_SAVE"], windows_path(file), root)
+        is_compared = False
         key = None
-        text = re.sub(r"\\\r?\n\s*", "", file.read_bytes().decode("utf-16"))
-        for line in text.splitlines():
+        for line in re.sub(r"\\\n\s*", "", file.read_text(encoding="utf-8")).split("\n"):
             if line.startswith("["):
-                key = line[1:-1]
-                if not NOT_COMPARED.search(key):
+                key = root + "\\" + line[1:line.rindex("]")].replace("\\\\", "\\")
+                is_compared = not NOT_COMPARED.search(key)
+                if is_compared:
                     found[key, ""] = None
-            elif "=" in line and key and not NOT_COMPARED.search(key):
-                quoted = re.match(r'(@|"(?:[^"\\]|\\.)*")=(.*)', line)
-                if quoted:
-                    found[key, quoted[1]] = quoted[2]
+            elif is_compared and (value := re.fullmatch(r'(@|"(?:[^"\\]|\\.)*")=(.*)', line)):
+                found[key, value[1]] = value[2]
     return found
 
 

@@ -1,14 +1,14 @@
 #!/bin/bash
-# Runs the installer's tests in a Windows session that was made for them: run.sh ARCHITECTURE BIN WORK PACKAGES TEST...
-# BIN holds the built files and PACKAGES the packages of two versions; WORK takes the session, which begins anew.
+# Runs the installer's tests in a Windows session that was made for them: run.sh ARCHITECTURE BIN WORK PACKAGES SAVE TEST...
+# BIN holds the built files, PACKAGES the packages of two versions, SAVE is the program that saves the registry; WORK takes the session, which begins anew.
 set -euo pipefail
-(($# >= 5)) || {
-    echo "usage: run.sh ARCHITECTURE BIN WORK PACKAGES TEST..." >&2
+(($# >= 6)) || {
+    echo "usage: run.sh ARCHITECTURE BIN WORK PACKAGES SAVE TEST..." >&2
     exit 1
 }
 architecture=$1 bin=$2 work=$3
-export KANDORA_PACKAGES=$4
-shift 4
+export KANDORA_PACKAGES=$4 KANDORA_REGISTRY_SAVE=$5
+shift 5
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
 rm -rf "$work"
 export PYTHONPATH="$here:$here/../../packaging:$here/../../scripts"
