@@ -216,9 +216,6 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
                   L" Einträgen aus " + storeDirectory);
     }
     ServeMessages(window, stop.Handle(), options.isStartedByCom);
-    // The client that asked for the end gets its answer.
-    classObject.reset();
-    FinishCalls();
     return 0;
 }
 

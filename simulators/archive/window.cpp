@@ -13,6 +13,7 @@ namespace simulators {
 namespace {
 
 constexpr UINT_PTR ChangeTimer = 1;
+constexpr UINT_PTR CloseTimer = 2;
 // Milliseconds for which changes are gathered before they are shown, and how many times as long as the last
 // showing took, so that a large folder costs the clients a fraction of the time and no more.
 constexpr ULONGLONG ChangeDelay = 100;
@@ -266,8 +267,20 @@ void ArchiveWindow::SessionsChanged() {
     ShowStatus();
 }
 
+// COM sends the answer from a thread of its own when the call is done, and does not wait for that when the
+// program leaves it. A client that lets go has heard the answer; one that holds on is given turns of this
+// thread instead of time: on a busy machine, both threads are slow.
 void ArchiveWindow::Close() {
-    PostMessageW(window_, WM_CLOSE, 0, 0);
+    constexpr UINT milliseconds = 10;
+    turnsToClose_ = 100;
+    SetTimer(window_, CloseTimer, milliseconds, nullptr);
+}
+
+void ArchiveWindow::CloseWhenAnswered() {
+    if (DispatchObject::LiveObjects() == 0 || --turnsToClose_ == 0) {
+        KillTimer(window_, CloseTimer);
+        PostMessageW(window_, WM_CLOSE, 0, 0);
+    }
 }
 
 void ArchiveWindow::Die() {
@@ -336,6 +349,8 @@ LRESULT ArchiveWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_TIMER:
         if (wParam == ChangeTimer) {
             ApplyChanges();
+        } else if (wParam == CloseTimer) {
+            CloseWhenAnswered();
         }
         return 0;
     case WM_SETCURSOR: {
@@ -384,7 +399,7 @@ LRESULT ArchiveWindow::HandleCommand(int command) {
         OpenDocument();
         break;
     case IDM_CLOSE:
-        Close();
+        PostMessageW(window_, WM_CLOSE, 0, 0);
         break;
     case IDM_REFRESH:
         Refresh();

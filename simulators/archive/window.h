@@ -72,6 +72,7 @@ private:
 
     void OnChange(ArchiveStore::Change change, std::int32_t id, std::int32_t folder);
     void ApplyChanges();
+    void CloseWhenAnswered();
     void FillTree();
     HTREEITEM AddTreeItem(std::int32_t folder, HTREEITEM parent, HTREEITEM after);
     void AddMissingTreeItem(std::int32_t folder);
@@ -118,6 +119,7 @@ private:
     std::wstring notice_;
     std::size_t shownWarnings_ = 0;
     std::function<void()> beforeDeath_;
+    int turnsToClose_ = 0;
 };
 
 }  // namespace simulators

@@ -3,11 +3,8 @@
 #include "simulators/common/dispatch_object.h"
 #include "simulators/common/text.h"
 
-#include <rpc.h>
-
 #include <array>
 #include <atomic>
-#include <thread>
 
 namespace simulators {
 
@@ -207,27 +204,6 @@ ClassObject::ClassObject(const CLSID& id, Maker maker, DWORD context) {
 
 ClassObject::~ClassObject() {
     CoRevokeClassObject(cookie_);
-}
-
-void FinishCalls() {
-    // COM serves each of its interfaces as one of remote procedures.
-    RPC_SERVER_INTERFACE automation{};
-    automation.Length = sizeof(automation);
-    automation.InterfaceId.SyntaxGUID = IID_IDispatch;
-    const HANDLE finished = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    std::thread wait([&] {
-        RpcServerUnregisterIf(&automation, nullptr, TRUE);
-        SetEvent(finished);
-    });
-    while (MsgWaitForMultipleObjectsEx(1, &finished, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE) !=
-           WAIT_OBJECT_0) {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
-            DispatchMessageW(&message);
-        }
-    }
-    wait.join();
-    CloseHandle(finished);
 }
 
 bool ClassObject::IsLocked() noexcept {

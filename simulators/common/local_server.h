@@ -49,12 +49,6 @@ private:
     DWORD cookie_ = 0;
 };
 
-// To be called on the serving thread before the program ends: waits until the answers to all calls of
-// automation members have left the program, and turns later calls away. Messages are served meanwhile.
-// Without it, a call that makes the program end can lose its own answer: COM sends it from a thread of its
-// own once the call is done, and does not wait for that when the program leaves it.
-void FinishCalls();
-
 // The text form "{...}" of a class id.
 std::wstring ToText(const CLSID& id);
 

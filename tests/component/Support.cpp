@@ -10,7 +10,7 @@
 #include <system_error>
 #include <thread>
 
-#include "../support/StartProcess.h"
+#include "../support/StartedProgram.h"
 
 namespace kandora::component_tests {
 
@@ -313,18 +313,6 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
     for (const std::wstring& argument : arguments) {
         commandLine += L" " + Quoted(argument);
     }
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = writeEnd;
-    startup.hStdError = writeEnd;
-    PROCESS_INFORMATION process{};
-    if (test::StartProcess(commandLine, TRUE, startup, process) == FALSE) {
-        ADD_FAILURE() << Utf8(program.wstring()) << " does not start: " << GetLastError();
-        return ended;
-    }
-    const Handle ownedProcess(process.hProcess);
-    const Handle ownedThread(process.hThread);
     const auto readAvailable = [&] {
         DWORD available = 0;
         while (PeekNamedPipe(readEnd, nullptr, 0, nullptr, &available, nullptr) && available > 0) {
@@ -333,17 +321,19 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
             ReadFile(readEnd, bytes.data(), available, &read, nullptr);
             ended.output.append(bytes, 0, read);
         }
+        return !ended.output.empty();
     };
-    const ULONGLONG limit = GetTickCount64() + programLimit;
-    while (WaitForSingleObject(process.hProcess, 5) == WAIT_TIMEOUT) {
-        readAvailable();
-        if (GetTickCount64() > limit) {
-            ADD_FAILURE() << Utf8(commandLine) << " does not end";
-            TerminateProcess(process.hProcess, 99);
+    try {
+        test::StartedProgram started({commandLine, writeEnd, writeEnd});
+        if (!started.Ends(readAvailable, programLimit)) {
+            ADD_FAILURE() << Utf8(commandLine) << " does not end; it is ended by force";
+            started.End();
         }
+        readAvailable();
+        ended.exitCode = started.ExitCode();
+    } catch (const std::system_error& error) {
+        ADD_FAILURE() << "does not start: " << error.what();
     }
-    readAvailable();
-    GetExitCodeProcess(process.hProcess, &ended.exitCode);
     return ended;
 }
 

@@ -199,7 +199,7 @@ std::wstring ErrorNumber(HRESULT code) {
 }
 
 void Say(const std::wstring& line) {
-    std::cout << Escaped(line) << "\n";
+    std::cout << Escaped(line) << std::endl;
 }
 
 /// An outside caller with one object of each class.

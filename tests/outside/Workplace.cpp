@@ -9,7 +9,7 @@
 #include <sstream>
 #include <system_error>
 
-#include "../support/StartProcess.h"
+#include "../support/ServedClasses.h"
 
 namespace kandora::outside_tests {
 
@@ -119,6 +119,14 @@ std::string Settings(const fs::path& printerFile) {
            "[Login]\r\nELOUSERNAME=Kandora\r\nELOPW=geheim\r\nELOKUERZEL=KAN\r\n";
 }
 
+std::wstring CommandLine(const fs::path& program, const std::vector<std::wstring>& arguments) {
+    std::wstring line = L"\"" + program.wstring() + L"\"";
+    for (const std::wstring& argument : arguments) {
+        line += L" \"" + argument + L"\"";
+    }
+    return line;
+}
+
 void Run(const fs::path& program, const std::vector<std::wstring>& arguments) {
     const Ended ended = RunProgram(program, arguments);
     EXPECT_EQ(ended.exitCode, 0U) << ended.output;
@@ -129,51 +137,30 @@ void Run(const fs::path& program, const std::vector<std::wstring>& arguments) {
 // Programs
 // ---------------------------------------------------------------------------------------------------------
 
-RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments) {
+RunningProgram::Output::Output(const fs::path& file) {
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
-    const HANDLE output =
-        CreateFileW((folder_.Path() / L"output.txt").c_str(), GENERIC_WRITE,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS, 0, nullptr);
-    std::wstring commandLine = L"\"" + program.wstring() + L"\"";
-    for (const std::wstring& argument : arguments) {
-        commandLine += L" \"" + argument + L"\"";
-    }
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = output;
-    startup.hStdError = output;
-    const BOOL started = test::StartProcess(commandLine, TRUE, startup, process_);
-    CloseHandle(output);
-    if (!started) {
-        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
-                                Utf8(program.wstring()));
-    }
+    handle_ = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                          CREATE_ALWAYS, 0, nullptr);
 }
 
-RunningProgram::~RunningProgram() {
-    if (!HasEnded()) {
-        TerminateProcess(process_.hProcess, 99);
-        WaitForSingleObject(process_.hProcess, INFINITE);
-    }
-    CloseHandle(process_.hThread);
-    CloseHandle(process_.hProcess);
-}
+RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments)
+    : name_(Utf8(program.filename().wstring())), output_(folder_.Path() / L"output.txt"),
+      program_({CommandLine(program, arguments), output_.Handle(), output_.Handle()}) {}
 
-bool RunningProgram::Says(const std::string& text) const {
-    return Eventually(
+bool RunningProgram::Says(const std::string& text) {
+    return program_.ShowsLife(
         [&] { return ReadBytes(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
 }
 
-bool RunningProgram::HasEnded() const {
-    return WaitForSingleObject(process_.hProcess, 0) == WAIT_OBJECT_0;
-}
-
-void RunningProgram::Quit() {
-    EXPECT_TRUE(Eventually([this] {
-        PostThreadMessageW(process_.dwThreadId, WM_QUIT, 0, 0);
-        return HasEnded();
-    }));
+bool RunningProgram::Ends(DWORD patience, bool isAsked) {
+    const auto ask = [&] {
+        return isAsked && PostThreadMessageW(program_.MainThreadId(), WM_QUIT, 0, 0) != FALSE;
+    };
+    if (!program_.Ends(ask, patience)) {
+        ADD_FAILURE() << name_ << " does not end; it is ended by force";
+        program_.End();
+    }
+    return program_.ExitCode() == 0;
 }
 
 // The user
@@ -240,6 +227,19 @@ void User::Look(HWND window) {
 // ----------------------------------------------------------------------------------------------------
 
 Workplace::Workplace() {
+    try {
+        SetUp();
+    } catch (...) {
+        TidyUp();
+        throw;
+    }
+}
+
+Workplace::~Workplace() {
+    TidyUp();
+}
+
+void Workplace::SetUp() {
     fs::copy_file(ComponentFile(), File(L"Kandora.dll"));
     fs::copy_file(BinFolder() / L"Platzhalter.pdf", File(L"Platzhalter.pdf"));
     WriteAnsi(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
@@ -265,16 +265,25 @@ Workplace::Workplace() {
     EXPECT_TRUE(accounting_->Says("FibuNT.Mandant wird bedient."));
 }
 
-Workplace::~Workplace() {
+/// Programs that COM starts from here on would be in the way, so both are struck off first.
+void Workplace::TidyUp() {
     const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
-    Run(archive, {L"--stop", L"--store", File(L"Archiv").wstring()});
-    EXPECT_TRUE(Eventually([this] { return archive_->HasEnded(); }));
-    accounting_->Quit();
     Run(archive, {L"--unregister"});
     Run(BinFolder() / L"HostSimulator.exe", {L"--unregister"});
     Run(SystemProgram(L"regsvr32.exe"), {L"/s", L"/u", File(L"Kandora.dll").wstring()});
+    bool endedWell = true;
+    if (archive_) {
+        Run(archive, {L"--stop", L"--store", File(L"Archiv").wstring()});
+        endedWell = archive_->Ends(patience_, false);
+    }
+    if (accounting_) {
+        endedWell = accounting_->Ends(patience_, true) && endedWell;
+    }
     archive_.reset();
     accounting_.reset();
+    if (!endedWell) {
+        EXPECT_TRUE(test::ForgetServedClasses());
+    }
 }
 
 std::vector<std::string> Workplace::Trace() const {

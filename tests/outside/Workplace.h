@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../component/Support.h"
+#include "../support/StartedProgram.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,24 +20,41 @@ namespace kandora::outside_tests {
 
 using namespace component_tests;
 
-/// A program that runs beside the test; what it prints is kept.
+/// A program that runs beside the test; what it prints is kept. Ended by force when it still runs at the end.
 class RunningProgram {
 public:
     RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments);
-    /// Ends it by force when it still runs.
-    ~RunningProgram();
+    ~RunningProgram() = default;
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
     /// Waits until it has printed the text.
-    [[nodiscard]] bool Says(const std::string& text) const;
-    [[nodiscard]] bool HasEnded() const;
-    /// Asks its message loop to end and waits for it.
-    void Quit();
+    [[nodiscard]] bool Says(const std::string& text);
+    /// Waits for its end, and asks its message loop for it all the while when it `isAsked`. A program that
+    /// does not end in time (milliseconds) is a failure and ended by force. False when it did not end well.
+    [[nodiscard]] bool Ends(DWORD patience, bool isAsked);
+    /// Makes it deaf: its main thread runs no more.
+    void Freeze() const { SuspendThread(program_.MainThread()); }
+    void Kill() { program_.End(); }
 
 private:
+    /// A file that the program writes to.
+    class Output {
+    public:
+        explicit Output(const fs::path& file);
+        ~Output() { CloseHandle(handle_); }
+        Output(const Output&) = delete;
+        Output& operator=(const Output&) = delete;
+        [[nodiscard]] HANDLE Handle() const { return handle_; }
+
+    private:
+        HANDLE handle_;
+    };
+
     TemporaryFolder folder_;
-    PROCESS_INFORMATION process_{};
+    std::string name_;
+    Output output_;
+    test::StartedProgram program_;
 };
 
 /// Confirms what other programs ask: message boxes, the proposed archive path, the description of a report.
@@ -65,6 +83,7 @@ private:
 class Workplace {
 public:
     Workplace();
+    /// Leaves nothing to the next one: programs that do not end are ended by force, which is a failure.
     ~Workplace();
     Workplace(const Workplace&) = delete;
     Workplace& operator=(const Workplace&) = delete;
@@ -79,7 +98,16 @@ public:
     /// The client as the accounting keeps it.
     [[nodiscard]] nlohmann::json Client() const;
 
+    [[nodiscard]] RunningProgram& ArchiveProgram() { return *archive_; }
+    [[nodiscard]] RunningProgram& AccountingProgram() { return *accounting_; }
+    /// Nobody waits for programs that are known not to end.
+    void LosePatience() { patience_ = 0; }
+
 private:
+    void SetUp();
+    void TidyUp();
+
+    DWORD patience_ = test::StartedProgram::patience;
     TemporaryFolder folder_;
     std::unique_ptr<RunningProgram> archive_;
     std::unique_ptr<RunningProgram> accounting_;

@@ -4,7 +4,7 @@
 #include <array>
 #include <optional>
 
-#include "../support/StartProcess.h"
+#include "../support/StartedProgram.h"
 #include "Desk.h"
 
 using namespace kandora;
@@ -245,25 +245,16 @@ std::optional<DWORD> RunLayoutTests(int dotsPerInch) {
     std::wstring file(1024, L'\0');
     file.resize(GetModuleFileNameW(nullptr, file.data(), static_cast<DWORD>(file.size())));
     const std::wstring command = L"\"" + file + L"\" --gtest_filter=*LayoutTest*";
+    constexpr DWORD limit = 600'000;  // milliseconds
     SetEnvironmentVariableW(resolutionVariable, std::to_wstring(dotsPerInch).c_str());
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process{};
-    const BOOL started = test::StartProcess(command, FALSE, startup, process);
-    SetEnvironmentVariableW(resolutionVariable, nullptr);
-    if (!started) {
-        return std::nullopt;
-    }
     std::optional<DWORD> result;
-    if (WaitForSingleObject(process.hProcess, 600000) == WAIT_OBJECT_0) {
-        DWORD code = 0;
-        GetExitCodeProcess(process.hProcess, &code);
-        result = code;
-    } else {
-        TerminateProcess(process.hProcess, 1);
+    {
+        test::StartedProgram started({command});
+        if (started.Ends(limit)) {
+            result = started.ExitCode();
+        }
     }
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    SetEnvironmentVariableW(resolutionVariable, nullptr);
     return result;
 }
 

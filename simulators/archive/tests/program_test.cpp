@@ -1,7 +1,8 @@
 // The program itself, from outside: its command line, and its automation object across the process border.
 #include "simulators/archive/tests/archive_fixture.h"
 #include "simulators/archive/window.h"
-#include "tests/support/StartProcess.h"
+#include "tests/support/ServedClasses.h"
+#include "tests/support/StartedProgram.h"
 
 #include <gmock/gmock.h>
 
@@ -20,7 +21,7 @@ protected:
     ProgramTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
     // A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
     ~ProgramTest() override {
-        if (process_.hProcess != nullptr) {
+        if (program_) {
             StopServer();
         }
         CoUninitialize();
@@ -28,9 +29,9 @@ protected:
 
     // Ends the program that serves and answers its exit code.
     DWORD StopServer() {
-        const PROCESS_INFORMATION server = std::exchange(process_, {});
+        Program server = std::move(program_);
         EXPECT_EQ(Run(L"--stop --store \"" + StorePath() + L"\""), 0U);
-        process_ = server;
+        program_ = std::move(server);
         return ExitCode();
     }
 
@@ -41,26 +42,20 @@ protected:
             return FileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                           &inheritable, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         };
-        const FileHandle output = create(OutputPath());
-        const FileHandle errors = create(ErrorPath());
-        STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = output.Get();
-        startup.hStdError = errors.Get();
-        const std::wstring command = L"\"" + FromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments;
-        ASSERT_TRUE(kandora::test::StartProcess(command, TRUE, startup, process_))
-            << ToUtf8(SystemMessage(GetLastError()));
+        output_ = create(OutputPath());
+        errors_ = create(ErrorPath());
+        program_ = std::make_unique<kandora::test::StartedProgram>(kandora::test::Command{
+            L"\"" + FromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments, output_.Get(), errors_.Get()});
     }
 
     DWORD ExitCode() {
-        EXPECT_EQ(WaitForSingleObject(process_.hProcess, 60000), WAIT_OBJECT_0);
-        DWORD code = 0;
-        GetExitCodeProcess(process_.hProcess, &code);
-        CloseHandle(process_.hProcess);
-        CloseHandle(process_.hThread);
-        process_ = {};
-        return code;
+        const Program program = std::move(program_);
+        if (!program->Ends([this] { return SaysSomething(); })) {
+            ADD_FAILURE() << "The program does not end; it is ended by force.";
+            program->End();
+            EXPECT_TRUE(kandora::test::ForgetServedClasses());
+        }
+        return program->ExitCode();
     }
 
     DWORD Run(const std::wstring& arguments) {
@@ -71,11 +66,8 @@ protected:
     // Starts the program on the test's store and waits until it serves.
     void Serve(const std::wstring& more = {}) {
         Start(L"--hidden --store \"" + StorePath() + L"\"" + more);
-        const ULONGLONG limit = GetTickCount64() + 60000;
-        while (Output().find("Bereit:") == std::string::npos) {
-            ASSERT_LT(GetTickCount64(), limit) << Errors();
-            ASSERT_NE(WaitForSingleObject(process_.hProcess, 10), WAIT_OBJECT_0) << Errors();
-        }
+        ASSERT_TRUE(program_->ShowsLife([this] { return Output().find("Bereit:") != std::string::npos; }))
+            << Errors();
     }
 
     static LateBoundClient Connect() {
@@ -103,7 +95,12 @@ protected:
     std::string Output() const { return ReadWholeFile(OutputPath()); }
     std::string Errors() const { return ReadWholeFile(ErrorPath()); }
 
-    PROCESS_INFORMATION process_{};
+    bool SaysSomething() const { return !Output().empty() || !Errors().empty(); }
+
+    using Program = std::unique_ptr<kandora::test::StartedProgram>;
+    FileHandle output_;
+    FileHandle errors_;
+    Program program_;
 };
 
 TEST_F(ProgramTest, ExplainsItselfInGerman) {
@@ -193,7 +190,7 @@ TEST_F(ProgramTest, EndsWhenItsWindowIsClosed) {
     const HWND window = FindWindowW(ArchiveWindow::ClassName, nullptr);
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
-    ASSERT_EQ(process, process_.dwProcessId);
+    ASSERT_EQ(process, program_->Id());
     EXPECT_FALSE(IsWindowVisible(window));
     PostMessageW(window, WM_CLOSE, 0, 0);
     EXPECT_EQ(ExitCode(), 0U);
@@ -228,11 +225,11 @@ TEST_F(ProgramTest, DiesWhereTheScriptSaysSo) {
 
 TEST_F(ProgramTest, LeavesAStoreAloneThatIsOpen) {
     Serve();
-    const PROCESS_INFORMATION server = std::exchange(process_, {});
+    Program server = std::move(program_);
     Start(L"--hidden --store \"" + StorePath() + L"\"");
     EXPECT_EQ(ExitCode(), 2U);
     EXPECT_THAT(Errors(), HasSubstr("Das Archiv ist schon geöffnet"));
-    process_ = server;
+    program_ = std::move(server);
 }
 
 }  // namespace

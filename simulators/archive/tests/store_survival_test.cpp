@@ -1,7 +1,7 @@
 // The store against processes that end in the middle of their work: another process files, changes, moves and
 // deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
 #include "simulators/archive/tests/archive_fixture.h"
-#include "tests/support/StartProcess.h"
+#include "tests/support/StartedProgram.h"
 
 #include <cstdio>
 
@@ -65,16 +65,10 @@ TEST(SurvivalVictim, DISABLED_WorksUntilItIsKilled) {
 
 class SurvivalTest : public StoreFixture {
 protected:
-    PROCESS_INFORMATION StartVictim() {
+    kandora::test::Command Victim() const {
         SetEnvironmentVariableW(StoreVariable, StorePath().c_str());
-        const std::wstring command =
-            L"\"" + ProgramPath() +
-            L"\" --gtest_also_run_disabled_tests --gtest_filter=SurvivalVictim.* --gtest_brief=1";
-        STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION process{};
-        EXPECT_TRUE(kandora::test::StartProcess(command, FALSE, startup, process));
-        return process;
+        return {L"\"" + ProgramPath() +
+                L"\" --gtest_also_run_disabled_tests --gtest_filter=SurvivalVictim.* --gtest_brief=1"};
     }
 
     std::string Log() const { return IsFile(LogPath()) ? ReadWholeFile(LogPath()) : std::string(); }
@@ -108,16 +102,11 @@ TEST_F(SurvivalTest, LosesNothingThatWasReportedAndKeepsNothingHalf) {
     std::int32_t highest = 0;
     for (const std::size_t enough : {3U, 11U, 24U, 40U}) {
         const std::size_t before = Lines(Log());
-        const PROCESS_INFORMATION victim = StartVictim();
-        const ULONGLONG limit = GetTickCount64() + 60000;
-        while (Lines(Log()) < before + enough && GetTickCount64() < limit) {
-            ASSERT_NE(WaitForSingleObject(victim.hProcess, 0), WAIT_OBJECT_0);
-            SwitchToThread();
+        {
+            kandora::test::StartedProgram victim(Victim());
+            ASSERT_TRUE(victim.ShowsLife([&] { return Lines(Log()) >= before + enough; }));
+            ASSERT_FALSE(victim.HasEnded());
         }
-        TerminateProcess(victim.hProcess, 9);
-        WaitForSingleObject(victim.hProcess, INFINITE);
-        CloseHandle(victim.hThread);
-        CloseHandle(victim.hProcess);
 
         EXPECT_FALSE(IsFile(StorePath() + L"\\archiv.index")) << "it would say what is no longer so";
 

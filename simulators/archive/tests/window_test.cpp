@@ -241,6 +241,48 @@ TEST_F(StoreFixture, ShowsWhatTurnsOutToBeWrong) {
     EXPECT_EQ(notice, store.Warnings()[0]);
 }
 
+// A window that a client closes, with the client's object.
+class ClosingWindowTest : public StoreFixture {
+protected:
+    void AskForTheEnd() const {
+        client_->Call(L"Login",
+                      {Value::Text(L"Kandora"), Value::Text(L"geheim"), Value::Text(L"Muster-Archiv")});
+        EXPECT_EQ(client_->Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), 1);
+    }
+
+    // Serves the thread's messages until one of that kind has come; how many did on the way.
+    static int MessagesUntil(UINT last) {
+        int count = 1;
+        MSG message;
+        while (GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != last) {
+            DispatchMessageW(&message);
+            ++count;
+        }
+        EXPECT_EQ(message.message, last);
+        DispatchMessageW(&message);
+        return count;
+    }
+
+    ArchiveStore store_{StorePath()};
+    ArchiveWindow window_{store_, ArchiveWindow::Appearance::Concealed};
+    ArchiveProgram program_{store_, window_};
+    std::optional<LateBoundClient> client_{MakeObject<ArchiveObject>(program_).Get()};
+};
+
+TEST_F(ClosingWindowTest, WaitsUntilTheClientHasLetGo) {
+    AskForTheEnd();
+    for (int turn = 0; turn < 3; ++turn) {
+        MessagesUntil(WM_TIMER);
+    }
+    client_.reset();
+    EXPECT_LT(MessagesUntil(WM_QUIT), 20) << "the client has heard the answer";
+}
+
+TEST_F(ClosingWindowTest, DoesNotWaitForEverForAClientThatHoldsOn) {
+    AskForTheEnd();
+    EXPECT_GT(MessagesUntil(WM_QUIT), 50) << "the answer had no time to get out";
+}
+
 TEST_F(StoreFixture, MinimizesTheWindowAndBringsItBack) {
     ArchiveStore store(StorePath());
     ArchiveWindow window(store, ArchiveWindow::Appearance::Normal);
