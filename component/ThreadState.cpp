@@ -17,7 +17,7 @@ namespace {
 class ThreadSlot final : public IInitializeSpy {
 public:
     explicit ThreadSlot(std::shared_ptr<ThreadState> state) : state_(std::move(state)) {}
-    virtual ~ThreadSlot() = default;
+    ~ThreadSlot() = default;
     ThreadSlot(const ThreadSlot&) = delete;
     ThreadSlot& operator=(const ThreadSlot&) = delete;
 
@@ -74,6 +74,7 @@ DWORD SlotIndex() {
     return index;
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): the index was made when the slot was filled
 void ThreadSlot::End() noexcept {
     TlsSetValue(SlotIndex(), nullptr);
     state_->End();

@@ -26,9 +26,14 @@ TRIPLETS = {"x86": "i686-w64-mingw32", "x64": "x86_64-w64-mingw32"}
 BOUNDS = ["max-nodes=20000"]
 # Tests are long functions of one path each, whose macros and library calls are not worth following.
 TEST_BOUNDS = ["mode=shallow", "max-nodes=10000"]
+# A case that takes what is not there fails, which is what it is for.
+TEST_CHECKS = "--checks=-bugprone-unchecked-optional-access"
 TESTS = re.compile(r"(^|/)(tests|benchmarks)/")
 
 ONLY_WARNINGS = "--checks=-*,clang-diagnostic-*"
+
+# Added to every command: GCC warns of these where we use them, clang also where GCC's library does.
+WARNINGS = ["-Wno-deprecated-declarations"]
 
 
 def cpp_library_folders(triplet):
@@ -66,13 +71,15 @@ def include_folders(command):
 class Job:
     source: due.Source
     architecture: str
-    options: list
+    options: list  # of clang-tidy
 
     def command(self, program, root):
-        bounds = TEST_BOUNDS if TESTS.search(self.source.path) else BOUNDS
+        is_test = TESTS.search(self.source.path)
+        bounds = TEST_BOUNDS if is_test else BOUNDS
+        checks = self.options or ([TEST_CHECKS] if is_test else [])
         analyser = [word for bound in bounds for word in ("-Xclang", "-analyzer-config", "-Xclang", bound)]
-        return [program, "--quiet", "--warnings-as-errors=*", *self.options, os.path.join(root, self.source.path), "--",
-                *self.source.command, *analyser]
+        return [program, "--quiet", "--warnings-as-errors=*", *checks, os.path.join(root, self.source.path), "--",
+                *self.source.command, *WARNINGS, *analyser]
 
     def __str__(self):
         return f"{self.source.path} ({self.architecture}{', only its warnings' if self.options else ''})"
@@ -100,7 +107,7 @@ class Linter:
         self.program = arguments.clang_tidy
         self.version = subprocess.run([self.program, "--version"], capture_output=True, text=True, check=True).stdout
         self.texts = due.Texts(self.root)
-        self.configuration = self.texts.digest(".clang-tidy")
+        self.configuration = due.short_digest(self.texts.digest(".clang-tidy"), WARNINGS, BOUNDS, TEST_BOUNDS, TEST_CHECKS)
         self.arguments = arguments
 
     def sources(self, architecture):

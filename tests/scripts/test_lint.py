@@ -28,32 +28,29 @@ PROJECT = {
 SOURCES = sorted(path for path in PROJECT if path.endswith(".cpp"))
 
 # Finds the word PLANTED in a source and in what it includes.
-CLANG_TIDY = r"""#!/usr/bin/env python3
-import os, pathlib, re, sys
-words = sys.argv[1:]
-if words == ["--version"]:
-    print(os.environ.get("CLANG_VERSION", "22.1"))
-    sys.exit()
-own, command = words[:words.index("--")], words[words.index("--") + 1:]
-root = pathlib.Path.cwd()
-source = pathlib.Path(own[-1])
-with open(os.environ["CALLS"], "a") as calls:
-    target = "x86" if "--target=i686-w64-mingw32" in command else "x64"
-    only = " only warnings" if "--checks=-*,clang-diagnostic-*" in own else ""
-    calls.write(f"{source.relative_to(root)} {target}{only}\n")
-with open(os.environ["CALLS"] + ".words", "a") as calls:
-    calls.write(" ".join(words) + "\n")
-result = 0
-for file in [source, *root.glob("product/*.h")]:
-    if file != source and file.name not in source.read_text():
-        continue
-    for number, line in enumerate(file.read_text().splitlines(), 1):
-        if "PLANTED" in line:
-            print(f"{file}:{number}:1: error: this was planted [fake-check,-warnings-as-errors]\n    {line}")
-            result = 1
-if "CRASH" in source.read_text():
-    os.kill(os.getpid(), 11)
-sys.exit(result)
+CLANG_TIDY = r"""#!/bin/bash
+if [[ $1 == --version ]]; then
+    echo "${CLANG_VERSION:-22.1}"
+    exit
+fi
+echo "$*" >>"$CALLS.words"
+only="" target=x64 result=0
+while [[ $1 != -- ]]; do
+    [[ $1 != "--checks=-*,clang-diagnostic-*" ]] || only=" only warnings"
+    source=$1
+    shift
+done
+[[ $* != *" --target=i686-w64-mingw32 "* ]] || target=x86
+echo "${source#"$PWD/"} $target$only" >>"$CALLS"
+text=$(<"$source")
+for file in "$source" product/*.h; do
+    if [[ $file == "$source" || $text == *"${file#product/}"* ]] && line=$(grep -n PLANTED "$file"); then
+        echo "$PWD/${file#"$PWD/"}:${line%%:*}:1: error: this was planted [fake-check,-warnings-as-errors]"
+        result=1
+    fi
+done
+[[ $text != *CRASH* ]] || kill -SEGV $$
+exit "$result"
 """
 
 COMPILER = r"""#!/bin/bash
