@@ -22,7 +22,7 @@ namespace {
 class ClassFactory final : public IClassFactory {
 public:
     explicit ClassFactory(const PublicClass& row) : row_(row) {}
-    ~ClassFactory() = default;
+    virtual ~ClassFactory() = default;
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;
 

@@ -17,7 +17,7 @@ namespace {
 class ThreadSlot final : public IInitializeSpy {
 public:
     explicit ThreadSlot(std::shared_ptr<ThreadState> state) : state_(std::move(state)) {}
-    ~ThreadSlot() = default;
+    virtual ~ThreadSlot() = default;
     ThreadSlot(const ThreadSlot&) = delete;
     ThreadSlot& operator=(const ThreadSlot&) = delete;
 

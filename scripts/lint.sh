@@ -25,8 +25,9 @@ check_python() { project_files py | PYTHONPYCACHEPREFIX="$build/pycache" xargs -
 # Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
 prepare_analysis() { configure_preset "lint-$1" && cmake --build "$build/lint-$1" --target kandora_typelibs -j "$(nproc)"; }
 
+# Runs as a step in the background; whoever ends that ends the analysis itself.
 tidy() {
-    python3 "$root/scripts/tidy.py" --clang-tidy "clang-tidy-$clang" --root "$root" --build "$build" \
+    exec python3 "$root/scripts/tidy.py" --clang-tidy "clang-tidy-$clang" --root "$root" --build "$build" \
         --base "$root/scripts/lint-base.json" --jobs "$(nproc)" "$@"
 }
 

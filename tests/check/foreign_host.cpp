@@ -218,7 +218,7 @@ int Run(int count, wchar_t** arguments) {
 
 }  // namespace
 
-int wmain(int count, wchar_t** arguments) {
+int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     try {
         return Run(count, arguments);
     } catch (const std::exception& error) {
