@@ -32,7 +32,6 @@ constexpr int OpenFolderImage = 1;
 template <class Function>
 Function UserFunction(const char* name) {
     const HMODULE user = GetModuleHandleW(L"user32.dll");
-    // NOLINTNEXTLINE(bugprone-casting-through-void): a function of any type
     return user == nullptr ? nullptr
                            : reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(user, name)));
 }

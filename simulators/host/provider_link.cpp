@@ -116,7 +116,6 @@ ProviderLink ProviderLink::FromLibrary(const std::filesystem::path& library) {
         Fail(L"Die Datei " + Guillemets(path.wstring()) + L" kann nicht geladen werden",
              HRESULT_FROM_WIN32(GetLastError()));
     }
-    // NOLINTNEXTLINE(bugprone-casting-through-void): a function of any type
     const auto getClassObject = reinterpret_cast<decltype(&DllGetClassObject)>(
         reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")));
     if (!getClassObject) {
