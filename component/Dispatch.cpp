@@ -104,7 +104,7 @@ public:
         if (byReference) {
             before_ = value_;
             passed_.vt = static_cast<VARTYPE>(declared | VT_BYREF);
-            passed_.byref = static_cast<void*>(&value_.Receive()->byref);
+            passed_.byref = &value_.Receive()->byref;
         }
         return S_OK;
     }
@@ -209,8 +209,7 @@ HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD 
         // The place must be a pointer to the bare value, or to the Variant as a whole.
         const bool isVariant = type.lptdesc->vt == VT_VARIANT;
         answerPlace.vt = static_cast<VARTYPE>(type.lptdesc->vt | VT_BYREF);
-        answerPlace.byref =
-            isVariant ? static_cast<void*>(answer.Receive()) : static_cast<void*>(&answer.Receive()->byref);
+        answerPlace.byref = isVariant ? static_cast<void*>(answer.Receive()) : &answer.Receive()->byref;
         if (!isVariant) {
             answer.Receive()->vt = type.lptdesc->vt;
         }

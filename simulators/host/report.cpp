@@ -26,8 +26,7 @@ nlohmann::ordered_json ArrayToJson(SAFEARRAY* array) {
         VARIANT element;
         VariantInit(&element);
         // A plain element is written into the value's content, a Variant over the whole of it.
-        void* target =
-            type == VT_VARIANT ? static_cast<void*>(&element) : static_cast<void*>(&element.bstrVal);
+        void* target = type == VT_VARIANT ? static_cast<void*>(&element) : &element.bstrVal;
         if (FAILED(SafeArrayGetElement(array, &at, target))) {
             list.push_back(nullptr);
             continue;
