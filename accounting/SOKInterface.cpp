@@ -23,7 +23,7 @@ constexpr std::int32_t optionsNotWritten = 1580;
 
 struct FolderOption {
     std::int16_t key;
-    Text ClientFolders::*folder;
+    Text ClientFolders::* folder;
     const wchar_t* name;
 };
 
@@ -245,7 +245,7 @@ void SOKInterface::RequireOptionWritten(std::int16_t key, const Text& value) {
            optionsNotWritten);
 }
 
-void SOKInterface::ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber) {
+void SOKInterface::ReadFolder(std::int16_t key, Text ClientFolders::* folder, std::int32_t errorNumber) {
     const Text path = ReadOption(key).ToText();
     context_.state.folders.*folder = path;
     const Text failure = context_.folders.CheckPFadVorhanden(path);

@@ -70,7 +70,7 @@ private:
     [[nodiscard]] Variant ReadOption(std::int16_t key);
     [[nodiscard]] bool WriteOption(std::int16_t key, const Text& value);
     void RequireOptionWritten(std::int16_t key, const Text& value);
-    void ReadFolder(std::int16_t key, Text ClientFolders::*folder, std::int32_t errorNumber);
+    void ReadFolder(std::int16_t key, Text ClientFolders::* folder, std::int32_t errorNumber);
 
     AccountingContext context_;
     Module fibu_{1, L"AnmeldenAnSage", {}};

@@ -10,9 +10,9 @@ namespace kandora {
 
 /// An archive folder that documents are filed into.
 struct FilingFolder {
-    const wchar_t* procedure;   ///< name in the call stack
-    Text ClientFolders::*path;  ///< where its path stands
-    const wchar_t* missing;     ///< message when the archive does not know it; the path follows
+    const wchar_t* procedure;    ///< name in the call stack
+    Text ClientFolders::* path;  ///< where its path stands
+    const wchar_t* missing;      ///< message when the archive does not know it; the path follows
 };
 
 inline constexpr FilingFolder voucherFolder{L"lBelegDokumente", &ClientFolders::strPfadBuchungen,
@@ -28,10 +28,10 @@ inline constexpr FilingFolder reportFolder{L"lAuswertungsDokumente", &ClientFold
 /// Everything in which the document kinds differ.
 struct DocumentKind {
     const wchar_t* name;  ///< as the accounting side calls it; compared exactly
-    DocumentRecord Records::*record;
+    DocumentRecord Records::* record;
     void (VoucherData::*readData)(const Text& strBelegNr, const Text& strIndex);
-    std::int32_t Settings::*mask;
-    IndexPositions Settings::*positions;
+    std::int32_t Settings::* mask;
+    IndexPositions Settings::* positions;
     std::span<const IndexField> fields;
     FilingFolder folder;
     const wchar_t* addProcedure;  ///< names in the call stack
@@ -50,8 +50,8 @@ inline constexpr auto documentKinds = std::to_array<DocumentKind>({
 
 /// One pass of a search over the documents of one kind.
 struct SearchPass {
-    std::int32_t Settings::*mask;
-    IndexPositions Settings::*positions;
+    std::int32_t Settings::* mask;
+    IndexPositions Settings::* positions;
 };
 
 /// In the order in which documents are looked for: vouchers are what is asked for most.

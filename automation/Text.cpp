@@ -30,7 +30,7 @@ Text Decimal(std::int64_t value) {
 }
 
 Text Digits(int value, int width) {
-    Text digits = Decimal(value);
+    const Text digits = Decimal(value);
     const auto wanted = static_cast<std::size_t>(width);
     return digits.size() < wanted ? Text(wanted - digits.size(), L'0') + digits : digits;
 }

@@ -12,8 +12,8 @@ class Work {
 public:
     // NOLINTBEGIN(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the lambda
     template <class Body>
-    requires(!std::same_as<std::remove_cvref_t<Body>, Work>) Work(Body&& body)
-    noexcept
+        requires(!std::same_as<std::remove_cvref_t<Body>, Work>)
+    Work(Body&& body) noexcept
         : body_(const_cast<void*>(static_cast<const void*>(std::addressof(body)))),
           run_([](void* object) { (*static_cast<std::remove_reference_t<Body>*>(object))(); }) {}
     // NOLINTEND(google-explicit-constructor,bugprone-forwarding-reference-overload)

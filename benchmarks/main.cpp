@@ -203,8 +203,9 @@ void Benchmarks::LateBoundCalls() {
                              "WScript.Echo Replace(CStr(Timer - begin), \",\", \".\")\r\n";
     const std::string command = "cscript.exe //nologo \"" + script.string() + "\"";
     const auto scripted = [&] {
-        FILE* const output = _popen(command.c_str(), "r");
+        FILE* const output = _popen(command.c_str(), "r");  // NOLINT(bugprone-command-processor)
         double seconds = 0;
+        // NOLINTNEXTLINE(bugprone-unchecked-string-to-number-conversion): how many were read is asked
         const int read = output == nullptr ? 0 : std::fscanf(output, "%lf", &seconds);
         if (output == nullptr || _pclose(output) != 0 || read != 1 || seconds <= 0) {
             throw std::runtime_error("the script did not run");
@@ -267,7 +268,7 @@ void LoadOnce(const std::string& file) {
         object->Release();
         factory->Release();
     });
-    std::cout << time << std::endl;
+    std::cout << time << '\n' << std::flush;
 }
 
 void Benchmarks::Loading() {
@@ -275,8 +276,9 @@ void Benchmarks::Loading() {
     GetModuleFileNameA(nullptr, self.data(), static_cast<DWORD>(self.size()));
     const auto loading = [&](const std::string& file) {
         return [command = "\"\"" + std::string(self.data()) + "\" --load \"" + file + "\"\""] {
-            FILE* const output = _popen(command.c_str(), "r");
+            FILE* const output = _popen(command.c_str(), "r");  // NOLINT(bugprone-command-processor)
             double time = 0;
+            // NOLINTNEXTLINE(bugprone-unchecked-string-to-number-conversion): how many were read is asked
             const int read = output == nullptr ? 0 : std::fscanf(output, "%lf", &time);
             if (output == nullptr || _pclose(output) != 0 || read != 1) {
                 throw std::runtime_error("loading a DLL failed");
@@ -388,7 +390,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
                 conversation.SayAgain(request.begin, request.end, askingIds);
             };
             const std::string than = askingIds ? " / its calls and id questions" : " / its bare calls";
-            Row row =
+            const Row row =
                 Compared(request.name + than + where, Rounds(options_.rounds), repeat, request.send, floor);
             const bool counts = !isQuiet && !askingIds;
             Add(row, counts ? Row::Aim::AtMost : Row::Aim::Shown, request.limit);

@@ -86,7 +86,7 @@ public:
     HRESULT Take(VARIANT* given, VARTYPE declared, bool byReference) {
         given_ = given;
         byReference_ = byReference;
-        VARIANT* const meant = Meant(given);
+        const VARIANT* const meant = Meant(given);
         if (declared == VT_VARIANT) {
             passed_ = *meant;  // stays the caller's
             return S_OK;

@@ -8,7 +8,8 @@
 // classes and a second kind of string along: a sixth of this component. CurrentError would tell all of them
 // as the same internal error anyway.
 
-// NOLINTBEGIN(cert-dcl58-cpp,bugprone-reserved-identifier): the library's names
+// NOLINTBEGIN(bugprone-reserved-identifier,bugprone-std-namespace-modification,modernize-avoid-variadic-functions):
+// the library's names
 namespace std {
 
 void __throw_bad_alloc() {
@@ -27,7 +28,7 @@ void __throw_logic_error(const char* /*message*/) {
     throw kandora::RuntimeError(kandora::errors::internal);
 }
 
-void __throw_out_of_range_fmt(const char* /*message*/, ...) {  // NOLINT(cert-dcl50-cpp)
+void __throw_out_of_range_fmt(const char* /*message*/, ...) {
     throw kandora::RuntimeError(kandora::errors::internal);
 }
 
@@ -43,4 +44,4 @@ template void basic_string<wchar_t>::_M_replace_cold(wchar_t*, size_type, const 
 #endif
 
 }  // namespace std
-// NOLINTEND(cert-dcl58-cpp,bugprone-reserved-identifier)
+// NOLINTEND(bugprone-reserved-identifier,bugprone-std-namespace-modification,modernize-avoid-variadic-functions)

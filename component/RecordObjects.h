@@ -11,10 +11,10 @@ namespace kandora {
 template <class Interface, const IID& iid, class Record>
 class RecordObject : public AutomationObject<Interface, iid> {
 protected:
-    HRESULT Read(BSTR* result, Text Record::*field) {
+    HRESULT Read(BSTR* result, Text Record::* field) {
         return this->Result(result, [&] { return record_.*field; });
     }
-    HRESULT Write(BSTR newValue, Text Record::*field) {
+    HRESULT Write(BSTR newValue, Text Record::* field) {
         return this->Guarded([&] { record_.*field = TextOf(newValue); });
     }
 

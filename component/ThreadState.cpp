@@ -76,6 +76,7 @@ DWORD SlotIndex() {
     return index;
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): the index was made when the slot was filled
 void ThreadSlot::End() noexcept {
     TlsSetValue(SlotIndex(), nullptr);
     state_->End();

@@ -36,8 +36,8 @@ struct ReportIndexPositions {
 /// One index field: its key in the settings, its position in a mask and the record's text that belongs there.
 struct IndexField {
     const wchar_t* key;
-    std::int16_t IndexPositions::*position;
-    Text DocumentRecord::*value;
+    std::int16_t IndexPositions::* position;
+    Text DocumentRecord::* value;
 };
 
 /// The index fields of debtor and creditor documents, in the order in which they are read and written.

@@ -64,7 +64,7 @@ step() {
     end_step "$log" "$start" "$result"
 }
 
-# build_step LOG TEXT COMMAND...: a step that compiles. While it does, it shows how far it is: in place on a terminal, elsewhere
+# build_step LOG TEXT COMMAND...: a step whose output counts: "[1/20] ...". While it runs, it shows how far it is: in place on a terminal, elsewhere
 # once for each quarter. COMMAND runs in a shell of its own.
 build_step() {
     local log="$logs/$1.log" start=$EPOCHREALTIME result=0 process made all quarter=1 before
@@ -83,7 +83,7 @@ build_step() {
             printf '\r%s %8s' "$before" "$made/$all"
         elif ((4 * made >= quarter * all && made < all)); then
             ((quarter > 1)) || printf '%s\n' "$before"
-            printf '    compiled %d of %d\n' "$made" "$all"
+            printf '    %d of %d done\n' "$made" "$all"
             quarter=$((4 * made / all + 1))
         fi
     done

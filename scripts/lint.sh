@@ -10,7 +10,7 @@ project_files() {
     find "$root" -path "$build" -prune -o -path "$root/.git" -prune -o -type f \( "${arguments[@]:1}" \) -print0 | sort -z
 }
 
-format_sources() { project_files cpp h | xargs -0 -r clang-format-14 "$@"; }
+format_sources() { project_files cpp h | xargs -0 -r "clang-format-$clang" "$@"; }
 
 # Shell scripts have no ending when they are commands.
 shell_scripts() {
@@ -22,31 +22,57 @@ check_shell() { shell_scripts | xargs -0 shellcheck; }
 
 check_python() { project_files py | PYTHONPYCACHEPREFIX="$build/pycache" xargs -0 -r python3 -m py_compile; }
 
+# Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
+prepare_analysis() { configure_preset "lint-$1" && cmake --build "$build/lint-$1" --target kandora_typelibs -j "$(nproc)"; }
+
+# Runs as a step in the background; whoever ends that ends the analysis itself.
 tidy() {
-    local without=()
-    # What depends on the width of a pointer stands in the product; the tests are analysed once.
-    [[ $1 == x86 ]] || without=(--without /tests/)
-    python3 "$root/scripts/tidy.py" --architecture "$1" --database "$build/$1/compile_commands.json" \
-        --root "$root" --output "$build/lint/$1" --jobs "$(nproc)" "${without[@]}"
+    exec python3 "$root/scripts/tidy.py" --clang-tidy "clang-tidy-$clang" --root "$root" --build "$build" \
+        --base "$root/scripts/lint-base.json" --jobs "$(nproc)" "$@"
 }
 
-# clang reads the headers that come out of the interface files, so these are generated first.
-generate_headers() { configure_preset "$1" && cmake --build "$build/$1" --target kandora_typelibs -j "$(nproc)"; }
+# ensure_linters: `clang` is then the first version that there is. A version that is installed already is no reason to do without
+# the reference.
+clang=
+ensure_linters() {
+    local version packages missing
+    for version in "${clangVersions[@]}"; do
+        packages=("${packagesLint[@]}" "clang-format-$version" "clang-tidy-$version")
+        mapfile -t missing < <(missing_packages "${packages[@]}")
+        if ((${#missing[@]} == 0)) ||
+            STEP_TAIL=3 step "setup-lint-$version" "Install the linters, clang $version" install_packages "${missing[@]}"; then
+            clang=$version
+            break
+        fi
+    done
+    [[ -n $clang ]] || die "none of the versions of clang can be installed: ${clangVersions[*]}."
+    [[ $clang == "${clangVersions[0]}" ]] ||
+        warn "  *** clang ${clangVersions[0]} cannot be had; $clang judges instead. It formats alike but may find other things."
+}
 
+# run_lint [--changed] [--record]
 run_lint() {
-    local architecture failed=0
-    ensure_packages "Install the linters" setup-lint "${packagesLint[@]}"
+    local architecture argument failed=0 what="Static analysis"
+    for argument in "$@"; do
+        case $argument in
+            --changed) what="Static analysis of what changed" ;;
+            --record) ;;
+            *) die "lint does not know '$argument'; './dev help' lists the commands." ;;
+        esac
+    done
+    ensure_linters
     step lint-format "Formatting (./dev format corrects it)" format_sources --dry-run --Werror || failed=1
     step lint-shell "Shell scripts" check_shell || failed=1
     step lint-python "Python scripts" check_python || failed=1
     for architecture in "${architectures[@]}"; do
-        step "lint-headers-$architecture" "Generate the headers for $architecture" generate_headers "$architecture"
-        STEP_TAIL=200 step "lint-tidy-$architecture" "Static analysis for $architecture" tidy "$architecture" || failed=1
+        step "lint-prepare-$architecture" "Prepare the analysis for $architecture" prepare_analysis "$architecture"
     done
+    STEP_TAIL=300 build_step lint-tidy "$what" tidy "$@" || failed=1
+    tail -n 1 "$logs/lint-tidy.log"
     return "$failed"
 }
 
 run_format() {
-    ensure_packages "Install the linters" setup-lint "${packagesLint[@]}"
+    ensure_linters
     step format "Format the C++ sources" format_sources -i
 }

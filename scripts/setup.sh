@@ -8,7 +8,9 @@ packagesBuild=(cmake ninja-build g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-p
 packagesWine64=(wine wine64 fonts-wine fonts-liberation fonts-dejavu-core)
 packagesWine32=(wine32:i386)
 packagesDisplay=(xvfb xauth xdotool imagemagick)
-packagesLint=(clang-format-14 clang-tidy-14 shellcheck)
+packagesLint=(shellcheck)
+# The first is the reference, which Debian 12 and 13 both have. The others are for systems that have it not: they format alike.
+clangVersions=(22 19)
 packagesCoverage=(gcovr)
 
 # Present while 32-bit wine could not be installed; scripts then leave the 32-bit runs out and say so.

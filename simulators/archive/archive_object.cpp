@@ -112,7 +112,7 @@ Value ArchiveObject::Scripted(const Call& call, const std::function<Value()>& pr
         return given->value;
     }
     if (const auto* error = std::get_if<AutomationError>(&decision.action)) {
-        throw *error;
+        throw *error;  // NOLINT(bugprone-exception-copy-constructor-throws): its texts are short
     }
     if (const auto* error = std::get_if<HresultError>(&decision.action)) {
         throw *error;

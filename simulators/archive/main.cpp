@@ -316,7 +316,7 @@ int Main(std::vector<std::string> arguments) {
 
 }  // namespace simulators
 
-int wmain(int count, wchar_t** arguments) {
+int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     std::vector<std::string> texts;
     for (int index = 1; index < count; ++index) {
         texts.push_back(simulators::ToUtf8(arguments[index]));

@@ -145,7 +145,7 @@ ArchiveStore::~ArchiveStore() {
     try {
         WriteCounter(nextId_);
         WriteIndex();
-    } catch (...) {
+    } catch (...) {  // NOLINT(bugprone-empty-catch)
         // The block reserved before stays reserved; ids are skipped, never used twice. Without an index the
         // next start reads everything.
     }
@@ -287,6 +287,7 @@ void ArchiveStore::BuildFolder(const Scanned& scanned, std::int32_t id) {
         found.push_back(entry.id);
     }
     for (const std::wstring& document : scanned.documents) {
+        // NOLINTNEXTLINE(bugprone-unchecked-optional-access): by its number it was found
         const std::int32_t documentId = *IdOfDocumentFile(document);
         if (std::binary_search(found.begin(), found.end(), documentId)) {
             continue;

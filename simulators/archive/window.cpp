@@ -419,7 +419,7 @@ LRESULT ArchiveWindow::HandleCommand(int command) {
 LRESULT ArchiveWindow::HandleNotification(NMHDR& notification) {
     switch (notification.code) {
     case TVN_GETDISPINFOW: {
-        TVITEMW& item = reinterpret_cast<NMTVDISPINFOW&>(notification).item;
+        const TVITEMW& item = reinterpret_cast<NMTVDISPINFOW&>(notification).item;
         if ((item.mask & TVIF_TEXT) != 0) {
             CopyToBuffer(TreeText(static_cast<std::int32_t>(item.lParam)), item.pszText, item.cchTextMax);
         }
@@ -430,7 +430,7 @@ LRESULT ArchiveWindow::HandleNotification(NMHDR& notification) {
         return 0;
     case LVN_GETDISPINFOW: {
         if (notification.idFrom == ListId) {
-            LVITEMW& item = reinterpret_cast<NMLVDISPINFOW&>(notification).item;
+            const LVITEMW& item = reinterpret_cast<NMLVDISPINFOW&>(notification).item;
             if ((item.mask & LVIF_TEXT) != 0) {
                 CopyToBuffer(table_.Cell(static_cast<std::size_t>(item.iItem),
                                          static_cast<std::size_t>(item.iSubItem)),

@@ -41,9 +41,9 @@ std::wstring LongPath(std::wstring_view path) {
 }
 
 std::string ReadWholeFile(const std::wstring& path) {
-    FileHandle file(CreateFileW(LongPath(path).c_str(), GENERIC_READ,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const FileHandle file(CreateFileW(LongPath(path).c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     LARGE_INTEGER size{};
     if (!file.IsOpen() || GetFileSizeEx(file.Get(), &size) == 0) {
         FailWithLastError(L"Die Datei kann nicht gelesen werden", path);

@@ -272,14 +272,14 @@ const Json& JsonFile::Array(const Json& node) const {
     if (!node.is_array()) {
         Fail(node, L"Hier muss eine Liste in eckigen Klammern stehen.");
     }
-    return node;
+    return node;  // NOLINT(bugprone-return-const-ref-from-parameter): a part of the file
 }
 
 const Json& JsonFile::Object(const Json& node) const {
     if (!node.is_object()) {
         Fail(node, L"Hier muss ein Objekt in geschweiften Klammern stehen.");
     }
-    return node;
+    return node;  // NOLINT(bugprone-return-const-ref-from-parameter): a part of the file
 }
 
 void JsonFile::AllowOnly(const Json& object, std::initializer_list<std::string_view> keys) const {

@@ -165,8 +165,9 @@ ClientFile ClientFile::Load(const std::filesystem::path& path) {
         LedgerData& data = ledger == Ledger::Debtors ? client.debtors_ : client.creditors_;
         for (const Json& record : reader.List(openItems, NameOf(ledger))) {
             file.AllowOnly(record, {"opNr", "datum", "betragFaktura", "pkNr"});
-            OpenItem item{reader.RequiredText(record, "opNr"), reader.Date(record, "datum"),
-                          reader.Amount(record, "betragFaktura"), reader.Number(record, "pkNr", largest)};
+            const OpenItem item{reader.RequiredText(record, "opNr"), reader.Date(record, "datum"),
+                                reader.Amount(record, "betragFaktura"),
+                                reader.Number(record, "pkNr", largest)};
             AddOnce(file, record, data.openItems, item.opNr, item);
         }
         for (const Json& record : reader.List(accounts, NameOf(ledger))) {
@@ -178,8 +179,8 @@ ClientFile ClientFile::Load(const std::filesystem::path& path) {
     }
     for (const Json& record : reader.List(root, "adressen")) {
         file.AllowOnly(record, {"adressId", "firma", "plz", "ort"});
-        Address address{reader.Number(record, "adressId", largest), reader.TextOrEmpty(record, "firma"),
-                        reader.TextOrEmpty(record, "plz"), reader.TextOrEmpty(record, "ort")};
+        const Address address{reader.Number(record, "adressId", largest), reader.TextOrEmpty(record, "firma"),
+                              reader.TextOrEmpty(record, "plz"), reader.TextOrEmpty(record, "ort")};
         AddOnce(file, record, client.addresses_, address.adressId, address);
     }
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";

@@ -161,7 +161,7 @@ public:
         {
             const Timer timer(seconds_);
             Driver driver = MakeDriver();
-            Progress progress(accounting_->Client()->Bookings().size());
+            const Progress progress(accounting_->Client()->Bookings().size());
             std::size_t saved = 0;
             for (const Request& request : requests) {
                 Keep(driver.Run(request, L"--year"));
@@ -412,7 +412,7 @@ int Run(const std::vector<std::wstring>& arguments) {
 }  // namespace
 }  // namespace simulators
 
-int wmain(int count, wchar_t** arguments) {
+int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     using namespace simulators;
     try {
         return Run(std::vector<std::wstring>(arguments + 1, arguments + count));

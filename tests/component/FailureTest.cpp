@@ -315,6 +315,7 @@ TEST(FreshThreads, NeedASlot) {
 std::atomic<int> allocationsLeft = -1;
 
 void* AllocateAtMost(std::size_t size) {
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): asked first, counted then
     if (allocationsLeft >= 0 && allocationsLeft-- == 0) {
         return nullptr;
     }
@@ -450,6 +451,7 @@ TEST(Failures, OfMemoryForARequestsArgumentsEndInABox) {
 }
 
 TEST(Failures, InAFreshProcessAreToldToo) {
+    // NOLINTNEXTLINE(misc-const-correctness): not everywhere, as the next lines say
     std::vector<const wchar_t*> groups{L"FreshDescriptions.*", L"FreshLibraries.*", L"FreshMemory.*"};
 #ifndef _WIN64
     // The 64-bit C++ runtime needs a slot of its own for the very first error that is raised.

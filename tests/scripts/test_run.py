@@ -146,18 +146,19 @@ class Ci(Stage):
         code, text, last = self.run_ci()
         self.assertEqual((code, last), (0, "12 passed, 0 failed"))
         self.assertEqual([line for line in text.splitlines() if line.startswith("./dev")],
-                         ["./dev setup", "./dev build", "./dev test"])
-        self.assertRegex(text, r"Times:\n  Setup +\d+ s\n  Build +\d+ s\n  Tests +\d+ s\n")
+                         ["./dev setup", "./dev lint --changed", "./dev build", "./dev test"])
+        self.assertRegex(text, r"Times:\n  Setup +\d+ s\n  Lint of what changed +\d+ s\n  Build +\d+ s\n  Tests +\d+ s\n")
         self.assertEqual(text.count(" passed, "), 1)
 
     def test_fails_with_the_tests(self):
         self.assertEqual(self.run_ci("11 passed, 1 failed")[::2], (1, "11 passed, 1 failed"))
 
     def test_fails_with_any_step(self):
-        for step in ("setup",):
+        for step in ("setup", "lint --changed"):
             code, text, last = self.run_ci(failing=step)
             self.assertEqual((code, last), (1, "12 passed, 1 failed"), text)
             self.assertIn("FAILED: ", text)
+            self.assertIn("./dev test", text)
 
     def test_fails_without_tests_when_nothing_is_built(self):
         code, text, last = self.run_ci(failing="build")

@@ -92,7 +92,7 @@ Text FindLibrary(ITypeLib* own) {
     }
     const std::vector<Entry> entries = RegisteredLibraries(attributes->guid);
     own->ReleaseTLibAttr(attributes);
-    Text file = FirstOfName(entries, true);
+    const Text file = FirstOfName(entries, true);
     return file.empty() ? FirstOfName(entries, false) : file;
 }
 

@@ -134,7 +134,9 @@ MethodDescription DescribeMethod(ITypeInfo* info, const Function& function) {
 /// The side of a dual interface that describes its vtable; empty when there is none.
 ComPtr<ITypeInfo> VtableSide(ComPtr<ITypeInfo> info) {
     TYPEKIND kind{};
-    { kind = Attributes(info.Get())->typekind; }
+    {
+        kind = Attributes(info.Get())->typekind;
+    }
     if (kind == TKIND_INTERFACE) {
         return info;
     }
@@ -171,7 +173,9 @@ ComPtr<ITypeInfo> FindInterface(ITypeLib* library, const Text& name) {
             continue;
         }
         TYPEKIND kind{};
-        { kind = Attributes(info.Get())->typekind; }
+        {
+            kind = Attributes(info.Get())->typekind;
+        }
         if (kind == TKIND_COCLASS) {
             return DefaultInterface(info.Get());
         }

@@ -101,7 +101,7 @@ int Run(const std::vector<Text>& arguments) {
 
 }  // namespace kandora::check
 
-int wmain(int count, wchar_t** arguments) {
+int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     using namespace kandora;
     using namespace kandora::check;
     try {

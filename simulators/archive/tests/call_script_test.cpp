@@ -103,8 +103,8 @@ TEST_F(CallScriptTest, AppliesBeforeTheLoginIsChecked) {
 TEST_F(CallScriptTest, LetsTheFirstActionCountAndAddsUpDelays) {
     Use(R"([{"call": "LookupIndex", "delayMs": 1}, {"call": "LookupIndex", "answer": 7},
             {"call": "LookupIndex", "answer": 8}, {"call": "LookupIndex", "delayMs": 2}])");
-    std::vector<VARIANT> none;
-    DISPPARAMS parameters{};
+    const std::vector<VARIANT> none;
+    const DISPPARAMS parameters{};
     Arguments arguments(parameters);
     const std::wstring member = L"LookupIndex";
     const CallScript::Decision decision = script_.Decide(Call{member, CallKind::Method, arguments});

@@ -225,7 +225,7 @@ private:
 
     std::wstring Text() {
         static const std::vector<std::wstring> texts{L"",       L"Miete", std::wstring(L"mit\0Null", 8),
-                                                     L"Zürich", L"😀",     std::wstring(700, L'x')};
+                                                     L"Zürich", L"😀",    std::wstring(700, L'x')};
         return texts[Below(texts.size())];
     }
 

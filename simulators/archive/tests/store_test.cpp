@@ -81,7 +81,7 @@ TEST_F(StoreTest, ReadsEverythingAgainAtTheNextStart) {
         folder = store.CreateFolders(L"¶Bücher/Übersicht¶Q. 1.").value();
         id = FileVoucher(store, folder, std::wstring(L"mit\0Null", 8));
     }
-    ArchiveStore& store = Open();
+    const ArchiveStore& store = Open();
     EXPECT_THAT(store.Warnings(), IsEmpty());
     EXPECT_EQ(store.LookupFolder(L"¶Bücher/Übersicht¶Q. 1."), folder);
     ASSERT_NE(store.FindEntry(id), nullptr);
@@ -187,7 +187,7 @@ TEST_F(StoreTest, CleansUpAfterAnInterruptedProcess) {
     }
     // The counter says that the stray document's number was given out.
     WriteFileAtomically(StorePath() + L"\\zaehler.json", "{\"naechste\": " + std::to_string(kept + 64) + "}");
-    ArchiveStore& store = Open();
+    const ArchiveStore& store = Open();
     EXPECT_THAT(store.Warnings(), IsEmpty());
     EXPECT_EQ(store.EntryCount(), 1U);
     for (const std::wstring& path : leftovers) {
@@ -227,7 +227,7 @@ TEST_F(StoreTest, PassesOverAnEntryWhoseNumberIsNotItsFileName) {
     }
     const std::string content = ReadWholeFile(InFolders(L"A\\" + std::to_wstring(id) + L".json"));
     WriteFileAtomically(InFolders(L"A\\500.json"), content);
-    ArchiveStore& store = Open();
+    const ArchiveStore& store = Open();
     ASSERT_EQ(store.Warnings().size(), 1U);
     EXPECT_NE(store.Warnings()[0].find(L"Die Nummer passt nicht zum Dateinamen."), std::wstring::npos);
     EXPECT_EQ(store.EntryCount(), 1U);
@@ -247,7 +247,7 @@ TEST_F(StoreTest, AdoptsDirectoriesThatAPersonMadeRenamedOrCopied) {
     CreateDirectories(InFolders(L"Zweitschrift"));
     CopyFileDurably(InFolders(L"Original\\ordner.json"), InFolders(L"Zweitschrift\\ordner.json"));
 
-    ArchiveStore& store = Open();
+    const ArchiveStore& store = Open();
     EXPECT_GT(store.LookupFolder(L"¶Von Hand?¶Innen"), renamed);
     EXPECT_EQ(store.LookupFolder(L"¶Nachher"), renamed);
     EXPECT_EQ(store.LookupFolder(L"¶Vorher"), 0);

@@ -226,7 +226,9 @@ TEST_F(StoreFixture, ShowsWhatTurnsOutToBeWrong) {
         broken = FileVoucher(store, folder, L"wird kaputt");
     }
     AgeDirectories();
-    { const ArchiveStore settled(StorePath()); }
+    {
+        const ArchiveStore settled(StorePath());
+    }
     EditInPlace(InFolders(L"A\\" + std::to_wstring(broken) + L".json"), "kaputt");
     ArchiveStore store(StorePath());
     EXPECT_TRUE(store.Warnings().empty());

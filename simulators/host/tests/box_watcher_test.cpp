@@ -112,7 +112,7 @@ TEST(BoxWatcher, ConfirmsTheInputBoxAndLeavesTheProposal) {
 
 TEST(BoxWatcher, LeavesOtherWindowsAlone) {
     BoxWatcher watcher(GetCurrentThreadId());
-    OwnWindow other(L"Übersicht", 0, L"", L"OK");
+    const OwnWindow other(L"Übersicht", 0, L"", L"OK");
     OwnWindow input(L"Archivpfad erstellen", 0, L"", L"OK");
     EXPECT_EQ(input.Run(), confirmId);
     const auto boxes = watcher.TakeAnswered();

@@ -92,7 +92,7 @@ TEST_F(ClientFileTest, AnOptionThatCannotBeWrittenKeepsItsValue) {
 }
 
 TEST_F(ClientFileTest, AByteOrderMarkIsNoMistake) {
-    ClientFile client = Load("\xEF\xBB\xBF" + std::string(smallClient));
+    const ClientFile client = Load("\xEF\xBB\xBF" + std::string(smallClient));
     EXPECT_EQ(client.Bookings().size(), 3U);
 }
 

@@ -182,7 +182,7 @@ TEST(ReportTypist, WaitsForThePictureOfTheFilledDialog) {
     const TemporaryFolder folder;
     const std::filesystem::path hook = folder / L"Bild";
     folder.Write(L"Bild.done", "left over from an earlier run");
-    BoxWatcher watcher(GetCurrentThreadId(), hook);
+    const BoxWatcher watcher(GetCurrentThreadId(), hook);
     Dialog dialog;
     std::vector<std::wstring> seen;
     bool isOpenYet = false;

@@ -81,7 +81,7 @@ std::filesystem::path SampleClientPath() {
 }
 
 Value Call(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments, WORD flags) {
-    Invocation answer = Invoke(object, name, Raw(arguments), flags);
+    const Invocation answer = Invoke(object, name, Raw(arguments), flags);
     if (FAILED(answer.code)) {
         throw answer.code;
     }
@@ -98,7 +98,7 @@ Value CallByReference(IDispatch* object, const wchar_t* name, const std::vector<
         arguments[at].vt = VT_BYREF | VT_BSTR;
         arguments[at].pbstrVal = &strings[at];
     }
-    Invocation answer = Invoke(object, name, arguments, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+    const Invocation answer = Invoke(object, name, arguments, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
     std::for_each(strings.begin(), strings.end(), SysFreeString);
     if (FAILED(answer.code)) {
         throw answer.code;
