@@ -41,8 +41,7 @@ std::string PlatformText(VARTYPE type, double given) {
 
 /// The time in an answer is another one each time.
 std::string WithoutDigits(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
+    std::ranges::replace_if(text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
     return text;
 }
 

@@ -1,5 +1,6 @@
-// Lets the system save everything below a key of the registry: registry_save FILE KEY, the key with HKEY_LOCAL_MACHINE or
-// HKEY_CURRENT_USER in front. Wine saves as text, at once; an export asks for every value and takes seconds.
+// Lets the system save everything below a key of the registry: registry_save FILE KEY, the key with
+// HKEY_LOCAL_MACHINE or HKEY_CURRENT_USER in front. Wine saves as text, at once; an export asks for every
+// value and takes seconds.
 
 #include <windows.h>
 

@@ -20,7 +20,8 @@
 // an archive and an accounting that are in it too.
 //
 //     leak_tests [--requests N] [--rounds N] [--kept yes]
-//         --kept yes: the heap keeps freed blocks for a while, as its checks make it do; their bytes say nothing
+//         --kept yes: the heap keeps freed blocks for a while, as its checks make it do; their bytes say
+//         nothing
 //     leak_tests --overrun        writes behind the end of a block, for whoever checks whether that is
 //     noticed
 namespace kandora::stress_tests {

@@ -1,6 +1,7 @@
-// Memory for programs that go through so many cases that wine's heap took half of their time. A block goes back to the list of
-// its size and is given out again from there; large ones are the heap's. What the component allocates with the platform's own
-// functions is not concerned, and the sweep of failing allocations and the searches for leaks do without it.
+// Memory for programs that go through so many cases that wine's heap took half of their time. A block goes
+// back to the list of its size and is given out again from there; large ones are the heap's. What the
+// component allocates with the platform's own functions is not concerned, and the sweep of failing
+// allocations and the searches for leaks do without it.
 
 #include <array>
 #include <atomic>
