@@ -22,8 +22,7 @@ DWORD WINAPI Run(void* work) {
 std::size_t StackLeft() noexcept {
     MEMORY_BASIC_INFORMATION stack{};
     VirtualQuery(&stack, &stack, sizeof stack);
-    return static_cast<std::size_t>(reinterpret_cast<std::byte*>(&stack) -
-                                    static_cast<std::byte*>(stack.AllocationBase));
+    return reinterpret_cast<std::uintptr_t>(&stack) - reinterpret_cast<std::uintptr_t>(stack.AllocationBase);
 }
 
 void OnAnotherStack(Work work) noexcept {

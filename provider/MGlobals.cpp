@@ -118,7 +118,7 @@ bool MGlobals::IsArchiveOnMeanwhile() {
     own.settings = state.settings;
     own.gbIniOK = state.gbIniOK;
     const auto guest = std::make_shared<ELODMS>(ArchiveSideWith(own), archiv_.get());
-    FoldersOfArchive folders([&] { return guest; });
+    FoldersOfArchive folders([&] { return std::shared_ptr(guest); });
     bool active = false;
     SOKInterface({platform_, userInterface_, errHandler_, own, folders, false}).EinstellungenLesen(active);
     return active;

@@ -205,7 +205,8 @@ private:
         std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     };
 
-    Driver MakeDriver() { return {*accounting_, *provider_, boxes_.get(), options_.printerFile}; }
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): it is connected before it drives anything
+    Driver MakeDriver() { return {*accounting_, provider_.value(), boxes_.get(), options_.printerFile}; }
 
     // Reads the archive back after every request. What the accounting changes in its own data is shown with
     // the request that follows.

@@ -94,10 +94,11 @@ std::wstring ReportTypist::FillTextBoxes(HWND dialog, const ReportDescription& d
         if (!IsTextBoxOf(dialog, textBox)) {
             return L"Die Tabulatortaste führt nicht zum nächsten Textfeld.";
         }
-        if (texts[at] && !Type(textBox, *texts[at])) {
+        const std::optional<std::wstring>& text = texts.at(at);
+        if (text && !Type(textBox, *text)) {
             return L"Ein Textfeld nimmt die Eingabe nicht an.";
         }
-        found[at] = TextOf(textBox).value_or(L"");
+        found.at(at) = TextOf(textBox).value_or(L"");
     }
     filled = {found[0], found[1], found[2], found[3]};
     return {};

@@ -137,7 +137,7 @@ void AddMethod(ICreateTypeInfo* info, UINT place, const Method& method) {
                                                       : PARAMFLAG_FIN;
         elements[each].paramdesc.wParamFlags = static_cast<USHORT>(direction);
     }
-    FUNCDESC function{};
+    FUNCDESC function{};  // NOLINT(bugprone-invalid-enum-default-initialization): set below
     function.memid = static_cast<MEMBERID>(place + 1);
     function.funckind = FUNC_PUREVIRTUAL;
     function.invkind = INVOKE_FUNC;

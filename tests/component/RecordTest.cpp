@@ -116,7 +116,7 @@ TEST_P(EveryRecord, KeepsATextAsItIs) {
 
 TEST_P(EveryRecord, TakesACopy) {
     const Ptr<IDispatch> record = Record();
-    Bstr given(L"gegeben");
+    const Bstr given(L"gegeben");
     EXPECT_EQ(Slots(record.Get(), 0).put(record.Get(), given.Get()), S_OK);
     given.Get()[0] = L'X';
     Bstr first;
@@ -160,7 +160,7 @@ protected:
     }
     HRESULT Refused(Value value) {
         EXPECT_EQ(Put(record_.Get(), L"Barcode", Value::Text(L"vorher")).outcome, S_OK);
-        Called put = Put(record_.Get(), L"Barcode", std::move(value));
+        const Called put = Put(record_.Get(), L"Barcode", std::move(value));
         EXPECT_EQ(put.wrongArgument, 0U);
         EXPECT_EQ(Barcode(), L"vorher");
         return put.outcome;

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <set>
 
-#include "../support/StartProcess.h"
+#include "../support/StartedProgram.h"
 #include "StackGuardTest.h"
 
 extern "C" std::uintptr_t __stack_chk_guard;  // NOLINT(bugprone-reserved-identifier): the compiler's name
@@ -52,17 +52,9 @@ TEST(StackGuardDeathTest, AFullPlaceIsNoOverrun) {
 int GuardOfANewProcess() {
     std::array<wchar_t, 1024> self{};
     GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    const std::wstring commandLine = L"\"" + std::wstring(self.data()) + L"\" " + tellStackGuard;
-    EXPECT_TRUE(test::StartProcess(commandLine, FALSE, startup, process));
-    WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD told = 0;
-    GetExitCodeProcess(process.hProcess, &told);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return static_cast<int>(told);
+    test::StartedProgram program({L"\"" + std::wstring(self.data()) + L"\" " + tellStackGuard});
+    EXPECT_TRUE(program.Ends());
+    return static_cast<int>(program.ExitCode());
 }
 
 TEST(StackGuard, IsAnotherOneInEachProcess) {

@@ -10,6 +10,7 @@
 
 namespace kandora::cost {
 
+// NOLINTNEXTLINE(misc-use-internal-linkage): the test framework looks for it beside Cost
 std::ostream& operator<<(std::ostream& stream, const Cost& cost) {
     return stream << "{" << cost.ids << ", " << cost.calls << ", " << cost.allocations << ", " << cost.texts
                   << ", " << cost.files << "}";

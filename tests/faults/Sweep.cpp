@@ -128,7 +128,7 @@ private:
             }
         }
         if (verdict_.hostBoxesKnown && hostBoxes != verdict_.hostBoxes &&
-            !(failed_ && hostBoxes.empty() && verdict_.errors == Verdict::Errors::Either)) {
+            (!failed_ || !hostBoxes.empty() || verdict_.errors != Verdict::Errors::Either)) {
             Complain("the boxes about the host's client are others than expected");
         }
         CheckOwnBoxes(clean);
@@ -242,7 +242,7 @@ void CheckBystanders(const Entries& before, const Entries& after, Complaints& co
     for (const auto& [id, entry] : before) {
         const auto found = after.find(id);
         if (!Stage::IsOwn(entry) && (found == after.end() || found->second != entry)) {
-            complaints.push_back("another entry was changed:\n" + Told({{id, entry}}));
+            complaints.emplace_back("another entry was changed:\n" + Told({{id, entry}}));
         }
     }
 }
@@ -257,19 +257,19 @@ void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Co
             continue;
         }
         if (box.caption != L"Kandora") {
-            complaints.push_back("the error box has the caption " + Quoted(box.caption));
+            complaints.emplace_back("the error box has the caption " + Quoted(box.caption));
         }
         const std::vector<std::string> frames = FramesIn(Utf8(box.prompt));
         if (frames.empty() ||
             !(IsWithoutError(box) ? frames.back() == "Kandora.StartProvider" : isOutermost(frames.back()))) {
-            complaints.push_back("the call stack does not end in the request");
+            complaints.emplace_back("the call stack does not end in the request");
         }
         // A recorded number 0 counts as nothing recorded, but its frame stays.
         const bool mayRepeat = std::ranges::any_of(stage.conductor.boxes, [](const Box& earlier) {
             return IsWithoutError(earlier) && !earlier.shown;
         });
         if (!mayRepeat && std::set<std::string>(frames.begin(), frames.end()).size() != frames.size()) {
-            complaints.push_back("a frame stands twice in the call stack");
+            complaints.emplace_back("a frame stands twice in the call stack");
         }
     }
 }
@@ -279,7 +279,7 @@ void CheckNothingIsLeft(Stage& stage, Complaints& complaints) {
     const Variant frames = handler.vasCallStack();
     if (handler.lOriginalNumber() != 0 || handler.lNumber() != 0 || !handler.sDescription().empty() ||
         !handler.sOriginalDescription().empty() || (frames.IsArray() && !frames.Elements().empty())) {
-        complaints.push_back("the error is still recorded");
+        complaints.emplace_back("the error is still recorded");
     }
 }
 
@@ -309,7 +309,7 @@ Complaints Sweep::Rehearse() {
         aliveAfterwards_ = FakeObject::Alive() - aliveBefore;
     }
     if (FakeObject::Alive() != aliveBefore) {
-        complaints.push_back("objects are still referenced");
+        complaints.emplace_back("objects are still referenced");
     }
     return complaints;
 }
@@ -367,11 +367,11 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
             complaints.emplace_back("the repeated request fails");
         }
         if (isKnown && !isAstray && !SameContent(stage.archive.entries, stage.After(left))) {
-            complaints.push_back("after the repetition the archive holds\n" + Told(stage.archive.entries) +
-                                 "  instead of\n" + Told(stage.After(left)));
+            complaints.emplace_back("after the repetition the archive holds\n" + Told(stage.archive.entries) +
+                                    "  instead of\n" + Told(stage.After(left)));
         }
         if (isKnown && !isAstray && !SameValue(result, RightResult(variation_))) {
-            complaints.push_back("the repeated request answers " + Shown(result));
+            complaints.emplace_back("the repeated request answers " + Shown(result));
         }
         CheckBystanders(left, stage.archive.entries, complaints);
         CheckNothingIsLeft(stage, complaints);

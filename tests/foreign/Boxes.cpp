@@ -67,7 +67,7 @@ void Boxes::Look(HWND window) {
     std::array<wchar_t, 64> name{};
     GetClassNameW(window, name.data(), static_cast<int>(name.size()));
     const bool isBox = std::wstring(name.data()) == L"#32770";
-    if (!IsWindowVisible(window) || !(isBox || std::wstring(name.data()) == L"KandoraForm")) {
+    if (IsWindowVisible(window) == FALSE || !(isBox || std::wstring(name.data()) == L"KandoraForm")) {
         return;
     }
     const HWND button =

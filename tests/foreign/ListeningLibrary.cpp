@@ -8,8 +8,8 @@ int heard = 0;
 
 extern "C" {
 
-__declspec(dllexport) void __register_frame_info(const void*,
-                                                 void*) {  // NOLINT(bugprone-reserved-identifier)
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the toolchain's name
+__declspec(dllexport) void __register_frame_info(const void*, void*) {
     ++heard;
 }
 __declspec(dllexport) void* __deregister_frame_info(const void*) {  // NOLINT(bugprone-reserved-identifier)

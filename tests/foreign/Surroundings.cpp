@@ -154,7 +154,7 @@ struct Shifted {
     void (*run)(void*);
     void* argument;
 
-    void Call() {
+    void Call() const {
 #ifdef __i386__
         asm volatile("movl %%esp, %%esi\n\t"
                      "andl $-16, %%esp\n\t"
@@ -191,8 +191,7 @@ std::string ShiftedStack(Stage& stage) {
 std::size_t LeftOfStack() {
     MEMORY_BASIC_INFORMATION stack{};
     VirtualQuery(&stack, &stack, sizeof stack);
-    return static_cast<std::size_t>(reinterpret_cast<std::byte*>(&stack) -
-                                    static_cast<std::byte*>(stack.AllocationBase));
+    return reinterpret_cast<std::uintptr_t>(&stack) - reinterpret_cast<std::uintptr_t>(stack.AllocationBase);
 }
 
 /// Uses the stack up to so many bytes, and calls the function. Wine gives no thread less than a megabyte.

@@ -205,7 +205,7 @@ private:
             return;
         }
         const KindRow& row = RowOf(booking);
-        std::map<Text, Possible>& record = Fill(row, booking);
+        const std::map<Text, Possible>& record = Fill(row, booking);
         ExpectedEntry entry{row.mask, Folder(row.folderOption), {booking.text}, {}};
         for (const Text& field : FieldsOf(row.mask)) {
             entry.fields[field] = Of(record, field);
@@ -229,7 +229,7 @@ private:
             return;
         }
         const KindRow& row = RowOf(booking);
-        std::map<Text, Possible>& record = Fill(row, booking);
+        const std::map<Text, Possible>& record = Fill(row, booking);
         found->title = {booking.text};
         if (found->mask != row.mask) {
             return;  // a booking that has changed its kind: the old entry's form lacks the new lines

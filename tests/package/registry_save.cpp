@@ -18,8 +18,8 @@ bool MaySaveKeys() {
     TOKEN_PRIVILEGES rights{};
     rights.PrivilegeCount = 1;
     rights.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
-    const bool may = LookupPrivilegeValueW(nullptr, SE_BACKUP_NAME, &rights.Privileges[0].Luid) &&
-                     AdjustTokenPrivileges(token, FALSE, &rights, 0, nullptr, nullptr);
+    const bool may = LookupPrivilegeValueW(nullptr, SE_BACKUP_NAME, &rights.Privileges[0].Luid) != FALSE &&
+                     AdjustTokenPrivileges(token, FALSE, &rights, 0, nullptr, nullptr) != FALSE;
     CloseHandle(token);
     return may;
 }
@@ -39,6 +39,7 @@ LSTATUS Save(std::wstring_view path, const wchar_t* file) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(misc-use-internal-linkage): where the program begins
 int wmain(int count, wchar_t** arguments) {
     if (count != 3 || !MaySaveKeys()) {
         return 1;

@@ -19,9 +19,9 @@ protected:
         client_.reset();
         ArchiveTest::ReleaseComponent();
     }
-    OrigELODMS& Client() { return *client_; }
-    void LogIn() {
-        Client().oElo();
+    OrigELODMS& Original() { return *client_; }
+    void LogInOriginal() {
+        Original().oElo();
         talk.Take();
     }
     /// What the error handler holds; it is clear afterwards.
@@ -42,14 +42,14 @@ private:
 };
 
 TEST_F(Alternate, MinimisesTheArchiveBeforeItLogsIn) {
-    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
-    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Original().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Original().oElo().Pointer(), archive.Get());
     Expect(Together({opened, {probe}}));
 }
 
 TEST_F(Alternate, LogsInOnceOnlyAndTellsNobodyThatItFailed) {
     archive->Answers(L"Login", -1);
-    Client().oElo();
+    Original().oElo();
     Expect({"create ELO.professional", R"(archive.EloWindow(BSTR "MINIMIZE"))",
             R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)"});
     EXPECT_EQ(Recorded(),
@@ -89,45 +89,45 @@ protected:
 };
 
 TEST_F(Refused, GivesTheObjectAllTheSame) {
-    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Original().oElo().Pointer(), archive.Get());
     EXPECT_EQ(Recorded(),
               Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", "CArchiv.AnmeldenAnElo"));
-    EXPECT_EQ(Client().oElo().Pointer(), archive.Get());
+    EXPECT_EQ(Original().oElo().Pointer(), archive.Get());
     EXPECT_EQ(Recorded(),
               Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", "CArchiv.AnmeldenAnElo"));
     talk.Take();
 }
 
 TEST_F(Refused, LetsEverySilentOperationAnswerNothing) {
-    Client().ShowDokument(321);
+    Original().ShowDokument(321);
     ExpectRecorded("[5] Dokument nicht gefunden: id=321", "CArchiv.ShowDokument");
-    EXPECT_FALSE(Client().IsDokumentVorhanden(321));
+    EXPECT_FALSE(Original().IsDokumentVorhanden(321));
     ExpectRecorded("[5] Unbekannter Loginname, Passwort oder Archiv: Login=-2", "");
-    const Variant none = Client().GetUnverknuepfte();
+    const Variant none = Original().GetUnverknuepfte();
     EXPECT_EQ(none.LowerBound(), 0);
     EXPECT_EQ(none.UpperBound(), -1);
     ExpectRecorded("[5] Unbekannter Loginname, Passwort oder Archiv: Login=-2", "");
-    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    EXPECT_EQ(Original().GetParentFolderId(321), 0);
     ExpectRecorded("[5] Could not GotoId: 321", "CArchiv.GetParentFolderId");
-    EXPECT_EQ(Client().CurrentRegisterDate(321), 0);
+    EXPECT_EQ(Original().CurrentRegisterDate(321), 0);
     ExpectRecorded("[5] Could not GotoId: 321", "CArchiv.CurrentRegisterDate");
-    Client().LoescheDokument(321);
+    Original().LoescheDokument(321);
     ExpectRecorded("[5] Konnte Dokument nicht löschen: -3", "CArchiv.LoescheDokument");
     const Text file = SampleFolders().strPlatzhalterDatei;
-    EXPECT_EQ(Client().AddDokument(file), 0);
+    EXPECT_EQ(Original().AddDokument(file), 0);
     ExpectRecorded("[5] Unerwarteter Rückgabewert: PrepareObjectEx=-3", "CArchiv.AddDokument");
-    EXPECT_EQ(Client().AddDokumentToMassenversaendeZA(file), 0);
+    EXPECT_EQ(Original().AddDokumentToMassenversaendeZA(file), 0);
     ExpectRecorded("[5] Unerwarteter Rückgabewert: PrepareObjectEx=-3",
                    "CArchiv.AddDokumentToMassenversaendeZA");
 }
 
 TEST_F(Refused, LetsTheOthersRaiseWhatTheArchiveAnswers) {
-    RuntimeError error = ErrorOf([&] { Client().PrintDokument(321); });
+    RuntimeError error = ErrorOf([&] { Original().PrintDokument(321); });
     EXPECT_EQ(error.Number(), 5);
     EXPECT_EQ(error.Description(), L"Fehler beim Anzeigen von Dokument [321] GotoId=-3");
     EXPECT_EQ(error.Source(), L"CArchiv.AnmeldenAnElo <- CArchiv.PrintDokument");
     ExpectRecorded("[5] Fehler beim Anzeigen von Dokument [321] GotoId=-3", "CArchiv.PrintDokument");
-    error = ErrorOf([&] { Client().LoescheVerknuepfung(321); });
+    error = ErrorOf([&] { Original().LoescheVerknuepfung(321); });
     EXPECT_EQ(error.Number(), 5);
     EXPECT_EQ(error.Description(), L"Dokument nicht gefunden: 321");
     ExpectRecorded("[5] Dokument nicht gefunden: 321", "CArchiv.LoescheVerknuepfung");
@@ -136,7 +136,7 @@ TEST_F(Refused, LetsTheOthersRaiseWhatTheArchiveAnswers) {
 TEST_F(Alternate, NeedsCredentials) {
     state.settings.gsEloUserName = L"";
     state.settings.gsEloPasswort = L"";
-    EXPECT_TRUE(Client().oElo().IsNothing());
+    EXPECT_TRUE(Original().oElo().IsNothing());
     Expect({});
     EXPECT_EQ(Recorded(),
               Shown(5, "Benutzer muss angemeldet sein, um ELO anzumelden.", "CArchiv.AnmeldenAnElo"));
@@ -144,7 +144,7 @@ TEST_F(Alternate, NeedsCredentials) {
 
 TEST_F(Alternate, AnswersNothingWithoutAnArchive) {
     machine.RefusesOnce(archiveProgId, 429);
-    EXPECT_FALSE(Client().IsDokumentVorhanden(7));
+    EXPECT_FALSE(Original().IsDokumentVorhanden(7));
     Expect({"create ELO.professional !! 429"});
     EXPECT_EQ(Recorded(),
               "[91 (429) ] " + Utf8(DescriptionOf(91)) +
@@ -152,42 +152,42 @@ TEST_F(Alternate, AnswersNothingWithoutAnArchive) {
 }
 
 TEST_F(Alternate, LogsInAgainWhenTheProbeSaysNo) {
-    LogIn();
+    LogInOriginal();
     const Fake second = NewArchive("second");
     machine.HandsOut(archiveProgId, second);
     archive->Next(L"GetEntryId", -1);
-    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
+    EXPECT_EQ(Original().oElo().Pointer(), second.Get());
     Expect({"archive.GetEntryId(I2 -1) -> I4 -1", "create ELO.professional",
             R"(second.EloWindow(BSTR "MINIMIZE"))",
             R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)"});
 }
 
 TEST_F(Alternate, ShowsADocumentByItsId) {
-    LogIn();
-    Client().ShowDokument(321);
+    LogInOriginal();
+    Original().ShowDokument(321);
     Expect(Probed({"archive.BringToFront()", R"(archive.EloWindow(BSTR "NORMAL"))",
                    "archive.GotoId(I4& 321) -> I4 1", "archive.BringToFront()"}));
     archive->Next(L"GotoId", 2);
-    Client().ShowDokument(321);
+    Original().ShowDokument(321);
     EXPECT_EQ(talk.Take().back(), "archive.GotoId(I4& 321) -> I4 2");
     EXPECT_EQ(Recorded(), Shown(5, "Dokument nicht gefunden: id=321", "CArchiv.ShowDokument"));
 }
 
 TEST_F(Alternate, LooksForADocumentWithTheVoucherMask) {
-    LogIn();
+    LogInOriginal();
     for (const int answer : {1, 2, 0, -1}) {
         archive->Next(L"PrepareObjectEx", answer);
-        EXPECT_EQ(Client().IsDokumentVorhanden(321), answer >= 1);
+        EXPECT_EQ(Original().IsDokumentVorhanden(321), answer >= 1);
         Expect(Probed({"archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 " + std::to_string(answer)}));
     }
 }
 
 TEST_F(Alternate, DeletesADocument) {
-    LogIn();
-    Client().LoescheDokument(321);
+    LogInOriginal();
+    Original().LoescheDokument(321);
     Expect(Probed({"archive.DeleteObj(I4& 321) -> I4 1"}));
     archive->Next(L"DeleteObj", -5);
-    Client().LoescheDokument(321);
+    Original().LoescheDokument(321);
     Expect(Probed({"archive.DeleteObj(I4& 321) -> I4 -5"}));
     EXPECT_EQ(Recorded(), Shown(5, "Konnte Dokument nicht löschen: -5", "CArchiv.LoescheDokument"));
 }
@@ -202,9 +202,9 @@ protected:
 };
 
 TEST_F(Unlinked, AreCheckedAndNeverCollected) {
-    LogIn();
+    LogInOriginal();
     hits = {1, 321};
-    ExpectEmptyArray(Client().GetUnverknuepfte());
+    ExpectEmptyArray(Original().GetUnverknuepfte());
     Expect(Probed({"archive.PrepareObjectEx(I2 0, I2 0, I4& 2)", "archive.DoInvisibleSearch -> I4 0",
                    "archive.GetEntryId(I4 268435456) -> I4 1",
                    "archive.PrepareObjectEx(I4& 1, I2 0, I4& 2) -> I4 1",
@@ -215,27 +215,27 @@ TEST_F(Unlinked, AreCheckedAndNeverCollected) {
 }
 
 TEST_F(Unlinked, AreNotListedWhenTheSearchFails) {
-    LogIn();
+    LogInOriginal();
     hits = {321};
     archive->Next(L"DoInvisibleSearch", -1);
-    ExpectEmptyArray(Client().GetUnverknuepfte());
+    ExpectEmptyArray(Original().GetUnverknuepfte());
     Expect(Probed({"archive.PrepareObjectEx(I2 0, I2 0, I4& 2)", "archive.DoInvisibleSearch -> I4 -1"}));
 }
 
 TEST_F(Unlinked, StopAtADocumentThatCannotBeLoaded) {
-    LogIn();
+    LogInOriginal();
     hits = {321, 322};
     archive->Next(L"PrepareObjectEx", 1);
     archive->Next(L"PrepareObjectEx", 0);
-    ExpectEmptyArray(Client().GetUnverknuepfte());
+    ExpectEmptyArray(Original().GetUnverknuepfte());
     EXPECT_EQ(talk.Take().back(), "archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 0");
     EXPECT_EQ(Recorded(), Shown(5, "DokID nicht gefunden: 321", "CArchiv.GetUnverknuepfte"));
 }
 
 TEST_F(Unlinked, AreCheckedUpToHitTenThousand) {
-    LogIn();
+    LogInOriginal();
     hits.assign(10005, 7);
-    ExpectEmptyArray(Client().GetUnverknuepfte());
+    ExpectEmptyArray(Original().GetUnverknuepfte());
     const Lines said = talk.Take();
     EXPECT_EQ(Occurrences(said, "archive.GetEntryId(I4 268445456) -> I4 7"), 1);
     EXPECT_EQ(Occurrences(said, "archive.GetEntryId(I4 268445457) -> I4 7"), 0);
@@ -243,7 +243,7 @@ TEST_F(Unlinked, AreCheckedUpToHitTenThousand) {
 
 class Case : public Alternate {
 protected:
-    Case() { LogIn(); }
+    Case() { LogInOriginal(); }
     void LiesAt(const wchar_t* path) { archive->Answers(L"GetTreePath", path); }
     static Lines Asked(const std::string& path) {
         return {"archive.GotoId(I4& 321) -> I4 1", delimiter,
@@ -253,7 +253,7 @@ protected:
 
 TEST_F(Case, LiesInTheFolderAboveIt) {
     LiesAt(L"Archiv¶2004¶5¶17¶Fall");
-    EXPECT_EQ(Client().GetParentFolderId(321), 800);
+    EXPECT_EQ(Original().GetParentFolderId(321), 800);
     Expect(Probed(Together(
         {Asked("Archiv¶2004¶5¶17¶Fall"), {R"(archive.LookupIndex(BSTR& "¶2004¶5¶17") -> I4 800)"}})));
 }
@@ -261,7 +261,7 @@ TEST_F(Case, LiesInTheFolderAboveIt) {
 TEST_F(Case, LiesNowhereWhenTheArchiveDoesNotKnowTheFolder) {
     LiesAt(L"¶A¶Fall");
     archive->Next(L"LookupIndex", 0);
-    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    EXPECT_EQ(Original().GetParentFolderId(321), 0);
     Expect(Probed(Together({Asked("¶A¶Fall"), {R"(archive.LookupIndex(BSTR& "¶A") -> I4 0)"}})));
     EXPECT_EQ(handler.lOriginalNumber(), 0);
 }
@@ -269,7 +269,7 @@ TEST_F(Case, LiesNowhereWhenTheArchiveDoesNotKnowTheFolder) {
 TEST_F(Case, HasNoParentWithoutASeparatorAboveIt) {
     for (const wchar_t* const path : {L"Archiv¶Fall", L"Fall", L""}) {
         LiesAt(path);
-        EXPECT_EQ(Client().GetParentFolderId(321), 0);
+        EXPECT_EQ(Original().GetParentFolderId(321), 0);
         Expect(Probed(Asked(Utf8(path))));
         EXPECT_EQ(Recorded(), Shown(5, Utf8(DescriptionOf(5)), "CArchiv.GetParentFolderId"));
     }
@@ -277,9 +277,9 @@ TEST_F(Case, HasNoParentWithoutASeparatorAboveIt) {
 
 TEST_F(Case, MustBeReachable) {
     archive->Answers(L"GotoId", 0);
-    EXPECT_EQ(Client().GetParentFolderId(321), 0);
+    EXPECT_EQ(Original().GetParentFolderId(321), 0);
     EXPECT_EQ(Recorded(), Shown(5, "Could not GotoId: 321", "CArchiv.GetParentFolderId"));
-    EXPECT_EQ(Client().CurrentRegisterDate(321), 0);
+    EXPECT_EQ(Original().CurrentRegisterDate(321), 0);
     EXPECT_EQ(Recorded(), Shown(5, "Could not GotoId: 321", "CArchiv.CurrentRegisterDate"));
     Expect(Probed({"archive.GotoId(I4& 321) -> I4 0", "archive.GotoId(I4& 321) -> I4 0"}));
 }
@@ -298,7 +298,7 @@ TEST_F(Case, HasTheDateOfTheLevelsAboveIt) {
                                            {L"2004¶14¶1¶Fall", 38384},
                                            {L"2004¶3¶0¶Fall", 38046}}) {
         LiesAt(row.path);
-        EXPECT_EQ(Client().CurrentRegisterDate(321), row.date) << Utf8(row.path);
+        EXPECT_EQ(Original().CurrentRegisterDate(321), row.date) << Utf8(row.path);
         Expect(Probed(Asked(Utf8(row.path))));
     }
     EXPECT_EQ(handler.lOriginalNumber(), 0);
@@ -318,7 +318,7 @@ TEST_F(Case, HasNoDateWhenALevelIsNoNumberOrMissing) {
                                            {L"5¶17¶Fall", 9},
                                            {L"Fall", 9}}) {
         LiesAt(row.path);
-        EXPECT_EQ(Client().CurrentRegisterDate(321), 0) << Utf8(row.path);
+        EXPECT_EQ(Original().CurrentRegisterDate(321), 0) << Utf8(row.path);
         EXPECT_EQ(Recorded(),
                   Shown(row.number, Utf8(DescriptionOf(row.number)), "CArchiv.CurrentRegisterDate"));
     }
@@ -341,8 +341,8 @@ void PrintTo(const FolderCase& row, std::ostream* stream) {
 
 class PlainFiling : public Alternate, public testing::WithParamInterface<FolderCase> {
 protected:
-    PlainFiling() { LogIn(); }
-    std::int32_t File() { return (Client().*GetParam().file)(L"C:\\Kandora\\Platzhalter.pdf"); }
+    PlainFiling() { LogInOriginal(); }
+    std::int32_t File() { return (Original().*GetParam().file)(L"C:\\Kandora\\Platzhalter.pdf"); }
     const Lines checked{R"(file "C:\Kandora\Platzhalter.pdf" -> True)"};
     const Lines posted{"archive.PrepareObjectEx(I4 0, I2 254, I4& 2) -> I4 1", "archive.ObjMaskNo = I4 2",
                        R"(archive.AddPostboxFile(BSTR& "C:\Kandora\Platzhalter.pdf") -> I4 1)"};
@@ -420,28 +420,28 @@ TEST_P(PlainFiling, RecordsTheMissingFolder) {
 /// Operations that raise.
 class Loud : public Alternate {
 protected:
-    Loud() { LogIn(); }
+    Loud() { LogInOriginal(); }
 };
 
 TEST_F(Loud, PrintingShowsTheDocumentFirst) {
-    Client().PrintDokument(321);
+    Original().PrintDokument(321);
     Expect(Probed({"archive.GotoId(I4& 321) -> I4 1",
                    R"(archive.PrintDocument(I2 0, BSTR "", BSTR "", I2 0, I2 0, I2 0) -> I4 1)"}));
 }
 
 TEST_F(Loud, PrintingRaisesEachUnexpectedAnswer) {
     archive->Next(L"GotoId", 0);
-    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+    EXPECT_EQ(Failing([&] { Original().PrintDokument(321); }),
               Shown(5, "Fehler beim Anzeigen von Dokument [321] GotoId=0", "CArchiv.PrintDokument"));
     Expect(Probed({"archive.GotoId(I4& 321) -> I4 0"}));
     archive->Next(L"PrintDocument", -2);
-    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+    EXPECT_EQ(Failing([&] { Original().PrintDokument(321); }),
               Shown(5, "Fehler beim Drucken von Dokument [321] PrintDocument=-2", "CArchiv.PrintDokument"));
     talk.Take();
 }
 
 TEST_F(Loud, UnlinkingMovesTheDocumentBack) {
-    Client().LoescheVerknuepfung(321);
+    Original().LoescheVerknuepfung(321);
     Expect(Probed(Together(
         {{"archive.PrepareObjectEx(I4& 321, I2 0, I4& 2) -> I4 1", "archive.UpdateObject -> I4 3"},
          unlinked,
@@ -460,7 +460,7 @@ TEST_F(Loud, UnlinkingRaisesEachUnexpectedAnswer) {
                            {L"UpdateObject", 0, "Fehler beim indizieren des Dokuments: UpdateObject=0"},
                            {L"InsertRef", -1, "Fehler beim Verschieben des Dokuments: -1"}}) {
         archive->Next(step.member, step.answer);
-        EXPECT_EQ(Failing([&] { Client().LoescheVerknuepfung(321); }),
+        EXPECT_EQ(Failing([&] { Original().LoescheVerknuepfung(321); }),
                   Shown(5, step.message, "CArchiv.LoescheVerknuepfung"));
         EXPECT_TRUE(talk.Take().back().starts_with("archive." + Utf8(step.member)));
     }
@@ -468,22 +468,22 @@ TEST_F(Loud, UnlinkingRaisesEachUnexpectedAnswer) {
 
 TEST_F(Loud, UnlinkingTakesAnyAnswerFromZeroOnAsSuccess) {
     archive->Next(L"InsertRef", 5);
-    EXPECT_NO_THROW(Client().LoescheVerknuepfung(321));
+    EXPECT_NO_THROW(Original().LoescheVerknuepfung(321));
     talk.Take();
 }
 
 TEST_F(Loud, EveryOperationHandsOnWhatTheArchiveSays) {
     archive->Next(L"PrintDocument", Failure::Exception(1000, L"kein Papier"));
-    EXPECT_EQ(Failing([&] { Client().PrintDokument(321); }),
+    EXPECT_EQ(Failing([&] { Original().PrintDokument(321); }),
               Shown(1000, "kein Papier", "CArchiv.PrintDokument"));
     archive->Next(L"ObjMainParent", Failure::Exception(1000, L"gesperrt"));
-    EXPECT_EQ(Failing([&] { Client().LoescheVerknuepfung(321); }),
+    EXPECT_EQ(Failing([&] { Original().LoescheVerknuepfung(321); }),
               Shown(1000, "gesperrt", "CArchiv.LoescheVerknuepfung"));
     talk.Take();
 }
 
 TEST_F(Alternate, ClosesTheArchiveAtItsEnd) {
-    LogIn();
+    LogInOriginal();
     ReleaseComponent();
     Expect(Probed({R"(archive.clickon(BSTR "M:Beenden"))"}));
 }

@@ -139,7 +139,7 @@ TEST_P(Deletion, BlanksTheFieldsMarksTheStatusAndDeletesAtOnce) {
         work.push_back("archive.setobjAttrib(I2& " + std::to_string(GetParam().firstPosition + i) +
                        (i == 3 ? R"(, BSTR "Gelöscht"))" : R"(, BSTR ""))"));
     }
-    work.push_back("archive.DeleteObj(I4& 321) -> I4 1");
+    work.emplace_back("archive.DeleteObj(I4& 321) -> I4 1");
     ExpectLines(AfterLookup(), Together({{Kind(GetParam().kind)}, Probed(work)}));
 }
 

@@ -226,9 +226,9 @@ TEST(Leaks, AreSeen) {
 /// One byte too many.
 int Overrun() {
     // As the compiler would notice, and leave out what nobody reads.
-    volatile std::size_t size = 40;
+    const volatile std::size_t size = 40;
     auto* const block = static_cast<volatile char*>(std::malloc(size));
-    block[size] = 'x';
+    block[size] = 'x';  // NOLINT(clang-analyzer-security.ArrayBound): that is what it is for
     std::free(const_cast<char*>(block));
     return 0;
 }
@@ -244,9 +244,9 @@ int main(int argc, char** argv) {
     }
     for (int at = 1; at + 1 < argc; ++at) {
         if (std::strcmp(argv[at], "--requests") == 0) {
-            options.requests = std::atoi(argv[at + 1]);
+            options.requests = std::stoi(argv[at + 1]);
         } else if (std::strcmp(argv[at], "--rounds") == 0) {
-            options.rounds = std::atoi(argv[at + 1]);
+            options.rounds = std::stoi(argv[at + 1]);
         } else if (std::strcmp(argv[at], "--kept") == 0) {
             options.areKept = true;
         }

@@ -180,7 +180,7 @@ Call::Call(FakeObject& theObject, const DISPPARAMS& parameters) : object(theObje
 }
 
 void Call::Store(std::size_t index, const Variant& value) const {
-    VARIANT& argument = parameters_.rgvarg[parameters_.cArgs - 1 - index];
+    const VARIANT& argument = parameters_.rgvarg[parameters_.cArgs - 1 - index];
     switch (argument.vt) {
     case VT_BYREF | VT_BSTR:
         SysFreeString(*argument.pbstrVal);

@@ -85,8 +85,10 @@ void Give(void* memory) noexcept {
 }  // namespace
 
 void* operator new(std::size_t size) {
-    Header* const block = Take(size);
-    return block != nullptr ? block + 1 : throw std::bad_alloc();
+    if (auto* const block = Take(size); block != nullptr) {
+        return block + 1;  // NOLINT(misc-const-correctness): the caller writes there
+    }
+    throw std::bad_alloc();
 }
 void* operator new[](std::size_t size) {
     return operator new(size);

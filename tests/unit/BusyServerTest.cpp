@@ -69,8 +69,7 @@ TEST_P(BusyServer, TheTimeOfTheCallsThemselvesCounts) {
 }
 
 TEST_F(BusyServer, OtherFailuresAreFinal) {
-    for (const HRESULT failure :
-         {E_FAIL, HRESULT{RPC_E_DISCONNECTED}, HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)}) {
+    for (const HRESULT failure : {E_FAIL, RPC_E_DISCONNECTED, HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE)}) {
         archive->Answers(L"Login", Failure::Code(failure));
         EXPECT_NE(ErrorOf([&] { static_cast<void>(archive.AsLateBound().Get(L"Login")); }).Number(), 0);
     }

@@ -130,7 +130,7 @@ TEST(AnError, OfANumberAloneHasItsDescriptionAndNoSource) {
 template <class Exception>
 RuntimeError Caught(const Exception& exception) {
     try {
-        throw exception;
+        throw exception;  // NOLINT(bugprone-exception-copy-constructor-throws): as the component does it
     } catch (...) {
         return CurrentError();
     }

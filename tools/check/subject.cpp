@@ -64,7 +64,7 @@ ComPtr<ITypeLib> LibraryIn(const Subject& subject, int resource) {
 }
 
 HRESULT CreateProvider(const Subject& subject, ComPtr<IUnknown>& provider) {
-    if (subject.isRegistered) {
+    if (subject.isRegistered && subject.registered) {
         return CoCreateInstance(subject.registered->clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
                                 provider.ReceiveVoid());
     }

@@ -20,6 +20,7 @@ class ProgramTest : public StoreFixture {
 protected:
     ProgramTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
     // A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
+    // NOLINTNEXTLINE(bugprone-exception-escape): a server that cannot be ended ends this program
     ~ProgramTest() override {
         if (program_) {
             StopServer();
