@@ -36,7 +36,7 @@ fi
 echo "$*" >>"$CALLS.words"
 only="" target=x64 result=0
 while [[ $1 != -- ]]; do
-    [[ $1 != --checks=-bugprone-*,* ]] || only=" only warnings"
+    [[ $1 != "--checks=-bugprone-*,"* ]] || only=" only warnings"
     source=$1
     shift
 done
