@@ -239,7 +239,7 @@ public:
         CloseHandle(process.hProcess);
     }
     ULONGLONG Milliseconds() override { return GetTickCount64(); }
-    void Rest() override { Sleep(2); }
+    void Rest() override { Sleep(10); }
 
 private:
     /// A list that cannot be had says nothing against the program.
