@@ -1,9 +1,12 @@
 #include "automation/Text.h"
 
+#include <array>
 #include <cstdint>
 #include <limits>
 
 #include <gtest/gtest.h>
+
+#include <windows.h>
 
 #include "tests/support/Rendering.h"
 
@@ -58,6 +61,19 @@ TEST(LetterCase, IncludesUmlautsAndKeepsNuls) {
     EXPECT_EQ(LowerCase(Text(L"A\0B", 3)), Text(L"a\0b", 3));
     EXPECT_EQ(LowerCase(L""), L"");
     EXPECT_EQ(UpperCase(L""), L"");
+}
+
+TEST(LetterCase, FollowsNoLanguage) {
+    const LCID before = GetThreadLocale();
+    constexpr std::array<LCID, 5> languages{0x0407, 0x0807, 0x040C, 0x041F,
+                                            0x0411};  // German to Turkish, Japanese
+    for (const LCID language : languages) {
+        ASSERT_TRUE(SetThreadLocale(language));
+        EXPECT_EQ(LowerCase(L"TITEL"), L"titel") << language;
+        EXPECT_EQ(UpperCase(L"titel"), L"TITEL") << language;
+        EXPECT_EQ(UpperCase(L"straße"), L"STRAßE") << language;
+    }
+    SetThreadLocale(before);
 }
 
 TEST(CodePage, KeepsWhatItHasAndMarksWhatItLacks) {
