@@ -2,51 +2,21 @@
 
 #include <oleauto.h>
 
+#include "tests/support/ForwardingDispatch.h"
+
 namespace kandora::test {
 
 namespace {
 
-class Meddler final : public IDispatch {
+class Meddler final : public ForwardingDispatch {
 public:
-    Meddler(IDispatch* object, Meddling& meddling) : object_(object), meddling_(meddling) {
-        object_->AddRef();
-    }
-    virtual ~Meddler() { object_->Release(); }
-    Meddler(const Meddler&) = delete;
-    Meddler& operator=(const Meddler&) = delete;
+    Meddler(IDispatch* object, Meddling& meddling) : ForwardingDispatch(object), meddling_(meddling) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IDispatch;
-        *object = isKnown ? static_cast<IDispatch*>(this) : nullptr;
-        if (!isKnown) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        return object_->GetTypeInfoCount(count);
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override {
-        return object_->GetTypeInfo(index, locale, info);
-    }
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
-                                            DISPID* ids) override {
-        return object_->GetIDsOfNames(reserved, names, count, locale, ids);
-    }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID reserved, LCID locale, WORD flags,
                                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                      UINT* wrongArgument) override {
-        const HRESULT outcome =
-            object_->Invoke(member, reserved, locale, flags, parameters, result, exception, wrongArgument);
+        const HRESULT outcome = ForwardingDispatch::Invoke(member, reserved, locale, flags, parameters,
+                                                           result, exception, wrongArgument);
         const bool isVictim = meddling_.next++ == meddling_.victim;
         if (FAILED(outcome)) {
             return outcome;
@@ -73,9 +43,7 @@ public:
     }
 
 private:
-    IDispatch* object_;
     Meddling& meddling_;
-    ULONG references_ = 1;
 };
 
 }  // namespace

@@ -4,31 +4,16 @@
 #include <chrono>
 #include <utility>
 
+#include "tests/support/ComponentWindows.h"
+
 namespace kandora::foreign_tests {
 
-namespace {
-
-constexpr int okButton = 1;
-constexpr int boxText = 0xFFFF;
-// Of the report's dialog.
-constexpr int reportTitle = 101;
-constexpr int reportDescription = 104;
-
-std::wstring TextOf(HWND window) {
-    std::array<wchar_t, 2048> text{};
-    DWORD_PTR length = 0;
-    SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()), SMTO_NORMAL,
-                        60'000, &length);
-    return {text.data(), static_cast<std::size_t>(length)};
-}
-
-void Type(HWND window, int control, const wchar_t* text) {
-    DWORD_PTR ignored = 0;
-    SendMessageTimeoutW(GetDlgItem(window, control), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text),
-                        SMTO_NORMAL, 60'000, &ignored);
-}
-
-}  // namespace
+using test::boxText;
+using test::okButton;
+using test::reportDescription;
+using test::reportTitle;
+using test::TextOf;
+using test::Type;
 
 Boxes::Boxes()
     : thread_([this] {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Kandora.h"
+#include "tests/support/ForwardingDispatch.h"
 
 namespace kandora::foreign_tests {
 
@@ -165,52 +166,22 @@ fs::path FolderOf(const Component& component) {
 }
 
 /// An object of another program that does something more in each call.
-class Meddler final : public IDispatch {
+class Meddler final : public test::ForwardingDispatch {
 public:
-    Meddler(IDispatch* object, std::function<void()> action) : object_(object), action_(std::move(action)) {
-        object_->AddRef();
-    }
-    virtual ~Meddler() { object_->Release(); }
-    Meddler(const Meddler&) = delete;
-    Meddler& operator=(const Meddler&) = delete;
+    Meddler(IDispatch* object, std::function<void()> action)
+        : ForwardingDispatch(object), action_(std::move(action)) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
-        *object = known ? static_cast<IDispatch*>(this) : nullptr;
-        references_ += known ? 1 : 0;
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        return object_->GetTypeInfoCount(count);
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override {
-        return object_->GetTypeInfo(index, locale, info);
-    }
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
-                                            DISPID* ids) override {
-        return object_->GetIDsOfNames(iid, names, count, locale, ids);
-    }
     HRESULT STDMETHODCALLTYPE Invoke(DISPID member, REFIID iid, LCID locale, WORD flags,
                                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                                      UINT* wrongArgument) override {
-        const HRESULT outcome =
-            object_->Invoke(member, iid, locale, flags, parameters, result, exception, wrongArgument);
+        const HRESULT outcome = ForwardingDispatch::Invoke(member, iid, locale, flags, parameters, result,
+                                                           exception, wrongArgument);
         action_();
         return outcome;
     }
 
 private:
-    IDispatch* object_;
     std::function<void()> action_;
-    ULONG references_ = 1;
 };
 
 simulators::ComPtr<IDispatch> Meddling(simulators::ComPtr<IDispatch> object,

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "../support/ComponentWindows.h"
 #include "../support/ServedClasses.h"
 
 namespace kandora::outside_tests {
@@ -16,34 +17,18 @@ namespace kandora::outside_tests {
 namespace {
 
 using nlohmann::json;
-
-constexpr int okButton = 1;
-constexpr int boxText = 0xFFFF;
-// Controls of the component's own windows.
-constexpr int inputText = 101;
-constexpr int reportTitle = 101;
-constexpr int reportDescription = 104;
-
-std::wstring TextOf(HWND window) {
-    std::array<wchar_t, 4096> text{};
-    DWORD_PTR length = 0;
-    if (SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
-                            SMTO_NORMAL, 60'000, &length) == 0) {
-        return {};
-    }
-    return {text.data(), static_cast<std::size_t>(length)};
-}
+using test::boxText;
+using test::inputText;
+using test::okButton;
+using test::reportDescription;
+using test::reportTitle;
+using test::TextOf;
+using test::Type;
 
 std::wstring ClassOf(HWND window) {
     std::array<wchar_t, 64> name{};
     const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
     return {name.data(), static_cast<std::size_t>(length)};
-}
-
-void Type(HWND window, int control, const wchar_t* text) {
-    DWORD_PTR ignored = 0;
-    SendMessageTimeoutW(GetDlgItem(window, control), WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text),
-                        SMTO_NORMAL, 60'000, &ignored);
 }
 
 json Mask(int number, const char* name, const std::vector<std::string>& fields) {

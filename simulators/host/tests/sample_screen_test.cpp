@@ -14,6 +14,7 @@ namespace simulators {
 namespace {
 
 using ::testing::AllOf;
+using testing::AllSaved;
 using ::testing::Each;
 using ::testing::HasSubstr;
 using testing::SampleClientPath;
@@ -86,16 +87,7 @@ protected:
     }
 
     static std::vector<std::wstring> Year(const TableSize& size) {
-        std::vector<Outcome> outcomes;
-        for (const Booking& booking : client_.Bookings()) {
-            Outcome outcome;
-            outcome.kind = RequestKind::SaveDocument;
-            outcome.docId = booking.docId;
-            outcome.belegNr = booking.belegNr;
-            outcome.belegIndex = booking.belegIndex;
-            outcome.barcode = booking.barcode;
-            outcomes.push_back(outcome);
-        }
+        std::vector<Outcome> outcomes = AllSaved(client_);
         // A few that are not in the archive, with short and long messages.
         for (const std::size_t words : {0U, 1U, 50U}) {
             Outcome outcome = outcomes.back();

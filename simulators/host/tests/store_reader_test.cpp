@@ -8,6 +8,7 @@
 namespace simulators {
 namespace {
 
+using testing::AllSaved;
 using testing::MessageOf;
 using testing::smallClient;
 using testing::TemporaryFolder;
@@ -71,16 +72,7 @@ TEST_F(StoreReaderTest, ABrokenEntryIsNamed) {
 
 TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {
     const ClientFile client = ClientFile::Load(folder_.Write(L"klein.json", smallClient));
-    std::vector<Outcome> outcomes;
-    for (const Booking& booking : client.Bookings()) {
-        Outcome outcome;
-        outcome.kind = RequestKind::SaveDocument;
-        outcome.docId = booking.docId;
-        outcome.belegNr = booking.belegNr;
-        outcome.belegIndex = booking.belegIndex;
-        outcome.barcode = booking.barcode;
-        outcomes.push_back(outcome);
-    }
+    std::vector<Outcome> outcomes = AllSaved(client);
     outcomes[1].boxes.push_back({L"Kandora", L"Ordner fehlt"});
     const StoreReader store = Read();
     const auto lines = RenderYearTable(client, outcomes, &store, 1.5, {0, 80});

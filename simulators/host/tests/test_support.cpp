@@ -115,6 +115,19 @@ ComPtr<IDispatch> ObjectOf(const Value& value) {
     return value.Type() == VT_DISPATCH ? ComPtr<IDispatch>(value.Get().pdispVal) : ComPtr<IDispatch>();
 }
 
+std::vector<Outcome> AllSaved(const ClientFile& client) {
+    std::vector<Outcome> outcomes;
+    for (const Booking& booking : client.Bookings()) {
+        Outcome& outcome = outcomes.emplace_back();
+        outcome.kind = RequestKind::SaveDocument;
+        outcome.docId = booking.docId;
+        outcome.belegNr = booking.belegNr;
+        outcome.belegIndex = booking.belegIndex;
+        outcome.barcode = booking.barcode;
+    }
+    return outcomes;
+}
+
 std::wstring TextOf(const Value& value) {
     return FromBstr(value.ConvertedTo(VT_BSTR).Get().bstrVal);
 }

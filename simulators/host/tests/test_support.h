@@ -2,6 +2,8 @@
 
 #include "simulators/common/com_ptr.h"
 #include "simulators/common/value.h"
+#include "simulators/host/client_file.h"
+#include "simulators/host/driver.h"
 
 #include <oaidl.h>
 
@@ -49,6 +51,9 @@ ComPtr<IDispatch> ObjectOf(const Value& value);
 
 // The value's text by the platform's conversion.
 std::wstring TextOf(const Value& value);
+
+// What a driver that saves every booking of the client tells, in their order: no failure, no box.
+std::vector<Outcome> AllSaved(const ClientFile& client);
 
 // The message of the Failure that `work` throws; empty when it throws none.
 template <class Work>
