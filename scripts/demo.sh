@@ -178,6 +178,7 @@ run_demo() {
     begin_template
     build_for_demo
     step wine "Make the wine prefix (begun beside the compiler)" wait "$templateProcess"
+    use_one_processor
     begin_wine "$demo/wine"
     use_prefix "$demo/wine"
     step demo-formats "Give the Windows session Swiss formats" set_swiss_formats

@@ -21,7 +21,7 @@ test_build() {
     say ""
     say "Tests $1"
     ctest --test-dir "$build/$1" "${chosen[@]}" --show-only=json-v1 >"$logs/test-$1.json"
-    run_ctest "$1" "$logs/test-$1.xml" -j "$((2 * $(nproc)))" "${chosen[@]}" &
+    run_ctest "$1" "$logs/test-$1.xml" -j "$((3 * $(nproc)))" "${chosen[@]}" &
     wait $! || true
     seconds_since "$start" >"$logs/test-$1.seconds"
 }

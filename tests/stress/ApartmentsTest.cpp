@@ -34,7 +34,24 @@ struct Office {
     model_tests::Accounting accounting;
 };
 
+/// Whatever processor the tests were given; for as long as it lives.
+class OnAllProcessors {
+public:
+    OnAllProcessors() {
+        DWORD_PTR all = 0;
+        EXPECT_TRUE(GetProcessAffinityMask(GetCurrentProcess(), &own_, &all));
+        EXPECT_TRUE(SetProcessAffinityMask(GetCurrentProcess(), all));
+    }
+    ~OnAllProcessors() { EXPECT_TRUE(SetProcessAffinityMask(GetCurrentProcess(), own_)); }
+    OnAllProcessors(const OnAllProcessors&) = delete;
+    OnAllProcessors& operator=(const OnAllProcessors&) = delete;
+
+private:
+    DWORD_PTR own_ = 0;
+};
+
 TEST(Apartments, FileAtTheSameTime) {
+    const OnAllProcessors processors;
     Place place;
     const Component component(place.Library());
     std::vector<std::unique_ptr<Office>> offices;
