@@ -1,7 +1,9 @@
 """Test modules of Python tell of their cases so that the summary sees what became of each."""
 import contextlib
 import io
+import os
 import unittest
+import unittest.mock
 
 import cases
 from judge import judge
@@ -86,3 +88,22 @@ class Told(unittest.TestCase):
         with contextlib.redirect_stdout(printed):
             code = cases.run(unittest.defaultTestLoader.loadTestsFromNames(["no_such_module"]))
         self.assertEqual((code, judge("some", printed.getvalue(), False).has_passed), (1, False))
+
+
+class Shards(unittest.TestCase):
+    METHODS = {f"test_{number}": passing for number in range(7)}
+
+    def shard(self, index, total=3):
+        with unittest.mock.patch.dict(os.environ, GTEST_TOTAL_SHARDS=str(total), GTEST_SHARD_INDEX=str(index)):
+            outcome, code, text = run(**self.METHODS)
+        self.assertEqual((code, outcome.complaints), (0, []), text)
+        return outcome
+
+    def test_have_each_case_once(self):
+        outcomes = [self.shard(index) for index in range(3)]
+        self.assertEqual([outcome.shard for outcome in outcomes], [(0, 3), (1, 3), (2, 3)])
+        self.assertEqual(sorted(name.split(".")[-1] for outcome in outcomes for name in outcome.cases), sorted(self.METHODS))
+
+    def test_are_not_told_of_when_there_is_one(self):
+        outcome = self.shard(0, total=1)
+        self.assertEqual((outcome.shard, len(outcome.cases)), (None, 7))

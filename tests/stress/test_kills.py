@@ -23,6 +23,14 @@ MOST_REFUSALS = 5  # in a row
 ALL = os.environ.get("KANDORA_KILLS") == "all"
 
 
+def boxes_in(output):
+    """The whole texts of the component's boxes; what does not fit into the width goes on below."""
+    texts = re.findall(r"^  Fenster «Kandora»: (.*(?:\n    .*)*)", output, re.MULTILINE)
+    boxes = [re.sub(r"\n +", " ", text) for text in texts]
+    assert all(re.search(r" CALLSTACK: .*Kandora\.\w+$", box) for box in boxes if " ON LINE " in box), boxes
+    return boxes
+
+
 class Accounting:
     """The accounting at its menu; it runs one request file after the other."""
 
@@ -51,7 +59,7 @@ class Accounting:
         new, self.read = without_fault(content[self.read:]), len(content)
         assert "->" in new and "Fehler" not in new.partition("->")[0], new
         assert all(line.endswith("S_OK") or "S_OK, " in line for line in new.splitlines() if " -> " in line), new
-        return re.findall(r"^  Fenster «Kandora»: (.*)", new, re.MULTILINE)
+        return boxes_in(new)
 
     def send(self, *requests):
         self.begin(*requests)

@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Runs unittest modules and tells of them in the words of the other test programs, which is what the summary reads: how many
 cases there are, each as it begins and ends, and at last how many have passed. As a command: cases.py MODULE...
+
+With GTEST_TOTAL_SHARDS and GTEST_SHARD_INDEX set, only those of this shard.
 """
+import os
 import sys
 import textwrap
 import time
@@ -66,9 +69,25 @@ def modules_of(suite):
     return set().union(*map(modules_of, suite))
 
 
+def cases_of(suite):
+    if isinstance(suite, unittest.TestCase):
+        return [suite]
+    return [case for part in suite for case in cases_of(part)]
+
+
+def own_shard(suite):
+    """Every so many-th case, and says which."""
+    total, index = int(os.environ.get("GTEST_TOTAL_SHARDS", "1")), int(os.environ.get("GTEST_SHARD_INDEX", "0"))
+    if total == 1:
+        return suite
+    print(f"Note: This is test shard {index + 1} of {total}.", flush=True)
+    return unittest.TestSuite(cases_of(suite)[index::total])
+
+
 def run(suite):
     """Runs the suite; the program's exit code."""
     begun = time.monotonic()
+    suite = own_shard(suite)
     count, modules = suite.countTestCases(), len(modules_of(suite))
     print(f"[==========] Running {count} tests from {modules} test suites.", flush=True)
     result = Result()
