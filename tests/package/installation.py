@@ -38,8 +38,13 @@ def program_folder():
 
 
 def msiexec(*arguments, expected=0):
-    """Runs the installer and answers its exit code."""
-    done = run_to_end([*workstation.system_command("msiexec.exe"), *map(str, arguments)],
+    """Runs the installer and answers its exit code. The command stands in a file, as an administrator's does: the quotes belong
+    around the value of a property, and not around all of it."""
+    program = workstation.system_command("msiexec.exe")[-1]
+    words = [re.sub(r"^(\w+)=(.* .*)$", r'\1="\2"', argument) for argument in arguments]
+    file = workstation.options.work / "msiexec.cmd"
+    file.write_text(f"@start /wait {program} {' '.join(words)}\r\n@exit /b %ERRORLEVEL%\r\n", encoding="ascii", newline="")
+    done = run_to_end([*workstation.system_command("cmd.exe"), "/c", windows_path(file)],
                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     if done.returncode != expected:
         raise AssertionError(f"msiexec {arguments} ended with {done.returncode}")
