@@ -5,7 +5,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
 elsewhere="$build/elsewhere"
 # In MB; the system with everything built in it.
-elsewhereRoom=14000
+elsewhereRoom=8000
 
 # machine_sources ETC: the lines "ADDRESS SUITE" of the sources of packages whose component is main.
 machine_sources() {
