@@ -6,7 +6,7 @@ import dataclasses
 import pathlib
 import re
 
-INTERFACES = pathlib.Path(__file__).resolve().parent.parent / "interfaces"
+INTERFACES = pathlib.Path(__file__).resolve().parent.parent / "src" / "interfaces"
 AUTOMATION_MARSHALLER = "{00020424-0000-0000-C000-000000000046}"
 VERSION = "1.0"
 PROGRAM_ID_PREFIX = "Kandora."

@@ -23,7 +23,7 @@ measure() {
 }
 
 # The component itself; the stand-ins, tools and tests around it are not measured.
-coverageFolders=(provider archive accounting ui support automation component)
+coverageFolders=(src/{provider,archive,accounting,ui,support,automation,component})
 
 report_coverage() {
     local folder="$build/coverage" filters=() name

@@ -51,7 +51,8 @@ class Texts:
         found = []
         for name in INCLUDE.findall(self.read(path)):
             for folder in [os.path.join(self.root, os.path.dirname(path)), *folders]:
-                file = os.path.normpath(os.path.join(folder, name))
+                # A floor's headers are found through a link.
+                file = os.path.realpath(os.path.join(folder, name))
                 if file.startswith(self.root + os.sep) and os.path.isfile(file):
                     found.append(os.path.relpath(file, self.root))
                     break

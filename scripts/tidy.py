@@ -23,7 +23,7 @@ import due
 TRIPLETS = {"x86": "i686-w64-mingw32", "x64": "x86_64-w64-mingw32"}
 
 # The walk over a function's paths is most of the work, and its default bound lets a few functions take most of that: with
-# this one archive/ELODMS.cpp takes 3 s instead of 17 s.
+# this one src/archive/ELODMS.cpp takes 3 s instead of 17 s.
 BOUNDS = ["max-nodes=20000"]
 # Tests are long functions of one path each, whose macros and library calls are not worth following.
 TEST_BOUNDS = ["mode=shallow", "max-nodes=10000"]

@@ -6,7 +6,7 @@ import tempfile
 import unittest
 
 BUILD = pathlib.Path(os.environ["KANDORA_BUILD"])
-LIBRARIES = ("bin/DmsSolution.tlb", "interfaces/Kandora.tlb")
+LIBRARIES = ("bin/DmsSolution.tlb", "src/interfaces/Kandora.tlb")
 
 
 class Libraries(unittest.TestCase):
@@ -15,7 +15,7 @@ class Libraries(unittest.TestCase):
                                   capture_output=True, check=True).stdout.decode("utf-8")
         with tempfile.TemporaryDirectory() as folder:
             again = pathlib.Path(folder)
-            (again / "interfaces").mkdir()
+            (again / "src" / "interfaces").mkdir(parents=True)
             commands = [line.replace(str(BUILD), folder) for line in commands.splitlines() if "widl" in line]
             self.assertEqual(len(commands), len(LIBRARIES))
             for command in commands:

@@ -10,7 +10,7 @@ LITERAL = r'L"((?:[^"\\]|\\.)*)"'
 def code():
     """Path and text of every source file of the component, without comments."""
     for floor in FLOORS:
-        for file in sorted((ROOT / floor).glob("*")):
+        for file in sorted((ROOT / "src" / floor).glob("*")):
             if file.suffix in (".cpp", ".h"):
                 text = file.read_text(encoding="utf-8")
                 yield file, re.sub(r"^\s*//.*$|(?<=[;{}])\s+//.*$", "", text, flags=re.MULTILINE)
