@@ -62,6 +62,7 @@ run_lint() {
     done
     ensure_linters
     step lint-format "Formatting (./dev format corrects it)" format_sources --dry-run --Werror || failed=1
+    step lint-floors "Floors: who includes whom" python3 "$root/scripts/floors.py" "$root" || failed=1
     step lint-shell "Shell scripts" check_shell || failed=1
     step lint-python "Python scripts" check_python || failed=1
     for architecture in "${architectures[@]}"; do

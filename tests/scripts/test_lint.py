@@ -96,7 +96,7 @@ class Lint(unittest.TestCase):
             self.write(path, text)
         (self.project / "run.sh").chmod(0o755)
         (self.project / "scripts").mkdir()
-        for name in ("tidy.py", "due.py"):
+        for name in ("tidy.py", "due.py", "floors.py"):
             shutil.copy(ROOT / "scripts" / name, self.project / "scripts" / name)
         self.bin.mkdir()
         programs = {"clang-tidy-22": CLANG_TIDY, "clang-tidy-19": CLANG_TIDY, "i686-w64-mingw32-g++-posix": COMPILER,
@@ -187,6 +187,11 @@ class Findings(Lint):
         self.expect_findings("product/Deep.h: misplaced")
         judges = self.lines("calls.judges")
         self.assertTrue([line for line in judges if "clang-format-22 --dry-run --Werror " in line and "Alone.cpp" in line], judges)
+
+    def test_of_the_floors(self):
+        self.write("src/automation/Text.cpp", '#include "support/Log.h"\n')
+        self.write("src/support/Log.h", "")
+        self.expect_findings("src/automation/Text.cpp:1: automation may not include src/support/Log.h")
 
     def test_of_shell_scripts(self):
         self.append("run.sh", "# MISPLACED\n")
@@ -388,4 +393,4 @@ class Sources(unittest.TestCase):
     def test_that_are_recorded_are_there(self):
         base = json.loads((ROOT / "scripts" / "lint-base.json").read_text(encoding="utf-8"))
         self.assertGreater(len(base["texts"]), 300)
-        self.assertIn("archive/ELODMS.cpp", base["texts"])
+        self.assertIn("src/archive/ELODMS.cpp", base["texts"])
