@@ -23,6 +23,10 @@ class Result:
             raise AssertionError(f"no JSON, exit code {code}: {output}")
         self.json = json.loads(output)
         self.checks = self.json["pruefungen"]
+        # Whoever reads a failure needs the reasons; tests compare the names alone.
+        for check in self.checks:
+            if check["ergebnis"] != "gut":
+                print(f"    {check['ergebnis']}: {check['bereich']}, {check['name']}: {check['wert']}", flush=True)
 
     def with_verdict(self, verdict):
         return [check for check in self.checks if check["ergebnis"] == verdict]

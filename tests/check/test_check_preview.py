@@ -51,8 +51,8 @@ class PreviewOfVouchers(unittest.TestCase):
 
     def test_the_text_shows_every_field(self):
         booking = Client().with_barcode(1)[0]
-        code, output, _ = self.station.run_text("--voucher", booking["belegNr"], booking["belegIndex"])
-        self.assertEqual(code, 0)
+        code, output, errors = self.station.run_text("--voucher", booking["belegNr"], booking["belegIndex"])
+        self.assertEqual((code, errors), (0, ""), output)
         for line, key in ((43, "BelegNr"), (32, "Kundenort")):
             self.assertRegex(output, rf"(?m)^gut      Vorschau: Zeile {line} {key}: «.*»$")
         self.assertRegex(output, r"(?m)^gut      Vorschau: Zeile 44 Barcode: \(nennt die Finanzbuchhaltung")

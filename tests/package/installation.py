@@ -43,7 +43,7 @@ def msiexec(*arguments, expected=0):
     program = workstation.system_command("msiexec.exe")[-1]
     words = [re.sub(r"^(\w+)=(.* .*)$", r'\1="\2"', argument) for argument in arguments]
     file = workstation.options.work / "msiexec.cmd"
-    file.write_text(f"@start /wait {program} {' '.join(words)}\r\n@exit /b %ERRORLEVEL%\r\n", encoding="ascii", newline="")
+    file.write_text(f"@{program} {' '.join(words)}\r\n@exit /b %ERRORLEVEL%\r\n", encoding="ascii", newline="")
     done = run_to_end([*workstation.system_command("cmd.exe"), "/c", windows_path(file)],
                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     if done.returncode != expected:

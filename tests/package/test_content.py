@@ -207,8 +207,8 @@ class Content(unittest.TestCase):
 class Template(unittest.TestCase):
     def test_the_template_has_every_setting_in_the_order_of_reading(self):
         keys = settings_template.keys_of(settings_template.TEMPLATE.read_text(encoding="utf-8"))
-        code = (sources.ROOT / "provider" / "SettingsTable.cpp").read_text(encoding="utf-8")
-        settings = (sources.ROOT / "model" / "Settings.h").read_text(encoding="utf-8")
+        code = (sources.ROOT / "src" / "provider" / "SettingsTable.cpp").read_text(encoding="utf-8")
+        settings = (sources.ROOT / "src" / "model" / "Settings.h").read_text(encoding="utf-8")
         partner = re.findall(r'\{L"(\w+)"', re.search(r"indexFieldTable = (.*?)\}\);", settings, flags=re.DOTALL)[1])
         voucher = partner[:int(re.search(r"voucherIndexFields = partnerIndexFields\.first\((\d+)\)", settings)[1])]
         lists = {"partnerIndexFields": partner, "voucherIndexFields": voucher}

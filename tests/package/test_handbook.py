@@ -49,7 +49,7 @@ class Handbook(unittest.TestCase):
 
     def test_texts_stand_beside_their_numbers(self):
         """The general descriptions: the table in the sources gives each number's text."""
-        errors = (sources.ROOT / "automation" / "Errors.cpp").read_text(encoding="utf-8")
+        errors = (sources.ROOT / "src" / "automation" / "Errors.cpp").read_text(encoding="utf-8")
         numbers = sources.error_numbers()
         described = re.findall(r'\{errors::(\w+), L"([^"]+)"\}', errors)
         self.assertGreater(len(described), 25)
