@@ -3,30 +3,14 @@
 
 #include <unknwn.h>
 
-#include <atomic>
 #include <new>
+
+#include "interfaces/ComObject.h"
 
 namespace {
 
-class EmptyObject final : public IClassFactory {
+class EmptyObject final : public kandora::ComObject<IClassFactory> {
 public:
-    virtual ~EmptyObject() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
-        *object = known ? this : nullptr;
-        if (known) {
-            AddRef();
-        }
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override {
         auto* const created = new (std::nothrow) EmptyObject;
         if (created == nullptr) {
@@ -37,9 +21,6 @@ public:
         return outcome;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-
-private:
-    std::atomic<ULONG> references_ = 1;
 };
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "recorder.h"
+#include "interfaces/ComObject.h"
 
 #include <array>
 #include <atomic>
@@ -13,36 +14,12 @@ constexpr std::size_t mostArguments = 8;
 }  // namespace
 
 /// Stands before an object of another program and passes everything on.
-class Conversation::Listener final : public IDispatch {
+class Conversation::Listener final : public Undescribed<ComObject<IDispatch>> {
 public:
     Listener(Conversation& conversation, IDispatch* object, std::size_t role)
         : conversation_(conversation), object_(object), role_(role) {}
-    virtual ~Listener() { object_->Release(); }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
+    ~Listener() override { object_->Release(); }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (iid == IID_IUnknown || iid == IID_IDispatch) {
-            *object = static_cast<IDispatch*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        *count = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override {
         Step step;
@@ -105,7 +82,6 @@ private:
     Conversation& conversation_;
     IDispatch* object_;
     std::size_t role_;
-    std::atomic<ULONG> references_ = 1;
 };
 
 Conversation::~Conversation() {

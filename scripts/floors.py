@@ -11,13 +11,16 @@ import sys
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"')
 
+# What everybody may know: the public interfaces, and what classes with COM's interfaces are made of.
+FACE = {"interfaces"}
 # Each floor with those below it. `archive` and `accounting` stand side by side.
-GROUND = {"automation"}
+GROUND = FACE | {"automation"}
 SUPPORT = GROUND | {"support"}
 MODEL = SUPPORT | {"model"}
 UI = MODEL | {"ui"}
 PROVIDER = UI | {"accounting", "archive", "provider"}
 FLOORS = {
+    "interfaces": FACE,
     "automation": GROUND,
     "support": SUPPORT,
     "model": MODEL,
@@ -30,7 +33,7 @@ FLOORS = {
 PRODUCT = set(FLOORS)
 # What stands beside the product: which of it and of the product each may include.
 BESIDE = {
-    "simulators": {"simulators"},
+    "simulators": FACE | {"simulators"},
     "tools": PRODUCT | {"tools"},
     "tests": PRODUCT | {"tests", "simulators", "tools"},
     "benchmarks": PRODUCT | {"benchmarks", "simulators", "tests"},

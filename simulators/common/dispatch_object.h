@@ -26,6 +26,7 @@
 #pragma once
 
 #include "com_ptr.h"
+#include "interfaces/ComObject.h"
 #include "value.h"
 
 #include <cstddef>
@@ -204,24 +205,13 @@ struct FailedCall {
 // Describes the exception that is being handled; call it only inside a catch block.
 FailedCall DescribeCurrentException(const std::wstring& defaultSource);
 
-// COM interfaces have no virtual destructor; objects are deleted by Release alone.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-class DispatchObject : public IDispatch {
+class DispatchObject : public kandora::Undescribed<kandora::ComObject<IDispatch>> {
 public:
-    DispatchObject(const DispatchObject&) = delete;
-    DispatchObject& operator=(const DispatchObject&) = delete;
-
     // Objects of this kind alive in the process; a server may end when it falls to zero.
     static long LiveObjects() noexcept;
 
     const std::wstring& ClassName() const noexcept { return className_; }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** result) override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters,
@@ -230,7 +220,7 @@ public:
 protected:
     // The object starts with a count of one (see MakeObject). The table must outlive it.
     DispatchObject(std::wstring className, const MemberTable& members);
-    virtual ~DispatchObject();
+    ~DispatchObject() override;
 
     // Every call passes here; `proceed` runs its handler. Override it to trace, answer or refuse calls.
     virtual Value Perform(const Call& call, const std::function<Value()>& proceed);
@@ -244,8 +234,6 @@ private:
 
     std::wstring className_;
     const MemberTable& members_;
-    LONG references_ = 1;
 };
-#pragma GCC diagnostic pop
 
 }  // namespace simulators

@@ -1,5 +1,6 @@
 #include "simulators/common/local_server.h"
 
+#include "interfaces/ComObject.h"
 #include "simulators/common/dispatch_object.h"
 #include "simulators/common/text.h"
 
@@ -12,35 +13,10 @@ namespace {
 
 std::atomic<long> serverLocks{0};
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // COM interfaces have none; Release alone deletes
-class ClassFactory : public IClassFactory {
+class ClassFactory final : public kandora::ComObject<IClassFactory> {
 public:
     explicit ClassFactory(ClassObject::Maker maker) : maker_(std::move(maker)) {}
-    virtual ~ClassFactory() = default;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** result) override {
-        if (result == nullptr) {
-            return E_POINTER;
-        }
-        if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory)) {
-            *result = static_cast<IClassFactory*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *result = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override {
-        return static_cast<ULONG>(InterlockedIncrement(&references_));
-    }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) {
-            delete this;
-        }
-        return static_cast<ULONG>(left);
-    }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** result) override {
         if (result == nullptr) {
             return E_POINTER;
@@ -64,9 +40,7 @@ public:
 
 private:
     ClassObject::Maker maker_;
-    LONG references_ = 1;
 };
-#pragma GCC diagnostic pop
 
 constexpr const wchar_t* ClassesKey = L"Software\\Classes\\";
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -17,6 +16,7 @@
 #include "component/Module.h"
 #include "component/ThreadState.h"
 #include "component/TypeLibraries.h"
+#include "interfaces/ComObject.h"
 
 namespace kandora {
 
@@ -87,40 +87,8 @@ decltype(auto) WithText(BSTR* argument, Body&& body) {
 /// A public class behind its dual interface: identity, reference count, calls by name and error information.
 /// A derived class converts and forwards; each of its methods is one line around Guarded or Result.
 template <class Interface, const IID& iid>
-class AutomationObject : public Interface, public ISupportErrorInfo {
+class AutomationObject : public ComObject<Interface, ISupportErrorInfo> {
 public:
-    AutomationObject(const AutomationObject&) = delete;
-    AutomationObject& operator=(const AutomationObject&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        *object = nullptr;
-        if (wanted == IID_IUnknown || wanted == IID_IDispatch || wanted == iid) {
-            *object = static_cast<Interface*>(this);
-        } else if (wanted == IID_ISupportErrorInfo) {
-            *object = static_cast<ISupportErrorInfo*>(this);
-        } else {
-            *object = Further(wanted);
-        }
-        if (*object == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            const OwnArithmetic arithmetic;
-            references_ = 1;  // what the end of the object calls may take and give back references
-            delete this;
-        }
-        return left;
-    }
-
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID asked) override {
         return asked == iid ? S_OK : S_FALSE;
     }
@@ -148,10 +116,7 @@ public:
 
 protected:
     AutomationObject() : state_(CurrentThreadState()) {}
-    virtual ~AutomationObject() = default;
-
-    /// A further interface of the derived class, without a new reference; null for an unknown one.
-    virtual void* Further(REFIID /*wanted*/) noexcept { return nullptr; }
+    ~AutomationObject() override = default;
 
     /// The state of the thread that made the object.
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
@@ -171,9 +136,13 @@ protected:
     }
 
 private:
+    void Finish() override {
+        const OwnArithmetic arithmetic;
+        delete this;
+    }
+
     module::Use use_;
     std::shared_ptr<ThreadState> state_;
-    std::atomic<ULONG> references_ = 1;
 };
 
 }  // namespace kandora

@@ -1,7 +1,6 @@
 // The functions that the module exports; nothing else knows that it lives in a DLL.
 
 #include <algorithm>
-#include <atomic>
 #include <cwchar>
 #include <memory>
 
@@ -14,39 +13,16 @@
 #include "component/Classes.h"
 #include "component/Module.h"
 #include "component/Registration.h"
+#include "interfaces/ComObject.h"
 
 namespace kandora {
 
 namespace {
 
 /// Makes objects of one public class.
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public ComObject<IClassFactory> {
 public:
     explicit ClassFactory(const PublicClass& row) : row_(row) {}
-    virtual ~ClassFactory() = default;
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        if (iid != IID_IUnknown && iid != IID_IClassFactory) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        *object = static_cast<IClassFactory*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
         if (object == nullptr) {
@@ -74,7 +50,6 @@ public:
 private:
     module::Use use_;
     const PublicClass& row_;
-    std::atomic<ULONG> references_ = 1;
 };
 
 }  // namespace

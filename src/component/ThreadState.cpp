@@ -1,7 +1,5 @@
 #include "component/ThreadState.h"
 
-#include <atomic>
-
 #include <windows.h>
 
 #include <objbase.h>
@@ -9,39 +7,19 @@
 #include "automation/Errors.h"
 #include "automation/OwnArithmetic.h"
 #include "component/Module.h"
+#include "interfaces/ComObject.h"
 
 namespace kandora {
 
 namespace {
 
 /// Holds a thread's parts, and is told by COM when the thread is about to leave it.
-class ThreadSlot final : public IInitializeSpy {
+class ThreadSlot final : public ComObject<IInitializeSpy> {
 public:
     explicit ThreadSlot(std::shared_ptr<ThreadState> state) : state_(std::move(state)) {}
-    virtual ~ThreadSlot() = default;
-    ThreadSlot(const ThreadSlot&) = delete;
-    ThreadSlot& operator=(const ThreadSlot&) = delete;
 
     void Watch() { RequireSuccess(CoRegisterInitializeSpy(this, &cookie_)); }
     [[nodiscard]] const std::shared_ptr<ThreadState>& State() const noexcept { return state_; }
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (iid != IID_IUnknown && iid != IID_IInitializeSpy) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        *object = static_cast<IInitializeSpy*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
 
     HRESULT STDMETHODCALLTYPE PreInitialize(DWORD /*coInit*/, DWORD /*references*/) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE PostInitialize(HRESULT outcome, DWORD /*coInit*/,
@@ -61,7 +39,6 @@ private:
     void End() noexcept;
 
     module::Use use_;
-    std::atomic<ULONG> references_ = 1;
     ULARGE_INTEGER cookie_{};
     std::shared_ptr<ThreadState> state_;
 };

@@ -8,6 +8,7 @@
 
 #include "automation/Text.h"
 #include "automation/Variant.h"
+#include "interfaces/ComObject.h"
 
 namespace kandora::test {
 
@@ -18,60 +19,13 @@ constexpr VARTYPE lastCode = 80;
 constexpr VARTYPE unknownCode = 0x0FFF;
 
 /// An object without any interface of use.
-class BareObject final : public IUnknown {
-public:
-    virtual ~BareObject() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        *object = wanted == IID_IUnknown ? static_cast<IUnknown*>(this) : nullptr;
-        if (*object == nullptr) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-
-private:
-    ULONG references_ = 1;
-};
+class BareObject final : public ComObject<IUnknown> {};
 
 /// An object that knows every member and answers each call with something else.
-class OddObject final : public IDispatch {
+class OddObject final : public Undescribed<ComObject<IDispatch>> {
 public:
     explicit OddObject(std::uint32_t seed) : random_(seed) {}
-    virtual ~OddObject() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IDispatch;
-        *object = isKnown ? static_cast<IDispatch*>(this) : nullptr;
-        if (!isKnown) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        *count = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** info) override {
-        *info = nullptr;
-        return E_NOTIMPL;
-    }
+
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT count, LCID, DISPID* ids) override {
         for (UINT i = 0; i < count; ++i) {
             ids[i] = static_cast<DISPID>(i + 1);
@@ -118,33 +72,14 @@ public:
     }
 
 private:
-    ULONG references_ = 1;
     Random random_;
 };
 
 /// The description of a record of 16 bytes that nobody can look into.
-class OpaqueRecords final : public IRecordInfo {
+class OpaqueRecords final : public ComObject<IRecordInfo> {
 public:
     static constexpr ULONG size = 16;
 
-    virtual ~OpaqueRecords() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IRecordInfo;
-        *object = isKnown ? static_cast<IRecordInfo*>(this) : nullptr;
-        if (!isKnown) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE RecordInit(PVOID record) override {
         std::fill_n(static_cast<std::byte*>(record), size, std::byte());
         return S_OK;
@@ -198,7 +133,6 @@ public:
     }
 
 private:
-    ULONG references_ = 1;
 };
 
 /// Types whose value is a pointer that its holder owns.

@@ -7,28 +7,15 @@
 #include <functional>
 #include <utility>
 
+#include "interfaces/ComObject.h"
+
 namespace kandora::component_tests {
 
 /// A value of the host's that calls back when its text is asked for.
-class CallingValue final : public IDispatch {
+class CallingValue final : public Undescribed<LentComObject<IDispatch>> {
 public:
     explicit CallingValue(std::function<void()> action) : action_(std::move(action)) {}
-    virtual ~CallingValue() = default;
-    CallingValue(const CallingValue&) = delete;
-    CallingValue& operator=(const CallingValue&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
-        *object = known ? static_cast<IDispatch*>(this) : nullptr;
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        *count = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
         return DISP_E_UNKNOWNNAME;
     }

@@ -58,26 +58,6 @@ void QuietObject::Answers(std::wstring_view member, QuietObject& object) {
     });
 }
 
-HRESULT QuietObject::QueryInterface(REFIID interfaceId, void** object) {
-    if (interfaceId != IID_IUnknown && interfaceId != IID_IDispatch) {
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    *object = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-}
-
-HRESULT QuietObject::GetTypeInfoCount(UINT* count) {
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT QuietObject::GetTypeInfo(UINT /*index*/, LCID /*locale*/, ITypeInfo** typeInfo) {
-    *typeInfo = nullptr;
-    return DISP_E_BADINDEX;
-}
-
 HRESULT QuietObject::GetIDsOfNames(REFIID /*reserved*/, LPOLESTR* names, UINT /*count*/, LCID /*locale*/,
                                    DISPID* ids) {
     ++asked;

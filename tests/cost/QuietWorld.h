@@ -12,19 +12,16 @@
 #include <string_view>
 #include <vector>
 
+#include "interfaces/ComObject.h"
+
 namespace kandora::cost {
 
-/// An automation object that answers quickly and keeps no record; it only counts. It is not deleted when its
-/// last reference goes: its owner keeps it.
-class QuietObject final : public IDispatch {
+/// An automation object that answers quickly and keeps no record; it only counts. Its owner keeps
+/// one reference, so that nobody else deletes it.
+class QuietObject final : public Undescribed<ComObject<IDispatch>> {
 public:
     /// Gets the arguments, last one first as automation passes them, and an empty result.
     using Answer = std::function<void(const DISPPARAMS&, VARIANT&)>;
-
-    QuietObject() = default;
-    virtual ~QuietObject() = default;
-    QuietObject(const QuietObject&) = delete;
-    QuietObject& operator=(const QuietObject&) = delete;
 
     void Answers(std::wstring_view member, Answer answer);
     /// The same number each time.
@@ -32,11 +29,6 @@ public:
     void Answers(std::wstring_view member, const wchar_t* text);
     void Answers(std::wstring_view member, QuietObject& object);
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override { return --references_; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** typeInfo) override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID reserved, LCID locale, WORD flags,
@@ -50,7 +42,6 @@ public:
 private:
     std::map<std::wstring, DISPID, std::less<>> ids_;
     std::vector<Answer> answers_;
-    ULONG references_ = 1;
 };
 
 /// An archive and an accounting host in which every call succeeds. The archive's separator is "/", every

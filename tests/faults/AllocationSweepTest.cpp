@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "interfaces/ComObject.h"
 #include "tests/faults/Sweep.h"
 #include "tests/support/Rendering.h"
 
@@ -47,19 +48,8 @@ void* Allocated(std::size_t size) {
 
 /// The same for automation's own memory: texts and arrays. The program has to be started with the
 /// environment variable OANOCACHE set, or texts come out of a cache.
-class TextMemory final : public IMallocSpy {
+class TextMemory final : public kandora::LentComObject<IMallocSpy> {
 public:
-    TextMemory() = default;
-    virtual ~TextMemory() = default;
-    TextMemory(const TextMemory&) = delete;
-    TextMemory& operator=(const TextMemory&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override {
-        *object = interfaceId == IID_IUnknown || interfaceId == IID_IMallocSpy ? this : nullptr;
-        return *object == nullptr ? E_NOINTERFACE : S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
     /// No memory is made for no bytes.
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return Fails() ? 0 : size; }
     void* STDMETHODCALLTYPE PostAlloc(void* memory) override { return memory; }

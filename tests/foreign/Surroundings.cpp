@@ -1,4 +1,5 @@
 #include "Surroundings.h"
+#include "interfaces/ComObject.h"
 
 #include <malloc.h>
 #include <ole2.h>
@@ -297,16 +298,8 @@ std::string ManyThreaded(Stage& stage) {
 }
 
 /// A host's own answer to busy programs.
-class Filter final : public IMessageFilter {
+class Filter final : public LentComObject<IMessageFilter> {
 public:
-    virtual ~Filter() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == IID_IMessageFilter;
-        *object = known ? this : nullptr;
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
     DWORD STDMETHODCALLTYPE HandleInComingCall(DWORD, HTASK, DWORD, LPINTERFACEINFO) override {
         return SERVERCALL_ISHANDLED;
     }

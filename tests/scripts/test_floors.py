@@ -10,7 +10,8 @@ import floors
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 PROJECT = {
-    "src/automation/Text.h": "",
+    "src/interfaces/Object.h": "",
+    "src/automation/Text.h": '#include "interfaces/Object.h"\n',
     "src/automation/Text.cpp": '#include "automation/Text.h"\n#include <windows.h>\n',
     "src/support/Log.h": '#include "automation/Text.h"\n',
     "src/model/Records.h": '#include "automation/Text.h"\n',
@@ -21,7 +22,7 @@ PROJECT = {
     "src/provider/Provider.cpp": '#include "archive/Archive.h"\n#include "accounting/Access.h"\n',
     "src/component/Exports.cpp": '#include "provider/Provider.h"\n#include "Kandora.h"\n',
     "simulators/archive/store.cpp": '#include "simulators/common/text.h"\n',
-    "simulators/common/text.h": "",
+    "simulators/common/text.h": '#include "interfaces/Object.h"\n',
     "simulators/archive/tests/store_test.cpp": '#include "simulators/archive/store.cpp"\n#include "tests/support/Folder.h"\n',
     "tools/check/main.cpp": '#include "archive/Archive.h"\n',
     "tests/support/Folder.h": '#include "automation/Text.h"\n',
@@ -68,6 +69,10 @@ class Floors(unittest.TestCase):
         self.expect_fault("src/provider/Provider.cpp:3: provider may not include tests/support/Folder.h",
                           src_provider_Provider__cpp='#include "tests/support/Folder.h"')
 
+    def test_that_the_public_face_includes_the_inside(self):
+        self.expect_fault("src/interfaces/Object.h:1: interfaces may not include src/automation/Text.h",
+                          src_interfaces_Object__h='#include "automation/Text.h"')
+
     def test_that_a_simulator_includes_the_inside_of_the_product(self):
         self.expect_fault("simulators/archive/store.cpp:2: simulators may not include src/automation/Text.h",
                           simulators_archive_store__cpp='#include "automation/Text.h"')
@@ -83,4 +88,4 @@ class Floors(unittest.TestCase):
     def test_of_the_project_itself(self):
         self.assertEqual(list(floors.faults(ROOT)), [])
         self.assertEqual({folder.name for folder in (ROOT / "src").iterdir() if folder.is_dir()},
-                         {*floors.FLOORS, "interfaces"})
+                         set(floors.FLOORS))

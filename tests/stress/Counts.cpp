@@ -11,6 +11,7 @@
 #include <ostream>
 #include <vector>
 
+#include "interfaces/ComObject.h"
 #include "simulators/common/dispatch_object.h"
 
 namespace kandora::stress_tests {
@@ -20,17 +21,8 @@ namespace {
 std::atomic<long> outstanding =
     0;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): COM has one spy
 
-class Spy final : public IMallocSpy {
+class Spy final : public kandora::LentComObject<IMallocSpy> {
 public:
-    virtual ~Spy() = default;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        const bool known = iid == IID_IUnknown || iid == IID_IMallocSpy;
-        *object = known ? this : nullptr;
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }
     void* STDMETHODCALLTYPE PostAlloc(void* block) override {
         outstanding += block != nullptr ? 1 : 0;

@@ -35,30 +35,12 @@ HRESULT STDMETHODCALLTYPE FillInLater(EXCEPINFO* info) {
 }
 
 /// The items of a collection.
-class FakeEnumeration final : public IEnumVARIANT {
+class FakeEnumeration final : public ComObject<IEnumVARIANT> {
 public:
-    explicit FakeEnumeration(std::vector<Variant> items) : items_(std::move(items)) { ++alive; }
-    virtual ~FakeEnumeration() { --alive; }
-    FakeEnumeration(const FakeEnumeration&) = delete;
-    FakeEnumeration& operator=(const FakeEnumeration&) = delete;
+    /// Nobody has a reference at first.
+    explicit FakeEnumeration(std::vector<Variant> items) : ComObject(0), items_(std::move(items)) { ++alive; }
+    ~FakeEnumeration() override { --alive; }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override {
-        if (interfaceId != IID_IUnknown && interfaceId != IID_IEnumVARIANT) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        *object = this;
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* items, ULONG* fetched) override {
         ULONG delivered = 0;
         for (; delivered < count && next_ < items_.size(); ++delivered, ++next_) {
@@ -85,7 +67,6 @@ public:
 private:
     std::vector<Variant> items_;
     std::size_t next_ = 0;
-    ULONG references_ = 0;
 };
 
 std::string ShownArguments(const DISPPARAMS& parameters, UINT from) {
@@ -198,7 +179,7 @@ void Call::Store(std::size_t index, const Variant& value) const {
 }
 
 FakeObject::FakeObject(std::string name, Conversation* conversation)
-    : name_(std::move(name)), conversation_(conversation) {
+    : Undescribed(0), name_(std::move(name)), conversation_(conversation) {
     ++alive;
 }
 
@@ -311,39 +292,9 @@ Variant FakeObject::AnswerOf(Member& member, Call& call) const {
     return answer.To(call);
 }
 
-HRESULT FakeObject::QueryInterface(REFIID interfaceId, void** object) {
-    const bool known = interfaceId == IID_IUnknown || interfaceId == IID_IDispatch ||
-                       interfaceId == fakeInterface ||
-                       std::ranges::find(interfaces_, interfaceId) != interfaces_.end();
-    if (!known) {
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    *object = static_cast<IDispatch*>(this);
-    return S_OK;
-}
-
-ULONG FakeObject::AddRef() {
-    return ++references_;
-}
-
-ULONG FakeObject::Release() {
-    const ULONG left = --references_;
-    if (left == 0) {
-        delete this;
-    }
-    return left;
-}
-
-HRESULT FakeObject::GetTypeInfoCount(UINT* count) {
-    *count = 0;
-    return S_OK;
-}
-
-HRESULT FakeObject::GetTypeInfo(UINT, LCID, ITypeInfo** typeInfo) {
-    *typeInfo = nullptr;
-    return E_NOTIMPL;
+void* FakeObject::Further(REFIID wanted) noexcept {
+    const bool known = wanted == fakeInterface || std::ranges::find(interfaces_, wanted) != interfaces_.end();
+    return known ? static_cast<IDispatch*>(this) : nullptr;
 }
 
 HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {

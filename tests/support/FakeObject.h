@@ -18,6 +18,7 @@
 #include "automation/LateBound.h"
 #include "automation/Text.h"
 #include "automation/Variant.h"
+#include "interfaces/ComObject.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/Seam.h"
 
@@ -126,12 +127,10 @@ private:
 ///     archive.Login(...) !! 1000 "no more"            a failure
 ///
 /// Any other combination of flags is spelled out in the line.
-class FakeObject final : public IDispatch {
+class FakeObject final : public Undescribed<ComObject<IDispatch>> {
 public:
     FakeObject(std::string name, Conversation* conversation);
-    virtual ~FakeObject();
-    FakeObject(const FakeObject&) = delete;
-    FakeObject& operator=(const FakeObject&) = delete;
+    ~FakeObject() override;
 
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
 
@@ -156,18 +155,13 @@ public:
     [[nodiscard]] std::vector<Text> AskedRepeatedly() const;
     /// Begins the counting anew, for an object that is handed out once more.
     void ForgetAsked();
-    [[nodiscard]] ULONG References() const noexcept { return references_; }
+    using ComObject::References;
 
     /// The fake behind an interface pointer; null when it is none.
     static const FakeObject* Of(IUnknown* object);
     /// Fakes (and their enumerations) that exist now.
     static int Alive() noexcept;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID locale, ITypeInfo** typeInfo) override;
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID interfaceId, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override;
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID interfaceId, LCID locale, WORD flags,
@@ -184,6 +178,7 @@ private:
         bool hasStanding = false;
     };
 
+    void* Further(REFIID wanted) noexcept override;
     Member& MemberOf(const Text& name);
     Member* MemberWith(DISPID id);
     Variant AnswerOf(Member& member, Call& call) const;
@@ -193,7 +188,6 @@ private:
     std::string name_;
     Conversation* conversation_;
     Seam* seam_ = nullptr;
-    ULONG references_ = 0;
     HRESULT dead_ = S_OK;
     std::deque<Member> members_;
     std::vector<IID> interfaces_;

@@ -4,31 +4,17 @@
 
 #include <oaidl.h>
 
+#include "interfaces/ComObject.h"
+
 namespace kandora::test {
 
 /// Stands before an object and passes every call on to it; what it does besides, a derived class says. It has
 /// no interface but IDispatch, is made with one reference, and keeps one to its object.
-class ForwardingDispatch : public IDispatch {
+class ForwardingDispatch : public ComObject<IDispatch> {
 public:
     explicit ForwardingDispatch(IDispatch* object) : object_(object) { object_->AddRef(); }
-    virtual ~ForwardingDispatch() { object_->Release(); }
-    ForwardingDispatch(const ForwardingDispatch&) = delete;
-    ForwardingDispatch& operator=(const ForwardingDispatch&) = delete;
+    ~ForwardingDispatch() override { object_->Release(); }
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IDispatch;
-        *object = isKnown ? static_cast<IDispatch*>(this) : nullptr;
-        references_ += isKnown ? 1 : 0;
-        return isKnown ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
         return object_->GetTypeInfoCount(count);
     }
@@ -47,7 +33,6 @@ public:
 
 private:
     IDispatch* object_;
-    ULONG references_ = 1;
 };
 
 }  // namespace kandora::test

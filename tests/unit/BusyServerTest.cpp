@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/LateBound.h"
+#include "interfaces/ComObject.h"
 #include "tests/cost/ModuleHook.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/Raised.h"
@@ -79,19 +80,10 @@ TEST_F(BusyServer, OtherFailuresAreFinal) {
 }
 
 /// Hands out an object whose first calls of every kind are turned away.
-class ReluctantClass final : public IClassFactory {
+class ReluctantClass final : public LentComObject<IClassFactory> {
 public:
     explicit ReluctantClass(int refusals) : refusals_(refusals) {}
-    virtual ~ReluctantClass() = default;
-    ReluctantClass(const ReluctantClass&) = delete;
-    ReluctantClass& operator=(const ReluctantClass&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
-        *object = static_cast<IClassFactory*>(this);
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID interfaceId, void** object) override {
         *object = nullptr;
         return ++asked <= refusals_ ? RPC_E_SERVERCALL_RETRYLATER
@@ -125,25 +117,12 @@ TEST_F(BusyServer, MayTurnAwayTheCreationOfAnObject) {
 }
 
 /// Turns the first calls of both kinds away.
-class ReluctantObject final : public IDispatch {
+class ReluctantObject final : public Undescribed<LentComObject<IDispatch>> {
 public:
-    virtual ~ReluctantObject() = default;
-    ReluctantObject() = default;
-    ReluctantObject(const ReluctantObject&) = delete;
-    ReluctantObject& operator=(const ReluctantObject&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** object) override {
         *object = nullptr;
-        if (++queried <= 2) {
-            return RPC_E_CALL_REJECTED;
-        }
-        *object = static_cast<IDispatch*>(this);
-        return S_OK;
+        return ++queried <= 2 ? RPC_E_CALL_REJECTED : LentComObject::QueryInterface(wanted, object);
     }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID* id) override {
         *id = 7;
         return ++named <= 2 ? RPC_E_CALL_REJECTED : S_OK;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/Errors.h"
+#include "interfaces/ComObject.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/Raised.h"
@@ -140,17 +141,9 @@ TEST_F(LateBinding, TakesNothingButObjects) {
 }
 
 /// An object without automation.
-class Plain final : public IUnknown {
+class Plain final : public ComObject<IUnknown> {
 public:
-    virtual ~Plain() = default;
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) override {
-        *object = interfaceId == IID_IUnknown ? this : nullptr;
-        return interfaceId == IID_IUnknown ? S_OK : E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --references; }
-
-    ULONG references = 1;
+    using ComObject::References;
 };
 
 TEST_F(LateBinding, NeedsAnAutomationObject) {
@@ -160,7 +153,7 @@ TEST_F(LateBinding, NeedsAnAutomationObject) {
     value.Receive()->punkVal = &plain;
     EXPECT_EQ(NumberRaisedBy([&] { LateBound{value}; }), 430);
     static_cast<void>(value.Detach());
-    EXPECT_EQ(plain.references, 1U);
+    EXPECT_EQ(plain.References(), 1U);
 }
 
 TEST_F(LateBinding, RaisesTheCalleesOwnError) {
@@ -305,19 +298,10 @@ TEST(NewObjects, CannotBeHadWithoutTheirClass) {
 }
 
 /// A class whose objects cannot be made.
-class BarrenClass final : public IClassFactory {
+class BarrenClass final : public LentComObject<IClassFactory> {
 public:
     explicit BarrenClass(HRESULT reason) : reason_(reason) {}
-    virtual ~BarrenClass() = default;
-    BarrenClass(const BarrenClass&) = delete;
-    BarrenClass& operator=(const BarrenClass&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** object) override {
-        *object = static_cast<IClassFactory*>(this);
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID, void** object) override {
         *object = nullptr;
         return reason_;

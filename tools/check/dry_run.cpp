@@ -5,6 +5,7 @@
 #include <span>
 
 #include "automation/Errors.h"
+#include "interfaces/ComObject.h"
 #include "tools/check/com_ptr.h"
 #include "tools/check/system.h"
 
@@ -13,35 +14,10 @@ namespace kandora::check {
 namespace {
 
 /// The archive by its members' names, as filing calls them.
-class DryRunArchive final : public IDispatch {
+class DryRunArchive final : public Undescribed<ComObject<IDispatch>> {
 public:
     DryRunArchive(const LateBound& archive, NotedEntry& entry) : archive_(archive), entry_(entry) {}
-    virtual ~DryRunArchive() = default;
-    DryRunArchive(const DryRunArchive&) = delete;
-    DryRunArchive& operator=(const DryRunArchive&) = delete;
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (iid != IID_IUnknown && iid != IID_IDispatch) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        *object = static_cast<IDispatch*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-        *count = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
         const std::span<const Member> members = Members();
         const auto found = std::ranges::find_if(
@@ -133,7 +109,6 @@ private:
 
     LateBound archive_;
     NotedEntry& entry_;
-    ULONG references_ = 1;
 };
 
 }  // namespace
