@@ -21,7 +21,7 @@ Boxes::Boxes()
               for (auto& [window, isThere] : open_) {
                   isThere = false;
               }
-              EnumWindows(LookAt, reinterpret_cast<LPARAM>(this));
+              test::ForEachBox([this](HWND window) { LookAt(window); });
               // The handle of a window that is gone may be given to another one.
               std::erase_if(open_, [](const auto& each) { return !each.second; });
               std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -38,13 +38,12 @@ std::vector<std::wstring> Boxes::Take() {
     return std::exchange(answered_, {});
 }
 
-BOOL CALLBACK Boxes::LookAt(HWND window, LPARAM self) {
+void Boxes::LookAt(HWND window) {
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
     if (process == GetCurrentProcessId()) {
-        reinterpret_cast<Boxes*>(self)->Look(window);
+        Look(window);
     }
-    return TRUE;
 }
 
 /// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.

@@ -24,7 +24,7 @@ public:
     [[nodiscard]] std::vector<std::wstring> Take();
 
 private:
-    static BOOL CALLBACK LookAt(HWND window, LPARAM self);
+    void LookAt(HWND window);
     void Look(HWND window);
 
     std::atomic<bool> hasEnded_ = false;

@@ -155,7 +155,7 @@ User::User()
     : thread_([this] {
           while (!ended_) {
               seen_.clear();
-              EnumWindows(LookAt, reinterpret_cast<LPARAM>(this));
+              test::ForEachBox([this](HWND window) { Look(window); });
               // The handle of a window that is gone may be given to another one.
               std::erase_if(open_, [this](HWND window) { return !seen_.contains(window); });
               std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -170,11 +170,6 @@ User::~User() {
 std::vector<std::wstring> User::Answered() const {
     const std::lock_guard guard(lock_);
     return answered_;
-}
-
-BOOL CALLBACK User::LookAt(HWND window, LPARAM self) {
-    reinterpret_cast<User*>(self)->Look(window);
-    return TRUE;
 }
 
 /// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.

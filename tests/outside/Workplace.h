@@ -69,7 +69,6 @@ public:
     [[nodiscard]] std::vector<std::wstring> Answered() const;
 
 private:
-    static BOOL CALLBACK LookAt(HWND window, LPARAM self);
     void Look(HWND window);
 
     std::atomic<bool> ended_ = false;

@@ -15,6 +15,20 @@ constexpr int inputText = 101;
 constexpr int reportTitle = 101;
 constexpr int reportDescription = 104;
 
+/// Looks at every message box and every form of the component on the desktop. Asking for them by class takes
+/// a fraction of what going through all windows does, and whoever waits for boxes asks all the time.
+template <class Look>
+void ForEachBox(Look look) {
+    constexpr int mostBoxes = 100;  // while windows change their order, one may be found again and again
+    for (const wchar_t* const name : {L"#32770", L"KandoraForm"}) {
+        HWND window = FindWindowExW(nullptr, nullptr, name, nullptr);
+        for (int seen = 0; window != nullptr && seen < mostBoxes; ++seen) {
+            look(window);
+            window = FindWindowExW(nullptr, window, name, nullptr);
+        }
+    }
+}
+
 /// A window's text, at most 4095 units of it, or empty when its thread does not answer within a minute.
 inline std::wstring TextOf(HWND window) {
     std::array<wchar_t, 4096> text{};
