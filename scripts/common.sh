@@ -67,7 +67,8 @@ step() {
 # build_step LOG TEXT COMMAND...: a step whose output counts: "[1/20] ...". While it runs, it shows how far it is: in place on a
 # terminal, elsewhere once for each quarter. COMMAND runs in a shell of its own.
 build_step() {
-    local log="$logs/$1.log" start=$EPOCHREALTIME result=0 process made all quarter=1 before pauses=(0.02 0.05 0.1 0.2 0.5) looks=0
+    local log="$logs/$1.log" start=$EPOCHREALTIME result=0 process made all quarter=1 before
+    local pauses=(0.02 0.05 0.1 0.2 0.5) looks=0
     mkdir -p "$logs"
     before=$(begin_step "$2")
     ((stepsTotal == 0)) || stepNumber=$((stepNumber + 1))

@@ -147,22 +147,16 @@ TEST_F(CostTest, SearchIsLinear) {
     EXPECT_EQ(many.files, none.files);
 }
 
-/// A line of the log is put together from texts, for which later versions of the C++ library need one
-/// allocation less.
-testing::AssertionResult IsCostOfTracing(const Cost& seen, const Cost& row) {
-    const Cost lower{row.ids, row.calls, row.allocations - 1, row.texts, row.files};
-    if (seen == row || seen == lower) {
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << seen << " instead of " << row;
-}
+/// A line of the log is put together from texts, for which the C++ library of GCC 14 needs one allocation
+/// less than that of GCC 12.
+constexpr long lessForALine = __GNUC__ > 12 ? 1 : 0;
 
 TEST_F(CostTest, TracedRequests) {
     Start(true);
-    EXPECT_TRUE(IsCostOfTracing(Of([&] { provider->FibuVersion(VARIANT{}); }), {0, 0, 10, 0, 1}));
-    EXPECT_TRUE(IsCostOfTracing(Of([&] { provider->SetDocumentStatus(docId_.Get(), voucher_.Value()); }),
-                                {0, 0, 16, 1, 1}));
-    EXPECT_TRUE(IsCostOfTracing(Of([&] { Save(); }), {10, 68, 67, 20, 1}));
+    EXPECT_EQ(Of([&] { provider->FibuVersion(VARIANT{}); }), (Cost{0, 0, 10 - lessForALine, 0, 1}));
+    EXPECT_EQ(Of([&] { provider->SetDocumentStatus(docId_.Get(), voucher_.Value()); }),
+              (Cost{0, 0, 16 - lessForALine, 1, 1}));
+    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 67 - lessForALine, 20, 1}));
 }
 
 }  // namespace
