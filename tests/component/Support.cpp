@@ -10,6 +10,7 @@
 #include <system_error>
 #include <thread>
 
+#include "../support/Stacks.h"
 #include "../support/StartedProgram.h"
 
 namespace kandora::component_tests {
@@ -326,7 +327,8 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
     try {
         test::StartedProgram started({commandLine, writeEnd, writeEnd});
         if (!started.Ends(readAvailable, programLimit)) {
-            ADD_FAILURE() << Utf8(commandLine) << " does not end; it is ended by force";
+            ADD_FAILURE() << Utf8(commandLine) << " does not end; it is ended by force. Meanwhile:\n"
+                          << test::StacksOfAll();
             started.End();
         }
         readAvailable();
