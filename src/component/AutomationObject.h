@@ -122,8 +122,9 @@ protected:
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
     [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
-    /// Runs a procedure that needs nothing of what the thread's requests share.
-    HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
+    /// Runs a procedure for an outside caller. As it stands it is for one that needs nothing of what the
+    /// thread's requests share.
+    virtual HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
 
     /// The same for a procedure with a result; after an error the result is the empty value of its type.
     template <class Value, class Body>

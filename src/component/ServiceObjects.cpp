@@ -17,13 +17,14 @@ HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
                            iid);
     }
     std::optional<RuntimeError> error;
-    globals.Order().CarryOut([&] {
+    {
+        const RequestOrder::Turn turn(globals.Order());
         try {
             body();
         } catch (...) {
             error = CurrentError();
         }
-    });
+    }
     // Only now: what was carried out after the call may have left an error of its own.
     SetErrorInfo(0, nullptr);
     return error ? ReportError(*error, iid) : S_OK;

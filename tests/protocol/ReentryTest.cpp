@@ -213,7 +213,10 @@ TEST_F(AnotherClient, IsAnsweredForDuringAnOutsideCallersCall) {
         Open(L"false");
         ExpectAnswers(false);
     });
-    Globals().Order().CarryOut([&] { older.ShowDokument(7); });
+    {
+        const RequestOrder::Turn turn(Globals().Order());
+        older.ShowDokument(7);
+    }
     EXPECT_EQ(Globals().goErrHandler().lOriginalNumber(), 0);
 }
 

@@ -114,9 +114,8 @@ void PreviewVoucher(Report& report, Surroundings& surroundings, const Text& numb
             archive.AddDokument(Text(globals.state.folders.strPlatzhalterDatei), L"Barcode", number, index,
                                 L"Pendent", L"Dokument-ID");
         }
-        const auto* const kind =
-            std::ranges::find(documentKinds, TextView(vouchers.kind), &DocumentKind::name);
-        if (kind == documentKinds.end()) {
+        const DocumentKind* const kind = KindOf(vouchers.kind);
+        if (kind == nullptr) {
             report.Warn(area::preview, name, L"Art «" + vouchers.kind + L"»",
                         L"Solche Belege werden nicht "
                         L"abgelegt");

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <functional>
 
+#include "archive/ArchiveNumbers.h"
 #include "tools/check/checks.h"
 
 namespace kandora::check {
@@ -14,11 +15,6 @@ constexpr const wchar_t* mark = L"Kandora-Probe, wird sofort wieder entfernt";
 constexpr const wchar_t* shortMark = L"KANDORA-PROBE";
 constexpr const wchar_t* markDate = L"01.01.2000";
 constexpr const wchar_t* markAmount = L"0";
-
-constexpr std::int16_t none = 0;
-constexpr std::int16_t filedEntry = -2;
-constexpr std::int32_t firstHit = 0x10000000;
-constexpr std::int32_t lowestObjectId = 2;
 
 /// Ctrl+C, the console's closing and the end of the session. The probe goes on to the next point at which
 /// nothing of it is left.
@@ -105,8 +101,8 @@ public:
         if (!RemoveLeftovers(L"Überreste")) {
             return;
         }
-        for (const DocumentKind& kind : documentKinds) {
-            ProbeKind(kind);
+        for (const DocumentKind* kind : documentKinds) {
+            ProbeKind(*kind);
         }
         ProbeReport();
         if (isUnclear_) {
@@ -154,7 +150,7 @@ private:
                 screen_.report = ReportRecord{mark, shortMark, markDate, markDate};
                 archive_.SaveAuswertung();
                 state_.settings.gsEloPrinterFile = printerFile;
-                return archive_.oElo().Get(L"GetEntryId", filedEntry).ToLong();
+                return archive_.oElo().Get(L"GetEntryId", archive::filedEntry).ToLong();
             },
             [&] {
                 const ReportIndexPositions& lines = settings.giIdxAuswertung;
@@ -206,7 +202,7 @@ private:
     /// What differs from what was written; empty when nothing does.
     Text ReadBack(std::int32_t id, std::int32_t mask, const std::vector<ExpectedField>& expected) {
         std::int32_t asked = id;
-        archive_.oElo().Call(L"PrepareObjectEx", ByRef(asked), none, none);
+        archive_.oElo().Call(L"PrepareObjectEx", ByRef(asked), archive::none, archive::none);
         std::vector<Text> wrong;
         const auto compare = [&](const Text& what, const Text& found, const Text& wanted) {
             if (found != wanted) {
@@ -260,13 +256,13 @@ private:
     /// The hits of a search for the mark. All of them before anything else is asked: loading an entry may
     /// disturb the search.
     std::vector<std::int32_t> Marked(std::int32_t mask, std::int16_t line) {
-        archive_.oElo().Call(L"PrepareObjectEx", none, none, ByRef(mask));
+        archive_.oElo().Call(L"PrepareObjectEx", archive::none, archive::none, ByRef(mask));
         archive_.oElo().Call(L"setobjAttrib", ByRef(line), Text(shortMark));
         archive_.oElo().Call(L"DoInvisibleSearch");
         std::vector<std::int32_t> ids;
         for (std::int32_t hit = 0;; ++hit) {
-            const std::int32_t id = archive_.oElo().Get(L"GetEntryId", firstHit + hit).ToLong();
-            if (id < lowestObjectId) {
+            const std::int32_t id = archive_.oElo().Get(L"GetEntryId", archive::firstHit + hit).ToLong();
+            if (id < archive::lowestObjectId) {
                 return ids;
             }
             ids.push_back(id);
@@ -275,7 +271,7 @@ private:
 
     bool RemoveMarked(std::int32_t id) {
         std::int32_t asked = id;
-        archive_.oElo().Call(L"PrepareObjectEx", ByRef(asked), none, none);
+        archive_.oElo().Call(L"PrepareObjectEx", ByRef(asked), archive::none, archive::none);
         if (archive_.oElo().Get(L"ObjShort").ToText() != mark) {
             return false;
         }
