@@ -47,8 +47,7 @@ void SOKInterface::RecordAndRaise(const wchar_t* procedure) const {
     kandora::RecordAndRaise(context_.errHandler, {className, procedure});
 }
 
-// Session
-// ------------------------------------------------------------------------------------------------------------
+// ---- Session ----
 
 /// Departs from the convention: a failure is told to the user at once, and the caller gets no object.
 LateBound SOKInterface::LoggedIn(Module& module) {
@@ -108,8 +107,7 @@ Text SOKInterface::ReturnMandant(const Text& text) const try {
     RecordAndRaise(L"ReturnMandant");
 }
 
-// Vouchers and partners
-// ----------------------------------------------------------------------------------------------
+// ---- Vouchers and partners ----
 
 Text SOKInterface::GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex) {
     oBuchung_ = LateBound(oSesamFibu().Get(L"neubuchung"));
@@ -172,8 +170,7 @@ void SOKInterface::GetPartnerDaten(DocumentRecord& record, Module& module) {
     oBuchung_ = {};
 }
 
-// Client settings
-// ----------------------------------------------------------------------------------------------------
+// ---- Client settings ----
 
 void SOKInterface::EinstellungenLesen(bool& bResult) try {
     bResult = false;
@@ -196,6 +193,7 @@ void SOKInterface::EinstellungenLesen(bool& bResult) try {
     }
     const Text placeholder = ReadOption(option::placeholder).ToText();
     context_.state.folders.strPlatzhalterDatei = placeholder;
+    // "Platzhatlerdokument" is how the box has always read.
     Assert(context_.platform.FileExists(placeholder),
            L"Die Datei '" + placeholder + L"' die als Platzhatlerdokument dient, ist nicht vorhanden",
            placeholderMissing);

@@ -55,8 +55,7 @@ void ELODMS::RecordAndRaise(const wchar_t* procedure) const {
     kandora::RecordAndRaise(context_.errHandler, {className, procedure});
 }
 
-// Session
-// ------------------------------------------------------------------------------------------------------------
+// ---- Session ----
 
 void ELODMS::AnmeldenAnElo() try {
     RequireCredentials(context_.user());
@@ -110,8 +109,7 @@ void ELODMS::AbmeldenVonElo() try {
     RecordAndRaise(L"AbmeldenVonElo");
 }
 
-// Lookup
-// -------------------------------------------------------------------------------------------------------------
+// ---- Lookup ----
 
 /// Lists what the archive holds of the kind's mask and loads one hit after the other until one matches. The
 /// search is deliberately not narrowed: the comparison is made here.
@@ -184,8 +182,7 @@ bool ELODMS::IsDokumentVorhanden(std::int32_t lDokID) try {
     RecordAndRaise(L"IsDokumentVorhanden");
 }
 
-// Folders and masks
-// --------------------------------------------------------------------------------------------------
+// ---- Folders and masks ----
 
 Text ELODMS::InArchiveNotation(const Text& strPfad) {
     return Replaced(strPfad, L"/", oElo().Get(L"LookupDelimiter").ToText());
@@ -244,8 +241,7 @@ Text ELODMS::CheckMaskeVorhanden(std::int32_t lMaskeNr) try {
     RecordAndRaise(L"CheckMaskeVorhanden");
 }
 
-// Changes
-// ------------------------------------------------------------------------------------------------------------
+// ---- Changes ----
 
 /// The shared record is not cleared first: what is not set here keeps what its last use left.
 void ELODMS::ChangeDocument(const Text& strBarcode, const Text& strBelegNr, const Text& strBelegIndex,
@@ -328,8 +324,7 @@ void ELODMS::LoescheDokument(std::int32_t lDokID) try {
     RecordAndRaise(L"LoescheDokument");
 }
 
-// Filing
-// -------------------------------------------------------------------------------------------------------------
+// ---- Filing ----
 
 std::int32_t ELODMS::AddDokument(const Text& sFile, const Text& strBarcode, const Text& strBelegNr,
                                  const Text& strBelegIndex, const Text& strStatus,

@@ -89,8 +89,7 @@ void OrigELODMS::RecordAndRaise(const wchar_t* procedure) const {
     kandora::RecordAndRaise(context_.errHandler, {className, procedure});
 }
 
-// Session
-// ------------------------------------------------------------------------------------------------------------
+// ---- Session ----
 
 void OrigELODMS::AnmeldenAnElo() try {
     const cUser user = context_.user();
@@ -112,8 +111,7 @@ LateBound OrigELODMS::oElo() try {
     return {};
 }
 
-// Folders and paths
-// --------------------------------------------------------------------------------------------------
+// ---- Folders and paths ----
 
 Text OrigELODMS::Separator() {
     return oElo().Get(L"LookupDelimiter").ToText();
@@ -169,8 +167,7 @@ double OrigELODMS::CurrentRegisterDate(std::int32_t lFallId) try {
     return {};
 }
 
-// Documents
-// ----------------------------------------------------------------------------------------------------------
+// ---- Documents ----
 
 void OrigELODMS::ShowDokument(std::int32_t lDokID) try {
     oElo().Call(L"BringToFront");

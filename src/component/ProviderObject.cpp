@@ -59,8 +59,7 @@ HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, W
                                     wrongArgument);
 }
 
-// The host's interface by name
-// ---------------------------------------------------------------------------------------
+// ---- The host's interface by name ----
 
 HRESULT ELOProviderObject::Requests::GetTypeInfoCount(UINT* count) {
     return owner_.GetTypeInfoCount(count);
@@ -82,8 +81,7 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
                         flags, parameters, result, exception, wrongArgument);
 }
 
-// Requests
-// -----------------------------------------------------------------------------------------------------------
+// ---- Requests ----
 
 /// False when the stack has no room for a request, of which the user is told then.
 bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcept {

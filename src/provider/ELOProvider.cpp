@@ -40,8 +40,7 @@ Text BarcodeIn(const Variant& vtMetaData) {
 
 }  // namespace
 
-// How requests come and go
-// ---------------------------------------------------------------------------------------------------
+// ---- How requests come and go ----
 
 /// A request's time in the component. One that comes while another one is in progress leaves the errors of
 /// that one alone.
@@ -144,8 +143,7 @@ void ELOProvider::RefreshClient(bool isMeanwhile) {
     globals_.state.gbMandantArchivAktiv = active;
 }
 
-// The requests
-// -------------------------------------------------------------------------------------------------------
+// ---- The requests ----
 
 void ELOProvider::InitProvider(const Variant& vtMetaData) {
     InTurn(requests::initProvider, &ELOProvider::ReadSettings, vtMetaData);
@@ -215,8 +213,7 @@ void ELOProvider::SetDocumentStatus(const Text& sDocID, const Variant& vtMetaDat
     AtOnce(requests::setDocumentStatus, {sDocID, vtMetaData}, [] {});
 }
 
-// Their work
-// -------------------------------------------------------------------------------------------------------
+// ---- Their work ----
 
 void ELOProvider::ReadSettings(const Variant& /*vtMetaData*/) {
     bRunning = true;

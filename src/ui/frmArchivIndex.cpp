@@ -75,6 +75,7 @@ void frmArchivIndex::cmdArchivierenClick() {
         confirmed_ = true;
         Hide();
     } else {
+        // "midestens" is how the box has always read.
         boxes_.ShowMessage(L"Sie müssen midestens das Feld Beschreibung ausfüllen. ",
                            boxstyle::information | boxstyle::okOnly, L"Indizieren");
     }
