@@ -94,12 +94,12 @@ bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcep
 }
 
 /// Success whatever happens.
-template <class Answer, class... Taken, class Result, class... Given>
+template <class Answer, class... Taken, class Out, class... Given>
 HRESULT ELOProviderObject::Requests::Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...),
-                                          Result* result, const Given&... arguments) noexcept {
+                                          Out* result, const Given&... arguments) noexcept {
     const OwnArithmetic arithmetic;
     if (result != nullptr) {
-        *result = Result{};
+        *result = Out{};
     }
     if (!HasRoomFor(request)) {
         return S_OK;

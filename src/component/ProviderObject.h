@@ -69,8 +69,8 @@ private:
 
     private:
         [[nodiscard]] bool HasRoomFor(const HostRequest& request) noexcept;
-        template <class Answer, class... Taken, class Result, class... Given>
-        HRESULT Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...), Result* result,
+        template <class Answer, class... Taken, class Out, class... Given>
+        HRESULT Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...), Out* result,
                      const Given&... arguments) noexcept;
 
         ELOProviderObject& owner_;
