@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "StackGuardTest.h"
+#include "tests/component/StackGuardTest.h"
 #include "automation/Errors.h"
 
 namespace kandora {

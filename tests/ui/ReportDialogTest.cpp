@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 #include "automation/Errors.h"
 #include "ui/frmArchivIndex.h"
 

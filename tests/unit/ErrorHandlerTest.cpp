@@ -17,7 +17,7 @@ namespace {
 
 class ErrorHandler : public testing::Test {
 protected:
-    std::string Shown() { return Utf8(handler.sToString()); }
+    std::string Shown() { return Spelled(handler.sToString()); }
 
     Conversation talk;
     FakeUserInterface screen{talk};
@@ -225,7 +225,7 @@ TEST_F(Convention, RaisesTheSameNumberAndTextWithTheFramesAsSource) {
 TEST_F(Convention, HoldsForForeignExceptionsToo) {
     Outermost(handler, {L"A", L"outer"},
               [&]() { Inner(handler, {L"B", L"inner"}, []() { throw std::bad_alloc(); }); });
-    ExpectConversation(talk, {"box \"[7] " + Utf8(DescriptionOf(7)) +
+    ExpectConversation(talk, {"box \"[7] " + Spelled(DescriptionOf(7)) +
                               R"( | ON LINE 0 | CALLSTACK: B.inner <- A.outer" 4112 "Kandora")"});
 }
 
