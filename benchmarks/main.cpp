@@ -18,14 +18,16 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Workbench.h"
+#include "automation/Apartment.h"
 #include "automation/LateBound.h"
-#include "measure.h"
-#include "recorder.h"
+#include "benchmarks/measure.h"
+#include "benchmarks/recorder.h"
+#include "interfaces/ComPtr.h"
 #include "simulators/archive/store.h"
 #include "simulators/archive/window.h"
 #include "simulators/common/text.h"
 #include "support/MString.h"
+#include "tests/cost/Workbench.h"
 
 namespace kandora::benchmarks {
 
@@ -59,18 +61,10 @@ constexpr int firstSearchMask = 11;
 /// more and shorter ones.
 constexpr int shortRounds = 10;
 
-class Apartment {
-public:
-    Apartment() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~Apartment() { CoUninitialize(); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-};
-
-IDispatch* Registered(REFCLSID clsid) {
-    IDispatch* object = nullptr;
+ComPtr<IDispatch> Registered(REFCLSID clsid) {
+    ComPtr<IDispatch> object;
     const HRESULT made = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                                          IID_IDispatch, reinterpret_cast<void**>(&object));
+                                          IID_IDispatch, object.ReceiveVoid());
     if (FAILED(made)) {
         throw std::runtime_error("no object of a registered class: " + std::to_string(made));
     }
@@ -179,18 +173,17 @@ void Benchmarks::LateBoundCalls() {
                 [&] { LateBoundCall(object); }, [&] { BareCall(&quiet, id); }),
             Row::Aim::AtMost, 1.25);
     }
-    const std::unique_ptr<IDispatch, void (*)(IDispatch*)> archive(
-        Registered(ClassOf(L"ELO.professional")), [](IDispatch* object) { object->Release(); });
-    const LateBound object(archive.get());
-    const DISPID id = IdOf(archive.get(), L"getobjAttrib");
+    const ComPtr<IDispatch> archive = Registered(ClassOf(L"ELO.professional"));
+    const LateBound object(archive.Get());
+    const DISPID id = IdOf(archive.Get(), L"getobjAttrib");
     const int calls = options_.isQuick ? 200 : 1000;
     Add(Compared(
             "late-bound call out of process / bare Invoke", Rounds(options_.rounds), calls,
-            [&] { LateBoundCall(object); }, [&] { BareCall(archive.get(), id); }),
+            [&] { LateBoundCall(object); }, [&] { BareCall(archive.Get(), id); }),
         Row::Aim::AtMost, 1.05);
     Add(Compared(
             "asking the id before every call / late-bound call", Rounds(options_.rounds), calls,
-            [&] { BareCall(archive.get(), IdOf(archive.get(), L"getobjAttrib")); },
+            [&] { BareCall(archive.Get(), IdOf(archive.Get(), L"getobjAttrib")); },
             [&] { LateBoundCall(object); }),
         Row::Aim::AtLeast, 1.9);
 
@@ -257,16 +250,13 @@ void LoadOnce(const std::string& file) {
         const HMODULE module = LoadLibraryA(file.c_str());
         const auto getClassObject = reinterpret_cast<GetClassObject>(
             reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")));
-        IClassFactory* factory = nullptr;
-        IUnknown* object = nullptr;
+        ComPtr<IClassFactory> factory;
+        ComPtr<IUnknown> object;
         if (getClassObject == nullptr ||
-            FAILED(
-                getClassObject(CLSID_ELOProvider, IID_IClassFactory, reinterpret_cast<void**>(&factory))) ||
-            FAILED(factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(&object)))) {
+            FAILED(getClassObject(CLSID_ELOProvider, IID_IClassFactory, factory.ReceiveVoid())) ||
+            FAILED(factory->CreateInstance(nullptr, IID_IUnknown, object.ReceiveVoid()))) {
             throw std::runtime_error("the DLL gives no object");
         }
-        object->Release();
-        factory->Release();
     });
     std::cout << time << '\n' << std::flush;
 }
@@ -308,11 +298,8 @@ Conversation::Maker MakerFor(Workbench& bench, Surroundings surroundings) {
         return &Registered;
     }
     return [&bench](REFCLSID clsid) {
-        IDispatch* object = nullptr;
         const bool isArchive = clsid == cost::ArchiveClass();
-        (isArchive ? bench.world.archive : bench.world.NewHost())
-            .QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
-        return object;
+        return ComPtr<IDispatch>(isArchive ? &bench.world.archive : &bench.world.NewHost());
     };
 }
 
@@ -332,7 +319,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
     Workbench bench(options_.component, folder, surroundings);
     Conversation conversation(MakerFor(bench, surroundings));
 
-    std::shared_ptr<DMSProvider> provider;
+    ComPtr<DMSProvider> provider;
     const auto init = [&] { Init(*provider); };
     const BSTR docId = SysAllocString(L"20261120093000");
     const MetaData general(L"1001", L"1", L"4711");
@@ -368,7 +355,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
             request.end = conversation.Steps();
         }
         Workbench::Watch(nullptr);
-        provider.reset();
+        provider.Reset();
     }
 
     const Apartment apartment;
@@ -402,7 +389,7 @@ void Benchmarks::Requests(Surroundings surroundings) {
     if (isQuiet) {
         TracedLine(bench);
     }
-    provider.reset();
+    provider.Reset();
     Searches(bench, surroundings);
     SysFreeString(docId);
     conversation.Release();

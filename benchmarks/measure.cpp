@@ -1,4 +1,4 @@
-#include "measure.h"
+#include "benchmarks/measure.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "recorder.h"
+#include "benchmarks/recorder.h"
 #include "interfaces/ComObject.h"
 
 #include <array>
@@ -16,9 +16,8 @@ constexpr std::size_t mostArguments = 8;
 /// Stands before an object of another program and passes everything on.
 class Conversation::Listener final : public Undescribed<ComObject<IDispatch>> {
 public:
-    Listener(Conversation& conversation, IDispatch* object, std::size_t role)
-        : conversation_(conversation), object_(object), role_(role) {}
-    ~Listener() override { object_->Release(); }
+    Listener(Conversation& conversation, ComPtr<IDispatch> object, std::size_t role)
+        : conversation_(conversation), object_(std::move(object)), role_(role) {}
 
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override {
@@ -80,25 +79,18 @@ private:
     }
 
     Conversation& conversation_;
-    IDispatch* object_;
+    ComPtr<IDispatch> object_;
     std::size_t role_;
 };
 
-Conversation::~Conversation() {
-    Release();
-}
-
 void Conversation::Release() {
-    for (IDispatch*& object : held_) {
-        if (object != nullptr) {
-            object->Release();
-            object = nullptr;
-        }
+    for (ComPtr<IDispatch>& object : held_) {
+        object.Reset();
     }
 }
 
 IDispatch* Conversation::NewListener(IDispatch* object) {
-    return new Listener(*this, object, roles_++);
+    return new Listener(*this, ComPtr<IDispatch>::Adopt(object), roles_++);
 }
 
 IDispatch* Conversation::Listen(REFCLSID clsid, IDispatch* made) {
@@ -110,14 +102,11 @@ IDispatch* Conversation::Listen(REFCLSID clsid, IDispatch* made) {
     return NewListener(made);
 }
 
-void Conversation::Hold(std::size_t role, IDispatch* object) {
+void Conversation::Hold(std::size_t role, ComPtr<IDispatch> object) {
     if (held_.size() <= role) {
         held_.resize(roles_);
     }
-    if (held_[role] != nullptr) {
-        held_[role]->Release();
-    }
-    held_[role] = object;
+    held_[role] = std::move(object);
 }
 
 void Conversation::Call(const Step& step) {
@@ -176,7 +165,7 @@ void Conversation::Call(const Step& step) {
         throw std::runtime_error("a bare call failed: " + std::to_string(outcome));
     }
     if (step.resultObject != none) {
-        Hold(step.resultObject, result.pdispVal);
+        Hold(step.resultObject, ComPtr<IDispatch>::Adopt(result.pdispVal));
     } else {
         VariantClear(&result);
     }

@@ -10,16 +10,18 @@
 #include <utility>
 #include <vector>
 
+#include "interfaces/ComPtr.h"
+
 namespace kandora::benchmarks {
 
 /// What the component said to its archive and host, step by step, to be said again by bare calls with known
 /// ids: the least that the same conversation can cost.
 class Conversation {
 public:
-    /// How objects are made when the steps are said again; delivers a reference.
-    using Maker = std::function<IDispatch*(REFCLSID clsid)>;
+    /// How objects are made when the steps are said again.
+    using Maker = std::function<ComPtr<IDispatch>(REFCLSID clsid)>;
     explicit Conversation(Maker maker) : maker_(std::move(maker)) {}
-    ~Conversation();
+    ~Conversation() = default;
     Conversation(const Conversation&) = delete;
     Conversation& operator=(const Conversation&) = delete;
 
@@ -61,14 +63,15 @@ private:
     };
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
+    /// Takes over the reference and hands one out.
     IDispatch* NewListener(IDispatch* object);
     void Call(const Step& step);
-    void Hold(std::size_t role, IDispatch* object);
+    void Hold(std::size_t role, ComPtr<IDispatch> object);
 
     Maker maker_;
     std::vector<Step> steps_;
     std::size_t roles_ = 0;
-    std::vector<IDispatch*> held_;
+    std::vector<ComPtr<IDispatch>> held_;
 };
 
 }  // namespace kandora::benchmarks

@@ -4,6 +4,7 @@
 
 #include "automation/Errors.h"
 #include "automation/WindowsPlatform.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -59,13 +60,12 @@ HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcep
                 return S_OK;
             }
         }
-        ITypeLib* library = nullptr;
-        if (const HRESULT loaded = LoadLibraryOf(resource, &library); FAILED(loaded)) {
+        ComPtr<ITypeLib> library;
+        if (const HRESULT loaded = LoadLibraryOf(resource, library.Receive()); FAILED(loaded)) {
             return loaded;
         }
         ITypeInfo* info = nullptr;
         const HRESULT found = library->GetTypeInfoOfGuid(iid, &info);
-        library->Release();
         if (FAILED(found)) {
             return found;
         }

@@ -10,7 +10,7 @@
 #include "tests/badinput/Meddler.h"
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {

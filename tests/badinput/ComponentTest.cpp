@@ -1,8 +1,8 @@
 // The built component behind its vtable and behind calls by name, with everything that a caller can pass; and
 // in surroundings that are not as they should be.
 
-#include "Host.h"
-#include "Support.h"
+#include "tests/component/Host.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -115,8 +115,8 @@ protected:
 
     Apartment apartment_;
     BoxCounter boxes_;
-    Ptr<_ELOProvider> own_;
-    Ptr<DMSProvider> host_;
+    ComPtr<_ELOProvider> own_;
+    ComPtr<DMSProvider> host_;
 };
 
 TEST_F(Vtable, TakesMetadataOfEveryKind) {
@@ -255,8 +255,7 @@ TEST(ComponentInAHost, TakesWhateverItIsGiven) {
     // Each test has a thread state, and with it a log, of its own.
     const std::vector<std::wstring> files = installation.LogFiles();
     EXPECT_TRUE(std::ranges::any_of(files, [&](const std::wstring& file) {
-        return ReadBytes(installation.Folder() / file).find("DMSProvider_DocumentChanged") !=
-               std::string::npos;
+        return BytesOf(installation.Folder() / file).find("DMSProvider_DocumentChanged") != std::string::npos;
     }));
 }
 
@@ -278,9 +277,9 @@ TEST_F(Surroundings, WithOddNamesLeaveTheLogReadable) {
             EXPECT_EQ(answer.boxes, std::vector<ShownBox>()) << answer.request;
         }
         const std::vector<std::wstring> files = installation.LogFiles();
-        ASSERT_EQ(files.size(), 1U) << Utf8(name.substr(0, 20));
+        ASSERT_EQ(files.size(), 1U) << Utf8FromText(name.substr(0, 20));
         EXPECT_EQ(files[0].find_first_of(L"\\/:*?\"<>|"), std::wstring::npos);
-        EXPECT_NE(ReadBytes(installation.Folder() / files[0]).find("DMSProvider_SaveDocument"),
+        EXPECT_NE(BytesOf(installation.Folder() / files[0]).find("DMSProvider_SaveDocument"),
                   std::string::npos);
     }
 }
@@ -377,12 +376,12 @@ TEST_F(Surroundings, TellNoPasswordWhateverFails) {
         EXPECT_EQ(answers[0].boxes.size(), 1U) << from;
         for (const Answer& answer : answers) {
             for (const ShownBox& box : answer.boxes) {
-                EXPECT_EQ(box.text.find(Wide(password)), std::wstring::npos) << box;
-                EXPECT_EQ(box.caption.find(Wide(password)), std::wstring::npos) << box;
+                EXPECT_EQ(box.text.find(TextFromUtf8(password)), std::wstring::npos) << box;
+                EXPECT_EQ(box.caption.find(TextFromUtf8(password)), std::wstring::npos) << box;
             }
         }
         for (const std::wstring& file : installation.LogFiles()) {
-            EXPECT_EQ(ReadBytes(installation.Folder() / file).find(password), std::string::npos);
+            EXPECT_EQ(BytesOf(installation.Folder() / file).find(password), std::string::npos);
         }
     }
 }
@@ -390,29 +389,10 @@ TEST_F(Surroundings, TellNoPasswordWhateverFails) {
 }  // namespace
 }  // namespace kandora::component_tests
 
-namespace {
-
-std::vector<std::wstring> Arguments() {
-    int count = 0;
-    wchar_t** const given = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::wstring> arguments(given + 1, given + count);
-    LocalFree(given);
-    return arguments;
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     using namespace kandora::component_tests;
-    std::vector<std::wstring> arguments = Arguments();
-    if (!arguments.empty() && arguments.front() == playHost) {
-        try {
-            arguments.erase(arguments.begin());
-            return PlayHost(arguments);
-        } catch (const std::exception& error) {
-            std::cerr << error.what();
-            return 1;
-        }
+    if (const auto played = PlayedHost()) {
+        return *played;
     }
     // They are told by name in the process that another test starts for them.
     testing::GTEST_FLAG(filter) = "-Vtable.*";

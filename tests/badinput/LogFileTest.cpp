@@ -6,7 +6,7 @@
 #include "support/MSimpleLog.h"
 #include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Requests.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kandora::test {
@@ -41,7 +41,7 @@ protected:
         log.WriteLog(L"Zeile", {});
         EXPECT_EQ(BytesOf(log.FileName()), "15.11.2026 01.12.58 | Zeile[Kein Parameter]\r\n");
         EXPECT_TRUE(DeleteFileW(log.FileName().c_str()));
-        return log.FileName().substr(folder.Path().size() + 1);
+        return log.FileName().substr(folder.Path().wstring().size() + 1);
     }
 };
 
@@ -98,7 +98,7 @@ TEST_F(UnwritableLog, IsToldInOneBoxPerTracedRequest) {
             request.send(Provider(), L"20261115011258", VoucherMetadata());
             Lines boxes = talk.Take();
             std::erase_if(boxes, [](const std::string& line) { return !line.starts_with("box "); });
-            EXPECT_EQ(boxes, Lines{Box(number, Utf8(DescriptionOf(number)),
+            EXPECT_EQ(boxes, Lines{Box(number, Spelled(DescriptionOf(number)),
                                        std::string("Kandora.") + request.name)});
         }
     }

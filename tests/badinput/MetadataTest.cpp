@@ -8,7 +8,7 @@
 #include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -168,7 +168,7 @@ TEST(Rendering, EndsForAListThatHoldsItselfManyTimes) {
     list->Enumerates({list.AsVariant(), list.AsVariant(), list.AsVariant()});
     const Fake outer("outer");
     outer->Enumerates({list.AsVariant(), list.AsVariant()});
-    EXPECT_EQ(Utf8(ToText(outer.AsVariant())), "[[(...), (...), (...)], [(...), (...), (...)]]");
+    EXPECT_EQ(Spelled(ToText(outer.AsVariant())), "[[(...), (...), (...)], [(...), (...), (...)]]");
     list->Enumerates({});
     outer->Enumerates({});
 }
@@ -179,7 +179,7 @@ TEST(Rendering, TellsTheTypeOfAnArrayThatCannotBeRead) {
     SAFEARRAYBOUND bound{5, 0};
     given.value.parray = SafeArrayCreate(VT_UI1, 1, &bound);
     given.value.parray->fFeatures = 0;
-    EXPECT_EQ(Utf8(ToText(Variant(given.value))), "(Typ 8204)");
+    EXPECT_EQ(Spelled(ToText(Variant(given.value))), "(Typ 8204)");
 }
 
 }  // namespace

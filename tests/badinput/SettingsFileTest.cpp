@@ -9,7 +9,7 @@
 #include "automation/WindowsPlatform.h"
 #include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kandora::test {

@@ -18,7 +18,12 @@
 #include <oaidl.h>
 #include <oleauto.h>
 
+#include "automation/Apartment.h"
+#include "interfaces/ComPtr.h"
+
 namespace {
+
+using kandora::ComPtr;
 
 constexpr GUID libraryId = {0x1D2C6F0A, 0x7A11, 0x4E5B, {0x9E, 0x41, 0x0C, 0x5B, 0x2A, 0x77, 0x31, 0xD5}};
 constexpr GUID interfaceId = {0x5B0E3C71, 0x2F4D, 0x4B0A, {0x8C, 0x66, 0x91, 0xD4, 0xE7, 0x03, 0xAB, 0x12}};
@@ -29,28 +34,6 @@ void Require(HRESULT outcome, const char* step) {
         throw std::runtime_error(std::string(step) + " failed: " + std::to_string(outcome));
     }
 }
-
-/// Owns one reference.
-template <class Interface>
-class Ptr {
-public:
-    Ptr() = default;
-    ~Ptr() {
-        if (object_ != nullptr) {
-            object_->Release();
-        }
-    }
-    Ptr(const Ptr&) = delete;
-    Ptr& operator=(const Ptr&) = delete;
-
-    Interface* Get() const { return object_; }
-    Interface* operator->() const { return object_; }
-    Interface** Receive() { return &object_; }
-    void** ReceiveVoid() { return reinterpret_cast<void**>(&object_); }
-
-private:
-    Interface* object_ = nullptr;
-};
 
 struct Parameter {
     std::wstring name;
@@ -158,7 +141,7 @@ void AddMethod(ICreateTypeInfo* info, UINT place, const Method& method) {
 void WriteLibrary(const Kind& kind, const wchar_t* file) {
     std::vector<Method> methods = UsualMethods();
     kind.change(methods);
-    Ptr<ICreateTypeLib2> library;
+    ComPtr<ICreateTypeLib2> library;
     Require(CreateTypeLib2(sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32, file, library.Receive()),
             "CreateTypeLib2");
     std::wstring libraryName = L"DmsSolution";
@@ -168,14 +151,14 @@ void WriteLibrary(const Kind& kind, const wchar_t* file) {
     library->SetVersion(3, 0);
     library->SetName(libraryName.data());
     library->SetDocString(description.data());
-    Ptr<ICreateTypeInfo> info;
+    ComPtr<ICreateTypeInfo> info;
     Require(library->CreateTypeInfo(interfaceName.data(), TKIND_INTERFACE, info.Receive()), "CreateTypeInfo");
     info->SetGuid(interfaceId);
     Require(info->SetTypeFlags(TYPEFLAG_FDUAL | TYPEFLAG_FOLEAUTOMATION | TYPEFLAG_FDISPATCHABLE),
             "SetTypeFlags");
-    Ptr<ITypeLib> standard;
+    ComPtr<ITypeLib> standard;
     Require(LoadTypeLibEx(L"stdole2.tlb", REGKIND_NONE, standard.Receive()), "stdole2.tlb");
-    Ptr<ITypeInfo> dispatch;
+    ComPtr<ITypeInfo> dispatch;
     Require(standard->GetTypeInfoOfGuid(IID_IDispatch, dispatch.Receive()), "IDispatch");
     HREFTYPE reference = 0;
     Require(info->AddRefTypeInfo(dispatch.Get(), &reference), "AddRefTypeInfo");
@@ -192,15 +175,15 @@ int Answers(const wchar_t* text) {
     CLSID clsid{};
     Require(IIDFromString(text, &iid), "the identifier");
     Require(CLSIDFromProgID(L"Kandora.ELOProvider", &clsid), "the class");
-    Ptr<IUnknown> provider;
+    ComPtr<IUnknown> provider;
     Require(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, provider.ReceiveVoid()),
             "CoCreateInstance");
-    Ptr<IUnknown> requests;
+    ComPtr<IUnknown> requests;
     return SUCCEEDED(provider->QueryInterface(iid, requests.ReceiveVoid())) ? 1 : 0;
 }
 
 int Run(int count, wchar_t** arguments) {
-    Require(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "COM");
+    const kandora::Apartment apartment;
     if (count == 3 && std::wcscmp(arguments[1], L"answers") == 0) {
         std::printf("%d\n", Answers(arguments[2]));
         return 0;

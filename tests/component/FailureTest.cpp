@@ -1,5 +1,5 @@
-#include "Inside.h"
-#include "Support.h"
+#include "tests/component/Inside.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
-#include "tests/cost/ModuleHook.h"
+#include "tests/support/ModuleHook.h"
 
 // What the system refuses the component: descriptions of its interfaces, memory, storage of its threads. The
 // functions that it imports, or the methods of the objects that it is given, are diverted.
@@ -23,7 +23,7 @@ constexpr HRESULT error70 = static_cast<HRESULT>(0x800A0046);
 constexpr HRESULT refused = TYPE_E_CANTLOADLIBRARY;
 
 /// Diverts what the component, and it alone, imports.
-class Diverted : public cost::ModuleHook {
+class Diverted : public test::ModuleHook {
 public:
     template <class Function>
     Diverted(const char* library, const char* name, Function* replacement)
@@ -78,8 +78,8 @@ struct Described {
         return {info.Get(), static_cast<std::size_t>(method), replacement};
     }
 
-    Ptr<ITypeLib> library;
-    Ptr<ITypeInfo> info;
+    ComPtr<ITypeLib> library;
+    ComPtr<ITypeInfo> info;
 };
 
 HRESULT WINAPI LoadNoLibrary(const wchar_t*, REGKIND, ITypeLib** library) {
@@ -119,7 +119,7 @@ TEST(FreshDescriptions, TellWhyTheyCannotBeHad) {
     const auto record = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
     ASSERT_TRUE(record);
     const auto expectAll = [&](HRESULT outcome) {
-        Ptr<ITypeInfo> info;
+        ComPtr<ITypeInfo> info;
         EXPECT_EQ(record->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), outcome);
         EXPECT_FALSE(info);
         auto* name = const_cast<LPOLESTR>(L"Barcode");
@@ -141,7 +141,7 @@ TEST(FreshDescriptions, TellWhyTheyCannotBeHad) {
         expectAll(TYPE_E_ELEMENTNOTFOUND);
     }
     // None of this is remembered.
-    Ptr<ITypeInfo> info;
+    ComPtr<ITypeInfo> info;
     EXPECT_EQ(record->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
     EXPECT_EQ(Get(record.Get(), L"Barcode").result.AsText(), L"");
 }
@@ -192,7 +192,7 @@ TEST(Failures, AreToldWithoutInformationToo) {
     const auto expectFailure = [&](const char* when, HRESULT informed) {
         Bstr result;
         EXPECT_EQ(client->CheckLogin(result.Receive()), static_cast<HRESULT>(0x800A0005)) << when;
-        Ptr<IErrorInfo> info;
+        ComPtr<IErrorInfo> info;
         EXPECT_EQ(GetErrorInfo(0, info.Receive()), informed) << when;
     };
     expectFailure("as usual", S_OK);
@@ -204,7 +204,7 @@ TEST(Failures, AreToldWithoutInformationToo) {
             << "the bare code goes to a caller by name";
         EXPECT_EQ(called.description, L"");
     }
-    Ptr<ICreateErrorInfo> created;
+    ComPtr<ICreateErrorInfo> created;
     ASSERT_EQ(CreateErrorInfo(created.Receive()), S_OK);
     {
         const DivertedMethod query(created.Get(), 0, &AnswerToNothing);
@@ -251,7 +251,7 @@ HRESULT WINAPI SeeSpy(IInitializeSpy* spy, ULARGE_INTEGER* cookie) {
 TEST(Failures, ToLearnOfAThreadsEndPreventObjects) {
     std::thread([] {
         const Apartment apartment;
-        Ptr<IClassFactory> factory;
+        ComPtr<IClassFactory> factory;
         ASSERT_EQ(Component::Built().GetClassObject(CLSID_ELODMS, IID_IClassFactory, factory.ReceiveVoid()),
                   S_OK);
         auto* object = reinterpret_cast<void*>(1);
@@ -260,7 +260,7 @@ TEST(Failures, ToLearnOfAThreadsEndPreventObjects) {
             EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), error7);
             EXPECT_EQ(object, nullptr);
         }
-        Ptr<IUnknown> made;
+        ComPtr<IUnknown> made;
         EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, made.ReceiveVoid()), S_OK);
     }).join();
     EXPECT_EQ(Component::Built().CanUnloadNow(), S_OK);
@@ -297,7 +297,7 @@ DWORD WINAPI FindNoSlot() {
 // In a process of its own: the slot serves all threads, and is looked for once.
 TEST(FreshThreads, NeedASlot) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory;
     ASSERT_EQ(Component::Built().GetClassObject(CLSID_cBeleg, IID_IClassFactory, factory.ReceiveVoid()),
               S_OK);
     const Diverted slots("kernel32.dll", "TlsAlloc", &FindNoSlot);
@@ -330,7 +330,7 @@ bool TellsOfMemory(const Called& called) {
 /// Makes an object and uses it by name; true when everything succeeded.
 bool UseAnObject(REFCLSID clsid, const wchar_t* member, std::vector<Value> arguments) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory;
     Called made;
     made.outcome = Component::Built().GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
     EXPECT_TRUE(TellsOfMemory(made)) << made.outcome;
@@ -338,7 +338,7 @@ bool UseAnObject(REFCLSID clsid, const wchar_t* member, std::vector<Value> argum
     if (!factory) {
         return false;
     }
-    Ptr<IDispatch> object;
+    ComPtr<IDispatch> object;
     made.outcome = factory->CreateInstance(nullptr, IID_IDispatch, object.ReceiveVoid());
     EXPECT_TRUE(TellsOfMemory(made)) << made.outcome;
     EXPECT_EQ(static_cast<bool>(object), made.outcome == S_OK);
@@ -459,7 +459,7 @@ TEST(Failures, InAFreshProcessAreToldToo) {
 #endif
     for (const wchar_t* tests : groups) {
         const Ended ended = RunInside(tests);
-        EXPECT_EQ(ended.exitCode, 0U) << Utf8(tests) << "\n" << ended.output;
+        EXPECT_EQ(ended.exitCode, 0U) << Utf8FromText(tests) << "\n" << ended.output;
     }
 }
 

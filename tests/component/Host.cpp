@@ -1,4 +1,4 @@
-#include "Host.h"
+#include "tests/component/Host.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +19,9 @@ namespace kandora::component_tests {
 namespace {
 
 using nlohmann::json;
+
+/// First argument of the process that plays the host.
+constexpr const wchar_t* playHost = L"--play-host";
 
 std::wstring WindowText(HWND window) {
     std::array<wchar_t, 4096> text{};
@@ -100,7 +103,7 @@ json ToJson(const VARIANT& value) {
         return nullptr;
     }
     if (value.vt == VT_BSTR) {
-        return Utf8({value.bstrVal == nullptr ? L"" : value.bstrVal, SysStringLen(value.bstrVal)});
+        return Utf8FromText({value.bstrVal == nullptr ? L"" : value.bstrVal, SysStringLen(value.bstrVal)});
     }
     if (value.vt == (VT_ARRAY | VT_VARIANT)) {
         json list = json::array();
@@ -156,7 +159,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"CreateDocID") {
         Bstr text(L"vorher");
         const HRESULT code = provider->CreateDocID(voucher.Raw(), text.Receive());
-        result = Utf8(text.Text());
+        result = Utf8FromText(text.Text());
         return code;
     }
     if (request == L"GetOpenDocInfo") {
@@ -171,7 +174,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"GetVirtualPrinterName") {
         Bstr text(L"vorher");
         const HRESULT code = provider->GetVirtualPrinterName(text.Receive());
-        result = Utf8(text.Text());
+        result = Utf8FromText(text.Text());
         return code;
     }
     if (request == L"InitProvider") {
@@ -189,7 +192,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"DocumentChanged") {
         return provider->DocumentChanged(id.Get(), voucher.Raw());
     }
-    throw std::invalid_argument("no such request: " + Utf8(request));
+    throw std::invalid_argument("no such request: " + Utf8FromText(request));
 }
 
 HRESULT ReadRunning(_ELOProvider* provider, json& result) {
@@ -219,7 +222,7 @@ HRESULT CallFromOutside(const Component& component, const std::wstring& call, js
     if (called.outcome != DISP_E_EXCEPTION) {
         return called.outcome;
     }
-    result = Utf8(called.source);
+    result = Utf8FromText(called.source);
     return called.code;
 }
 
@@ -238,10 +241,47 @@ std::wstring Environment(const wchar_t* name) {
     return {text.data(), length};
 }
 
+/// Returns the exit code.
+int PlayHost(const std::vector<std::wstring>& arguments) {
+    const fs::path file = arguments.at(0);
+    json answers = json::array();
+    {
+        const Apartment apartment;
+        const Component component(file);
+        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
+        auto provider = own.As<DMSProvider>(IID_DMSProvider);
+        User user(GetCurrentThreadId());
+        for (std::size_t at = 1; at < arguments.size(); ++at) {
+            const std::wstring& request = arguments[at];
+            constexpr std::wstring_view settings = L"settings ";
+            constexpr std::wstring_view outside = L"outside ";
+            json result;
+            HRESULT code = S_OK;
+            if (request == L"bRunning") {
+                code = ReadRunning(own.Get(), result);
+            } else if (request.starts_with(settings)) {
+                TakeSettings(file, request.substr(settings.size()));
+            } else if (request.starts_with(outside)) {
+                code = CallFromOutside(component, request.substr(outside.size()), result);
+            } else {
+                code = Send(provider.Get(), request, result);
+            }
+            json boxes = json::array();
+            for (const ShownBox& box : user.TakeBoxes()) {
+                boxes.push_back({Utf8FromText(box.caption), Utf8FromText(box.text)});
+            }
+            answers.push_back(
+                {{"request", Utf8FromText(request)}, {"code", code}, {"result", result}, {"boxes", boxes}});
+        }
+    }
+    std::cout << answers.dump() << std::flush;
+    return 0;
+}
+
 }  // namespace
 
 std::ostream& operator<<(std::ostream& stream, const ShownBox& box) {
-    return stream << "[" << Utf8(box.caption) << "] " << Utf8(box.text);
+    return stream << "[" << Utf8FromText(box.caption) << "] " << Utf8FromText(box.text);
 }
 
 Installation::Installation(const std::wstring& name) : name_(name) {
@@ -249,7 +289,7 @@ Installation::Installation(const std::wstring& name) : name_(name) {
 }
 
 void Installation::WriteSettings(const std::string& text) const {
-    WriteAnsi(folder_.Path() / (name_ + L".ini"), text);
+    WriteBytes(folder_.Path() / (name_ + L".ini"), text);
 }
 
 std::vector<Answer> Installation::Play(const std::vector<std::wstring>& requests) const {
@@ -263,7 +303,7 @@ std::vector<Answer> Installation::Play(const std::vector<std::wstring>& requests
     for (const json& told : json::parse(ended.output, nullptr, false)) {
         Answer answer{told["request"], told["code"], told["result"], {}};
         for (const json& box : told["boxes"]) {
-            answer.boxes.push_back({Wide(std::string(box[0])), Wide(std::string(box[1]))});
+            answer.boxes.push_back({TextFromUtf8(std::string(box[0])), TextFromUtf8(std::string(box[1]))});
         }
         answers.push_back(std::move(answer));
     }
@@ -291,8 +331,8 @@ std::vector<std::wstring> Installation::LogLines() const {
     EXPECT_EQ(files.size(), 1U);
     const std::wstring name = L"\\d{8}_\\d{6}_" + name_ + L"_" + Environment(L"USERNAME") + L"_" +
                               Environment(L"COMPUTERNAME") + L"_\\.log";
-    EXPECT_TRUE(std::regex_match(files[0], std::wregex(name))) << Utf8(files[0]);
-    std::string text = ReadBytes(folder_.Path() / files[0]);
+    EXPECT_TRUE(std::regex_match(files[0], std::wregex(name))) << Utf8FromText(files[0]);
+    std::string text = BytesOf(folder_.Path() / files[0]);
     const std::regex line(R"((\d\d\.\d\d\.\d{4} \d\d\.\d\d\.\d\d \| )([^\r\n]*)\r\n)");
     std::smatch parts;
     while (std::regex_search(text, parts, line, std::regex_constants::match_continuous)) {
@@ -309,40 +349,18 @@ std::vector<std::wstring> Installation::LogLines() const {
     return lines;
 }
 
-int PlayHost(const std::vector<std::wstring>& arguments) {
-    const fs::path file = arguments.at(0);
-    json answers = json::array();
-    {
-        const Apartment apartment;
-        const Component component(file);
-        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
-        auto provider = own.As<DMSProvider>(IID_DMSProvider);
-        User user(GetCurrentThreadId());
-        for (std::size_t at = 1; at < arguments.size(); ++at) {
-            const std::wstring& request = arguments[at];
-            constexpr std::wstring_view settings = L"settings ";
-            constexpr std::wstring_view outside = L"outside ";
-            json result;
-            HRESULT code = S_OK;
-            if (request == L"bRunning") {
-                code = ReadRunning(own.Get(), result);
-            } else if (request.starts_with(settings)) {
-                TakeSettings(file, request.substr(settings.size()));
-            } else if (request.starts_with(outside)) {
-                code = CallFromOutside(component, request.substr(outside.size()), result);
-            } else {
-                code = Send(provider.Get(), request, result);
-            }
-            json boxes = json::array();
-            for (const ShownBox& box : user.TakeBoxes()) {
-                boxes.push_back({Utf8(box.caption), Utf8(box.text)});
-            }
-            answers.push_back(
-                {{"request", Utf8(request)}, {"code", code}, {"result", result}, {"boxes", boxes}});
-        }
+std::optional<int> PlayedHost() {
+    std::vector<std::wstring> arguments = OwnArguments();
+    if (arguments.empty() || arguments.front() != playHost) {
+        return std::nullopt;
     }
-    std::cout << answers.dump() << std::flush;
-    return 0;
+    arguments.erase(arguments.begin());
+    try {
+        return PlayHost(arguments);
+    } catch (const std::exception& error) {
+        std::cerr << error.what();
+        return 1;
+    }
 }
 
 }  // namespace kandora::component_tests

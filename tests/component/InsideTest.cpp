@@ -1,4 +1,4 @@
-#include "Inside.h"
+#include "tests/component/Inside.h"
 
 #include <gtest/gtest.h>
 
@@ -31,20 +31,20 @@ constexpr HRESULT error5 = static_cast<HRESULT>(0x800A0005);
 
 /// A new object of a registered class.
 template <class Interface>
-Ptr<Interface> Made(const std::wstring& programId, REFIID iid) {
+ComPtr<Interface> Made(const std::wstring& programId, REFIID iid) {
     CLSID clsid{};
-    Ptr<Interface> object;
-    EXPECT_EQ(CLSIDFromProgID(programId.c_str(), &clsid), S_OK) << Utf8(programId);
+    ComPtr<Interface> object;
+    EXPECT_EQ(CLSIDFromProgID(programId.c_str(), &clsid), S_OK) << Utf8FromText(programId);
     EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, iid, object.ReceiveVoid()), S_OK)
-        << Utf8(programId);
+        << Utf8FromText(programId);
     return object;
 }
 
 /// Lets another thread, in the apartment of all threads without one, use an object of this thread through its
 /// proxy, while this thread serves the calls.
 template <class Interface, class Work>
-void InOtherApartment(const Ptr<Interface>& object, REFIID iid, Work work) {
-    Ptr<IStream> stream;
+void InOtherApartment(const ComPtr<Interface>& object, REFIID iid, Work work) {
+    ComPtr<IStream> stream;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(iid, object.Get(), stream.Receive()), S_OK);
     IStream* const handedOver = stream.Get();
     handedOver->AddRef();
@@ -52,7 +52,7 @@ void InOtherApartment(const Ptr<Interface>& object, REFIID iid, Work work) {
     std::thread other([&] {
         {
             const Apartment apartment(COINIT_MULTITHREADED);
-            Ptr<Interface> proxy;
+            ComPtr<Interface> proxy;
             EXPECT_EQ(CoGetInterfaceAndReleaseStream(handedOver, iid, proxy.ReceiveVoid()), S_OK);
             if (proxy) {
                 EXPECT_NE(proxy.Get(), object.Get()) << "this is the object itself";
@@ -80,7 +80,7 @@ TEST(Unloading, IsPossibleOnlyBeforeTheFirstUse) {
     EXPECT_FALSE(isLoaded());
 
     const Component component(file);
-    Ptr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory;
     EXPECT_EQ(component.GetClassObject(CLSID_NULL, IID_IClassFactory, factory.ReceiveVoid()),
               CLASS_E_CLASSNOTAVAILABLE);
     ASSERT_EQ(component.GetClassObject(CLSID_cBeleg, IID_IClassFactory, factory.ReceiveVoid()), S_OK);
@@ -102,7 +102,7 @@ TEST(RegisteredClasses, AreMadeByTheirProgramIds) {
             CLSID clsid{};
             EXPECT_EQ(CLSIDFromProgID(programId.c_str(), &clsid), S_OK);
             EXPECT_EQ(TextOf(clsid), each.clsid);
-            EXPECT_TRUE(Made<IUnknown>(programId, GuidOf(each.iid))) << Utf8(programId);
+            EXPECT_TRUE(Made<IUnknown>(programId, GuidOf(each.iid))) << Utf8FromText(programId);
         }
     }
 }
@@ -111,7 +111,7 @@ TEST(RegisteredClasses, CrossApartments) {
     const Apartment apartment;
     const auto own = Made<_ELOProvider>(L"Kandora.ELOProvider", IID__ELOProvider);
     InOtherApartment(own.As<DMSProvider>(IID_DMSProvider), IID_DMSProvider,
-                     [](const Ptr<DMSProvider>& provider) {
+                     [](const ComPtr<DMSProvider>& provider) {
                          const Value nothing;
                          const Value version = Value::Text(L"7.2");
                          const Value data = Value::Texts({L"1001/1", L"", L"1001", L"1", L"MU26000001"});
@@ -130,7 +130,7 @@ TEST(RegisteredClasses, CrossApartments) {
                          EXPECT_EQ(result.Type(), VT_EMPTY);
                          EXPECT_EQ(Call(provider.Get(), L"GetVirtualPrinterName").result.AsText(), L"");
                      });
-    InOtherApartment(own, IID__ELOProvider, [](const Ptr<_ELOProvider>& provider) {
+    InOtherApartment(own, IID__ELOProvider, [](const ComPtr<_ELOProvider>& provider) {
         VARIANT_BOOL running = 7;
         EXPECT_EQ(provider->get_bRunning(&running), S_OK);
         EXPECT_EQ(running, VARIANT_TRUE);
@@ -141,7 +141,7 @@ TEST(RegisteredRecords, CrossApartments) {
     const Apartment apartment;
     const auto record = Made<_cKrediBeleg>(L"Kandora.cKrediBeleg", IID__cKrediBeleg);
     record->put_Kundenname(Bstr(L"Rösterei Drei Kannen GmbH").Get());
-    InOtherApartment(record, IID__cKrediBeleg, [](const Ptr<_cKrediBeleg>& proxy) {
+    InOtherApartment(record, IID__cKrediBeleg, [](const ComPtr<_cKrediBeleg>& proxy) {
         Bstr text;
         EXPECT_EQ(proxy->get_Kundenname(text.Receive()), S_OK);
         EXPECT_EQ(text.Text(), L"Rösterei Drei Kannen GmbH");
@@ -156,7 +156,7 @@ TEST(RegisteredRecords, CrossApartments) {
 TEST(RegisteredErrors, CrossApartments) {
     const Apartment apartment;
     const auto client = Made<_ELODMS>(L"Kandora.ELODMS", IID__ELODMS);
-    InOtherApartment(client, IID__ELODMS, [](const Ptr<_ELODMS>& proxy) {
+    InOtherApartment(client, IID__ELODMS, [](const ComPtr<_ELODMS>& proxy) {
         Bstr path(L" Sesam ");
         Bstr result;
         EXPECT_EQ(proxy->PFadErstellen(path.Place(), result.Receive()), error5);

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "StackGuardTest.h"
 #include "automation/Errors.h"
+#include "tests/component/StackGuardTest.h"
 
 namespace kandora {
 namespace {

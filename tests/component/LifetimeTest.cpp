@@ -1,5 +1,5 @@
-#include "Inside.h"
-#include "Support.h"
+#include "tests/component/Inside.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ TEST(Lifetime, NothingKeepsItAtFirst) {
 
 TEST(Lifetime, AFactoryKeepsIt) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory;
     ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
               S_OK);
     EXPECT_EQ(CanUnload(), S_FALSE);
@@ -37,7 +37,7 @@ TEST(Lifetime, AFactoryKeepsIt) {
 
 TEST(Lifetime, ALockKeepsIt) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
+    ComPtr<IClassFactory> factory;
     ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
               S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
@@ -85,15 +85,15 @@ TEST(Lifetime, EveryThreadHasAStateOfItsOwn) {
 
 TEST(Lifetime, AnObjectMayOutliveItsThreadsStay) {
     for (const PublicClass& each : PublicClasses()) {
-        Ptr<IUnknown> object;
+        ComPtr<IUnknown> object;
         {
             const Apartment apartment;
             object = Component::Built().Create<IUnknown>(GuidOf(each.clsid), IID_IUnknown);
-            ASSERT_TRUE(object) << Utf8(each.name);
+            ASSERT_TRUE(object) << Utf8FromText(each.name);
         }
-        EXPECT_EQ(CanUnload(), S_FALSE) << Utf8(each.name);
+        EXPECT_EQ(CanUnload(), S_FALSE) << Utf8FromText(each.name);
         object.Reset();
-        EXPECT_EQ(CanUnload(), S_OK) << Utf8(each.name);
+        EXPECT_EQ(CanUnload(), S_OK) << Utf8FromText(each.name);
     }
 }
 

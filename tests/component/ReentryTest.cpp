@@ -1,5 +1,5 @@
-#include "CallingValue.h"
-#include "Support.h"
+#include "tests/component/CallingValue.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -52,8 +52,8 @@ protected:
 
     std::set<fs::path> before_ = Logs();
     Apartment apartment_;
-    Ptr<_ELOProvider> own_;
-    Ptr<DMSProvider> host_;
+    ComPtr<_ELOProvider> own_;
+    ComPtr<DMSProvider> host_;
 };
 
 TEST_F(Reentry, AnOutsideCallersCallIsTurnedAwayUntilTheRequestIsDone) {
@@ -62,7 +62,7 @@ TEST_F(Reentry, AnOutsideCallersCallIsTurnedAwayUntilTheRequestIsDone) {
     DuringARequest([&] {
         Bstr result;
         EXPECT_EQ(client->CheckLogin(result.Receive()), retryLater);
-        Ptr<IErrorInfo> info;
+        ComPtr<IErrorInfo> info;
         ASSERT_EQ(GetErrorInfo(0, info.Receive()), S_OK);
         Bstr description;
         info->GetDescription(description.Receive());

@@ -1,5 +1,5 @@
-#include "Host.h"
-#include "Inside.h"
+#include "tests/component/Host.h"
+#include "tests/component/Inside.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/cost/ModuleHook.h"
+#include "tests/support/ModuleHook.h"
 
 // Registration as administrators do it, and what it opens: creation by ProgID, scripts, calls across
 // apartments. Every test leaves the registry as it found it.
@@ -107,10 +107,10 @@ std::set<std::wstring> AllRegistrations() {
 std::string Difference(const std::set<std::wstring>& from, const std::set<std::wstring>& to) {
     std::string text;
     for (const std::wstring& each : from) {
-        text += to.contains(each) ? "" : "- " + Utf8(each) + "\n";
+        text += to.contains(each) ? "" : "- " + Utf8FromText(each) + "\n";
     }
     for (const std::wstring& each : to) {
-        text += from.contains(each) ? "" : "+ " + Utf8(each) + "\n";
+        text += from.contains(each) ? "" : "+ " + Utf8FromText(each) + "\n";
     }
     return text;
 }
@@ -147,7 +147,7 @@ protected:
     /// The script host registers something of its own when it runs for the first time.
     static void SetUpTestSuite() {
         const TemporaryFolder folder;
-        WriteAnsi(folder.Path() / L"empty.vbs", "WScript.Quit 7");
+        WriteBytes(folder.Path() / L"empty.vbs", "WScript.Quit 7");
         EXPECT_EQ(
             RunProgram(SystemProgram(L"cscript.exe"), {L"//nologo", folder.Path() / L"empty.vbs"}).exitCode,
             7U);
@@ -159,7 +159,7 @@ protected:
     /// What a registration for the machine or the user consists of.
     static void ExpectRegistered(HKEY root, const fs::path& component) {
         for (const PublicClass& each : PublicClasses()) {
-            SCOPED_TRACE(Utf8(each.name));
+            SCOPED_TRACE(Utf8FromText(each.name));
             const std::wstring path = L"CLSID\\"s + each.clsid;
             const std::wstring programId = L"Kandora."s + each.name;
             EXPECT_EQ(Registered(root, path + L"\\InprocServer32"), component.wstring());
@@ -275,7 +275,7 @@ protected:
         return exported(install, commandLine);
     }
     template <class Function>
-    static cost::ModuleHook Diverted(const char* library, const char* name, Function* replacement) {
+    static test::ModuleHook Diverted(const char* library, const char* name, Function* replacement) {
         return {Component::Built().Module(), library, name, reinterpret_cast<void*>(replacement)};
     }
 
@@ -329,7 +329,7 @@ protected:
     }
     void ExpectOtherRegistered() {
         for (const PublicClass& each : PublicClasses()) {
-            SCOPED_TRACE(Utf8(each.name));
+            SCOPED_TRACE(Utf8FromText(each.name));
             EXPECT_EQ(Registered(HKEY_LOCAL_MACHINE, L"CLSID\\"s + each.clsid + L"\\InprocServer32", nullptr,
                                  otherView),
                       component_.wstring());

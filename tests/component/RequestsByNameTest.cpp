@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -30,8 +30,8 @@ protected:
     std::vector<IDispatch*> Faces() { return {own_.Get(), host_.Get()}; }
 
     Apartment apartment_;
-    Ptr<_ELOProvider> own_;
-    Ptr<DMSProvider> host_;
+    ComPtr<_ELOProvider> own_;
+    ComPtr<DMSProvider> host_;
 };
 
 TEST_F(RequestsByName, AreFoundOnBothInterfaces) {
@@ -48,7 +48,7 @@ TEST_F(RequestsByName, BelongToTheInterfaceThatDescribesThem) {
     EXPECT_EQ(host_->GetTypeInfoCount(&count), S_OK);
     EXPECT_EQ(count, 1U);
     EXPECT_EQ(host_->GetTypeInfoCount(nullptr), E_POINTER);
-    Ptr<ITypeInfo> info;
+    ComPtr<ITypeInfo> info;
     ASSERT_EQ(host_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
     TYPEATTR* attributes = nullptr;
     ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
@@ -66,8 +66,8 @@ TEST_F(RequestsByName, SucceedWithTheirArguments) {
         for (const wchar_t* request : {L"ShowDocument", L"PrintDocument", L"SaveDocument", L"DeleteDocument",
                                        L"SetDocumentStatus", L"DocumentChanged"}) {
             const Called called = Call(face, request, Voucher());
-            EXPECT_EQ(called.outcome, S_OK) << Utf8(request);
-            EXPECT_EQ(called.result.Type(), VT_EMPTY) << Utf8(request);
+            EXPECT_EQ(called.outcome, S_OK) << Utf8FromText(request);
+            EXPECT_EQ(called.result.Type(), VT_EMPTY) << Utf8FromText(request);
         }
         EXPECT_EQ(Call(face, L"StartProvider", List(Value())).outcome, S_OK);
         EXPECT_EQ(Call(face, L"SavePendingDocument", List(Value(), Value::Text(L"1"), Value())).outcome,

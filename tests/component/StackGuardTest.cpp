@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <set>
 
-#include "../support/StartedProgram.h"
-#include "StackGuardTest.h"
+#include "tests/component/StackGuardTest.h"
+#include "tests/support/StartedProgram.h"
 
 extern "C" std::uintptr_t __stack_chk_guard;  // NOLINT(bugprone-reserved-identifier): the compiler's name
 

@@ -1,16 +1,15 @@
-#include "Support.h"
+#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 
-#include "../support/StartedProgram.h"
+#include <shellapi.h>
+
+#include "tests/support/StartedProgram.h"
+#include "tools/check/Handle.h"
 
 namespace kandora::component_tests {
 
@@ -47,21 +46,9 @@ std::wstring Quoted(const std::wstring& argument) {
     return quoted.append(backslashes * 2, L'\\') + L"\"";
 }
 
-class Handle {
-public:
-    explicit Handle(HANDLE handle) : handle_(handle) {}
-    ~Handle() { CloseHandle(handle_); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    [[nodiscard]] HANDLE Get() const { return handle_; }
-
-private:
-    HANDLE handle_;
-};
-
 }  // namespace
 
-// Values -------------------------------------------------------------------------------------------------
+// Values
 
 Value Value::Text(std::wstring_view text) {
     Value value;
@@ -141,12 +128,13 @@ std::wstring Value::AsText() const {
     return {value_.bstrVal == nullptr ? L"" : value_.bstrVal, SysStringLen(value_.bstrVal)};
 }
 
-// Calls by name ------------------------------------------------------------------------------------------
+// Calls by name
 
 DISPID IdOf(IDispatch* object, const wchar_t* name) {
     auto* asked = const_cast<LPOLESTR>(name);
     DISPID id = DISPID_UNKNOWN;
-    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &asked, 1, LOCALE_USER_DEFAULT, &id), S_OK) << Utf8(name);
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &asked, 1, LOCALE_USER_DEFAULT, &id), S_OK)
+        << Utf8FromText(name);
     return id;
 }
 
@@ -188,13 +176,13 @@ Called Put(IDispatch* object, const wchar_t* name, Value value) {
     return Invoke(object, IdOf(object, name), DISPATCH_PROPERTYPUT, List(std::move(value)));
 }
 
-// The component ------------------------------------------------------------------------------------------
+// The component
 
 Component::Component(const fs::path& file)
     : module_(LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
     if (module_ == nullptr) {
         throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
-                                Utf8(file.wstring()));
+                                Utf8FromText(file.wstring()));
     }
 }
 
@@ -236,7 +224,7 @@ const std::vector<PublicClass>& PublicClasses() {
 
 GUID GuidOf(const wchar_t* text) {
     GUID guid{};
-    EXPECT_EQ(CLSIDFromString(text, &guid), S_OK) << Utf8(text);
+    EXPECT_EQ(CLSIDFromString(text, &guid), S_OK) << Utf8FromText(text);
     return guid;
 }
 
@@ -254,45 +242,7 @@ fs::path ComponentFile() {
     return BinFolder() / L"Kandora.dll";
 }
 
-Apartment::Apartment(DWORD kind) {
-    const HRESULT entered = CoInitializeEx(nullptr, kind);
-    if (FAILED(entered)) {
-        throw std::system_error(entered, std::system_category(), "CoInitializeEx");
-    }
-}
-
-Apartment::~Apartment() {
-    CoUninitialize();
-}
-
-// Files and programs -------------------------------------------------------------------------------------
-
-TemporaryFolder::TemporaryFolder() {
-    static int count = 0;
-    path_ = fs::temp_directory_path() /
-            (L"Kandora-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
-    fs::create_directories(path_);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    // A program that has just ended may still hold a file for a moment.
-    EXPECT_TRUE(Eventually([this] {
-        std::error_code error;
-        fs::remove_all(path_, error);
-        return !error && !fs::exists(path_);
-    })) << Utf8(path_.wstring())
-        << " stays behind";
-}
-
-void WriteAnsi(const fs::path& file, const std::string& bytes) {
-    std::ofstream(file, std::ios::binary) << bytes;
-}
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    EXPECT_TRUE(stream.good()) << Utf8(file.wstring());
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
+// Programs
 
 Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& arguments) {
     // A pipe, and read only to the program's end: a process that Windows itself starts on the way (the
@@ -305,8 +255,8 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
         ADD_FAILURE() << "no pipe: " << GetLastError();
         return ended;
     }
-    const Handle output(readEnd);
-    const Handle input(writeEnd);
+    const check::Handle output(readEnd);
+    const check::Handle input(writeEnd);
     SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
 
     std::wstring commandLine = Quoted(program.wstring());
@@ -326,7 +276,7 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
     try {
         test::StartedProgram started({commandLine, writeEnd, writeEnd});
         if (!started.Ends(readAvailable, programLimit)) {
-            ADD_FAILURE() << Utf8(commandLine) << " does not end; it is ended by force";
+            ADD_FAILURE() << Utf8FromText(commandLine) << " does not end; it is ended by force";
             started.End();
         }
         readAvailable();
@@ -343,33 +293,12 @@ fs::path SystemProgram(const wchar_t* name) {
     return fs::path(folder.data()) / name;
 }
 
-std::string Utf8(std::wstring_view text) {
-    const auto length = static_cast<int>(text.size());
-    std::string utf8(static_cast<std::size_t>(
-                         WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr)),
-                     '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr,
-                        nullptr);
-    return utf8;
-}
-
-std::wstring Wide(std::string_view utf8) {
-    const auto length = static_cast<int>(utf8.size());
-    std::wstring text(
-        static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, nullptr, 0)), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, text.data(), static_cast<int>(text.size()));
-    return text;
-}
-
-bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+std::vector<std::wstring> OwnArguments() {
+    int count = 0;
+    wchar_t** const given = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::wstring> arguments(given + 1, given + count);
+    LocalFree(given);
+    return arguments;
 }
 
 }  // namespace kandora::component_tests

@@ -5,58 +5,25 @@
 #include <oaidl.h>
 
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "automation/Apartment.h"
+#include "automation/Text.h"
+#include "interfaces/ComPtr.h"
+#include "tests/support/TemporaryFolder.h"
 
 /// What the tests of the built component share: owners for COM's values, calls by name, folders, other
 /// programs.
 namespace kandora::component_tests {
 
 namespace fs = std::filesystem;
-
-/// Owns one reference.
-template <class Interface>
-class Ptr {
-public:
-    Ptr() = default;
-    explicit Ptr(Interface* owned) : object_(owned) {}
-    Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-    Ptr& operator=(Ptr&& other) noexcept {
-        std::swap(object_, other.object_);
-        return *this;
-    }
-    Ptr(const Ptr&) = delete;
-    Ptr& operator=(const Ptr&) = delete;
-    ~Ptr() { Reset(); }
-
-    void Reset() {
-        if (Interface* const object = std::exchange(object_, nullptr)) {
-            object->Release();
-        }
-    }
-    [[nodiscard]] Interface* Get() const { return object_; }
-    Interface* operator->() const { return object_; }
-    explicit operator bool() const { return object_ != nullptr; }
-    /// For functions that deliver a reference.
-    Interface** Receive() {
-        Reset();
-        return &object_;
-    }
-    void** ReceiveVoid() { return reinterpret_cast<void**>(Receive()); }
-    /// Empty when the object does not answer to the identifier.
-    template <class Other>
-    [[nodiscard]] Ptr<Other> As(REFIID iid) const {
-        Ptr<Other> other;
-        object_->QueryInterface(iid, other.ReceiveVoid());
-        return other;
-    }
-
-private:
-    Interface* object_ = nullptr;
-};
+using test::BytesOf;
+using test::Eventually;
+using test::TemporaryFolder;
+using test::WriteBytes;
 
 /// Owns a BSTR.
 class Bstr {
@@ -161,9 +128,9 @@ public:
     [[nodiscard]] HRESULT CanUnloadNow() const;
     /// A new object of the class; empty when it cannot be made.
     template <class Interface>
-    [[nodiscard]] Ptr<Interface> Create(REFCLSID clsid, REFIID iid) const {
-        Ptr<IClassFactory> factory;
-        Ptr<Interface> object;
+    [[nodiscard]] ComPtr<Interface> Create(REFCLSID clsid, REFIID iid) const {
+        ComPtr<IClassFactory> factory;
+        ComPtr<Interface> object;
         if (SUCCEEDED(GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid()))) {
             factory->CreateInstance(nullptr, iid, object.ReceiveVoid());
         }
@@ -189,32 +156,6 @@ std::wstring TextOf(REFGUID guid);
 fs::path BinFolder();
 fs::path ComponentFile();
 
-/// COM on the calling thread for as long as it lives.
-class Apartment {
-public:
-    explicit Apartment(DWORD kind = COINIT_APARTMENTTHREADED);
-    ~Apartment();
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-};
-
-/// An empty folder that goes with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    [[nodiscard]] const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-void WriteAnsi(const fs::path& file, const std::string& bytes);
-std::string ReadBytes(const fs::path& file);
-
 /// How another program ended.
 struct Ended {
     DWORD exitCode = ~0U;
@@ -225,10 +166,7 @@ Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& argum
 /// A program of the system, of this process's bitness.
 fs::path SystemProgram(const wchar_t* name);
 
-std::string Utf8(std::wstring_view text);
-std::wstring Wide(std::string_view utf8);
-
-/// Waits until the condition holds; false when it does not come to hold in a minute.
-bool Eventually(const std::function<bool()>& condition);
+/// The arguments that this program was started with, itself left out.
+std::vector<std::wstring> OwnArguments();
 
 }  // namespace kandora::component_tests

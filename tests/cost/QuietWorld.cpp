@@ -1,4 +1,4 @@
-#include "QuietWorld.h"
+#include "tests/cost/QuietWorld.h"
 
 namespace kandora::cost {
 

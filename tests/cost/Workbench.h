@@ -8,8 +8,9 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
-#include "ModuleHook.h"
-#include "QuietWorld.h"
+#include "interfaces/ComPtr.h"
+#include "tests/cost/QuietWorld.h"
+#include "tests/support/ModuleHook.h"
 
 namespace kandora::cost {
 
@@ -58,7 +59,7 @@ public:
     /// The same with another number for the vouchers' mask.
     void SetVoucherMask(int mask) const;
     /// A new plug-in object.
-    [[nodiscard]] std::shared_ptr<DMSProvider> NewProvider() const;
+    [[nodiscard]] ComPtr<DMSProvider> NewProvider() const;
     /// Sees every object that the component gets from now on before the component does, and may put another
     /// one in its place, which it then owns.
     using Watcher = std::function<IDispatch*(REFCLSID clsid, IDispatch* made)>;
@@ -73,7 +74,7 @@ public:
 private:
     std::filesystem::path folder_;
     HMODULE module_ = nullptr;
-    std::vector<std::unique_ptr<ModuleHook>> hooks_;
+    std::vector<std::unique_ptr<test::ModuleHook>> hooks_;
 };
 
 /// The host's metadata: a zero-based array of values, element 2 the voucher's number, 3 its index, 4 the

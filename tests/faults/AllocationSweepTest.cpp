@@ -217,7 +217,8 @@ private:
             complaints.emplace_back("an exception reached the host when the request was repeated");
         }
         if (ErrorBoxes(stage) != 0) {
-            complaints.push_back("the repeated request fails: " + Utf8(stage.conductor.boxes.front().prompt));
+            complaints.push_back("the repeated request fails: " +
+                                 Spelled(stage.conductor.boxes.front().prompt));
         }
         if (!SameContent(stage.archive.entries, stage.After(before))) {
             complaints.push_back("after the repetition the archive holds\n" + Told(stage.archive.entries));

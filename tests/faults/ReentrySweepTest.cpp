@@ -139,7 +139,7 @@ public:
             complaints.insert(
                 complaints.begin(),
                 variation_.name + ", call " + std::to_string(call) + " " + calls_[call - 1].side + "." +
-                    Utf8(calls_[call - 1].operation) + ", entered:" + names +
+                    Spelled(calls_[call - 1].operation) + ", entered:" + names +
                     (faulty == Faulty::None         ? ""
                      : faulty == Faulty::InProgress ? ", fault in progress"
                      : faulty == Faulty::Asking     ? ", fault at its call " + std::to_string(distance)
@@ -203,7 +203,7 @@ private:
                 complaints.emplace_back("the error of the request in progress is not shown");
             }
             for (const Box& box : errors) {
-                const std::string prompt = Utf8(box.prompt);
+                const std::string prompt = Spelled(box.prompt);
                 if (verdict.number && !prompt.starts_with("[" + std::to_string(*verdict.number) + "] ")) {
                     complaints.push_back("the error should have the number " +
                                          std::to_string(*verdict.number));

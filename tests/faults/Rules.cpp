@@ -48,7 +48,7 @@ private:
                                                                                  : "ELODMS.AddDokument";
     }
     [[nodiscard]] std::string EntryFrame() const {
-        const std::string kind(Utf8(variation_.kind.name));
+        const std::string kind(Spelled(variation_.kind.name));
         if (variation_.request == "PrintDocument") {
             return "ELODMS.SaveAuswertung";
         }
@@ -65,7 +65,7 @@ private:
         if (variation_.request == "PrintDocument") {
             return "ELODMS.lAuswertungsDokumente";
         }
-        return std::string("ELODMS.l") + Utf8(variation_.kind.name) + "Dokumente";
+        return std::string("ELODMS.l") + Spelled(variation_.kind.name) + "Dokumente";
     }
     [[nodiscard]] std::string OutermostFrame() const { return "Kandora." + variation_.request; }
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 #include "tests/support/Rendering.h"
 
 namespace kandora::test {
@@ -91,7 +91,7 @@ std::vector<Variation> AllVariations() {
         all.push_back(std::move(variation));
     };
     for (const KindRow& kind : {voucherKind, debtorKind, creditorKind}) {
-        const std::string suffix = "Of" + Utf8(kind.name);
+        const std::string suffix = "Of" + Spelled(kind.name);
         add("Save" + suffix, "SaveDocument", [&](Variation& v) { v.kind = kind; });
         add("Change" + suffix, "DocumentChanged", [&](Variation& v) {
             v.kind = kind;

@@ -119,7 +119,7 @@ private:
             Complain("more than one error box");
         }
         if (const auto box = std::ranges::find_if(boxes, isAboutFault); box != boxes.end()) {
-            CheckErrorBox(Utf8(box->prompt));
+            CheckErrorBox(Spelled(box->prompt));
         }
         std::vector<Text> hostBoxes;
         for (const Box& box : boxes) {
@@ -139,9 +139,9 @@ private:
             Complain("the error box should tell number " + std::to_string(*verdict_.number));
         }
         if (verdict_.number && verdict_.description &&
-            !prompt.starts_with("[" + std::to_string(*verdict_.number) + "] " + Utf8(*verdict_.description) +
-                                " | ")) {
-            Complain("the error box should tell: " + Utf8(*verdict_.description));
+            !prompt.starts_with("[" + std::to_string(*verdict_.number) + "] " +
+                                Spelled(*verdict_.description) + " | ")) {
+            Complain("the error box should tell: " + Spelled(*verdict_.description));
         }
         const std::vector<std::string> frames = FramesIn(prompt);
         if (!verdict_.frame.empty() && (frames.empty() || frames.front() != verdict_.frame)) {
@@ -259,7 +259,7 @@ void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Co
         if (box.caption != L"Kandora") {
             complaints.emplace_back("the error box has the caption " + Quoted(box.caption));
         }
-        const std::vector<std::string> frames = FramesIn(Utf8(box.prompt));
+        const std::vector<std::string> frames = FramesIn(Spelled(box.prompt));
         if (frames.empty() ||
             !(IsWithoutError(box) ? frames.back() == "Kandora.StartProvider" : isOutermost(frames.back()))) {
             complaints.emplace_back("the call stack does not end in the request");
@@ -344,7 +344,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         story = ToldBoxes(stage.conductor.boxes);
         if (check.IsHalfDone()) {
             ++Counts()
-                  .halfDone[variation_.request + ", fault in " + Utf8(site.call->operation) + ": " +
+                  .halfDone[variation_.request + ", fault in " + Spelled(site.call->operation) + ": " +
                             (check.Failed()                               ? "done, and reported as failed"
                              : SameContent(before, stage.archive.entries) ? "not done, and not noticed"
                                                                           : "done anew, and not noticed")];
@@ -389,8 +389,8 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
     if (!complaints.empty()) {
         const std::string duringWhat[] = {"once", "from then on", "and no box can be shown"};
         complaints.insert(complaints.begin(), variation_.name + ", call " + std::to_string(call) + " " +
-                                                  site.call->side + "." + Utf8(site.call->operation) + ", " +
-                                                  way.name + ", " +
+                                                  site.call->side + "." + Spelled(site.call->operation) +
+                                                  ", " + way.name + ", " +
                                                   duringWhat[static_cast<std::size_t>(duration)] + story);
     }
     return complaints;

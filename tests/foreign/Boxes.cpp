@@ -1,4 +1,4 @@
-#include "Boxes.h"
+#include "tests/foreign/Boxes.h"
 
 #include <array>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "Course.h"
+#include "tests/foreign/Course.h"
 
 #include <algorithm>
 #include <array>
@@ -13,8 +13,6 @@
 namespace kandora::foreign_tests {
 
 using component_tests::Bstr;
-using component_tests::Ptr;
-using component_tests::Utf8;
 using component_tests::Value;
 using model_tests::Booking;
 
@@ -37,7 +35,7 @@ std::string PlatformText(VARTYPE type, double given) {
     value.Place()->dblVal = given;
     Value text;
     EXPECT_EQ(VariantChangeTypeEx(text.Receive(), value.Place(), LOCALE_USER_DEFAULT, 0, VT_BSTR), S_OK);
-    return Utf8(text.AsText());
+    return Utf8FromText(text.AsText());
 }
 
 /// The time in an answer is another one each time.
@@ -56,7 +54,7 @@ std::string TextOf(const Value& value) {
     for (LONG at = 0; at <= last; ++at) {
         Value element;
         SafeArrayGetElement(value.Raw().parray, &at, element.Receive());
-        text += WithoutDigits(Utf8(element.AsText())) + ";";
+        text += WithoutDigits(Utf8FromText(element.AsText())) + ";";
     }
     return text;
 }
@@ -126,10 +124,10 @@ constexpr std::size_t initProvider = requests.size() - 1;
 
 void WriteSettings(const fs::path& folder, const std::string& from, const std::string& to) {
     const fs::path file = folder / L"Kandora.ini";
-    std::string text = component_tests::ReadBytes(file);
+    std::string text = component_tests::BytesOf(file);
     EXPECT_NE(text.find(from), std::string::npos);
     Replace(text, from, to);
-    component_tests::WriteAnsi(file, text);
+    component_tests::WriteBytes(file, text);
     // The system keeps INI files in memory for a while; this makes it read the new one.
     WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
 }
@@ -222,7 +220,7 @@ public:
     }
 
     std::string Play() {
-        Ptr<_ELOProvider> own;
+        ComPtr<_ELOProvider> own;
         Tell("new ELOProvider", [&](auto&) { return Create(CLSID_ELOProvider, IID__ELOProvider, own); });
         provider_ = own.As<DMSProvider>(IID_DMSProvider);
         Send(initProvider);
@@ -270,23 +268,24 @@ private:
                << "\n";
         TellError();
         for (const std::wstring& box : boxes_.Take()) {
-            lines_ << "    " << Utf8(box) << "\n";
+            lines_ << "    " << Utf8FromText(box) << "\n";
         }
     }
 
     void TellError() {
-        Ptr<IErrorInfo> error;
+        ComPtr<IErrorInfo> error;
         if (GetErrorInfo(0, error.Receive()) == S_OK) {
             Bstr description;
             Bstr source;
             error->GetDescription(description.Receive());
             error->GetSource(source.Receive());
-            lines_ << "    " << Utf8(description.Text()) << " (" << Utf8(source.Text()) << ")\n";
+            lines_ << "    " << Utf8FromText(description.Text()) << " (" << Utf8FromText(source.Text())
+                   << ")\n";
         }
     }
 
     template <class Interface>
-    HRESULT Create(REFCLSID clsid, REFIID iid, Ptr<Interface>& object) {
+    HRESULT Create(REFCLSID clsid, REFIID iid, ComPtr<Interface>& object) {
         object = component_.Create<Interface>(clsid, iid);
         return object ? S_OK : E_FAIL;
     }
@@ -296,7 +295,7 @@ private:
         Prepared with(booking);
         Tell(requests[which].name, [&](std::string& answer) {
             const HRESULT outcome = requests[which].send(provider_.Get(), with);
-            answer = "'" + WithoutDigits(Utf8(with.text.Text())) + "' " + TextOf(with.answer);
+            answer = "'" + WithoutDigits(Utf8FromText(with.text.Text())) + "' " + TextOf(with.answer);
             return outcome;
         });
     }
@@ -308,10 +307,10 @@ private:
     }
 
     void PlayOutside() {
-        Ptr<_ELODMS> client;
-        Ptr<_OrigELODMS> older;
-        Ptr<_SOKInterface> accounting;
-        Ptr<_cUser> user;
+        ComPtr<_ELODMS> client;
+        ComPtr<_OrigELODMS> older;
+        ComPtr<_SOKInterface> accounting;
+        ComPtr<_cUser> user;
         Tell("new ELODMS", [&](auto&) { return Create(CLSID_ELODMS, IID__ELODMS, client); });
         Tell("new OrigELODMS", [&](auto&) { return Create(CLSID_OrigELODMS, IID__OrigELODMS, older); });
         Tell("new SOKInterface",
@@ -321,19 +320,19 @@ private:
         Bstr path(L"/Straße/İSTANBUL ısı/Größe");
         Tell("PFadErstellen", [&](std::string& answer) {
             const HRESULT outcome = client->PFadErstellen(path.Place(), text.Receive());
-            answer = Utf8(path.Text()) + " " + Utf8(text.Text());
+            answer = Utf8FromText(path.Text()) + " " + Utf8FromText(text.Text());
             return outcome;
         });
         Tell("CheckLogin", [&](std::string& answer) {
             const HRESULT outcome = client->CheckLogin(text.Receive());
-            answer = Utf8(text.Text());
+            answer = Utf8FromText(text.Text());
             return outcome;
         });
         // Letters in the other case, and a number that becomes a text on its way.
         Tell("FINDSAGEDOCUMENTBYID", [&](std::string& answer) {
             const auto called = component_tests::Call(client.Get(), L"FINDSAGEDOCUMENTBYID",
                                                       component_tests::List(Value::Double(number)));
-            answer = std::to_string(called.result.Raw().lVal) + " " + Utf8(called.description);
+            answer = std::to_string(called.result.Raw().lVal) + " " + Utf8FromText(called.description);
             return called.outcome;
         });
         VARIANT_BOOL answered = VARIANT_FALSE;
@@ -357,7 +356,7 @@ private:
         Tell("cUser.sName", [&](std::string& answer) {
             const HRESULT outcome = user->put_sName(name.Get());
             user->get_sName(text.Receive());
-            answer = Utf8(text.Text());
+            answer = Utf8FromText(text.Text());
             return outcome;
         });
         Tell("end", [&](auto&) {
@@ -380,22 +379,23 @@ private:
     void TellFiled() {
         lines_ << "-- filed\n";
         for (const auto& [id, entry] : place_.archive.entries) {
-            lines_ << id << " " << entry.mask << " " << Utf8(entry.title) << " " << Utf8(entry.folder) << " "
-                   << Utf8(fs::path(entry.document).filename().wstring());
+            lines_ << id << " " << entry.mask << " " << Utf8FromText(entry.title) << " "
+                   << Utf8FromText(entry.folder) << " "
+                   << Utf8FromText(fs::path(entry.document).filename().wstring());
             for (const auto& [line, text] : entry.fields) {
-                lines_ << " | " << line << " " << Utf8(text);
+                lines_ << " | " << line << " " << Utf8FromText(text);
             }
             lines_ << "\n";
         }
         for (const auto& [path, id] : place_.archive.folders) {
-            lines_ << Utf8(path) << "\n";
+            lines_ << Utf8FromText(path) << "\n";
         }
     }
 
     void TellLogged() {
         lines_ << "-- logged\n";
         for (const fs::path& log : LogsIn(folder_)) {
-            std::istringstream stream(component_tests::ReadBytes(log));
+            std::istringstream stream(component_tests::BytesOf(log));
             constexpr std::size_t timeLength = 19;
             for (std::string line; std::getline(stream, line);) {
                 line = line.substr(std::min(timeLength, line.size()));
@@ -412,7 +412,7 @@ private:
     Boxes& boxes_;
     const Around& around_;
     Programs programs_;
-    Ptr<DMSProvider> provider_;
+    ComPtr<DMSProvider> provider_;
     std::uint32_t firstFailure_ = 0;  ///< the other programs' calls fail from this one on; 0: none
     std::ostringstream lines_;
 };
@@ -470,9 +470,9 @@ struct Ready::Parts {
     Programs programs;
     Prepared with;
     Value nested = Nested();
-    Ptr<_ELOProvider> own;
-    Ptr<DMSProvider> provider;
-    Ptr<_ELODMS> client;
+    ComPtr<_ELOProvider> own;
+    ComPtr<DMSProvider> provider;
+    ComPtr<_ELODMS> client;
 };
 
 Ready::Ready(Installation& installation, const Component& component)

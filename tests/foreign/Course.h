@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "Boxes.h"
+#include "tests/foreign/Boxes.h"
 #include "tests/stress/Desk.h"
 
 namespace kandora::foreign_tests {

@@ -1,4 +1,4 @@
-#include "Surroundings.h"
+#include "tests/foreign/Surroundings.h"
 #include "interfaces/ComObject.h"
 
 #include <malloc.h>
@@ -17,7 +17,7 @@ class Library {
 public:
     explicit Library(const wchar_t* file)
         : module_(LoadLibraryExW((Folder() / file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
-        EXPECT_NE(module_, nullptr) << component_tests::Utf8(file) << ": " << GetLastError();
+        EXPECT_NE(module_, nullptr) << Utf8FromText(file) << ": " << GetLastError();
     }
     ~Library() { FreeLibrary(module_); }
     Library(const Library&) = delete;
@@ -380,7 +380,7 @@ std::string SendOnLittleStack(Stage& stage) {
             WithStack(kilobytes * 1024, [&] { outcome = call(); });
             told << name << " " << std::hex << static_cast<std::uint32_t>(outcome) << std::dec << "\n";
             for (const std::wstring& box : stage.boxes.Take()) {
-                told << "    " << component_tests::Utf8(box) << "\n";
+                told << "    " << Utf8FromText(box) << "\n";
             }
         };
         for (std::size_t request = 0; request < RequestNames().size(); ++request) {
@@ -391,7 +391,7 @@ std::string SendOnLittleStack(Stage& stage) {
     // Nothing of it is left.
     told << "-- afterwards\n" << std::hex << ready.Send(0) << ready.CheckLogin() << "\n";
     for (const std::wstring& box : stage.boxes.Take()) {
-        told << "    " << component_tests::Utf8(box) << "\n";
+        told << "    " << Utf8FromText(box) << "\n";
     }
     return told.str();
 }

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "Course.h"
+#include "tests/foreign/Course.h"
 
 namespace kandora::foreign_tests {
 

@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <algorithm>
-#include <fstream>
 #include <vector>
 
-#include "ForeignTest.h"
-#include "Surroundings.h"
+#include "tests/foreign/ForeignTest.h"
+#include "tests/foreign/Surroundings.h"
 
 namespace kandora::foreign_tests {
 namespace {
@@ -25,7 +23,7 @@ int PlayIn(const std::string& name, const fs::path& file) {
         Stage stage;
         told = name == littleStack ? SendOnLittleStack(stage) : surroundings->play(stage);
     }
-    std::ofstream(file, std::ios::binary) << told;
+    test::WriteBytes(file, told);
     return testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed() ? 1 : 0;
 }
 
@@ -34,13 +32,10 @@ int PlayIn(const std::string& name, const fs::path& file) {
 
 int main(int argc, char** argv) {
     using namespace kandora::foreign_tests;
-    int count = 0;
-    wchar_t** const given = CommandLineToArgvW(GetCommandLineW(), &count);
-    const std::vector<std::wstring> arguments(given + 1, given + count);
-    LocalFree(given);
+    const std::vector<std::wstring> arguments = kandora::component_tests::OwnArguments();
     testing::InitGoogleTest(&argc, argv);
     if (arguments.size() == 3 && arguments[0] == playCourse) {
-        return PlayIn(kandora::component_tests::Utf8(arguments[1]), arguments[2]);
+        return PlayIn(Utf8FromText(arguments[1]), arguments[2]);
     }
     return RUN_ALL_TESTS();
 }

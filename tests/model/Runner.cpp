@@ -12,7 +12,7 @@ namespace kandora::model_tests {
 
 namespace {
 
-using test::Utf8;
+using test::Spelled;
 
 constexpr std::size_t mostBoxes = 6;
 
@@ -93,7 +93,7 @@ private:
         }
         totals.entriesCompared += archive_.entries.size();
         if (globals_->goErrHandler().lOriginalNumber() != 0) {
-            return "the error is still recorded: " + Utf8(globals_->goErrHandler().sToString());
+            return "the error is still recorded: " + Spelled(globals_->goErrHandler().sToString());
         }
         return isDisturbed ? JudgeDisturbed(step, outcome, archive_.logins != logins, totals)
                            : JudgeClean(step, outcome);
@@ -110,7 +110,7 @@ private:
             return "ready: " + std::to_string(static_cast<int>(globals_->state.gbIniOK));
         }
         if (step.event == Event::Ask && step.which == 0 && answer_.empty() == CanAnswer(outcome)) {
-            return "document id \"" + Utf8(answer_) + "\"";
+            return "document id \"" + Spelled(answer_) + "\"";
         }
         return std::nullopt;
     }
@@ -166,7 +166,7 @@ private:
         for (auto& [client, options] : accounting_.options) {
             for (auto& [option, value] : options) {
                 if (value != state_.options[client][option] && value != after.options[client][option]) {
-                    return "option " + std::to_string(option) + " is " + Utf8(value);
+                    return "option " + std::to_string(option) + " is " + Spelled(value);
                 }
             }
         }
@@ -397,22 +397,22 @@ private:
 
     static std::optional<std::string> Differs(const Entry& entry, const ExpectedEntry& expected) {
         if (entry.mask != expected.mask || entry.folder != expected.folder) {
-            return "mask " + std::to_string(entry.mask) + " in " + Utf8(entry.folder) + " instead of " +
-                   std::to_string(expected.mask) + " in " + Utf8(expected.folder);
+            return "mask " + std::to_string(entry.mask) + " in " + Spelled(entry.folder) + " instead of " +
+                   std::to_string(expected.mask) + " in " + Spelled(expected.folder);
         }
         if (entry.document != (entry.mask == reports ? printedFile : placeholderFile)) {
-            return "document " + Utf8(entry.document);
+            return "document " + Spelled(entry.document);
         }
         if (!expected.title.contains(entry.title)) {
-            return "title " + Utf8(entry.title);
+            return "title " + Spelled(entry.title);
         }
         std::int16_t line = FirstLine(entry.mask);
         for (const Text& field : Model::FieldsOf(entry.mask)) {
             const auto found = entry.fields.find(line++);
             const Text value = found == entry.fields.end() ? Text() : found->second;
             if (!expected.fields.at(field).contains(value)) {
-                return Utf8(field) + " is \"" + Utf8(value) + "\" instead of \"" +
-                       Utf8(*expected.fields.at(field).begin()) + "\"";
+                return Spelled(field) + " is \"" + Spelled(value) + "\" instead of \"" +
+                       Spelled(*expected.fields.at(field).begin()) + "\"";
             }
         }
         return std::nullopt;
@@ -440,7 +440,7 @@ private:
     [[nodiscard]] std::string Boxes() const {
         std::string text;
         for (const Text& box : user_.boxes) {
-            text += " [box: " + Utf8(box) + "]";
+            text += " [box: " + Spelled(box) + "]";
         }
         return text;
     }

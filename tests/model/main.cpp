@@ -1,7 +1,3 @@
-#include <windows.h>
-
-#include <objbase.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,6 +7,7 @@
 #include <iostream>
 #include <string>
 
+#include "automation/Apartment.h"
 #include "tests/model/Runner.h"
 
 // Random courses of events against a model of what the archive must hold.
@@ -189,10 +186,6 @@ int Main(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
-        return 2;
-    }
-    const int result = kandora::model_tests::Main(argc, argv);
-    CoUninitialize();
-    return result;
+    const kandora::Apartment apartment;
+    return kandora::model_tests::Main(argc, argv);
 }

@@ -1,6 +1,6 @@
-#include "Inside.h"
-#include "../component/CallingValue.h"
-#include "Workplace.h"
+#include "tests/outside/Inside.h"
+#include "tests/component/CallingValue.h"
+#include "tests/outside/Workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
-#include "tests/cost/ModuleHook.h"
+#include "tests/support/ModuleHook.h"
 
 // Threads and their states, as an outside caller with several apartments meets them.
 namespace kandora::outside_tests {
@@ -23,18 +23,18 @@ constexpr HRESULT error5 = static_cast<HRESULT>(0x800A0005);
 constexpr HRESULT error91 = static_cast<HRESULT>(0x800A005B);
 
 template <class Interface>
-Ptr<Interface> Make(const wchar_t* name) {
+ComPtr<Interface> Make(const wchar_t* name) {
     CLSID clsid{};
-    Ptr<Interface> object;
+    ComPtr<Interface> object;
     EXPECT_EQ(CLSIDFromProgID(name, &clsid), S_OK);
     EXPECT_EQ(
         CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), object.ReceiveVoid()),
         S_OK)
-        << Utf8(name);
+        << Utf8FromText(name);
     return object;
 }
 
-Ptr<DMSProvider> Initialised() {
+ComPtr<DMSProvider> Initialised() {
     auto provider = Make<DMSProvider>(L"Kandora.ELOProvider");
     const Value nothing;
     Value result;
@@ -52,7 +52,7 @@ HRESULT CheckLogin(_ELODMS* archive) {
 std::ptrdiff_t Traced(const std::string& beginning) {
     std::array<wchar_t, 1024> file{};
     GetEnvironmentVariableW(traceVariable, file.data(), static_cast<DWORD>(file.size()));
-    return std::ranges::count_if(LinesOf(ReadBytes(file.data())),
+    return std::ranges::count_if(LinesOf(BytesOf(file.data())),
                                  [&](const std::string& line) { return line.starts_with(beginning); });
 }
 std::ptrdiff_t Logins() {
@@ -96,12 +96,12 @@ private:
 class Parcel {
 public:
     template <class Interface>
-    explicit Parcel(const Ptr<Interface>& object) {
+    explicit Parcel(const ComPtr<Interface>& object) {
         EXPECT_EQ(CoMarshalInterThreadInterfaceInStream(__uuidof(Interface), object.Get(), &stream_), S_OK);
     }
     template <class Interface>
-    Ptr<Interface> Open() {
-        Ptr<Interface> object;
+    ComPtr<Interface> Open() {
+        ComPtr<Interface> object;
         EXPECT_EQ(CoGetInterfaceAndReleaseStream(stream_, __uuidof(Interface), object.ReceiveVoid()), S_OK);
         return object;
     }
@@ -130,7 +130,7 @@ private:
     }
 
     static inline std::vector<std::wstring> shown_;
-    cost::ModuleHook hook_;
+    test::ModuleHook hook_;
 };
 
 TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
@@ -172,7 +172,7 @@ TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
                              L"CALLSTACK: Kandora.SaveDocument");
 
     // What is raised stays as well.
-    Ptr<IDispatch> client;
+    ComPtr<IDispatch> client;
     EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
     Call(client.Get(), L"Inischreiben", List(Value::Short(600), Value::Short(109), Value::Text(L"/fehlt")));
     std::wstring frames = L"ELODMS.LoescheDokument";
@@ -227,7 +227,7 @@ TEST(InsideApartments, AnswerAtOnceForTheClientThatIsOpen) {
     const auto own = provider.As<_ELOProvider>(IID__ELOProvider);
     const auto accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
     const auto archive = Make<_ELODMS>(L"Kandora.ELODMS");
-    Ptr<IDispatch> client;
+    ComPtr<IDispatch> client;
     EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
     VARIANT_BOOL done = VARIANT_FALSE;
     EXPECT_EQ(accounting->EinstellungenSchreiben(&done), S_OK);
@@ -325,7 +325,7 @@ TEST(InsideApartments, ShareAnObjectThatWasHandedOver) {
         EXPECT_EQ(called.code, error5);
         EXPECT_EQ(called.description, L"Konnte Dokument nicht löschen: -5");
         EXPECT_EQ(called.source, L"ELODMS.LoescheDokument <- ELODMS.LoescheDokument") << "the frames of both";
-        Ptr<IDispatch> session;
+        ComPtr<IDispatch> session;
         EXPECT_EQ(elsewhere->get_oElo(session.Receive()), S_OK);
         EXPECT_EQ(Call(session.Get(), L"LookupDelimiter").result.AsText(), L"¶");
     });
@@ -349,9 +349,9 @@ TEST(InsideApartments, ServeCallersWithoutOne) {
 
 /// Its own references outlive the thread's stay in COM. The sessions end while COM still works.
 TEST(InsideApartments, EndSessionsBeforeTheThreadLeavesCom) {
-    Ptr<_ELODMS> archive;
-    Ptr<_OrigELODMS> older;
-    Ptr<_SOKInterface> accounting;
+    ComPtr<_ELODMS> archive;
+    ComPtr<_OrigELODMS> older;
+    ComPtr<_SOKInterface> accounting;
     {
         const Apartment apartment;
         const auto provider = Initialised();
@@ -361,7 +361,7 @@ TEST(InsideApartments, EndSessionsBeforeTheThreadLeavesCom) {
         VARIANT_BOOL exists = VARIANT_TRUE;
         EXPECT_EQ(older->IsDokumentVorhanden(9999, &exists), S_OK);
         accounting = Make<_SOKInterface>(L"Kandora.SOKInterface");
-        Ptr<IDispatch> client;
+        ComPtr<IDispatch> client;
         EXPECT_EQ(accounting->get_oSesamFibu(client.Receive()), S_OK);
         EXPECT_TRUE(client);
         EXPECT_EQ(Logins(), 3);
@@ -381,7 +381,7 @@ TEST(InsideApartments, EndSessionsBeforeTheThreadLeavesCom) {
 /// Another apartment still holds the objects when their thread ends.
 TEST(InsideApartments, EndUnderTheirCallers) {
     const Apartment apartment;
-    std::vector<Ptr<IDispatch>> objects;
+    std::vector<ComPtr<IDispatch>> objects;
     std::vector<Parcel> parcels;
     std::atomic<bool> isMade = false;
     std::atomic<bool> mayEnd = false;
@@ -410,7 +410,7 @@ TEST(InsideApartments, EndUnderTheirCallers) {
         mayEnd = true;
     }
     EXPECT_EQ(Logouts(), 2);
-    for (Ptr<IDispatch>& object : objects) {
+    for (ComPtr<IDispatch>& object : objects) {
         UINT count = 0;
         EXPECT_TRUE(FAILED(object->GetTypeInfoCount(&count))) << "the object's apartment is gone";
         object.Reset();

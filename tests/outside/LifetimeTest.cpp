@@ -1,5 +1,5 @@
-#include "Inside.h"
-#include "Workplace.h"
+#include "tests/outside/Inside.h"
+#include "tests/outside/Workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -104,13 +104,13 @@ std::ptrdiff_t BytesInUse() {
 
 class ComingAndGoing : public testing::TestWithParam<PublicClass> {
 protected:
-    [[nodiscard]] static Ptr<IDispatch> Make() {
+    [[nodiscard]] static ComPtr<IDispatch> Make() {
         return Component::Built().Create<IDispatch>(GuidOf(GetParam().clsid), IID_IDispatch);
     }
 };
 
 INSTANTIATE_TEST_SUITE_P(Classes, ComingAndGoing, testing::ValuesIn(PublicClasses()),
-                         [](const auto& each) { return Utf8(each.param.name); });
+                         [](const auto& each) { return Utf8FromText(each.param.name); });
 
 TEST_P(ComingAndGoing, LeavesNothingTenThousandTimes) {
     {
@@ -121,7 +121,7 @@ TEST_P(ComingAndGoing, LeavesNothingTenThousandTimes) {
         }
         const std::ptrdiff_t before = BytesInUse();
         ASSERT_GT(before, 10'000) << "the heaps cannot be walked";
-        Ptr<IClassFactory> factory;
+        ComPtr<IClassFactory> factory;
         ASSERT_EQ(Component::Built().GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid()), S_OK);
         for (int round = 0; round < rounds; ++round) {
             IUnknown* object = nullptr;
@@ -161,8 +161,8 @@ protected:
 
 private:
     Apartment apartment_;
-    Ptr<IDispatch> record_ = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
-    Ptr<IDispatch> archive_ = Component::Built().Create<IDispatch>(CLSID_ELODMS, IID_IDispatch);
+    ComPtr<IDispatch> record_ = Component::Built().Create<IDispatch>(CLSID_cBeleg, IID_IDispatch);
+    ComPtr<IDispatch> archive_ = Component::Built().Create<IDispatch>(CLSID_ELODMS, IID_IDispatch);
 };
 
 TEST_F(Calls, LeaveNothing) {

@@ -1,4 +1,4 @@
-#include "Workplace.h"
+#include "tests/outside/Workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <sstream>
 #include <system_error>
 
-#include "../support/ComponentWindows.h"
-#include "../support/ServedClasses.h"
+#include "tests/support/ComponentWindows.h"
+#include "tests/support/ServedClasses.h"
 
 namespace kandora::outside_tests {
 
@@ -96,7 +96,7 @@ std::string Settings(const fs::path& printerFile) {
            "[Archiv]\r\nArchivAktiv=True\r\nArchivname=Testarchiv\r\nTreuhand=False\r\nSagePFad="
            "Buchhaltung\r\n"
            "EloPrinterFile=" +
-           Utf8(printerFile.wstring()) +
+           Utf8FromText(printerFile.wstring()) +
            "\r\n"
            "[Maske]\r\nStruktur=1\r\nBelege=2\r\nAuswertung=3\r\nDebi=4\r\nKredi=5\r\n" +
            IndexSection("IndexBelege", voucherFields) + IndexSection("IndexAuswertungen", reportFields) +
@@ -129,12 +129,12 @@ RunningProgram::Output::Output(const fs::path& file) {
 }
 
 RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments)
-    : name_(Utf8(program.filename().wstring())), output_(folder_.Path() / L"output.txt"),
+    : name_(Utf8FromText(program.filename().wstring())), output_(folder_.Path() / L"output.txt"),
       program_({CommandLine(program, arguments), output_.Handle(), output_.Handle()}) {}
 
 bool RunningProgram::Says(const std::string& text) {
     return program_.ShowsLife(
-        [&] { return ReadBytes(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
+        [&] { return BytesOf(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
 }
 
 bool RunningProgram::Ends(DWORD patience, bool isAsked) {
@@ -223,12 +223,12 @@ Workplace::~Workplace() {
 void Workplace::SetUp() {
     fs::copy_file(ComponentFile(), File(L"Kandora.dll"));
     fs::copy_file(BinFolder() / L"Platzhalter.pdf", File(L"Platzhalter.pdf"));
-    WriteAnsi(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
-    WriteAnsi(File(L"Druck.pdf"), "%PDF-1.4 Auswertung");
-    WriteAnsi(File(L"Beleg.pdf"), "%PDF-1.4 Beleg");
-    WriteAnsi(File(L"Mandant.json"), ClientAtFirst().dump());
+    WriteBytes(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
+    WriteBytes(File(L"Druck.pdf"), "%PDF-1.4 Auswertung");
+    WriteBytes(File(L"Beleg.pdf"), "%PDF-1.4 Beleg");
+    WriteBytes(File(L"Mandant.json"), ClientAtFirst().dump());
     fs::create_directory(File(L"Archiv"));
-    WriteAnsi(File(L"Archiv") / L"archiv.json", Archive().dump());
+    WriteBytes(File(L"Archiv") / L"archiv.json", Archive().dump());
 
     const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
     const fs::path accounting = BinFolder() / L"HostSimulator.exe";
@@ -268,7 +268,7 @@ void Workplace::TidyUp() {
 }
 
 std::vector<std::string> Workplace::Trace() const {
-    return LinesOf(ReadBytes(File(L"Gespräch.txt")));
+    return LinesOf(BytesOf(File(L"Gespräch.txt")));
 }
 
 std::ptrdiff_t Workplace::Traced(const std::string& beginning) const {
@@ -281,8 +281,9 @@ std::map<int, json> Workplace::Entries() const {
     const fs::path folders = File(L"Archiv") / L"Ordner";
     for (const fs::directory_entry& file : fs::recursive_directory_iterator(folders)) {
         if (file.path().extension() == L".json" && file.path().filename() != L"ordner.json") {
-            json entry = json::parse(ReadBytes(file.path()));
-            entry["ordner"] = Utf8(file.path().parent_path().lexically_relative(folders).generic_wstring());
+            json entry = json::parse(BytesOf(file.path()));
+            entry["ordner"] =
+                Utf8FromText(file.path().parent_path().lexically_relative(folders).generic_wstring());
             const int id = entry["id"];
             entries[id] = std::move(entry);
         }
@@ -291,7 +292,7 @@ std::map<int, json> Workplace::Entries() const {
 }
 
 json Workplace::Client() const {
-    return json::parse(ReadBytes(File(L"Mandant.json")));
+    return json::parse(BytesOf(File(L"Mandant.json")));
 }
 
 std::vector<std::string> LinesOf(const std::string& output) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "../component/Support.h"
-#include "../support/StartedProgram.h"
+#include "tests/component/Support.h"
+#include "tests/support/StartedProgram.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,10 +1,7 @@
-#include "Course.h"
-#include "Inside.h"
+#include "tests/outside/Course.h"
+#include "tests/outside/Inside.h"
 
 #include <gtest/gtest.h>
-
-#include <windows.h>
-#include <shellapi.h>
 
 #include <iostream>
 #include <string>
@@ -12,10 +9,7 @@
 
 int main(int argc, char** argv) {
     using namespace kandora::outside_tests;
-    int count = 0;
-    wchar_t** const given = CommandLineToArgvW(GetCommandLineW(), &count);
-    const std::vector<std::wstring> arguments(given + 1, given + count);
-    LocalFree(given);
+    const std::vector<std::wstring> arguments = OwnArguments();
     if (arguments.size() == 3 && arguments[0] == playCourse) {
         try {
             return PlayCourse(arguments[1], arguments[2]);

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tests/protocol/AccountingTest.h"
+#include "tests/protocol/AccountingFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -222,7 +222,7 @@ TEST_F(ClientSettings, CannotBeReadWithoutTheHost) {
     machine.RefusesOnce(hostProgId, 429);
     const auto [result, failure] = FailedReading();
     EXPECT_FALSE(result);
-    EXPECT_EQ(failure, Shown(91, Utf8(DescriptionOf(91)), "SOKInterface.EinstellungenLesen"));
+    EXPECT_EQ(failure, Shown(91, Spelled(DescriptionOf(91)), "SOKInterface.EinstellungenLesen"));
     Expect({"create FibuNT.Mandant !! 429", R"(box "429 SOKInterface AnmeldenAnSage" 0)"});
 }
 
@@ -302,7 +302,7 @@ TEST_F(SetUp, TakesWhatTheUserTypesWithoutJudgingIt) {
     for (const wchar_t* const typed : {L"/Kunden/Müller & Co", L" ", L"//"}) {
         screen.typed.assign(1, typed);
         EXPECT_TRUE(Sok().EinstellungenSchreiben());
-        Expect(Together({placeholderWritten, Asked("/Sesam/Muster", Utf8(typed)), Folders(Utf8(typed)),
+        Expect(Together({placeholderWritten, Asked("/Sesam/Muster", Spelled(typed)), Folders(Spelled(typed)),
                          Written(100, "true")}));
     }
 }
@@ -396,7 +396,7 @@ TEST_F(SetUp, StopsAtTheFirstFolderThatCannotBeCreated) {
         EXPECT_EQ(Failing([&] { Sok().EinstellungenSchreiben(); }),
                   Shown(1580, "Fehler Nr. -3", "SOKInterface.EinstellungenSchreiben"));
         const Lines said = talk.Take();
-        EXPECT_EQ(said.back(), Created(Utf8(row.path), "Fehler Nr. -3"));
+        EXPECT_EQ(said.back(), Created(Spelled(row.path), "Fehler Nr. -3"));
         EXPECT_EQ(std::ranges::count_if(said, [](const auto& line) { return line.starts_with("folders."); }),
                   row.foldersAsked);
     }

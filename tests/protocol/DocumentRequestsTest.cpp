@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -166,7 +166,7 @@ TEST_F(DocumentRequest, ColoursNotTheNextOne) {
     booking->Next(L"lesen", -1);
     Provider().SaveDocument(id, Metadata(L"BC-1"));
     talk.Take();
-    EXPECT_EQ(Utf8(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
+    EXPECT_EQ(Spelled(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
     Provider().SaveDocument(id, Metadata(L"BC-1"));
     ExpectLines(Work(), Filed("BC-1"));
     archive->Next(L"AddPostboxFile", 0);
@@ -267,7 +267,7 @@ TEST_F(DocumentRequest, ShowNeedsTheFirstElementOfTheMetadataAlone) {
     Provider().ShowDocument(id, Variant::ArrayOf(std::vector<Text>{L"a"}));
     EXPECT_EQ(talk.Take().back(), R"(box "Das Dokument konnte nicht im Archiv gefunden werden" 64)");
     Provider().ShowDocument(id, Variant::ArrayOf(std::vector<Text>()));
-    EXPECT_EQ(talk.Take().back(), Box(9, Utf8(DescriptionOf(9)), "Kandora.ShowDocument"));
+    EXPECT_EQ(talk.Take().back(), Box(9, Spelled(DescriptionOf(9)), "Kandora.ShowDocument"));
 }
 
 TEST_F(DocumentRequest, PrintFilesTheReportThatTheUserDescribes) {
@@ -308,10 +308,10 @@ TEST_F(DocumentRequest, PendingAndStatusShowThatTheLogCannotBeWritten) {
     machine.appendFailure = RuntimeError(61);
     Provider().SavePendingDocument(Variant(), L"ID", Variant());
     Expect({Logged("DMSProvider_SavePendingDocument  [(Empty)]  [ID]  [(Empty)]") + " !! 61",
-            Box(61, Utf8(DescriptionOf(61)), "Kandora.SavePendingDocument")});
+            Box(61, Spelled(DescriptionOf(61)), "Kandora.SavePendingDocument")});
     Provider().SetDocumentStatus(L"ID", Variant());
     Expect({Logged("DMSProvider_SetDocumentStatus  [ID]  [(Empty)]") + " !! 61",
-            Box(61, Utf8(DescriptionOf(61)), "Kandora.SetDocumentStatus")});
+            Box(61, Spelled(DescriptionOf(61)), "Kandora.SetDocumentStatus")});
 }
 
 TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
@@ -328,11 +328,11 @@ TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
         const std::string frame = std::string("Kandora.") + row.method;
         for (std::size_t count = 0; count < row.elements; ++count) {
             row.request(Provider(), Variant::ArrayOf(std::vector<Text>(count, L"x")));
-            ExpectLines(Work(), {Box(9, Utf8(DescriptionOf(9)), frame)});
+            ExpectLines(Work(), {Box(9, Spelled(DescriptionOf(9)), frame)});
         }
         for (const Variant& none : {Variant(), Variant(L"text"), Variant(std::int32_t{1}), Variant::Null()}) {
             row.request(Provider(), none);
-            ExpectLines(Work(), {Box(13, Utf8(DescriptionOf(13)), frame)});
+            ExpectLines(Work(), {Box(13, Spelled(DescriptionOf(13)), frame)});
         }
     }
 }

@@ -1,6 +1,6 @@
 // How the host's client is opened once for each of its modules.
 
-#include "tests/protocol/AccountingTest.h"
+#include "tests/protocol/AccountingFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -197,7 +197,7 @@ TEST_F(HostSession, NamesTheClientByWhatFollowsTheLastBackslash) {
                             "Mandanten an. Trennzeichen für Ordner ist '/'\" \"" +
                                 row.proposal + "\" -2500 -1500 -> \"\""),
                   1)
-            << Utf8(row.client);
+            << Spelled(row.client);
     }
 }
 

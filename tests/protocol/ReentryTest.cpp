@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "archive/OrigELODMS.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {

@@ -1,6 +1,6 @@
 // How the archive client opens, keeps and closes its session.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -205,7 +205,7 @@ TEST_F(Session, EndsQuietlyWhenTheArchiveHasGone) {
 TEST_F(Session, KeepsAnErrorThatIsOnItsWayWhenAClientEnds) {
     handler.Log(RuntimeError(5000, L"Text"), L"MGlobals", L"IniLesen");
     ReleaseComponent();
-    EXPECT_EQ(Utf8(handler.sToString()), Shown(5000, "Text", "MGlobals.IniLesen"));
+    EXPECT_EQ(Spelled(handler.sToString()), Shown(5000, "Text", "MGlobals.IniLesen"));
 }
 
 class Visibility : public OpenArchiveTest {};
@@ -248,7 +248,7 @@ TEST_F(LoginCheck, AnswersTheReasonForZeroAndLess) {
     LogIn();
     for (const int answer : {0, -1}) {
         archive->Next(L"SelectView", answer);
-        EXPECT_EQ(Utf8(Client().CheckLogin()),
+        EXPECT_EQ(Spelled(Client().CheckLogin()),
                   "Das Anmelden an ELO ist Fehlgeschlagen. Das ELO-Interface ist deaktiviert.");
         Expect(Probed({"archive.SelectView(I2 3) -> I4 " + std::to_string(answer)}));
     }
@@ -265,7 +265,8 @@ TEST_F(LoginCheck, RaisesAFailedLoginWithAllItsFrames) {
 TEST_F(LoginCheck, RaisesAFailingView) {
     LogIn();
     archive->Next(L"SelectView", Failure::Code(E_OUTOFMEMORY));
-    EXPECT_EQ(Failing([&] { Client().CheckLogin(); }), Shown(7, Utf8(DescriptionOf(7)), "ELODMS.CheckLogin"));
+    EXPECT_EQ(Failing([&] { Client().CheckLogin(); }),
+              Shown(7, Spelled(DescriptionOf(7)), "ELODMS.CheckLogin"));
     talk.Take();
 }
 

@@ -1,6 +1,6 @@
 // How the settings are read from the INI file and checked against the archive.
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -60,11 +60,11 @@ TEST_F(SettingsReader, StoresEveryValueInItsPlace) {
         EXPECT_EQ(read.*mask, sample.*mask);
     }
     for (const IndexField& field : voucherIndexFields) {
-        EXPECT_EQ(read.giIdxBeleg.*field.position, sample.giIdxBeleg.*field.position) << Utf8(field.key);
+        EXPECT_EQ(read.giIdxBeleg.*field.position, sample.giIdxBeleg.*field.position) << Spelled(field.key);
     }
     for (const IndexField& field : partnerIndexFields) {
-        EXPECT_EQ(read.giIdxDebi.*field.position, sample.giIdxDebi.*field.position) << Utf8(field.key);
-        EXPECT_EQ(read.giIdxKredi.*field.position, sample.giIdxKredi.*field.position) << Utf8(field.key);
+        EXPECT_EQ(read.giIdxDebi.*field.position, sample.giIdxDebi.*field.position) << Spelled(field.key);
+        EXPECT_EQ(read.giIdxKredi.*field.position, sample.giIdxKredi.*field.position) << Spelled(field.key);
     }
     EXPECT_EQ(read.giIdxAuswertung.Listenbeschreibung, 21);
     EXPECT_EQ(read.giIdxAuswertung.DatumVon, 22);
@@ -100,7 +100,7 @@ TEST_F(SettingsReader, ReadsTheTraceSwitchEvenWhenTheArchiveIsOff) {
 
 TEST_F(SettingsReader, FailsAtTheFirstKeyOfAMissingFile) {
     machine.componentFile = L"C:\\Anderswo\\Kandora.dll";
-    EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames));
+    EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames));
     ExpectLines(KeysRead(), FirstKeys(1));
     EXPECT_EQ(machine.profileFile, "C:\\Anderswo\\Kandora.ini");
 }
@@ -116,11 +116,12 @@ TEST_F(SettingsReader, FailsAtEachTruthValueAndNumberThatIsMissingOrNone) {
         }
         for (const char* const wrong : {"", "zwölf", "1 2"}) {
             SetIni(row.section, row.key, wrong);
-            EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
+            EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames))
+                << row.section << "/" << row.key;
             ExpectLines(KeysRead(), FirstKeys(i + 1));
         }
         RemoveIni(row.section, row.key);
-        EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
+        EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
         SetIni(row.section, row.key, row.value);
         KeysRead();
     }

@@ -1,7 +1,7 @@
 // How a booking is classified and its data, with open item, account and address, reaches the record of its
 // kind.
 
-#include "tests/protocol/AccountingTest.h"
+#include "tests/protocol/AccountingFixture.h"
 
 namespace kandora::test {
 namespace {

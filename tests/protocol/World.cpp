@@ -93,7 +93,7 @@ void World::TearDown() {
     talk.Take();
     for (const Fake& fake : made_) {
         for (const Text& member : fake->AskedRepeatedly()) {
-            ADD_FAILURE() << "the id of " << fake->Name() << "." << Utf8(member) << " was asked "
+            ADD_FAILURE() << "the id of " << fake->Name() << "." << Spelled(member) << " was asked "
                           << fake->TimesAsked(member) << " times";
         }
     }

@@ -20,11 +20,11 @@
 /// The built component in this process, with an archive and an accounting that are in it too.
 namespace kandora::stress_tests {
 
-using component_tests::Apartment;
 using component_tests::Bstr;
 using component_tests::Component;
-using component_tests::Ptr;
 using component_tests::Value;
+using test::TemporaryFolder;
+using test::WriteBytes;
 namespace fs = component_tests::fs;
 
 /// Confirms each message box and cancels each dialog of this thread as soon as it comes up.
@@ -39,7 +39,7 @@ public:
     /// What the latest box said.
     static std::string Latest() {
         const std::lock_guard guard(lock);
-        return component_tests::Utf8(std::exchange(latest, {}));
+        return Utf8FromText(std::exchange(latest, {}));
     }
 
 private:
@@ -96,36 +96,13 @@ private:
     std::wstring key_;
 };
 
-/// A folder that goes with the next one's beginning: the component in it stays loaded to the process's end.
-class Folder {
-public:
-    Folder() {
-        const fs::path parent = fs::temp_directory_path();
-        std::error_code error;
-        for (const fs::directory_entry& each : fs::directory_iterator(parent)) {
-            if (each.path().filename().wstring().starts_with(L"Kandora-leaks-")) {
-                fs::remove_all(each.path(), error);
-            }
-        }
-        static int next = 0;
-        path_ = parent /
-                (L"Kandora-leaks-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++next));
-        fs::create_directories(path_);
-    }
-
-    [[nodiscard]] const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
 /// An installed component and everything around it.
 class Place {
 public:
     Place() {
         fs::copy_file(component_tests::ComponentFile(), Library());
-        component_tests::WriteAnsi(folder_.Path() / L"Platzhalter.pdf", "%PDF");
-        component_tests::WriteAnsi(folder_.Path() / L"Kandora.ini", OneHeadEach());
+        WriteBytes(folder_.Path() / L"Platzhalter.pdf", "%PDF");
+        WriteBytes(folder_.Path() / L"Kandora.ini", OneHeadEach());
         for (std::size_t client = 0; client < ledger.clients.size(); ++client) {
             accounting.options[client] = OptionsFor(L"/Sesam/" + Decimal(static_cast<std::int64_t>(client)));
         }
@@ -169,7 +146,7 @@ private:
         return text;
     }
 
-    Folder folder_;
+    TemporaryFolder folder_{TemporaryFolder::Removal::ByTheNext};
 };
 
 /// A host's stay in an apartment: both programs' classes, and a provider that has read its settings.
@@ -243,7 +220,7 @@ public:
 private:
     simulators::ClassObject archive_;
     simulators::ClassObject accounting_;
-    Ptr<DMSProvider> provider_;
+    ComPtr<DMSProvider> provider_;
 };
 
 }  // namespace kandora::stress_tests

@@ -5,6 +5,7 @@
 #include <tlhelp32.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -177,13 +178,8 @@ private:
     }
 
     [[nodiscard]] std::string Name() const {
-        const auto length = static_cast<int>(command_.line.size());
-        std::string name(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, command_.line.data(),
-                                                                      length, nullptr, 0, nullptr, nullptr)),
-                         '\0');
-        WideCharToMultiByte(CP_UTF8, 0, command_.line.data(), length, name.data(),
-                            static_cast<int>(name.size()), nullptr, nullptr);
-        return name;
+        const std::u8string name = std::filesystem::path(command_.line).u8string();
+        return {name.begin(), name.end()};
     }
 
     Command command_;

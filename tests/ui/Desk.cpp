@@ -1,4 +1,4 @@
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 #include <gtest/gtest.h>
 

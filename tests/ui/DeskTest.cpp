@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 namespace kandora::desk {
 namespace {

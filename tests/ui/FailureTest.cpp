@@ -4,16 +4,16 @@
 #include <new>
 #include <utility>
 
-#include "Desk.h"
 #include "automation/Errors.h"
-#include "tests/cost/ModuleHook.h"
+#include "tests/support/ModuleHook.h"
+#include "tests/ui/Desk.h"
 #include "ui/Form.h"
 
 // What the system refuses the forms. The functions that this program imports are diverted.
 namespace kandora::desk {
 namespace {
 
-class Diverted : public cost::ModuleHook {
+class Diverted : public test::ModuleHook {
 public:
     template <class Function>
     Diverted(const char* library, const char* name, Function* replacement)

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 using namespace kandora;
 using namespace kandora::desk;

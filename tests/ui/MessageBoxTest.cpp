@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "Desk.h"
 #include "automation/Errors.h"
+#include "tests/ui/Desk.h"
 
 using namespace kandora;
 using namespace kandora::desk;

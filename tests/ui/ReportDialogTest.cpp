@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "Desk.h"
 #include "automation/Errors.h"
+#include "tests/ui/Desk.h"
 #include "ui/frmArchivIndex.h"
 
 using namespace kandora;

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 namespace {
 

@@ -8,10 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include "automation/Apartment.h"
 #include "automation/LateBound.h"
 #include "interfaces/ComObject.h"
-#include "tests/cost/ModuleHook.h"
 #include "tests/support/FakeObject.h"
+#include "tests/support/ModuleHook.h"
 #include "tests/support/Raised.h"
 #include "tests/support/VirtualPatience.h"
 
@@ -99,21 +100,18 @@ private:
 };
 
 TEST_F(BusyServer, MayTurnAwayTheCreationOfAnObject) {
-    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
-    {
-        ReluctantClass reluctant(3);
-        // Any class of the system that has a name will do: this registration goes before it.
-        CLSID clsid{};
-        ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
-        DWORD cookie = 0;
-        ASSERT_EQ(CoRegisterClassObject(clsid, &reluctant, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
-                  S_OK);
-        EXPECT_EQ(NewObject(L"Scripting.Dictionary").Pointer(), reluctant.made.Get());
-        EXPECT_EQ(reluctant.asked, 4);
-        EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40}));
-        CoRevokeClassObject(cookie);
-    }
-    CoUninitialize();
+    const Apartment apartment;
+    ReluctantClass reluctant(3);
+    // Any class of the system that has a name will do: this registration goes before it.
+    CLSID clsid{};
+    ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
+    DWORD cookie = 0;
+    ASSERT_EQ(CoRegisterClassObject(clsid, &reluctant, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+              S_OK);
+    EXPECT_EQ(NewObject(L"Scripting.Dictionary").Pointer(), reluctant.made.Get());
+    EXPECT_EQ(reluctant.asked, 4);
+    EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40}));
+    CoRevokeClassObject(cookie);
 }
 
 /// Turns the first calls of both kinds away.
@@ -155,40 +153,35 @@ TEST(RealPause, TakesItsTime) {
 }
 
 TEST(RealPause, LetsCallsIn) {
-    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
-    {
-        Fake archive("archive");
-        archive->Answers(L"Version", 702);
-        IStream* handedOver = nullptr;
-        ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);
-        std::int32_t answer = 0;
-        std::atomic<bool> done = false;
-        std::thread caller([&] {
-            EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-            IDispatch* proxy = nullptr;
-            EXPECT_EQ(
-                CoGetInterfaceAndReleaseStream(handedOver, IID_IDispatch, reinterpret_cast<void**>(&proxy)),
-                S_OK);
-            if (proxy != nullptr) {
-                answer = LateBound(proxy).Get(L"Version").ToLong();
-                proxy->Release();
+    const Apartment apartment;
+    Fake archive("archive");
+    archive->Answers(L"Version", 702);
+    IStream* handedOver = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);
+    std::int32_t answer = 0;
+    std::atomic<bool> done = false;
+    std::thread caller([&] {
+        {
+            const Apartment other(COINIT_MULTITHREADED);
+            ComPtr<IDispatch> proxy;
+            EXPECT_EQ(CoGetInterfaceAndReleaseStream(handedOver, IID_IDispatch, proxy.ReceiveVoid()), S_OK);
+            if (proxy) {
+                answer = LateBound(proxy.Get()).Get(L"Version").ToLong();
             }
-            CoUninitialize();
-            done = true;
-        });
-        for (int pause = 0; pause < 6000 && !done; ++pause) {
-            BusyPatience().Pause(10);
         }
-        EXPECT_TRUE(done) << "the other thread waits for this one";
-        for (MSG message{}; !done;) {
-            PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
-            DispatchMessageW(&message);
-        }
-        caller.join();
-        EXPECT_EQ(answer, 702);
-        CoDisconnectObject(archive.Get(), 0);
+        done = true;
+    });
+    for (int pause = 0; pause < 6000 && !done; ++pause) {
+        BusyPatience().Pause(10);
     }
-    CoUninitialize();
+    EXPECT_TRUE(done) << "the other thread waits for this one";
+    for (MSG message{}; !done;) {
+        PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
+        DispatchMessageW(&message);
+    }
+    caller.join();
+    EXPECT_EQ(answer, 702);
+    CoDisconnectObject(archive.Get(), 0);
 }
 
 std::vector<DWORD> slept;
@@ -205,16 +198,16 @@ HANDLE WINAPI MakeNoEvent(SECURITY_ATTRIBUTES*, BOOL, BOOL, const wchar_t*) {
 
 TEST(RealPause, IsMadeWithoutComToo) {
     const HMODULE self = GetModuleHandleW(nullptr);
-    const cost::ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NoteSleep));
+    const test::ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NoteSleep));
     slept.clear();
     {
-        const cost::ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
+        const test::ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
                                    reinterpret_cast<void*>(&RefuseToWait));
         BusyPatience().Pause(20);
     }
     EXPECT_EQ(slept, std::vector<DWORD>({20}));
     {
-        const cost::ModuleHook event(self, "kernel32.dll", "CreateEventW",
+        const test::ModuleHook event(self, "kernel32.dll", "CreateEventW",
                                      reinterpret_cast<void*>(&MakeNoEvent));
         BusyPatience().Pause(30);
     }

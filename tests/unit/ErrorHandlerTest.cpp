@@ -17,7 +17,7 @@ namespace {
 
 class ErrorHandler : public testing::Test {
 protected:
-    std::string Shown() { return Utf8(handler.sToString()); }
+    std::string Shown() { return Spelled(handler.sToString()); }
 
     Conversation talk;
     FakeUserInterface screen{talk};

@@ -24,30 +24,33 @@ void Declare(CLI::App& app, Given& given) {
     app.get_formatter()->column_width(34);
     app.option_defaults()->group("Angaben");
     app.allow_extras();
-    app.footer(Utf8(L"Prüft nur und ändert nichts, ausser mit --probe und --adopt.\n"
-                    L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler."));
+    app.footer(Utf8FromText(L"Prüft nur und ändert nichts, ausser mit --probe und --adopt.\n"
+                            L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler."));
     app.set_help_flag("-h,--help", "Zeigt diese Hilfe.")->group("Angaben");
     app.add_flag("--version", given.version, "Zeigt die Version.");
-    app.add_flag("--json", given.flags.json, Utf8(L"Gibt das Ergebnis als JSON aus, für Skripte."));
+    app.add_flag("--json", given.flags.json, Utf8FromText(L"Gibt das Ergebnis als JSON aus, für Skripte."));
     app.add_option("--component", given.component,
-                   Utf8(L"Prüft diese Kandora.dll (oder die zu dieser INI-Datei gehörende) statt der "
-                        L"registrierten."))
+                   Utf8FromText(L"Prüft diese Kandora.dll (oder die zu dieser INI-Datei gehörende) statt der "
+                                L"registrierten."))
         ->type_name("DATEI");
     app.add_option("--voucher", given.voucher,
-                   Utf8(L"Zeigt, was eine Ablage dieses Belegs schreiben würde, ohne zu schreiben."))
+                   Utf8FromText(L"Zeigt, was eine Ablage dieses Belegs schreiben würde, ohne zu schreiben."))
         ->expected(2)
         ->type_name("NUMMER INDEX");
     app.add_flag(
         "--probe", given.flags.probe,
-        Utf8(L"Legt in jeden Ordner des Mandanten einen Platzhalter ab, liest ihn zurück und entfernt "
-             L"ihn wieder."));
-    app.add_option("--host-typelib", given.hostTypeLib,
-                   Utf8(L"Typbibliothek der Finanzbuchhaltung, deren DMSProvider verglichen wird; sonst wird "
+        Utf8FromText(
+            L"Legt in jeden Ordner des Mandanten einen Platzhalter ab, liest ihn zurück und entfernt "
+            L"ihn wieder."));
+    app.add_option(
+           "--host-typelib", given.hostTypeLib,
+           Utf8FromText(L"Typbibliothek der Finanzbuchhaltung, deren DMSProvider verglichen wird; sonst wird "
                         L"die registrierte gesucht."))
         ->type_name("DATEI");
-    app.add_flag("--adopt", given.flags.adopt,
-                 Utf8(L"Lässt Kandora auf die Kennung der Finanzbuchhaltung antworten, wenn deren Methoden "
-                      L"übereinstimmen."));
+    app.add_flag(
+        "--adopt", given.flags.adopt,
+        Utf8FromText(L"Lässt Kandora auf die Kennung der Finanzbuchhaltung antworten, wenn deren Methoden "
+                     L"übereinstimmen."));
 }
 
 Text Complaint(const CLI::ParseError& error) {
@@ -61,13 +64,13 @@ Text Complaint(const CLI::ParseError& error) {
 }  // namespace
 
 CommandLine ParseCommandLine(const std::vector<Text>& arguments) {
-    CLI::App app(Utf8(L"Prüft, ob Kandora auf diesem Arbeitsplatz richtig eingerichtet ist."),
+    CLI::App app(Utf8FromText(L"Prüft, ob Kandora auf diesem Arbeitsplatz richtig eingerichtet ist."),
                  "kandora-check");
     Given given;
     Declare(app, given);
     std::vector<std::string> remaining;
     std::ranges::transform(arguments, std::back_inserter(remaining),
-                           [](const Text& argument) { return Utf8(argument); });
+                           [](const Text& argument) { return Utf8FromText(argument); });
     // The library takes the arguments last one first.
     std::ranges::reverse(remaining);
     try {

@@ -1,4 +1,5 @@
 #include "DmsSolution.h"
+#include "tools/check/TypeDescriptions.h"
 #include "tools/check/checks.h"
 
 namespace kandora::check {
@@ -26,17 +27,16 @@ std::vector<PublicClass> ClassesIn(ITypeLib* library) {
     std::vector<PublicClass> classes;
     for (UINT place = 0; place < library->GetTypeInfoCount(); ++place) {
         ComPtr<ITypeInfo> info;
-        TYPEATTR* attributes = nullptr;
-        if (FAILED(library->GetTypeInfo(place, info.Receive())) || FAILED(info->GetTypeAttr(&attributes))) {
+        if (FAILED(library->GetTypeInfo(place, info.Receive()))) {
             continue;
         }
-        if (attributes->typekind == TKIND_COCLASS) {
+        const TypeAttributes attributes(info.Get());
+        if (attributes && attributes->typekind == TKIND_COCLASS) {
             BSTR name = nullptr;
             library->GetDocumentation(static_cast<INT>(place), &name, nullptr, nullptr, nullptr);
             classes.push_back({TextOf(name), TextOfGuid(attributes->guid)});
             SysFreeString(name);
         }
-        info->ReleaseTypeAttr(attributes);
     }
     return classes;
 }
@@ -96,15 +96,19 @@ void CheckRegistration(Report& report, const Subject& subject, const std::vector
 void CheckTypeLibrary(Report& report, const Subject& subject, int resource, const wchar_t* libraryName) {
     const Text name = Text(L"Typbibliothek ") + libraryName;
     const ComPtr<ITypeLib> library = LibraryIn(subject, resource);
-    TLIBATTR* attributes = nullptr;
-    if (!library || FAILED(library->GetLibAttr(&attributes))) {
+    const auto isMissing = [&] {
         report.Fail(area::component, name, L"fehlt in der Datei", L"Kandora.dll neu installieren");
-        return;
+    };
+    if (!library) {
+        return isMissing();
+    }
+    const LibraryAttributes attributes(library.Get());
+    if (!attributes) {
+        return isMissing();
     }
     const Text path = classesPath + (L"TypeLib\\" + TextOfGuid(attributes->guid)) + L"\\" +
                       Decimal(attributes->wMajorVerNum) + L"." + Decimal(attributes->wMinorVerNum) +
                       (ownArchitecture == Architecture::X86 ? L"\\0\\win32" : L"\\0\\win64");
-    library->ReleaseTLibAttr(attributes);
     auto place = RegistryText(HKEY_CURRENT_USER, path, nullptr, ownView);
     if (!place) {
         place = RegistryText(HKEY_LOCAL_MACHINE, path, nullptr, ownView);

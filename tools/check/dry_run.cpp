@@ -6,7 +6,7 @@
 
 #include "automation/Errors.h"
 #include "interfaces/ComObject.h"
-#include "tools/check/com_ptr.h"
+#include "interfaces/ComPtr.h"
 #include "tools/check/system.h"
 
 namespace kandora::check {
@@ -114,8 +114,7 @@ private:
 }  // namespace
 
 LateBound NewDryRunArchive(const LateBound& archive, NotedEntry& entry) {
-    const ComPtr<IDispatch> object(new DryRunArchive(archive, entry));
-    return LateBound(object.Get());
+    return LateBound(MakeObject<DryRunArchive>(archive, entry).Get());
 }
 
 }  // namespace kandora::check

@@ -3,6 +3,7 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "component/Classes.h"
+#include "tools/check/TypeDescriptions.h"
 #include "tools/check/checks.h"
 #include "tools/check/interface_description.h"
 
@@ -86,12 +87,11 @@ Text FirstOfName(const std::vector<Entry>& entries, bool mentioning) {
 
 /// A library's name stands in the library itself; most registrations tell it too, and those are tried first.
 Text FindLibrary(ITypeLib* own) {
-    TLIBATTR* attributes = nullptr;
-    if (FAILED(own->GetLibAttr(&attributes))) {
+    const LibraryAttributes attributes(own);
+    if (!attributes) {
         return {};
     }
     const std::vector<Entry> entries = RegisteredLibraries(attributes->guid);
-    own->ReleaseTLibAttr(attributes);
     const Text file = FirstOfName(entries, true);
     return file.empty() ? FirstOfName(entries, false) : file;
 }

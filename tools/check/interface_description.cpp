@@ -4,7 +4,8 @@
 
 #include "automation/Errors.h"
 #include "automation/Variant.h"
-#include "tools/check/com_ptr.h"
+#include "interfaces/ComPtr.h"
+#include "tools/check/TypeDescriptions.h"
 #include "tools/check/system.h"
 
 namespace kandora::check {
@@ -26,37 +27,6 @@ Text NameOfMember(ITypeInfo* info, MEMBERID member) {
     return Taken(name);
 }
 
-/// A type's attributes for as long as this lives.
-class Attributes {
-public:
-    explicit Attributes(ITypeInfo* info) : info_(info) { RequireSuccess(info->GetTypeAttr(&attributes_)); }
-    ~Attributes() { info_->ReleaseTypeAttr(attributes_); }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
-
-    const TYPEATTR* operator->() const { return attributes_; }
-
-private:
-    ITypeInfo* info_;
-    TYPEATTR* attributes_ = nullptr;
-};
-
-class Function {
-public:
-    Function(ITypeInfo* info, UINT place) : info_(info) {
-        RequireSuccess(info->GetFuncDesc(place, &function_));
-    }
-    ~Function() { info_->ReleaseFuncDesc(function_); }
-    Function(const Function&) = delete;
-    Function& operator=(const Function&) = delete;
-
-    const FUNCDESC* operator->() const { return function_; }
-
-private:
-    ITypeInfo* info_;
-    FUNCDESC* function_ = nullptr;
-};
-
 Text NameOfType(ITypeInfo* info, const TYPEDESC& type);
 
 /// An alias is what it stands for, an enumeration is a number.
@@ -65,7 +35,7 @@ Text NameOfUserType(ITypeInfo* info, HREFTYPE reference) {
     if (FAILED(info->GetRefTypeInfo(reference, named.Receive()))) {
         return L"unbekannter Typ";
     }
-    const Attributes attributes(named.Get());
+    const TypeAttributes attributes(named.Get());
     if (attributes->typekind == TKIND_ALIAS) {
         return NameOfType(named.Get(), attributes->tdescAlias);
     }
@@ -112,7 +82,7 @@ Text NameOfType(ITypeInfo* info, const TYPEDESC& type) {
     }
 }
 
-MethodDescription DescribeMethod(ITypeInfo* info, const Function& function) {
+MethodDescription DescribeMethod(ITypeInfo* info, const FunctionDescription& function) {
     MethodDescription method;
     method.slot = static_cast<int>(static_cast<std::size_t>(function->oVft) / sizeof(void*));
     method.id = function->memid;
@@ -133,10 +103,7 @@ MethodDescription DescribeMethod(ITypeInfo* info, const Function& function) {
 
 /// The side of a dual interface that describes its vtable; empty when there is none.
 ComPtr<ITypeInfo> VtableSide(ComPtr<ITypeInfo> info) {
-    TYPEKIND kind{};
-    {
-        kind = Attributes(info.Get())->typekind;
-    }
+    const TYPEKIND kind = TypeAttributes(info.Get())->typekind;
     if (kind == TKIND_INTERFACE) {
         return info;
     }
@@ -149,7 +116,7 @@ ComPtr<ITypeInfo> VtableSide(ComPtr<ITypeInfo> info) {
 }
 
 ComPtr<ITypeInfo> DefaultInterface(ITypeInfo* coclass) {
-    const Attributes attributes(coclass);
+    const TypeAttributes attributes(coclass);
     for (UINT place = 0; place < attributes->cImplTypes; ++place) {
         INT flags = 0;
         HREFTYPE reference = 0;
@@ -172,10 +139,7 @@ ComPtr<ITypeInfo> FindInterface(ITypeLib* library, const Text& name) {
             !EqualIgnoringCase(NameOfMember(info.Get(), MEMBERID_NIL), name)) {
             continue;
         }
-        TYPEKIND kind{};
-        {
-            kind = Attributes(info.Get())->typekind;
-        }
+        const TYPEKIND kind = TypeAttributes(info.Get())->typekind;
         if (kind == TKIND_COCLASS) {
             return DefaultInterface(info.Get());
         }
@@ -191,7 +155,7 @@ bool IsBasedOnDispatch(ITypeInfo* info) {
     ComPtr<ITypeInfo> base;
     return SUCCEEDED(info->GetRefTypeOfImplType(0, &reference)) &&
            SUCCEEDED(info->GetRefTypeInfo(reference, base.Receive())) &&
-           Attributes(base.Get())->guid == IID_IDispatch;
+           TypeAttributes(base.Get())->guid == IID_IDispatch;
 }
 
 /// A text is a reference to the other when it adds the star.
@@ -262,12 +226,12 @@ std::optional<InterfaceDescription> DescribeInterface(ITypeLib* library, const T
         return std::nullopt;
     }
     InterfaceDescription description;
-    const Attributes attributes(info.Get());
+    const TypeAttributes attributes(info.Get());
     description.iid = attributes->guid;
     description.name = NameOfMember(info.Get(), MEMBERID_NIL);
     description.isDispatch = IsBasedOnDispatch(info.Get());
     for (UINT place = 0; place < attributes->cFuncs; ++place) {
-        description.methods.push_back(DescribeMethod(info.Get(), Function(info.Get(), place)));
+        description.methods.push_back(DescribeMethod(info.Get(), FunctionDescription(info.Get(), place)));
     }
     // The vtable side may repeat the methods of IDispatch.
     std::erase_if(description.methods,

@@ -2,10 +2,7 @@
 
 #include <utility>
 
-#include <windows.h>
-
-#include <objbase.h>
-
+#include "automation/Apartment.h"
 #include "tools/check/checks.h"
 #include "tools/check/command_line.h"
 
@@ -14,14 +11,6 @@ namespace kandora::check {
 namespace {
 
 constexpr int exitFailure = 2;
-
-class Apartment {
-public:
-    Apartment() { RequireSuccess(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
-    ~Apartment() { CoUninitialize(); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-};
 
 /// Runs one part of the checks. What it could not foresee is a finding too, and the other parts go on.
 template <class Part>

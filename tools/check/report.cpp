@@ -41,7 +41,7 @@ void Write(DWORD where, TextView line) {
         WriteConsoleW(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         return;
     }
-    const std::string bytes = Utf8(text);
+    const std::string bytes = Utf8FromText(text);
     WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
@@ -49,16 +49,16 @@ Json JsonOf(const Preview& preview) {
     Json fields = Json::array();
     for (const PreviewedField& field : preview.fields) {
         fields.push_back({{"zeile", field.line},
-                          {"schluessel", Utf8(field.key)},
-                          {"wert", field.value ? Json(Utf8(*field.value)) : Json(nullptr)}});
+                          {"schluessel", Utf8FromText(field.key)},
+                          {"wert", field.value ? Json(Utf8FromText(*field.value)) : Json(nullptr)}});
     }
-    return {{"belegNr", Utf8(preview.number)},
-            {"belegIndex", Utf8(preview.index)},
-            {"art", Utf8(preview.kind)},
-            {"ordner", Utf8(preview.folder)},
+    return {{"belegNr", Utf8FromText(preview.number)},
+            {"belegIndex", Utf8FromText(preview.index)},
+            {"art", Utf8FromText(preview.kind)},
+            {"ordner", Utf8FromText(preview.folder)},
             {"maske", preview.mask},
-            {"kurzbezeichnung", Utf8(preview.title)},
-            {"dokument", Utf8(preview.document)},
+            {"kurzbezeichnung", Utf8FromText(preview.title)},
+            {"dokument", Utf8FromText(preview.document)},
             {"felder", fields}};
 }
 
@@ -90,15 +90,15 @@ Text Report::Summary() const {
 std::string Report::Json() const {
     check::Json checks = check::Json::array();
     for (const Finding& finding : findings_) {
-        checks.push_back({{"bereich", Utf8(finding.area)},
-                          {"name", Utf8(finding.name)},
-                          {"ergebnis", Utf8(NameOf(finding.verdict))},
-                          {"wert", Utf8(finding.value)},
-                          {"hinweis", Utf8(finding.hint)}});
+        checks.push_back({{"bereich", Utf8FromText(finding.area)},
+                          {"name", Utf8FromText(finding.name)},
+                          {"ergebnis", Utf8FromText(NameOf(finding.verdict))},
+                          {"wert", Utf8FromText(finding.value)},
+                          {"hinweis", Utf8FromText(finding.hint)}});
     }
     check::Json whole{{"programm", "kandora-check"},
-                      {"version", Utf8(KANDORA_VERSION)},
-                      {"komponente", Utf8(component)},
+                      {"version", Utf8FromText(KANDORA_VERSION)},
+                      {"komponente", Utf8FromText(component)},
                       {"pruefungen", checks}};
     if (preview) {
         whole["vorschau"] = JsonOf(*preview);
@@ -122,22 +122,6 @@ Text LineOf(const Finding& finding) {
         line += L" → " + InOneLine(finding.hint);
     }
     return line;
-}
-
-std::string Utf8(TextView text) {
-    const int length = static_cast<int>(text.size());
-    const int needed = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(needed), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), needed, nullptr, nullptr);
-    return bytes;
-}
-
-Text TextFromUtf8(std::string_view bytes) {
-    const int length = static_cast<int>(bytes.size());
-    const int needed = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, nullptr, 0);
-    Text text(static_cast<std::size_t>(needed), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, text.data(), needed);
-    return text;
 }
 
 void PrintLine(TextView line) {

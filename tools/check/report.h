@@ -3,7 +3,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "automation/Text.h"
@@ -76,9 +75,6 @@ private:
 
 /// One line for a reader.
 Text LineOf(const Finding& finding);
-
-std::string Utf8(TextView text);
-Text TextFromUtf8(std::string_view bytes);
 
 /// One line to the standard output: UTF-16 to a console, UTF-8 to a file or pipe.
 void PrintLine(TextView line);

@@ -8,7 +8,7 @@
 #include <oaidl.h>
 
 #include "automation/Text.h"
-#include "tools/check/com_ptr.h"
+#include "interfaces/ComPtr.h"
 #include "tools/check/system.h"
 
 namespace kandora::check {

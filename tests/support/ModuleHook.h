@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-namespace kandora::cost {
+namespace kandora::test {
 
 /// Puts a function of ours in the place of one that a loaded module imports, for as long as the hook lives.
 /// Only that module's own calls are diverted.
@@ -19,4 +19,4 @@ private:
     void* original_ = nullptr;
 };
 
-}  // namespace kandora::cost
+}  // namespace kandora::test

@@ -1,9 +1,9 @@
-#include "ModuleHook.h"
+#include "tests/support/ModuleHook.h"
 
 #include <stdexcept>
 #include <string>
 
-namespace kandora::cost {
+namespace kandora::test {
 
 namespace {
 
@@ -47,4 +47,4 @@ ModuleHook::~ModuleHook() {
     Store(place_, original_);
 }
 
-}  // namespace kandora::cost
+}  // namespace kandora::test
