@@ -6,41 +6,29 @@
 
 #include "automation/WindowsPlatform.h"
 #include "provider/MGlobals.h"
+#include "tools/check/ForwardingPlatform.h"
 #include "ui/UserInterface.h"
 
 namespace kandora::check {
 
 /// The machine as the checked component would see it: its own file is the one that is checked, so that INI
 /// file and log are looked for beside that one. Nothing is ever written.
-class CheckedPlatform final : public Platform {
+class CheckedPlatform final : public ForwardingPlatform {
 public:
-    explicit CheckedPlatform(Text componentFile) : componentFile_(std::move(componentFile)) {}
+    CheckedPlatform(Platform& machine, Text componentFile)
+        : ForwardingPlatform(machine), componentFile_(std::move(componentFile)) {}
 
     LateBound CreateObject(const Text& progId) override;
-    bool FileExists(const Text& path) override { return windows_.FileExists(path); }
-    bool FolderExists(const Text& path) override { return windows_.FolderExists(path); }
-    void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
-                                 const std::string& file) override {
-        windows_.GetPrivateProfileString(section, key, buffer, file);
-    }
-    void GetPrivateProfileSection(const char* section, std::span<char> buffer,
-                                  const std::string& file) override {
-        windows_.GetPrivateProfileSection(section, buffer, file);
-    }
     bool WritePrivateProfileString(const char*, const char*, const char*, const std::string&) override {
         return false;
     }
     void AppendToFile(const Text&, const std::string&) override {}
-    Text Environment(const wchar_t* name) override { return windows_.Environment(name); }
-    LocalTime Now() override { return windows_.Now(); }
-    void Sleep(std::uint32_t milliseconds) override { windows_.Sleep(milliseconds); }
     Text ComponentFile() override { return componentFile_; }
 
     /// Closes the host's client where a check has opened it. Errors are ignored.
     void LeaveHost() noexcept;
 
 private:
-    WindowsPlatform windows_;
     Text componentFile_;
     std::vector<LateBound> openedHere_;
 };
@@ -66,8 +54,10 @@ private:
 
 /// What the checks work with: the component's own parts on top of the two above.
 struct Surroundings {
-    explicit Surroundings(const Text& componentFile) : platform(componentFile), globals(platform, screen) {}
+    explicit Surroundings(const Text& componentFile)
+        : platform(windows, componentFile), globals(platform, screen) {}
 
+    WindowsPlatform windows;
     CheckedPlatform platform;
     SilentUserInterface screen;
     MGlobals globals;

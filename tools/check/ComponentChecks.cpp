@@ -1,6 +1,9 @@
 #include "DmsSolution.h"
+#include "tools/check/Checks.h"
+#include "tools/check/FileSystem.h"
+#include "tools/check/Registry.h"
+#include "tools/check/Spelling.h"
 #include "tools/check/TypeDescriptions.h"
-#include "tools/check/checks.h"
 
 namespace kandora::check {
 

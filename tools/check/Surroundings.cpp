@@ -1,4 +1,4 @@
-#include "tools/check/surroundings.h"
+#include "tools/check/Surroundings.h"
 
 #include "accounting/ClientOptions.h"
 
@@ -17,9 +17,7 @@ public:
     [[nodiscard]] Text txtBis() const override { return Given(&ReportRecord::DatumBis); }
 
 private:
-    [[nodiscard]] Text Given(Text ReportRecord::* field) const {
-        return report_ ? (*report_).*field : Text();
-    }
+    [[nodiscard]] Text Given(Text ReportRecord::*field) const { return report_ ? (*report_).*field : Text(); }
 
     std::optional<ReportRecord> report_;
 };
@@ -35,7 +33,7 @@ bool IsOpen(const LateBound& client) {
 }  // namespace
 
 LateBound CheckedPlatform::CreateObject(const Text& progId) {
-    LateBound object = windows_.CreateObject(progId);
+    LateBound object = ForwardingPlatform::CreateObject(progId);
     if (progId == hostClass && !IsOpen(object)) {
         openedHere_.push_back(object);
     }

@@ -1,4 +1,4 @@
-#include "tools/check/report.h"
+#include "tools/check/Report.h"
 
 #include <algorithm>
 
@@ -25,7 +25,8 @@ const wchar_t* NameOf(Verdict verdict) {
 
 /// A value may hold line ends, but a finding is one line.
 Text InOneLine(Text text) {
-    std::ranges::replace_if(text, [](wchar_t character) { return character < L' '; }, L' ');
+    std::ranges::replace_if(
+        text, [](wchar_t character) { return character < L' '; }, L' ');
     return text;
 }
 

@@ -1,4 +1,4 @@
-#include "tools/check/dry_run.h"
+#include "tools/check/DryRun.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include "automation/Errors.h"
 #include "interfaces/ComObject.h"
 #include "interfaces/ComPtr.h"
-#include "tools/check/system.h"
+#include "tools/check/Spelling.h"
 
 namespace kandora::check {
 
@@ -79,7 +79,7 @@ private:
         return Success();
     }
     /// For members that take one text.
-    template <Text NotedEntry::* noted>
+    template <Text NotedEntry::*noted>
     static Variant Note(DryRunArchive& self, const Arguments& arguments) {
         self.entry_.*noted = arguments[0].ToText();
         return Success();

@@ -1,8 +1,10 @@
-#include "tools/check/subject.h"
+#include "tools/check/Subject.h"
 
 #include <array>
 
 #include "Kandora.h"
+#include "tools/check/FileSystem.h"
+#include "tools/check/Spelling.h"
 
 namespace kandora::check {
 

@@ -3,9 +3,11 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "component/Classes.h"
+#include "tools/check/Checks.h"
+#include "tools/check/InterfaceDescription.h"
+#include "tools/check/Registry.h"
+#include "tools/check/Spelling.h"
 #include "tools/check/TypeDescriptions.h"
-#include "tools/check/checks.h"
-#include "tools/check/interface_description.h"
 
 namespace kandora::check {
 
@@ -114,16 +116,11 @@ bool Answers(const Subject& subject, REFIID iid) {
 }
 
 LSTATUS WriteHostInterface(const Text& iid) {
-    HKEY key = nullptr;
-    LSTATUS status =
-        RegOpenKeyExW(RegistrationRoot(), ProviderKey().c_str(), 0, KEY_SET_VALUE | ownView, &key);
-    if (status == ERROR_SUCCESS) {
-        status =
-            RegSetValueExW(key, hostInterfaceValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(iid.c_str()),
-                           static_cast<DWORD>((iid.size() + 1) * sizeof(wchar_t)));
-        RegCloseKey(key);
-    }
-    return status;
+    const RegistryKey key(RegistrationRoot(), ProviderKey(), ownView, KEY_SET_VALUE);
+    return key ? RegSetValueExW(key.Get(), hostInterfaceValue, 0, REG_SZ,
+                                reinterpret_cast<const BYTE*>(iid.c_str()),
+                                static_cast<DWORD>((iid.size() + 1) * sizeof(wchar_t)))
+               : key.Outcome();
 }
 
 class HostInterfaceCheck {

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "automation/Apartment.h"
-#include "tools/check/checks.h"
-#include "tools/check/command_line.h"
+#include "tools/check/CheckCommandLine.h"
+#include "tools/check/Checks.h"
 
 namespace kandora::check {
 

@@ -1,5 +1,6 @@
 #include "archive/ArchiveSession.h"
-#include "tools/check/checks.h"
+#include "tools/check/Checks.h"
+#include "tools/check/FileSystem.h"
 
 namespace kandora::check {
 

@@ -9,7 +9,7 @@
 
 #include "automation/Text.h"
 #include "interfaces/ComPtr.h"
-#include "tools/check/system.h"
+#include "tools/check/ClassServer.h"
 
 namespace kandora::check {
 

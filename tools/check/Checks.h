@@ -1,9 +1,9 @@
 #pragma once
 
 #include "archive/ELODMS.h"
-#include "tools/check/report.h"
-#include "tools/check/subject.h"
-#include "tools/check/surroundings.h"
+#include "tools/check/Report.h"
+#include "tools/check/Subject.h"
+#include "tools/check/Surroundings.h"
 
 namespace kandora::check {
 

@@ -1,42 +1,25 @@
 #include <algorithm>
 
 #include "archive/ArchiveSession.h"
-#include "tools/check/checks.h"
-#include "tools/check/dry_run.h"
+#include "tools/check/Checks.h"
+#include "tools/check/DryRun.h"
+#include "tools/check/ForwardingPlatform.h"
 
 namespace kandora::check {
 
 namespace {
 
 /// Hands out the rehearsal's archive and leaves everything else to the checked machine.
-class DryRunPlatform final : public Platform {
+class DryRunPlatform final : public ForwardingPlatform {
 public:
-    DryRunPlatform(Platform& machine, LateBound archive) : machine_(machine), archive_(std::move(archive)) {}
+    DryRunPlatform(Platform& machine, LateBound archive)
+        : ForwardingPlatform(machine), archive_(std::move(archive)) {}
 
     LateBound CreateObject(const Text& progId) override {
-        return progId == archiveClass ? archive_ : machine_.CreateObject(progId);
+        return progId == archiveClass ? archive_ : ForwardingPlatform::CreateObject(progId);
     }
-    bool FileExists(const Text& path) override { return machine_.FileExists(path); }
-    bool FolderExists(const Text& path) override { return machine_.FolderExists(path); }
-    void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
-                                 const std::string& file) override {
-        machine_.GetPrivateProfileString(section, key, buffer, file);
-    }
-    void GetPrivateProfileSection(const char* section, std::span<char> buffer,
-                                  const std::string& file) override {
-        machine_.GetPrivateProfileSection(section, buffer, file);
-    }
-    bool WritePrivateProfileString(const char*, const char*, const char*, const std::string&) override {
-        return false;
-    }
-    void AppendToFile(const Text&, const std::string&) override {}
-    Text Environment(const wchar_t* name) override { return machine_.Environment(name); }
-    LocalTime Now() override { return machine_.Now(); }
-    void Sleep(std::uint32_t milliseconds) override { machine_.Sleep(milliseconds); }
-    Text ComponentFile() override { return machine_.ComponentFile(); }
 
 private:
-    Platform& machine_;
     LateBound archive_;
 };
 

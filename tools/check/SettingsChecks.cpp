@@ -4,7 +4,9 @@
 
 #include "provider/SettingsTable.h"
 #include "support/CIniFile.h"
-#include "tools/check/checks.h"
+#include "tools/check/Checks.h"
+#include "tools/check/FileSystem.h"
+#include "tools/check/Spelling.h"
 
 namespace kandora::check {
 

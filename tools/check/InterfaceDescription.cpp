@@ -1,12 +1,12 @@
-#include "tools/check/interface_description.h"
+#include "tools/check/InterfaceDescription.h"
 
 #include <algorithm>
 
 #include "automation/Errors.h"
 #include "automation/Variant.h"
 #include "interfaces/ComPtr.h"
+#include "tools/check/Spelling.h"
 #include "tools/check/TypeDescriptions.h"
-#include "tools/check/system.h"
 
 namespace kandora::check {
 

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <functional>
 
-#include "tools/check/checks.h"
+#include "tools/check/Checks.h"
 
 namespace kandora::check {
 

@@ -1,10 +1,10 @@
-#include "tools/check/command_line.h"
+#include "tools/check/CheckCommandLine.h"
 
 #include <algorithm>
 
 #include <CLI/CLI.hpp>
 
-#include "tools/check/report.h"
+#include "tools/check/Report.h"
 
 namespace kandora::check {
 
@@ -25,13 +25,13 @@ void Declare(CLI::App& app, Given& given) {
     app.option_defaults()->group("Angaben");
     app.allow_extras();
     app.footer(Utf8FromText(L"Prüft nur und ändert nichts, ausser mit --probe und --adopt.\n"
-                    L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler."));
+                            L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler."));
     app.set_help_flag("-h,--help", "Zeigt diese Hilfe.")->group("Angaben");
     app.add_flag("--version", given.version, "Zeigt die Version.");
     app.add_flag("--json", given.flags.json, Utf8FromText(L"Gibt das Ergebnis als JSON aus, für Skripte."));
     app.add_option("--component", given.component,
                    Utf8FromText(L"Prüft diese Kandora.dll (oder die zu dieser INI-Datei gehörende) statt der "
-                        L"registrierten."))
+                                L"registrierten."))
         ->type_name("DATEI");
     app.add_option("--voucher", given.voucher,
                    Utf8FromText(L"Zeigt, was eine Ablage dieses Belegs schreiben würde, ohne zu schreiben."))
@@ -39,15 +39,18 @@ void Declare(CLI::App& app, Given& given) {
         ->type_name("NUMMER INDEX");
     app.add_flag(
         "--probe", given.flags.probe,
-        Utf8FromText(L"Legt in jeden Ordner des Mandanten einen Platzhalter ab, liest ihn zurück und entfernt "
-             L"ihn wieder."));
-    app.add_option("--host-typelib", given.hostTypeLib,
-                   Utf8FromText(L"Typbibliothek der Finanzbuchhaltung, deren DMSProvider verglichen wird; sonst wird "
+        Utf8FromText(
+            L"Legt in jeden Ordner des Mandanten einen Platzhalter ab, liest ihn zurück und entfernt "
+            L"ihn wieder."));
+    app.add_option(
+           "--host-typelib", given.hostTypeLib,
+           Utf8FromText(L"Typbibliothek der Finanzbuchhaltung, deren DMSProvider verglichen wird; sonst wird "
                         L"die registrierte gesucht."))
         ->type_name("DATEI");
-    app.add_flag("--adopt", given.flags.adopt,
-                 Utf8FromText(L"Lässt Kandora auf die Kennung der Finanzbuchhaltung antworten, wenn deren Methoden "
-                      L"übereinstimmen."));
+    app.add_flag(
+        "--adopt", given.flags.adopt,
+        Utf8FromText(L"Lässt Kandora auf die Kennung der Finanzbuchhaltung antworten, wenn deren Methoden "
+                     L"übereinstimmen."));
 }
 
 Text Complaint(const CLI::ParseError& error) {

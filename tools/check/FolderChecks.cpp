@@ -1,4 +1,5 @@
-#include "tools/check/checks.h"
+#include "tools/check/Checks.h"
+#include "tools/check/FileSystem.h"
 
 namespace kandora::check {
 
@@ -10,6 +11,11 @@ std::size_t LogNameLength(CheckedPlatform& platform) {
     const Text names = L"_" + ComponentName(platform) + L"_" + platform.Environment(L"USERNAME") + L"_" +
                        platform.Environment(L"COMPUTERNAME") + L"_.log";
     return moment + names.size();
+}
+
+void FailForRights(Report& report, const wchar_t* name, const Text& folder) {
+    report.Fail(area::folders, name, folder + L" ist nicht beschreibbar",
+                L"Den Benutzern das Recht geben, in diesem Ordner Dateien zu erstellen");
 }
 
 void CheckPrintFile(Report& report, const Text& file) {
@@ -24,8 +30,7 @@ void CheckPrintFile(Report& report, const Text& file) {
         report.Fail(area::folders, name, folder + L" fehlt",
                     L"Ordner anlegen oder EloPrinterFile in Kandora.ini berichtigen");
     } else if (!MayCreateFiles(folder)) {
-        report.Fail(area::folders, name, folder + L" ist nicht beschreibbar",
-                    L"Den Benutzern das Recht geben, in diesem Ordner Dateien zu erstellen");
+        FailForRights(report, name, folder);
     } else {
         report.Good(area::folders, name, file);
     }
@@ -40,8 +45,7 @@ void CheckLogFolder(Report& report, CheckedPlatform& platform) {
         report.Fail(area::folders, name, folder + L" ist nicht beschreibbar: der Pfad ist zu lang",
                     L"Kandora in einen Ordner mit kürzerem Pfad installieren");
     } else if (!MayCreateFiles(folder)) {
-        report.Fail(area::folders, name, folder + L" ist nicht beschreibbar",
-                    L"Den Benutzern das Recht geben, in diesem Ordner Dateien zu erstellen");
+        FailForRights(report, name, folder);
     } else {
         report.Good(area::folders, name, folder);
     }
