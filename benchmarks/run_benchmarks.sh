@@ -1,7 +1,7 @@
 #!/bin/bash
 # Measures what the component costs beyond the calls that it has to make, on one processor, for both architectures.
 #
-#   run.sh [--architecture x86|x64] [--quick] [--only TEXT]     the last two are the program's, see README.md
+#   run_benchmarks.sh [--architecture x86|x64] [--quick] [--only TEXT]     the last two are the program's, see README.md
 set -euo pipefail
 
 # shellcheck source=scripts/wine.sh
