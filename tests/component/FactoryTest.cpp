@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,8 @@ TEST_P(EveryClass, IsMadeByItsFactory) {
     ASSERT_TRUE(factory);
     for (const IID& iid : Interfaces()) {
         ComPtr<IUnknown> object;
-        EXPECT_EQ(factory->CreateInstance(nullptr, iid, object.ReceiveVoid()), S_OK) << Utf8FromText(TextOf(iid));
+        EXPECT_EQ(factory->CreateInstance(nullptr, iid, object.ReceiveVoid()), S_OK)
+            << Utf8FromText(TextOf(iid));
         EXPECT_TRUE(object);
     }
 }
@@ -134,22 +135,7 @@ TEST_P(EveryClass, TellsThatItLeavesErrorInformation) {
 }
 
 TEST_P(EveryClass, DescribesItsDefaultInterface) {
-    const auto object = Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch);
-    UINT count = 0;
-    EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(object->GetTypeInfoCount(nullptr), E_POINTER);
-
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(TextOf(attributes->guid), GetParam().iid);
-    info->ReleaseTypeAttr(attributes);
-
-    EXPECT_EQ(object->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
-    EXPECT_FALSE(info);
-    EXPECT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr), E_POINTER);
+    ExpectDescribed(Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch).Get(), GetParam().iid);
 }
 
 TEST_P(EveryClass, KnowsNoOtherNamesAndMembers) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <nlohmann/json.hpp>
 
@@ -57,8 +57,8 @@ private:
     TemporaryFolder folder_;
 };
 
-/// The other side: plays the host when this process was started for it, and returns the exit code. None in any
-/// other process.
+/// The other side: plays the host when this process was started for it, and returns the exit code. None in
+/// any other process.
 std::optional<int> PlayedHost();
 
 }  // namespace kandora::component_tests

@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -141,7 +141,8 @@ constexpr int slotsOfIDispatch = 7;
 
 ComPtr<ITypeLib> Load(const fs::path& file) {
     ComPtr<ITypeLib> library;
-    EXPECT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK) << Utf8FromText(file.wstring());
+    EXPECT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK)
+        << Utf8FromText(file.wstring());
     return library;
 }
 
@@ -217,7 +218,8 @@ std::wstring DescribeSlot(ITypeInfo* info, const FUNCDESC& function) {
             result = L" " + type;
             continue;
         }
-        EXPECT_EQ(flags, type.back() == L'&' ? PARAMFLAG_FIN | PARAMFLAG_FOUT : PARAMFLAG_FIN) << Utf8FromText(text);
+        EXPECT_EQ(flags, type.back() == L'&' ? PARAMFLAG_FIN | PARAMFLAG_FOUT : PARAMFLAG_FIN)
+            << Utf8FromText(text);
         text += (at == 0 ? L"" : L", ") + type + L" " + names[at + 1];
     }
     EXPECT_EQ(function.elemdescFunc.tdesc.vt, VT_HRESULT) << Utf8FromText(text);
@@ -240,7 +242,8 @@ std::wstring DescribeInterface(ITypeInfo* dispatch) {
     for (UINT at = 0; at < attributes->cFuncs; ++at) {
         const FunctionDescription function(vtable.Get(), at);
         const std::wstring slot = DescribeSlot(vtable.Get(), *function);
-        EXPECT_EQ(function->oVft, static_cast<SHORT>((slotsOfIDispatch + at) * sizeof(void*))) << Utf8FromText(slot);
+        EXPECT_EQ(function->oVft, static_cast<SHORT>((slotsOfIDispatch + at) * sizeof(void*)))
+            << Utf8FromText(slot);
         std::wsmatch setter;
         if (std::regex_match(slot, setter, std::wregex(L"(\\d+) put (\\w+)\\(BSTR newValue\\)")) &&
             before == setter.str(1) + L" get " + setter.str(2) + L"() BSTR") {

@@ -1,11 +1,11 @@
-#include "tests/foreign/ForeignTest.h"
+#include "tests/foreign/PlayCourse.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 
-#include "tests/foreign/Surroundings.h"
+#include "tests/foreign/ForeignSurroundings.h"
 
 // The component in a process that others have changed: it does there what it does anywhere.
 namespace kandora::foreign_tests {
@@ -21,8 +21,8 @@ std::string Told(const char* surroundings) {
     GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
     const TemporaryFolder folder;
     const fs::path file = folder.Path() / L"told.txt";
-    const Ended ended = component_tests::RunProgram(
-        self.data(), {playCourse, TextFromUtf8(surroundings), file.wstring()});
+    const Ended ended =
+        component_tests::RunProgram(self.data(), {playCourse, TextFromUtf8(surroundings), file.wstring()});
     EXPECT_EQ(ended.exitCode, 0U) << ended.output;
     return fs::exists(file) ? BytesOf(file) : "nothing";
 }

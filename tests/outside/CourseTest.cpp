@@ -1,5 +1,6 @@
 #include "tests/outside/Course.h"
 #include "tests/outside/Workplace.h"
+#include "tools/check/TypeDescriptions.h"
 
 #include <gtest/gtest.h>
 
@@ -233,7 +234,7 @@ void ExpectFiled(const Workplace& place) {
     EXPECT_EQ(mailing["maske"], 2);
     EXPECT_TRUE(mailing["felder"].empty());
     EXPECT_EQ(BytesOf(place.File(L"Archiv") / L"Ordner" / L"Wiederanschlusskontrolle" /
-                        L"Unverknüpfte Dokumente" / L"23.pdf"),
+                      L"Unverknüpfte Dokumente" / L"23.pdf"),
               BytesOf(place.File(L"Beleg.pdf")));
 
     const nlohmann::json options = place.Client()["optionen"]["600"];

@@ -343,8 +343,8 @@ TEST_P(Gate, ShowsAnErrorOfTheTraceWithTheRequestsFrame) {
     State().settings.gbDebug = true;
     machine.appendFailure = RuntimeError(75);
     Request();
-    Expect(
-        {Traced() + " !! 75", Box(75, Spelled(DescriptionOf(75)), std::string("Kandora.") + GetParam().method)});
+    Expect({Traced() + " !! 75",
+            Box(75, Spelled(DescriptionOf(75)), std::string("Kandora.") + GetParam().method)});
 }
 
 TEST_P(Gate, ShowsAnErrorOfTheClientOnceWithAllItsFramesAndForgetsIt) {

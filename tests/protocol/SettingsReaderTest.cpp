@@ -54,7 +54,7 @@ TEST_F(SettingsReader, StoresEveryValueInItsPlace) {
     EXPECT_EQ(read.gsEloUserName, sample.gsEloUserName);
     EXPECT_EQ(read.gsEloPasswort, sample.gsEloPasswort);
     EXPECT_EQ(read.gsEloKuerzel, sample.gsEloKuerzel);
-    for (std::int32_t Settings::* const mask :
+    for (std::int32_t Settings::*const mask :
          {&Settings::glMaskeStruktur, &Settings::glMaskeBelege, &Settings::glMaskeAuswertung,
           &Settings::glMaskeDebi, &Settings::glMaskeKredi}) {
         EXPECT_EQ(read.*mask, sample.*mask);
@@ -116,7 +116,8 @@ TEST_F(SettingsReader, FailsAtEachTruthValueAndNumberThatIsMissingOrNone) {
         }
         for (const char* const wrong : {"", "zwölf", "1 2"}) {
             SetIni(row.section, row.key, wrong);
-            EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
+            EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames))
+                << row.section << "/" << row.key;
             ExpectLines(KeysRead(), FirstKeys(i + 1));
         }
         RemoveIni(row.section, row.key);

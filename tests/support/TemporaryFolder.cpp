@@ -35,9 +35,8 @@ TemporaryFolder::TemporaryFolder(Removal removal) : removal_(removal) {
     if (removal == Removal::ByTheNext) {
         RemoveKept(parent);
     }
-    path_ =
-        parent / ((removal == Removal::ByTheNext ? keptName : L"Kandora-") +
-                  std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter));
+    path_ = parent / ((removal == Removal::ByTheNext ? keptName : L"Kandora-") +
+                      std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter));
     fs::remove_all(path_);
     fs::create_directories(path_);
 }

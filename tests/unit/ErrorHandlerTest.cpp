@@ -223,8 +223,9 @@ TEST_F(Convention, RaisesTheSameNumberAndTextWithTheFramesAsSource) {
 }
 
 TEST_F(Convention, HoldsForForeignExceptionsToo) {
-    Outermost(handler, {L"A", L"outer"},
-              [&]() { Inner(handler, {L"B", L"inner"}, []() { throw std::bad_alloc(); }); });
+    Outermost(handler, {L"A", L"outer"}, [&]() {
+        Inner(handler, {L"B", L"inner"}, []() { throw std::bad_alloc(); });
+    });
     ExpectConversation(talk, {"box \"[7] " + Spelled(DescriptionOf(7)) +
                               R"( | ON LINE 0 | CALLSTACK: B.inner <- A.outer" 4112 "Kandora")"});
 }

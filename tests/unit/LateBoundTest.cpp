@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "automation/Apartment.h"
 #include "automation/Errors.h"
 #include "interfaces/ComObject.h"
-#include "automation/Apartment.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/Raised.h"

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
-#include "tests/support/ModuleHook.h"
 #include "tests/support/FakePlatform.h"
+#include "tests/support/ModuleHook.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TemporaryFolder.h"
 

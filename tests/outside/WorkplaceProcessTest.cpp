@@ -1,4 +1,4 @@
-#include "tests/outside/Inside.h"
+#include "tests/outside/WorkplaceProcess.h"
 #include "tests/component/CallingValue.h"
 #include "tests/outside/Workplace.h"
 
@@ -14,6 +14,7 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "tests/support/ModuleHook.h"
+#include "tests/support/Unique.h"
 
 // Threads and their states, as an outside caller with several apartments meets them.
 namespace kandora::outside_tests {
@@ -63,7 +64,7 @@ std::ptrdiff_t Logouts() {
 }
 
 /// A thread beside the test's own, which meanwhile answers calls from there.
-class Beside {
+class Beside : test::Unique {
 public:
     explicit Beside(std::function<void()> body)
         : thread_([this, body = std::move(body)] {
@@ -84,8 +85,6 @@ public:
         }));
         thread_.join();
     }
-    Beside(const Beside&) = delete;
-    Beside& operator=(const Beside&) = delete;
 
 private:
     std::atomic<bool> ended_ = false;
@@ -189,7 +188,7 @@ TEST(InsideApartments, KeepErrorsUntilABoxShowsThem) {
 }
 
 /// Runs as soon as the thread processes messages, which it does during its calls only.
-class Meanwhile {
+class Meanwhile : test::Unique {
 public:
     explicit Meanwhile(std::function<void()> action)
         : window_(CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
@@ -203,8 +202,6 @@ public:
         EXPECT_FALSE(action_) << "nothing entered";
         action_ = nullptr;
     }
-    Meanwhile(const Meanwhile&) = delete;
-    Meanwhile& operator=(const Meanwhile&) = delete;
 
 private:
     static LRESULT CALLBACK Answer(HWND window, UINT message, WPARAM first, LPARAM second) {

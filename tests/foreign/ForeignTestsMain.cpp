@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "tests/foreign/ForeignTest.h"
-#include "tests/foreign/Surroundings.h"
+#include "tests/foreign/ForeignSurroundings.h"
+#include "tests/foreign/PlayCourse.h"
 
 namespace kandora::foreign_tests {
 namespace {
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     const std::vector<std::wstring> arguments = kandora::component_tests::OwnArguments();
     testing::InitGoogleTest(&argc, argv);
     if (arguments.size() == 3 && arguments[0] == playCourse) {
-        return PlayIn(Utf8FromText(arguments[1]), arguments[2]);
+        return PlayIn(kandora::Utf8FromText(arguments[1]), arguments[2]);
     }
     return RUN_ALL_TESTS();
 }

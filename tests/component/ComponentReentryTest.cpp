@@ -1,5 +1,5 @@
 #include "tests/component/CallingValue.h"
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 

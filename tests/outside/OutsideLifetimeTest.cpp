@@ -1,10 +1,11 @@
-#include "tests/outside/Inside.h"
 #include "tests/outside/Workplace.h"
+#include "tests/outside/WorkplaceProcess.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <functional>
 
 #include "Kandora.h"
 
@@ -155,6 +156,18 @@ protected:
                   DISP_E_TYPEMISMATCH);
     }
 
+    /// What so many rounds leave in use, after some to warm up.
+    static std::ptrdiff_t BytesLeftBy(const std::function<void()>& work, int warmUp, int measured) {
+        for (int round = 0; round < warmUp; ++round) {
+            work();
+        }
+        const std::ptrdiff_t before = BytesInUse();
+        for (int round = 0; round < measured; ++round) {
+            work();
+        }
+        return BytesInUse() - before;
+    }
+
     /// Calls that fail have a tenth of the rounds: each hands over the record of errors when that is full.
     static constexpr int failingRounds = rounds / 10;
     static constexpr std::ptrdiff_t fewBytesOfFailing = fewBytes / 10;
@@ -166,26 +179,12 @@ private:
 };
 
 TEST_F(Calls, LeaveNothing) {
-    for (int warm = 0; warm < 100; ++warm) {
-        Succeed();
-    }
-    const std::ptrdiff_t before = BytesInUse();
-    for (int round = 0; round < rounds; ++round) {
-        Succeed();
-    }
-    EXPECT_LT(BytesInUse() - before, fewBytes);
+    EXPECT_LT(BytesLeftBy([this] { Succeed(); }, 100, rounds), fewBytes);
 }
 
 TEST_F(Calls, LeaveNothingWhenTheyFail) {
     // A record that is full halves itself: as many frames as before are kept after a multiple of that.
-    for (int warm = 0; warm < failingRounds; ++warm) {
-        Fail();
-    }
-    const std::ptrdiff_t before = BytesInUse();
-    for (int round = 0; round < failingRounds; ++round) {
-        Fail();
-    }
-    EXPECT_LT(BytesInUse() - before, fewBytesOfFailing);
+    EXPECT_LT(BytesLeftBy([this] { Fail(); }, failingRounds, failingRounds), fewBytesOfFailing);
 }
 
 /// The measure itself: one block a round is noticed.

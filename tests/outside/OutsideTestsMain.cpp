@@ -1,5 +1,5 @@
 #include "tests/outside/Course.h"
-#include "tests/outside/Inside.h"
+#include "tests/outside/WorkplaceProcess.h"
 
 #include <gtest/gtest.h>
 

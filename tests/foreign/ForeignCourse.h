@@ -4,12 +4,12 @@
 #include <string>
 
 #include "tests/foreign/Boxes.h"
-#include "tests/stress/Desk.h"
+#include "tests/stress/StressPlace.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::foreign_tests {
 
-namespace fs = component_tests::fs;
-using component_tests::Apartment;
+namespace fs = std::filesystem;
 using component_tests::Component;
 
 /// What is done on the thread right before each call of the component and right after it, when neither the
@@ -44,12 +44,10 @@ std::string Play(Installation& installation, const Component& component, Boxes& 
 const std::vector<std::string>& RequestNames();
 
 /// A host that is ready for requests, for whoever sends single ones.
-class Ready {
+class Ready : test::Unique {
 public:
     Ready(Installation& installation, const Component& component);
     ~Ready();
-    Ready(const Ready&) = delete;
-    Ready& operator=(const Ready&) = delete;
 
     /// Sends a request by its number in RequestNames; returns its outcome.
     HRESULT Send(std::size_t request);

@@ -1,5 +1,5 @@
-#include "tests/component/Inside.h"
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "tests/support/ModuleHook.h"
+#include "tests/support/Unique.h"
 
 // What the system refuses the component: descriptions of its interfaces, memory, storage of its threads. The
 // functions that it imports, or the methods of the objects that it is given, are diverted.
@@ -31,7 +32,7 @@ public:
 };
 
 /// Diverts a method of all objects that share the given one's table of methods.
-class DivertedMethod {
+class DivertedMethod : test::Unique {
 public:
     template <class Function>
     DivertedMethod(IUnknown* object, std::size_t position, Function* replacement)
@@ -39,8 +40,6 @@ public:
         Store(reinterpret_cast<void*>(replacement));
     }
     ~DivertedMethod() { Store(original_); }
-    DivertedMethod(const DivertedMethod&) = delete;
-    DivertedMethod& operator=(const DivertedMethod&) = delete;
 
 private:
     void Store(void* method) const {

@@ -110,6 +110,9 @@ Called Get(IDispatch* object, const wchar_t* name);
 /// The new value goes under the name DISPID_PROPERTYPUT, as languages do it.
 Called Put(IDispatch* object, const wchar_t* name, Value value);
 
+/// Its only description is that of the interface.
+void ExpectDescribed(IDispatch* object, const std::wstring& iid);
+
 /// Makes a list of what cannot be copied.
 template <class... Items>
 std::vector<Value> List(Items&&... items) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 /// Tests for a process of their own: what they load stays until the process ends. Others start them once they
 /// have made the surroundings, such as a registration.

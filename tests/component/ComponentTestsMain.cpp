@@ -1,5 +1,5 @@
 #include "tests/component/Host.h"
-#include "tests/component/Inside.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 

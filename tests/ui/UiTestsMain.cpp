@@ -9,7 +9,7 @@ namespace {
 /// On a display without a window manager, wine waits for one at every window that is hidden; told that there
 /// is none, it does not.
 void TellWineThatThereIsNoWindowManager() {
-    if (!kandora::desk::RunsUnderWine()) {
+    if (!kandora::ui_tests::RunsUnderWine()) {
         return;
     }
     const wchar_t no[] = L"N";

@@ -1,5 +1,6 @@
-#include "tests/foreign/Surroundings.h"
+#include "tests/foreign/ForeignSurroundings.h"
 #include "interfaces/ComObject.h"
+#include "tests/support/Unique.h"
 
 #include <malloc.h>
 #include <ole2.h>
@@ -13,15 +14,13 @@ namespace kandora::foreign_tests {
 namespace {
 
 /// A library in a folder beside this program, loaded for as long as it lives.
-class Library {
+class Library : test::Unique {
 public:
     explicit Library(const wchar_t* file)
         : module_(LoadLibraryExW((Folder() / file).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
         EXPECT_NE(module_, nullptr) << Utf8FromText(file) << ": " << GetLastError();
     }
     ~Library() { FreeLibrary(module_); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
 
     /// Calls a function that takes nothing and returns a number.
     [[nodiscard]] int Call(const char* function) const {

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "tests/foreign/Course.h"
+#include "tests/foreign/ForeignCourse.h"
 
 namespace kandora::foreign_tests {
 

@@ -1,4 +1,4 @@
-#include "tests/component/Inside.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/foreign/Course.h"
+#include "tests/foreign/ForeignCourse.h"
 
 #include <algorithm>
 #include <array>
@@ -9,6 +9,7 @@
 
 #include "Kandora.h"
 #include "tests/support/ForwardingDispatch.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::foreign_tests {
 
@@ -40,7 +41,8 @@ std::string PlatformText(VARTYPE type, double given) {
 
 /// The time in an answer is another one each time.
 std::string WithoutDigits(std::string text) {
-    std::ranges::replace_if(text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
+    std::ranges::replace_if(
+        text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
     return text;
 }
 
@@ -124,24 +126,22 @@ constexpr std::size_t initProvider = requests.size() - 1;
 
 void WriteSettings(const fs::path& folder, const std::string& from, const std::string& to) {
     const fs::path file = folder / L"Kandora.ini";
-    std::string text = component_tests::BytesOf(file);
+    std::string text = test::BytesOf(file);
     EXPECT_NE(text.find(from), std::string::npos);
     Replace(text, from, to);
-    component_tests::WriteBytes(file, text);
+    test::WriteBytes(file, text);
     // The system keeps INI files in memory for a while; this makes it read the new one.
     WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
 }
 
 /// Nobody else opens the file for as long as it lives.
-class Occupied {
+class Occupied : test::Unique {
 public:
     explicit Occupied(const fs::path& file)
         : handle_(CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {
         EXPECT_NE(handle_, INVALID_HANDLE_VALUE);
     }
     ~Occupied() { CloseHandle(handle_); }
-    Occupied(const Occupied&) = delete;
-    Occupied& operator=(const Occupied&) = delete;
 
 private:
     HANDLE handle_;
@@ -279,7 +279,8 @@ private:
             Bstr source;
             error->GetDescription(description.Receive());
             error->GetSource(source.Receive());
-            lines_ << "    " << Utf8FromText(description.Text()) << " (" << Utf8FromText(source.Text()) << ")\n";
+            lines_ << "    " << Utf8FromText(description.Text()) << " (" << Utf8FromText(source.Text())
+                   << ")\n";
         }
     }
 
@@ -378,7 +379,8 @@ private:
     void TellFiled() {
         lines_ << "-- filed\n";
         for (const auto& [id, entry] : place_.archive.entries) {
-            lines_ << id << " " << entry.mask << " " << Utf8FromText(entry.title) << " " << Utf8FromText(entry.folder) << " "
+            lines_ << id << " " << entry.mask << " " << Utf8FromText(entry.title) << " "
+                   << Utf8FromText(entry.folder) << " "
                    << Utf8FromText(fs::path(entry.document).filename().wstring());
             for (const auto& [line, text] : entry.fields) {
                 lines_ << " | " << line << " " << Utf8FromText(text);
@@ -393,7 +395,7 @@ private:
     void TellLogged() {
         lines_ << "-- logged\n";
         for (const fs::path& log : LogsIn(folder_)) {
-            std::istringstream stream(component_tests::BytesOf(log));
+            std::istringstream stream(test::BytesOf(log));
             constexpr std::size_t timeLength = 19;
             for (std::string line; std::getline(stream, line);) {
                 line = line.substr(std::min(timeLength, line.size()));

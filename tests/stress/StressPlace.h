@@ -11,8 +11,9 @@
 #include <utility>
 
 #include "simulators/common/local_server.h"
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 #include "tests/model/Programs.h"
+#include "tests/support/Unique.h"
 
 #include "DmsSolution.h"
 #include "Kandora.h"
@@ -25,15 +26,13 @@ using component_tests::Component;
 using component_tests::Value;
 using test::TemporaryFolder;
 using test::WriteBytes;
-namespace fs = component_tests::fs;
+namespace fs = std::filesystem;
 
 /// Confirms each message box and cancels each dialog of this thread as soon as it comes up.
-class ImpatientUser {
+class ImpatientUser : test::Unique {
 public:
     ImpatientUser() : hook_(SetWindowsHookExW(WH_CBT, Look, nullptr, GetCurrentThreadId())) {}
     ~ImpatientUser() { UnhookWindowsHookEx(hook_); }
-    ImpatientUser(const ImpatientUser&) = delete;
-    ImpatientUser& operator=(const ImpatientUser&) = delete;
 
     static long Answered() { return answered; }
     /// What the latest box said.
@@ -69,7 +68,7 @@ private:
 };
 
 /// A name of a class in the registry. COM finds the class itself in this process.
-class Registered {
+class Registered : test::Unique {
 public:
     explicit Registered(const wchar_t* progId) {
         if (SUCCEEDED(CLSIDFromProgID(progId, &id))) {
@@ -87,8 +86,6 @@ public:
             RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
         }
     }
-    Registered(const Registered&) = delete;
-    Registered& operator=(const Registered&) = delete;
 
     CLSID id{};
 
@@ -185,18 +182,15 @@ public:
         Value answer;
         Bstr text;
         HRESULT outcome = E_UNEXPECTED;
+        constexpr std::array ofDocuments{&DMSProvider::SaveDocument, &DMSProvider::DocumentChanged,
+                                         &DMSProvider::DeleteDocument, &DMSProvider::ShowDocument};
         switch (which) {
         case 0:
-            outcome = provider_->SaveDocument(id.Get(), data.Raw());
-            break;
         case 1:
-            outcome = provider_->DocumentChanged(id.Get(), data.Raw());
-            break;
         case 2:
-            outcome = provider_->DeleteDocument(id.Get(), data.Raw());
-            break;
         case 3:
-            outcome = provider_->ShowDocument(id.Get(), data.Raw());
+            outcome =
+                (provider_.Get()->*ofDocuments.at(static_cast<std::size_t>(which)))(id.Get(), data.Raw());
             break;
         case 4:
             outcome = provider_->CreateDocID(data.Raw(), text.Receive());

@@ -1,11 +1,11 @@
 #!/bin/bash
 # Runs one of the tests of this folder in a Windows session of its own, so that registrations and killed programs concern
-# nobody else: run.sh ARCHITECTURE BIN WORK MODULE...
+# nobody else: run_in_session.sh ARCHITECTURE BIN WORK MODULE...
 # BIN holds the built files; WORK takes the wine prefix, which is made for the run, and its files.
 set -euo pipefail
 # shellcheck source=scripts/wine.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../../scripts/wine.sh"
-(($# >= 4)) || die "usage: run.sh ARCHITECTURE BIN WORK MODULE..."
+(($# >= 4)) || die "usage: run_in_session.sh ARCHITECTURE BIN WORK MODULE..."
 architecture=$1 bin=$2 work=$3 other=x86
 shift 3
 [[ $architecture == x64 ]] || other=x64

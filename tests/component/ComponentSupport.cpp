@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 
 #include "tests/support/StartedProgram.h"
 #include "tools/check/Handle.h"
+#include "tools/check/TypeDescriptions.h"
 
 namespace kandora::component_tests {
 
@@ -17,10 +18,12 @@ namespace {
 
 constexpr DWORD programLimit = 180'000;  // milliseconds
 
-VARIANT Of(VARTYPE type) {
-    VARIANT value;
-    VariantInit(&value);
-    value.vt = type;
+/// An empty value of the type, to which `fill` gives its content.
+template <class Fill>
+Value Filled(VARTYPE type, Fill fill) {
+    Value value;
+    value.Place()->vt = type;
+    fill(*value.Place());
     return value;
 }
 
@@ -51,73 +54,45 @@ std::wstring Quoted(const std::wstring& argument) {
 // Values
 
 Value Value::Text(std::wstring_view text) {
-    Value value;
-    value.value_ = Of(VT_BSTR);
-    value.value_.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-    return value;
+    return Filled(VT_BSTR, [&](VARIANT& value) {
+        value.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    });
 }
 Value Value::Short(short number) {
-    Value value;
-    value.value_ = Of(VT_I2);
-    value.value_.iVal = number;
-    return value;
+    return Filled(VT_I2, [&](VARIANT& value) { value.iVal = number; });
 }
 Value Value::Long(long number) {
-    Value value;
-    value.value_ = Of(VT_I4);
-    value.value_.lVal = number;
-    return value;
+    return Filled(VT_I4, [&](VARIANT& value) { value.lVal = number; });
 }
 Value Value::Double(double number) {
-    Value value;
-    value.value_ = Of(VT_R8);
-    value.value_.dblVal = number;
-    return value;
+    return Filled(VT_R8, [&](VARIANT& value) { value.dblVal = number; });
 }
 Value Value::Boolean(bool given) {
-    Value value;
-    value.value_ = Of(VT_BOOL);
-    value.value_.boolVal = given ? VARIANT_TRUE : VARIANT_FALSE;
-    return value;
+    return Filled(VT_BOOL, [&](VARIANT& value) { value.boolVal = given ? VARIANT_TRUE : VARIANT_FALSE; });
 }
 Value Value::Null() {
-    Value value;
-    value.value_ = Of(VT_NULL);
-    return value;
+    return Filled(VT_NULL, [](VARIANT&) {});
 }
 Value Value::Missing() {
-    Value value;
-    value.value_ = Of(VT_ERROR);
-    value.value_.scode = DISP_E_PARAMNOTFOUND;
-    return value;
+    return Filled(VT_ERROR, [](VARIANT& value) { value.scode = DISP_E_PARAMNOTFOUND; });
 }
 Value Value::To(BSTR* text) {
-    Value value;
-    value.value_ = Of(VT_BYREF | VT_BSTR);
-    value.value_.pbstrVal = text;
-    return value;
+    return Filled(VT_BYREF | VT_BSTR, [&](VARIANT& value) { value.pbstrVal = text; });
 }
 Value Value::To(long* number) {
-    Value value;
-    value.value_ = Of(VT_BYREF | VT_I4);
-    value.value_.plVal = number;
-    return value;
+    return Filled(VT_BYREF | VT_I4, [&](VARIANT& value) { value.plVal = number; });
 }
 Value Value::To(VARIANT* other) {
-    Value value;
-    value.value_ = Of(VT_BYREF | VT_VARIANT);
-    value.value_.pvarVal = other;
-    return value;
+    return Filled(VT_BYREF | VT_VARIANT, [&](VARIANT& value) { value.pvarVal = other; });
 }
 Value Value::Texts(const std::vector<std::wstring>& texts) {
-    Value value;
-    value.value_ = Of(VT_ARRAY | VT_VARIANT);
-    value.value_.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(texts.size()));
-    for (LONG at = 0; at < static_cast<LONG>(texts.size()); ++at) {
-        Value element = Text(texts[static_cast<std::size_t>(at)]);
-        SafeArrayPutElement(value.value_.parray, &at, element.Place());
-    }
-    return value;
+    return Filled(VT_ARRAY | VT_VARIANT, [&](VARIANT& value) {
+        value.parray = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(texts.size()));
+        for (LONG at = 0; at < static_cast<LONG>(texts.size()); ++at) {
+            Value element = Text(texts[static_cast<std::size_t>(at)]);
+            SafeArrayPutElement(value.parray, &at, element.Place());
+        }
+    });
 }
 
 std::wstring Value::AsText() const {
@@ -133,7 +108,8 @@ std::wstring Value::AsText() const {
 DISPID IdOf(IDispatch* object, const wchar_t* name) {
     auto* asked = const_cast<LPOLESTR>(name);
     DISPID id = DISPID_UNKNOWN;
-    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &asked, 1, LOCALE_USER_DEFAULT, &id), S_OK) << Utf8FromText(name);
+    EXPECT_EQ(object->GetIDsOfNames(IID_NULL, &asked, 1, LOCALE_USER_DEFAULT, &id), S_OK)
+        << Utf8FromText(name);
     return id;
 }
 
@@ -173,6 +149,19 @@ Called Get(IDispatch* object, const wchar_t* name) {
 
 Called Put(IDispatch* object, const wchar_t* name, Value value) {
     return Invoke(object, IdOf(object, name), DISPATCH_PROPERTYPUT, List(std::move(value)));
+}
+
+void ExpectDescribed(IDispatch* object, const std::wstring& iid) {
+    UINT count = 0;
+    EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(object->GetTypeInfoCount(nullptr), E_POINTER);
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
+    EXPECT_EQ(TextOf(check::TypeAttributes(info.Get())->guid), iid);
+    EXPECT_EQ(object->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
+    EXPECT_FALSE(info);
+    EXPECT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr), E_POINTER);
 }
 
 // The component

@@ -4,13 +4,13 @@
 #include <new>
 #include <utility>
 
-#include "tests/ui/Desk.h"
 #include "automation/Errors.h"
 #include "tests/support/ModuleHook.h"
+#include "tests/ui/Desk.h"
 #include "ui/Form.h"
 
 // What the system refuses the forms. The functions that this program imports are diverted.
-namespace kandora::desk {
+namespace kandora::ui_tests {
 namespace {
 
 class Diverted : public test::ModuleHook {
@@ -135,4 +135,4 @@ TEST(FailingForm, LeavesTheHostsWindowsAloneWithoutMemory) {
 }
 
 }  // namespace
-}  // namespace kandora::desk
+}  // namespace kandora::ui_tests
