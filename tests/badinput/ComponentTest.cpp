@@ -1,8 +1,8 @@
 // The built component behind its vtable and behind calls by name, with everything that a caller can pass; and
 // in surroundings that are not as they should be.
 
+#include "tests/component/ComponentSupport.h"
 #include "tests/component/Host.h"
-#include "tests/component/Support.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,7 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "tests/badinput/Troublemakers.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::component_tests {
 namespace {
@@ -30,15 +31,13 @@ using test::Troublemakers;
 constexpr std::string_view switchedOffAndTraced = "[Debug]\r\nTest=True\r\n[Archiv]\r\nArchivAktiv=False\r\n";
 
 /// Closes every box that the thread shows, and counts them.
-class BoxCounter {
+class BoxCounter : test::Unique {
 public:
     BoxCounter() : threadId_(GetCurrentThreadId()), thread_([this] { Watch(); }) {}
     ~BoxCounter() {
         ended_ = true;
         thread_.join();
     }
-    BoxCounter(const BoxCounter&) = delete;
-    BoxCounter& operator=(const BoxCounter&) = delete;
 
     [[nodiscard]] int Boxes() const { return boxes_; }
 
@@ -228,15 +227,13 @@ TEST_F(Vtable, AssignsPropertiesOfEveryKind) {
 // Surroundings
 
 /// An environment variable with another value for as long as it lives. Programs started meanwhile inherit it.
-class EnvironmentVariable {
+class EnvironmentVariable : test::Unique {
 public:
     EnvironmentVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
         before_.resize(GetEnvironmentVariableW(name, before_.data(), static_cast<DWORD>(before_.size())));
         SetEnvironmentVariableW(name, value.c_str());
     }
     ~EnvironmentVariable() { SetEnvironmentVariableW(name_, before_.c_str()); }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
     const wchar_t* name_;

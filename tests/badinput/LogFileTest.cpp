@@ -2,29 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/WindowsPlatform.h"
 #include "support/MSimpleLog.h"
-#include "tests/badinput/ForwardingPlatform.h"
+#include "tests/badinput/MachineInFolder.h"
 #include "tests/badinput/Requests.h"
 #include "tests/protocol/ProviderFixture.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::test {
 namespace {
 
 /// A machine whose log is a real file.
-class MachineWithFiles final : public ForwardingPlatform {
+class MachineWithFiles final : public MachineInFolder {
 public:
-    MachineWithFiles(Platform& machine, const TemporaryFolder& folder)
-        : ForwardingPlatform(machine), component_(folder / L"Kandora.dll") {}
+    using MachineInFolder::MachineInFolder;
+
     void AppendToFile(const Text& path, const std::string& bytes) override {
         windows_.AppendToFile(path, bytes);
     }
-    Text ComponentFile() override { return component_; }
-
-private:
-    WindowsPlatform windows_;
-    Text component_;
 };
 
 class LogFile : public testing::Test {

@@ -5,10 +5,10 @@
 #include <iostream>
 
 #include "support/MString.h"
-#include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
 #include "tests/protocol/ProviderFixture.h"
+#include "tools/check/ForwardingPlatform.h"
 
 namespace kandora::test {
 namespace {
@@ -128,7 +128,7 @@ TEST_F(Metadata, GoodOnesStillWorkAfterwards) {
 }
 
 /// A machine that only counts what is written.
-class CountingPlatform final : public ForwardingPlatform {
+class CountingPlatform final : public check::ForwardingPlatform {
 public:
     using ForwardingPlatform::ForwardingPlatform;
     void AppendToFile(const Text& path, const std::string& bytes) override {

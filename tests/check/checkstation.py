@@ -8,8 +8,8 @@ import signal
 import subprocess
 
 import workstation
-from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, started_hosts, wait_for_started_hosts, windows,
-                         windows_path)
+from workstation import (TOP_FOLDER, Workstation, kill, killed_at_last, run_to_end, started_hosts,
+                         wait_for_started_hosts, windows, windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
 
@@ -97,12 +97,8 @@ class CheckStation(Workstation):
         with (self.folder / "laufend.txt").open("wb") as output:
             process = subprocess.Popen(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output,
                                        stderr=subprocess.STDOUT)
-        try:
+        with killed_at_last(process):
             yield process
-        finally:
-            if process.poll() is None:
-                process.kill()
-            process.wait()
 
     def running_output(self):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")

@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -135,22 +135,7 @@ TEST_P(EveryClass, TellsThatItLeavesErrorInformation) {
 }
 
 TEST_P(EveryClass, DescribesItsDefaultInterface) {
-    const auto object = Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch);
-    UINT count = 0;
-    EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(object->GetTypeInfoCount(nullptr), E_POINTER);
-
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(TextOf(attributes->guid), GetParam().iid);
-    info->ReleaseTypeAttr(attributes);
-
-    EXPECT_EQ(object->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
-    EXPECT_FALSE(info);
-    EXPECT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr), E_POINTER);
+    ExpectDescribed(Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch).Get(), GetParam().iid);
 }
 
 TEST_P(EveryClass, KnowsNoOtherNamesAndMembers) {

@@ -1,4 +1,6 @@
 #include "tests/component/Host.h"
+#include "tests/support/ComponentWindows.h"
+#include "tests/support/Unique.h"
 
 #include <gtest/gtest.h>
 
@@ -23,32 +25,14 @@ using nlohmann::json;
 /// First argument of the process that plays the host.
 constexpr const wchar_t* playHost = L"--play-host";
 
-std::wstring WindowText(HWND window) {
-    std::array<wchar_t, 4096> text{};
-    DWORD_PTR length = 0;
-    if (SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
-                            SMTO_NORMAL, 60'000, &length) == 0) {
-        return {};
-    }
-    return {text.data(), static_cast<std::size_t>(length)};
-}
-
-std::wstring WindowClass(HWND window) {
-    std::array<wchar_t, 64> name{};
-    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return {name.data(), static_cast<std::size_t>(length)};
-}
-
 /// The user: reads the boxes that a thread shows, and confirms each one.
-class User {
+class User : test::Unique {
 public:
     explicit User(DWORD thread) : threadId_(thread), thread_([this] { Watch(); }) {}
     ~User() {
         ended_ = true;
         thread_.join();
     }
-    User(const User&) = delete;
-    User& operator=(const User&) = delete;
 
     std::vector<ShownBox> TakeBoxes() {
         const std::lock_guard guard(lock_);
@@ -69,7 +53,7 @@ private:
     }
 
     void Look(HWND window) {
-        if (window == answered_ || IsWindowVisible(window) == FALSE || WindowClass(window) != L"#32770") {
+        if (window == answered_ || IsWindowVisible(window) == FALSE || test::ClassOf(window) != L"#32770") {
             return;
         }
         const HWND prompt = GetDlgItem(window, 0xFFFF);
@@ -79,7 +63,7 @@ private:
         }
         {
             const std::lock_guard guard(lock_);
-            boxes_.push_back({WindowText(window), WindowText(prompt)});
+            boxes_.push_back({test::TextOf(window), test::TextOf(prompt)});
         }
         answered_ = window;
         SendMessageW(button, BM_CLICK, 0, 0);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 

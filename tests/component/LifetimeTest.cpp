@@ -1,5 +1,5 @@
-#include "tests/component/Inside.h"
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,20 @@ HRESULT CanUnload() {
     return Component::Built().CanUnloadNow();
 }
 
+ComPtr<IClassFactory> FactoryOf(const CLSID& clsid) {
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(Component::Built().GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid()), S_OK);
+    return factory;
+}
+
 TEST(Lifetime, NothingKeepsItAtFirst) {
     EXPECT_EQ(CanUnload(), S_OK);
 }
 
 TEST(Lifetime, AFactoryKeepsIt) {
     const Apartment apartment;
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    ComPtr<IClassFactory> factory = FactoryOf(RecordClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(CanUnload(), S_FALSE);
     factory.Reset();
     EXPECT_EQ(CanUnload(), S_OK);
@@ -37,16 +42,15 @@ TEST(Lifetime, AFactoryKeepsIt) {
 
 TEST(Lifetime, ALockKeepsIt) {
     const Apartment apartment;
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    ComPtr<IClassFactory> factory = FactoryOf(RecordClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     factory.Reset();
     EXPECT_EQ(CanUnload(), S_FALSE);
     // Another factory, even of another class, gives the locks back.
-    ASSERT_EQ(Component::Built().GetClassObject(ProviderClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    factory = FactoryOf(ProviderClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     factory.Reset();

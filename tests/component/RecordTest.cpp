@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -248,15 +248,19 @@ TEST_F(CallsByName, OnlyTheNewValueHasAName) {
     EXPECT_EQ(Barcode(), L"x");
 }
 
+void ExpectByName(IDispatch* object, const wchar_t* name, VARIANT_BOOL value) {
+    const Called called = Get(object, name);
+    EXPECT_EQ(called.result.Type(), VT_BOOL);
+    EXPECT_EQ(called.result.Raw().boolVal, value);
+}
+
 TEST(User, IsLoggedOnAsSoonAsNameOrPasswordIsThere) {
     const Apartment apartment;
     const auto user = Component::Built().Create<_cUser>(ClassIdOf(L"cUser"), IID__cUser);
     const auto loggedOn = [&] {
         VARIANT_BOOL value = 7;
         EXPECT_EQ(user->get_bLoggedOn(&value), S_OK);
-        const Called byName = Get(user.Get(), L"bLoggedOn");
-        EXPECT_EQ(byName.result.Type(), VT_BOOL);
-        EXPECT_EQ(byName.result.Raw().boolVal, value);
+        ExpectByName(user.Get(), L"bLoggedOn", value);
         return value;
     };
     EXPECT_EQ(loggedOn(), VARIANT_FALSE);
@@ -278,9 +282,7 @@ protected:
     VARIANT_BOOL Running() {
         VARIANT_BOOL value = 7;
         EXPECT_EQ(provider_->get_bRunning(&value), S_OK);
-        const Called byName = Get(provider_.Get(), L"bRunning");
-        EXPECT_EQ(byName.result.Type(), VT_BOOL);
-        EXPECT_EQ(byName.result.Raw().boolVal, value);
+        ExpectByName(provider_.Get(), L"bRunning", value);
         return value;
     }
     VARIANT_BOOL After(Value value) {

@@ -1,5 +1,5 @@
 #include "tests/component/Host.h"
-#include "tests/component/Inside.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -8,11 +8,15 @@
 #include <sstream>
 
 #include "tests/support/ModuleHook.h"
+#include "tools/check/Registry.h"
 
 // Registration as administrators do it, and what it opens: creation by ProgID, scripts, calls across
 // apartments. Every test leaves the registry as it found it.
 namespace kandora::component_tests {
 namespace {
+
+using check::ownView;
+using check::RegistryKey;
 
 using namespace std::literals;
 
@@ -25,7 +29,6 @@ const std::wstring hostLibrary = L"{07DCC125-329B-4325-B2C4-E4AC26DC100E}";
 constexpr bool is64Bit = sizeof(void*) == 8;
 constexpr const wchar_t* ownBitness = is64Bit ? L"win64" : L"win32";
 constexpr const wchar_t* otherBitness = is64Bit ? L"win32" : L"win64";
-constexpr REGSAM ownView = is64Bit ? KEY_WOW64_64KEY : KEY_WOW64_32KEY;
 constexpr REGSAM otherView = is64Bit ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 
 /// What lies below a key: one text for each key and each value. Of keys that have nothing to do with the
@@ -46,17 +49,17 @@ private:
 
     void Add(HKEY parent, REGSAM view, const std::wstring& name, const std::wstring& path, bool isOurs,
              int level) {
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+        const RegistryKey key(parent, name, view);
+        if (!key) {
             return;
         }
         if (isOurs) {
-            AddValues(key, path);
+            AddValues(key.Get(), path);
         }
         std::vector<wchar_t> child(256);
         for (DWORD at = 0;; ++at) {
             auto length = static_cast<DWORD>(child.size());
-            if (RegEnumKeyExW(key, at, child.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+            if (RegEnumKeyExW(key.Get(), at, child.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
                 ERROR_SUCCESS) {
                 break;
             }
@@ -69,10 +72,9 @@ private:
                 items_.insert(childPath);
             }
             if (childIsOurs || (level == 0 && isContainer)) {
-                Add(key, view, childName, childPath, childIsOurs, level + 1);
+                Add(key.Get(), view, childName, childPath, childIsOurs, level + 1);
             }
         }
-        RegCloseKey(key);
     }
 
     void AddValues(HKEY key, const std::wstring& path) {
@@ -118,17 +120,15 @@ std::string Difference(const std::set<std::wstring>& from, const std::set<std::w
 /// A value below the classes key; "(fehlt)" without one.
 std::wstring Registered(HKEY root, const std::wstring& path, const wchar_t* name = nullptr,
                         REGSAM view = ownView) {
-    HKEY key = nullptr;
-    const std::wstring full = classesPath + L"\\"s + path;
-    if (RegOpenKeyExW(root, full.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+    const RegistryKey key(root, classesPath + L"\\"s + path, view);
+    if (!key) {
         return L"(fehlt)";
     }
     std::vector<wchar_t> text(1024);
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
     DWORD type = REG_NONE;
     const LSTATUS status =
-        RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size);
-    RegCloseKey(key);
+        RegQueryValueExW(key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size);
     return status == ERROR_SUCCESS && type == REG_SZ ? text.data() : L"(fehlt)";
 }
 

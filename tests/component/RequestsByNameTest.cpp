@@ -1,4 +1,4 @@
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -44,17 +44,7 @@ TEST_F(RequestsByName, AreFoundOnBothInterfaces) {
 }
 
 TEST_F(RequestsByName, BelongToTheInterfaceThatDescribesThem) {
-    UINT count = 0;
-    EXPECT_EQ(host_->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(host_->GetTypeInfoCount(nullptr), E_POINTER);
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(host_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(TextOf(attributes->guid), TextOf(IID_DMSProvider));
-    info->ReleaseTypeAttr(attributes);
-    EXPECT_EQ(host_->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
+    ExpectDescribed(host_.Get(), TextOf(IID_DMSProvider));
     // The property is the provider's own.
     auto* name = const_cast<LPOLESTR>(L"bRunning");
     DISPID id = 0;

@@ -5,10 +5,10 @@
 
 #include <ostream>
 
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 #include "tests/cost/Workbench.h"
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 // NOLINTNEXTLINE(misc-use-internal-linkage): the test framework looks for it beside Cost
 std::ostream& operator<<(std::ostream& stream, const Cost& cost) {
@@ -161,7 +161,7 @@ TEST_F(CostTest, TracedRequests) {
 
 }  // namespace
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 namespace {
 
@@ -257,4 +257,4 @@ MetaData::MetaData(const wchar_t* number, const wchar_t* index, const wchar_t* b
     value_.parray = array;
 }
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests

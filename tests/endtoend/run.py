@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs test modules of this folder inside a Windows session that run.sh has made."""
+"""Runs test modules of this folder inside a Windows session that run_in_session.sh has made."""
 import argparse
 import pathlib
 import sys

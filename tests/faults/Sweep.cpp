@@ -214,6 +214,26 @@ private:
 
 }  // namespace
 
+std::string Joined(const Complaints& complaints) {
+    std::string text;
+    for (const std::string& complaint : complaints) {
+        text += complaint + "\n";
+    }
+    return text;
+}
+
+Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints, const char* when) {
+    Variant result;
+    stage.conductor.Begin();
+    try {
+        result = stage.Ask(RequestOf(variation));
+    } catch (...) {
+        complaints.push_back(std::string("an exception reached the host") + when);
+    }
+    stage.conductor.End();
+    return result;
+}
+
 Tally& Counts() {
     static Tally tally;
     return tally;
@@ -329,14 +349,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
             stage.conductor.Plan(call, way, duration);
         }
         stage.archive.filed = 0;
-        stage.conductor.Begin();
-        Variant result;
-        try {
-            result = stage.Ask(RequestOf(variation_));
-        } catch (...) {
-            complaints.emplace_back("an exception reached the host");
-        }
-        stage.conductor.End();
+        const Variant result = Sent(stage, variation_, complaints);
         if (stage.conductor.Failed() == 0) {
             complaints.emplace_back("the fault was not made");
         }
@@ -355,13 +368,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         const bool isAstray = verdict.outcome == Outcome::SetUpAstray;
         const Entries left = stage.archive.entries;
         stage.conductor.Plan(0, way, Duration::Once);
-        stage.conductor.Begin();
-        try {
-            result = stage.Ask(RequestOf(variation_));
-        } catch (...) {
-            complaints.emplace_back("an exception reached the host when the request was repeated");
-        }
-        stage.conductor.End();
+        Sent(stage, variation_, complaints, " when the request was repeated");
         const std::size_t errors = CountStyle(stage.conductor.boxes, errorBoxStyle);
         if (isKnown && !isAstray && errors != WithoutFault(variation_).errors) {
             complaints.emplace_back("the repeated request fails");

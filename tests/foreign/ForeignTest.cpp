@@ -1,11 +1,11 @@
-#include "tests/foreign/ForeignTest.h"
+#include "tests/foreign/PlayCourse.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 
-#include "tests/foreign/Surroundings.h"
+#include "tests/foreign/ForeignSurroundings.h"
 
 // The component in a process that others have changed: it does there what it does anywhere.
 namespace kandora::foreign_tests {

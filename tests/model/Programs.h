@@ -12,8 +12,8 @@
 
 #include "automation/Platform.h"
 #include "simulators/common/dispatch_object.h"
-#include "tests/model/Faults.h"
 #include "tests/model/Ledger.h"
+#include "tests/model/ModelFaults.h"
 #include "tests/support/FakeProfile.h"
 #include "ui/UserInterface.h"
 

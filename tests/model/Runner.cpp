@@ -1,12 +1,14 @@
 #include "tests/model/Runner.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <sstream>
 
 #include "provider/ELOProvider.h"
 #include "provider/MGlobals.h"
 #include "tests/support/Rendering.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::model_tests {
 
@@ -24,7 +26,7 @@ Variant MetadataOf(const Booking& booking) {
 }
 
 /// A workstation: the component in its surroundings, and the model beside it.
-class Workstation {
+class Workstation : test::Unique {
 public:
     explicit Workstation(const Subject& subject) : model_(ledger_, subject.mistake) {
         archive_.defect = subject.defect;
@@ -45,8 +47,6 @@ public:
         state_.folders = Folders();
     }
     ~Workstation() { EndComponent(); }
-    Workstation(const Workstation&) = delete;
-    Workstation& operator=(const Workstation&) = delete;
 
     std::optional<std::string> Play(const Steps& steps, Totals& totals) {
         std::optional<std::string> difference = Do({Event::Restart, 0, {}}, totals);
@@ -292,6 +292,16 @@ private:
         const Booking booking = BookingOf(ledger_, step.which);
         const Variant metadata = MetadataOf(booking);
         answer_.clear();
+        static const std::map<Event, void (ELOProvider::*)(const Text&, const Variant&)> ofDocuments{
+            {Event::Save, &ELOProvider::SaveDocument},
+            {Event::Change, &ELOProvider::DocumentChanged},
+            {Event::Delete, &ELOProvider::DeleteDocument},
+            {Event::Show, &ELOProvider::ShowDocument},
+        };
+        if (const auto found = ofDocuments.find(step.event); found != ofDocuments.end()) {
+            (provider_.get()->*found->second)(booking.docId, metadata);
+            return;
+        }
         switch (step.event) {
         case Event::Restart:
             EndComponent();
@@ -301,18 +311,6 @@ private:
         case Event::Init:
             machine_.TurnTracing(step.which % 2 == 1);
             provider_->InitProvider(Variant());
-            break;
-        case Event::Save:
-            provider_->SaveDocument(booking.docId, metadata);
-            break;
-        case Event::Change:
-            provider_->DocumentChanged(booking.docId, metadata);
-            break;
-        case Event::Delete:
-            provider_->DeleteDocument(booking.docId, metadata);
-            break;
-        case Event::Show:
-            provider_->ShowDocument(booking.docId, metadata);
             break;
         case Event::Print:
             provider_->PrintDocument(Text(), Variant());

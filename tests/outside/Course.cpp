@@ -1,6 +1,6 @@
 #include "tests/outside/Course.h"
 
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include "DmsSolution.h"
 #include "Kandora.h"

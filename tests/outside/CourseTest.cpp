@@ -1,5 +1,6 @@
 #include "tests/outside/Course.h"
 #include "tests/outside/Workplace.h"
+#include "tools/check/TypeDescriptions.h"
 
 #include <gtest/gtest.h>
 

@@ -17,19 +17,11 @@ namespace kandora::outside_tests {
 namespace {
 
 using nlohmann::json;
-using test::boxText;
 using test::inputText;
-using test::okButton;
 using test::reportDescription;
 using test::reportTitle;
 using test::TextOf;
 using test::Type;
-
-std::wstring ClassOf(HWND window) {
-    std::array<wchar_t, 64> name{};
-    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return {name.data(), static_cast<std::size_t>(length)};
-}
 
 json Mask(int number, const char* name, const std::vector<std::string>& fields) {
     json mask{{"nummer", number}, {"name", name}, {"felder", json::array()}};
@@ -174,22 +166,17 @@ std::vector<std::wstring> User::Answered() const {
 
 /// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.
 void User::Look(HWND window) {
-    const std::wstring windowClass = ClassOf(window);
-    const bool isBox = windowClass == L"#32770";
-    if (!IsWindowVisible(window) || !(isBox || windowClass == L"KandoraForm")) {
-        return;
+    if (IsWindowVisible(window) != FALSE) {
+        seen_.insert(window);
     }
-    seen_.insert(window);
-    const HWND button =
-        isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
-    const HWND prompt = GetDlgItem(window, isBox ? boxText : inputText);
-    if (button == nullptr || prompt == nullptr) {
-        return;  // it is still coming up
+    const auto question = test::QuestionIn(window, inputText);
+    if (!question) {
+        return;
     }
     if (!open_.contains(window)) {
         const std::wstring caption = TextOf(window);
-        const std::wstring text = TextOf(prompt);
-        if (caption.empty() || (isBox && text.empty())) {
+        const std::wstring text = TextOf(question->prompt);
+        if (caption.empty() || (question->isBox && text.empty())) {
             return;
         }
         if (caption == L"Auswertung Indizieren") {
@@ -200,7 +187,7 @@ void User::Look(HWND window) {
         const std::lock_guard guard(lock_);
         answered_.push_back(L"[" + caption + L"] " + text);
     }
-    PostMessageW(button, BM_CLICK, 0, 0);
+    PostMessageW(question->button, BM_CLICK, 0, 0);
 }
 
 // The workplace

@@ -2,7 +2,7 @@
 // nothing, the other raises it.
 
 #include "archive/OrigELODMS.h"
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

@@ -10,6 +10,14 @@ namespace {
 
 const std::string open = "fibu.istoffen -> BOOL True";
 
+void ExpectFolders(const ClientFolders& folders) {
+    EXPECT_EQ(folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
+    EXPECT_EQ(folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
+    EXPECT_EQ(folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
+    EXPECT_EQ(folders.strPfadDebi, L"/Sesam/Muster/Debi");
+    EXPECT_EQ(folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+}
+
 class ClientSettings : public AccountingTest {
 protected:
     ClientSettings() { state.folders = {L"alt", L"alt", L"alt", L"alt", L"alt"}; }
@@ -48,11 +56,7 @@ protected:
 TEST_F(ClientSettings, AreReadThroughAFreshLoginAndChecked) {
     EXPECT_TRUE(Read());
     Expect(Together({FirstOption(R"(BSTR "true")"), placeholder, allFolders}));
-    EXPECT_EQ(state.folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
-    EXPECT_EQ(state.folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
-    EXPECT_EQ(state.folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
-    EXPECT_EQ(state.folders.strPfadDebi, L"/Sesam/Muster/Debi");
-    EXPECT_EQ(state.folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+    ExpectFolders(state.folders);
 }
 
 TEST_F(ClientSettings, AreReadThroughAFreshLoginEachTime) {
@@ -283,11 +287,7 @@ TEST_F(SetUp, CreatesTheProposedFoldersWhenTheUserCancels) {
     EXPECT_TRUE(Sok().EinstellungenSchreiben());
     Expect(Together(
         {placeholderWritten, Asked("/Sesam/Muster", ""), Folders("/Sesam/Muster"), Written(100, "true")}));
-    EXPECT_EQ(state.folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
-    EXPECT_EQ(state.folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
-    EXPECT_EQ(state.folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
-    EXPECT_EQ(state.folders.strPfadDebi, L"/Sesam/Muster/Debi");
-    EXPECT_EQ(state.folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+    ExpectFolders(state.folders);
 }
 
 TEST_F(SetUp, PutsTheYearAboveTheClientForATrustee) {

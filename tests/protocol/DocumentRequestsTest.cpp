@@ -69,6 +69,23 @@ protected:
     static Lines NothingFound() { return Together({EmptyPass(2), EmptyPass(5), EmptyPass(4)}); }
 
     const Text id = L"20261115011258";
+
+    /// `origin` is the booking's, `module` the host's for the partner; `line` takes the partner's place.
+    void ExpectFiledWithPartner(int origin, const std::string& host, const std::string& module,
+                                const std::string& line, const std::string& folder) {
+        booking->Answers(L"ursprung", origin);
+        machine.HandsOut(hostProgId, NewHost("fibu"));
+        machine.HandsOut(hostProgId, NewHost(host));
+        Provider().SaveDocument(id, Metadata(L"BC-1"));
+        const Lines work = Work();
+        EXPECT_EQ(Occurrences(work, host + ".Login(I2 " + module + R"(, BSTR& "C:\Daten\Muster") -> I4 0)"),
+                  1);
+        EXPECT_EQ(Occurrences(work, "archive.setobjAttrib(I2& " + line + R"(, BSTR "8000 Zürich"))"), 1);
+        EXPECT_EQ(
+            Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶)" + folder + R"(") -> I4 800)"),
+            1);
+        EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    }
 };
 
 TEST_F(DocumentRequest, SaveFilesThePlaceholderAsPending) {
@@ -94,27 +111,11 @@ TEST_F(DocumentRequest, SaveRendersWhatIsNoText) {
 }
 
 TEST_F(DocumentRequest, SaveFilesADebtorDocumentWithItsPartner) {
-    booking->Answers(L"ursprung", 1);
-    machine.HandsOut(hostProgId, NewHost("fibu"));
-    machine.HandsOut(hostProgId, NewHost("debi"));
-    Provider().SaveDocument(id, Metadata(L"BC-1"));
-    const Lines work = Work();
-    EXPECT_EQ(Occurrences(work, R"(debi.Login(I2 2, BSTR& "C:\Daten\Muster") -> I4 0)"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.setobjAttrib(I2& 43, BSTR "8000 Zürich"))"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Debi") -> I4 800)"), 1);
-    EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    ExpectFiledWithPartner(1, "debi", "2", "43", "Debi");
 }
 
 TEST_F(DocumentRequest, SaveFilesACreditorDocumentWithItsPartner) {
-    booking->Answers(L"ursprung", 2);
-    machine.HandsOut(hostProgId, NewHost("fibu"));
-    machine.HandsOut(hostProgId, NewHost("kredi"));
-    Provider().SaveDocument(id, Metadata(L"BC-1"));
-    const Lines work = Work();
-    EXPECT_EQ(Occurrences(work, R"(kredi.Login(I2 3, BSTR& "C:\Daten\Muster") -> I4 0)"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.setobjAttrib(I2& 63, BSTR "8000 Zürich"))"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Kredi") -> I4 800)"), 1);
-    EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    ExpectFiledWithPartner(2, "kredi", "3", "63", "Kredi");
 }
 
 TEST_F(DocumentRequest, SetsANewClientUpFirst) {
@@ -321,10 +322,10 @@ TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
         std::size_t elements;
     };
     for (const Case& row : std::vector<Case>{
-             {"SaveDocument", [](ELOProvider& p, const Variant& v) { p.SaveDocument(L"ID", v); }, 5},
-             {"DocumentChanged", [](ELOProvider& p, const Variant& v) { p.DocumentChanged(L"ID", v); }, 5},
-             {"DeleteDocument", [](ELOProvider& p, const Variant& v) { p.DeleteDocument(L"ID", v); }, 4},
-             {"ShowDocument", [](ELOProvider& p, const Variant& v) { p.ShowDocument(L"ID", v); }, 1}}) {
+             {"SaveDocument", [](ELOProvider&p, const Variant&v) { p.SaveDocument(L"ID", v); }, 5},
+             {"DocumentChanged", [](ELOProvider&p, const Variant&v) { p.DocumentChanged(L"ID", v); }, 5},
+             {"DeleteDocument", [](ELOProvider&p, const Variant&v) { p.DeleteDocument(L"ID", v); }, 4},
+             {"ShowDocument", [](ELOProvider&p, const Variant&v) { p.ShowDocument(L"ID", v); }, 1}}) {
         const std::string frame = std::string("Kandora.") + row.method;
         for (std::size_t count = 0; count < row.elements; ++count) {
             row.request(Provider(), Variant::ArrayOf(std::vector<Text>(count, L"x")));

@@ -1,6 +1,6 @@
 // What filing a printed report says to the user and the archive.
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

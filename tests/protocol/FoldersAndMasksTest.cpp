@@ -1,7 +1,7 @@
 // How folder paths and masks are checked, and how paths are created. The folders of the document kinds are
 // resolved when documents are filed; see there.
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

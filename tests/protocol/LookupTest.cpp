@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

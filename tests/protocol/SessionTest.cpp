@@ -1,6 +1,6 @@
 // How the archive client opens, keeps and closes its session.
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -12,6 +12,12 @@ protected:
         R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
         R"(archive.EloWindow(BSTR "MINIMIZE"))",
     };
+
+    /// What the archive's answer to the login makes of it.
+    static std::string Refused(const std::string& answer) {
+        return Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=" + answer,
+                     "ELODMS.AnmeldenAnElo <- ELODMS.oElo");
+    }
 };
 
 TEST_F(Session, OpensAtTheFirstUseAndMinimisesTheArchive) {
@@ -68,9 +74,7 @@ TEST_F(Session, TriesOnceMoreAfterHalfASecondWhenTheArchiveAsksForIt) {
 
 TEST_F(Session, TriesOnlyOnceMore) {
     archive->Answers(L"Login", -1);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-1",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-1"));
     Expect({
         "create ELO.professional",
         R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
@@ -81,9 +85,7 @@ TEST_F(Session, TriesOnlyOnceMore) {
 
 TEST_F(Session, DoesNotTryAgainAfterAnyOtherRefusal) {
     archive->Answers(L"Login", -2);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-2"));
     Expect({
         "create ELO.professional",
         R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -2)",
@@ -93,9 +95,7 @@ TEST_F(Session, DoesNotTryAgainAfterAnyOtherRefusal) {
 TEST_F(Session, JudgesTheSecondAnswerLikeTheFirst) {
     archive->Next(L"Login", -1);
     archive->Next(L"Login", -7);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-7",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-7"));
     talk.Take();
 }
 

@@ -1,6 +1,6 @@
 // How a document is shown in the archive's own window, and how an entry is deleted.
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

@@ -1,6 +1,6 @@
 // How the archive follows when a voucher is changed or deleted. Re-indexing itself is examined with filing.
 
-#include "tests/protocol/ArchiveFixture.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {

@@ -116,6 +116,9 @@ std::string FailureOf(CErrHandler& handler, Action&& action) {
     return shown;
 }
 
+/// An object of the host's on which clients are opened and closed; tells whether one is open. `client`, the
+/// one that was open last, outlives it.
+std::shared_ptr<const bool> OpensAndCloses(Fake& host, const Text& client);
 /// How the error box shows a first error of that number, raised below the frames.
 std::string Shown(std::int32_t number, const std::string& description, const std::string& frames);
 

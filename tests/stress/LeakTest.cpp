@@ -14,7 +14,7 @@
 
 #include "tests/model/Programs.h"
 #include "tests/stress/Counts.h"
-#include "tests/stress/Desk.h"
+#include "tests/stress/StressPlace.h"
 
 // What is left of many requests and of many hosts: nothing. The built component works in this process, with
 // an archive and an accounting that are in it too.
@@ -27,7 +27,6 @@
 namespace kandora::stress_tests {
 namespace {
 
-using component_tests::Apartment;
 using component_tests::Component;
 using model_tests::Fault;
 using model_tests::FaultKind;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include <windows.h>
@@ -29,6 +30,12 @@ void ForEachBox(Look look) {
     }
 }
 
+inline std::wstring ClassOf(HWND window) {
+    std::array<wchar_t, 64> name{};
+    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return {name.data(), static_cast<std::size_t>(length)};
+}
+
 /// A window's text, at most 4095 units of it, or empty when its thread does not answer within a minute.
 inline std::wstring TextOf(HWND window) {
     std::array<wchar_t, 4096> text{};
@@ -38,6 +45,27 @@ inline std::wstring TextOf(HWND window) {
         return {};
     }
     return {text.data(), static_cast<std::size_t>(length)};
+}
+
+/// What somebody who answers looks at in a message box or in a form.
+struct Question {
+    bool isBox = false;
+    HWND button = nullptr;
+    HWND prompt = nullptr;
+};
+/// None when the window is neither, or while it is still coming up. `formPrompt`: which control of a form
+/// tells what it asks for.
+inline std::optional<Question> QuestionIn(HWND window, int formPrompt) {
+    const std::wstring windowClass = ClassOf(window);
+    Question question;
+    question.isBox = windowClass == L"#32770";
+    if (IsWindowVisible(window) == FALSE || !(question.isBox || windowClass == L"KandoraForm")) {
+        return std::nullopt;
+    }
+    question.button =
+        question.isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
+    question.prompt = GetDlgItem(window, question.isBox ? boxText : formPrompt);
+    return question.button != nullptr && question.prompt != nullptr ? std::optional(question) : std::nullopt;
 }
 
 /// Puts the text into a control of the window.

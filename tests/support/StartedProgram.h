@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "tests/support/Unique.h"
+
 namespace kandora::test {
 
 /// What is started, with this process's folder and environment.
@@ -24,12 +26,10 @@ struct Command {
 };
 
 /// What the system does with programs and knows of them; a test of StartedProgram answers instead.
-class Processes {
+class Processes : Unique {
 public:
     Processes() = default;
     virtual ~Processes() = default;
-    Processes(const Processes&) = delete;
-    Processes& operator=(const Processes&) = delete;
 
     /// 0, or the system's error; both handles are the caller's.
     virtual DWORD Start(const Command& command, PROCESS_INFORMATION& process) = 0;
@@ -54,7 +54,7 @@ public:
 /// any more, and its handle was never signalled. wine's server learns of an end by the program's sockets and
 /// pipes only: a program that is killed while somebody else holds copies of them stays in the list of
 /// processes, without any memory, and nothing tells its end. Who held copies in that case is not known.
-class StartedProgram {
+class StartedProgram : Unique {
 public:
     /// True once the program has given a sign of life. Asked again and again while the program is waited for.
     using Sign = std::function<bool()>;
@@ -78,8 +78,6 @@ public:
         End();
         processes_.Close(process_);
     }
-    StartedProgram(const StartedProgram&) = delete;
-    StartedProgram& operator=(const StartedProgram&) = delete;
 
     /// Waits for its sign of life; a program that is lost before it is started again. False when there is no
     /// sign: it has ended, was lost too often, or the time is over.

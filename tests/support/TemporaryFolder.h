@@ -4,11 +4,13 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/Unique.h"
+
 namespace kandora::test {
 
 /// A new, empty folder below the system's one for temporary files; it goes with this object, and what is in
 /// it too. That it stays behind is a failure of the test.
-class TemporaryFolder {
+class TemporaryFolder : Unique {
 public:
     enum class Removal {
         AtItsEnd,
@@ -18,8 +20,6 @@ public:
 
     explicit TemporaryFolder(Removal removal = Removal::AtItsEnd);
     ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     [[nodiscard]] const std::filesystem::path& Path() const noexcept { return path_; }
     /// The path of something in it.

@@ -3,7 +3,7 @@
 #include "tests/ui/Desk.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 
@@ -160,24 +160,16 @@ TEST_F(InputBoxTest, TextsWithoutLengthAndWithNulCharactersAreShown) {
 }
 
 TEST_F(InputBoxTest, DisablesTheThreadsOtherWindowsAndGivesTheKeyboardBack) {
-    std::atomic<HWND> other = nullptr;
-    bool enabled = false;
-    bool keyboardBack = false;
-    const HostThread host([&] {
-        const HostWindow window(L"Fibu");
-        other = window.Handle();
-        Ask();
-        enabled = IsWindowEnabled(window.Handle()) != FALSE;
-        keyboardBack = GetFocus() == window.Field();
-    });
+    Behind behind;
+    const HostThread host([&] { behind.Show([&] { Ask(); }); });
     const Shown shown(host);
     ASSERT_TRUE(shown.Complete());
-    EXPECT_FALSE(IsWindowEnabled(other));
+    EXPECT_FALSE(IsWindowEnabled(behind.window));
     EXPECT_TRUE(Eventually([&] { return GetForegroundWindow() == shown.form; }));
     Press(shown.box, VK_RETURN);
     ASSERT_TRUE(host.Ends());
-    EXPECT_TRUE(enabled);
-    EXPECT_TRUE(keyboardBack);
+    EXPECT_TRUE(behind.isEnabledAgain);
+    EXPECT_TRUE(behind.hasKeyboardAgain);
 }
 
 }  // namespace

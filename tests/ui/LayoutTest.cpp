@@ -8,7 +8,7 @@
 #include "tests/ui/Desk.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 

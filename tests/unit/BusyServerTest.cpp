@@ -11,25 +11,20 @@
 #include "automation/Apartment.h"
 #include "automation/LateBound.h"
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
 #include "tests/support/FakeObject.h"
 #include "tests/support/ModuleHook.h"
 #include "tests/support/Raised.h"
 #include "tests/support/VirtualPatience.h"
 
-namespace kandora {
+namespace kandora::test {
 namespace {
 
-using test::Call;
-using test::ErrorOf;
-using test::Failure;
-using test::Fake;
-using test::Lines;
-using test::VirtualPatience;
 using PauseList = std::vector<std::uint32_t>;
 
 class BusyServer : public testing::TestWithParam<HRESULT> {
 protected:
-    test::Conversation talk;
+    Conversation talk;
     Fake archive{"archive", &talk};
     VirtualPatience patience;
 };
@@ -184,10 +179,10 @@ TEST(RealPause, LetsCallsIn) {
     CoDisconnectObject(archive.Get(), 0);
 }
 
-std::vector<DWORD> slept;
+std::vector<DWORD> paused;
 
-void WINAPI NoteSleep(DWORD milliseconds) {
-    slept.push_back(milliseconds);
+void WINAPI NotePause(DWORD milliseconds) {
+    paused.push_back(milliseconds);
 }
 HRESULT WINAPI RefuseToWait(DWORD, DWORD, ULONG, HANDLE*, DWORD*) {
     return CO_E_NOTINITIALIZED;
@@ -198,21 +193,20 @@ HANDLE WINAPI MakeNoEvent(SECURITY_ATTRIBUTES*, BOOL, BOOL, const wchar_t*) {
 
 TEST(RealPause, IsMadeWithoutComToo) {
     const HMODULE self = GetModuleHandleW(nullptr);
-    const test::ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NoteSleep));
-    slept.clear();
+    const ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NotePause));
+    paused.clear();
     {
-        const test::ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
-                                   reinterpret_cast<void*>(&RefuseToWait));
+        const ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
+                             reinterpret_cast<void*>(&RefuseToWait));
         BusyPatience().Pause(20);
     }
-    EXPECT_EQ(slept, std::vector<DWORD>({20}));
+    EXPECT_EQ(paused, std::vector<DWORD>({20}));
     {
-        const test::ModuleHook event(self, "kernel32.dll", "CreateEventW",
-                                     reinterpret_cast<void*>(&MakeNoEvent));
+        const ModuleHook event(self, "kernel32.dll", "CreateEventW", reinterpret_cast<void*>(&MakeNoEvent));
         BusyPatience().Pause(30);
     }
-    EXPECT_EQ(slept, std::vector<DWORD>({20, 30}));
+    EXPECT_EQ(paused, std::vector<DWORD>({20, 30}));
 }
 
 }  // namespace
-}  // namespace kandora
+}  // namespace kandora::test
