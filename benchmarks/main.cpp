@@ -22,9 +22,9 @@
 #include "automation/LateBound.h"
 #include "measure.h"
 #include "recorder.h"
-#include "simulators/archive/store.h"
-#include "simulators/archive/window.h"
-#include "simulators/common/text.h"
+#include "simulators/archive/Store.h"
+#include "simulators/archive/Window.h"
+#include "simulators/common/Failure.h"
 #include "support/MString.h"
 
 namespace kandora::benchmarks {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "automation/Platform.h"
-#include "simulators/common/dispatch_object.h"
+#include "simulators/common/DispatchObject.h"
 #include "tests/model/Faults.h"
 #include "tests/model/Ledger.h"
 #include "tests/support/FakeProfile.h"

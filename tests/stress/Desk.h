@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "simulators/common/local_server.h"
+#include "simulators/common/LocalServer.h"
 #include "tests/component/Support.h"
 #include "tests/model/Programs.h"
 
