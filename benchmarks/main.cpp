@@ -531,7 +531,7 @@ double TimeToWindow(const std::string& simulator, const std::string& store) {
             throw std::runtime_error("the simulator does not start");
         }
         for (;;) {
-            const HWND window = FindWindowW(simulators::ArchiveWindow::ClassName, nullptr);
+            const HWND window = FindWindowW(simulators::ArchiveWindow::className, nullptr);
             const HWND tree =
                 window == nullptr ? nullptr : FindWindowExW(window, nullptr, WC_TREEVIEWW, nullptr);
             if (tree != nullptr && IsWindowVisible(window) != FALSE &&
@@ -543,7 +543,7 @@ double TimeToWindow(const std::string& simulator, const std::string& store) {
             }
         }
     });
-    PostMessageW(FindWindowW(simulators::ArchiveWindow::ClassName, nullptr), WM_CLOSE, 0, 0);
+    PostMessageW(FindWindowW(simulators::ArchiveWindow::className, nullptr), WM_CLOSE, 0, 0);
     WaitForSingleObject(process.hProcess, INFINITE);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);

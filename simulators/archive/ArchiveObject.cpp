@@ -1,23 +1,23 @@
 #include "simulators/archive/ArchiveObject.h"
 
-#include "simulators/archive/StoreNames.h"
-
 #include <algorithm>
 
-namespace simulators {
+#include "simulators/archive/StoreNames.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-constexpr std::int32_t FirstHit = 0x10000000;
-constexpr std::int32_t DocumentType = 254;
-constexpr std::int32_t FolderMask = 1;
+constexpr std::int32_t firstHit = 0x10000000;
+constexpr std::int32_t documentType = 254;
+constexpr std::int32_t folderMask = 1;
 
-// The members that need no session.
-constexpr std::wstring_view SessionlessMembers[] = {L"Login", L"EloWindow", L"BringToFront"};
+/// The members that need no session.
+constexpr std::wstring_view sessionlessMembers[] = {L"Login", L"EloWindow", L"BringToFront"};
 
 bool NeedsSession(std::wstring_view member) {
-    return std::find(std::begin(SessionlessMembers), std::end(SessionlessMembers), member) ==
-           std::end(SessionlessMembers);
+    return std::find(std::begin(sessionlessMembers), std::end(sessionlessMembers), member) ==
+           std::end(sessionlessMembers);
 }
 
 }  // namespace
@@ -55,14 +55,13 @@ const MemberTable& ArchiveObject::Members() {
 }
 
 ArchiveObject::ArchiveObject(ArchiveProgram& program)
-    : DispatchObject(ArchiveProgId, Members()), program_(program), store_(program.store) {}
+    : DispatchObject(archiveProgId, Members()), program_(program), store_(program.store) {}
 
 ArchiveObject::~ArchiveObject() {
     LogOff();
 }
 
-// --- Around every call
-// ----------------------------------------------------------------------------------------
+// --- Around every call ---
 
 Value ArchiveObject::Perform(const Call& call, const std::function<Value()>& proceed) {
     if (program_.trace == nullptr) {
@@ -129,8 +128,7 @@ Value ArchiveObject::Scripted(const Call& call, const std::function<Value()>& pr
     return answer();
 }
 
-// --- Session and window
-// ---------------------------------------------------------------------------------------
+// --- Session and window ---
 
 void ArchiveObject::LogOff() {
     if (isLoggedOn_) {
@@ -205,8 +203,7 @@ Value ArchiveObject::ClickOn(Arguments& arguments) {
     return Value::Long(NotSupported);
 }
 
-// --- Folders and masks
-// ----------------------------------------------------------------------------------------
+// --- Folders and masks ---
 
 Value ArchiveObject::LookupDelimiter(Arguments&) {
     return Value::Text(store_.Settings().separator);
@@ -234,8 +231,7 @@ Value ArchiveObject::ReadObjMask(Arguments& arguments) {
     return Value::Long(store_.Settings().FindMask(arguments.Long(0)) != nullptr ? 1 : UnknownMask);
 }
 
-// --- The current object
-// ---------------------------------------------------------------------------------------
+// --- The current object ---
 
 Value ArchiveObject::PrepareObjectEx(Arguments& arguments) {
     return Value::Long(Prepare(arguments.Long(0), arguments.Long(1), arguments.Long(2)));
@@ -243,7 +239,7 @@ Value ArchiveObject::PrepareObjectEx(Arguments& arguments) {
 
 std::int32_t ArchiveObject::Prepare(std::int32_t id, std::int32_t type, std::int32_t mask) {
     current_ = Current();
-    if (type != 0 && type != DocumentType) {
+    if (type != 0 && type != documentType) {
         return NotSupported;
     }
     if (id != 0) {
@@ -255,7 +251,7 @@ std::int32_t ArchiveObject::Prepare(std::int32_t id, std::int32_t type, std::int
     if (store_.Settings().FindMask(mask) == nullptr) {
         return UnknownMask;
     }
-    current_.state = type == DocumentType ? State::New : State::Search;
+    current_.state = type == documentType ? State::New : State::Search;
     current_.entry.mask = mask;
     return 1;
 }
@@ -264,9 +260,9 @@ bool ArchiveObject::Load(std::int32_t id) {
     if (const Entry* entry = store_.FindEntry(id)) {
         current_.entry = *entry;
     } else if (const Folder* folder = store_.FindFolder(id);
-               folder != nullptr && id != ArchiveStore::RootId) {
+               folder != nullptr && id != ArchiveStore::rootId) {
         current_.entry.id = id;
-        current_.entry.mask = FolderMask;
+        current_.entry.mask = folderMask;
         current_.entry.shortName = folder->name;
         current_.entry.folder = folder->parent;
         current_.isFolder = true;
@@ -285,7 +281,7 @@ void ArchiveObject::RequireCurrent() const {
 
 bool ArchiveObject::Exists(std::int32_t id) const {
     return store_.FindEntry(id) != nullptr ||
-           (id != ArchiveStore::RootId && store_.FindFolder(id) != nullptr);
+           (id != ArchiveStore::rootId && store_.FindFolder(id) != nullptr);
 }
 
 bool ArchiveObject::HasField(std::int16_t line) const {
@@ -353,15 +349,14 @@ Value ArchiveObject::GetEntryId(Arguments& arguments) {
     if (which == -2) {
         return Value::Long(lastFiled_);
     }
-    if (which < FirstHit) {
+    if (which < firstHit) {
         return Value::Long(InvalidArgument);
     }
-    const auto hit = static_cast<std::size_t>(which - FirstHit);
+    const auto hit = static_cast<std::size_t>(which - firstHit);
     return Value::Long(hit < hits_.size() ? hits_[hit] : 0);
 }
 
-// --- Filing and changing
-// --------------------------------------------------------------------------------------
+// --- Filing and changing ---
 
 Value ArchiveObject::AddPostboxFile(Arguments& arguments) {
     const std::wstring path = arguments.Text(0);
@@ -394,7 +389,7 @@ Value ArchiveObject::MoveToArchive(Arguments& arguments) {
     if (!folder) {
         return Value::Long(InvalidArgument);
     }
-    if (*folder == ArchiveStore::RootId || store_.FindFolder(*folder) == nullptr) {
+    if (*folder == ArchiveStore::rootId || store_.FindFolder(*folder) == nullptr) {
         return Value::Long(UnknownObject);
     }
     current_.entry.folder = *folder;
@@ -424,7 +419,7 @@ Value ArchiveObject::InsertRef(Arguments& arguments) {
         return Value::Long(NotSupported);
     }
     const Entry* entry = store_.FindEntry(id);
-    if (entry == nullptr || entry->folder != from || to == ArchiveStore::RootId ||
+    if (entry == nullptr || entry->folder != from || to == ArchiveStore::rootId ||
         store_.FindFolder(to) == nullptr) {
         return Value::Long(UnknownObject);
     }
@@ -448,8 +443,7 @@ Value ArchiveObject::DeleteObj(Arguments& arguments) {
     return Value::Long(1);
 }
 
-// --- Finding and showing
-// --------------------------------------------------------------------------------------
+// --- Finding and showing ---
 
 Value ArchiveObject::DoInvisibleSearch(Arguments&) {
     hits_.clear();
@@ -458,17 +452,16 @@ Value ArchiveObject::DoInvisibleSearch(Arguments&) {
     }
     const auto matches = [this](std::int32_t id) {
         const FieldValues& given = store_.FindEntry(id)->fields;
-        return std::all_of(
-            current_.entry.fields.begin(), current_.entry.fields.end(), [&given](const auto& wanted) {
-                const auto found = given.find(wanted.first);
-                return wanted.second.empty() || (found != given.end() && found->second == wanted.second);
-            });
+        return std::ranges::all_of(current_.entry.fields, [&given](const auto& wanted) {
+            const auto found = given.find(wanted.first);
+            return wanted.second.empty() || (found != given.end() && found->second == wanted.second);
+        });
     };
     const std::vector<std::int32_t>& candidates = store_.EntriesOfMask(current_.entry.mask);
     if (current_.entry.fields.empty()) {
         hits_ = candidates;
     } else {
-        std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(hits_), matches);
+        std::ranges::copy_if(candidates, std::back_inserter(hits_), matches);
     }
     return Value::Long(static_cast<std::int32_t>(hits_.size()));
 }
@@ -504,4 +497,4 @@ Value ArchiveObject::PrintDocument(Arguments&) {
     return Value::Long(1);
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

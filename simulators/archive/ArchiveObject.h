@@ -1,39 +1,3 @@
-// The automation object "ELO.professional": one object per client, each with a session, a current object and
-// a list of hits of its own.
-//
-// Answers are numbers; negative ones say what is wrong (see Code). Before a successful Login every member
-// answers NotLoggedOn, except Login itself and the two that act on the window alone, EloWindow and
-// BringToFront; properties raise error 5 then.
-//
-//     Login(name, password, archive)       0; WrongCredentials, UnknownArchive. Login("LOGOUT", "", "") logs
-//     off: 0 EloWindow("MINIMIZE" | "NORMAL")     1; InvalidArgument BringToFront()                       1
-//     GetEntryId(-1)                       the current object's id, 0 without one
-//     GetEntryId(-2)                       the id of the entry filed last, 0 when none was
-//     GetEntryId(0x10000000 + n)           the id of hit n (from 0) of the last search, 0 past the last one
-//     SelectView(1 to 5)                   1; InvalidArgument
-//     LookupDelimiter()                    the separator between the levels of a path
-//     LookupIndex(path)                    the folder's id, 0 when there is none
-//     CreateStructure(path, 0)             the folder's id as text; a negative number as text
-//     ReadObjMask(mask)                    1; UnknownMask
-//     PrepareObjectEx(0, 254, mask)        begins a new document entry: 1; UnknownMask
-//     PrepareObjectEx(0, 0, mask)          begins a search for entries of the mask: 1; UnknownMask, 0 for
-//     mask 0 PrepareObjectEx(id, 0 | 254, mask)   loads an entry or folder, whatever its mask: 1, or 0 when
-//     there is none ObjMaskNo, ObjShort                  the current object's mask and short name
-//     ObjMainParent                        the id of the folder in which the current object lies
-//     setobjAttrib(line, value)            1; UnknownField
-//     getobjAttrib(line)                   the value as text, empty when it was never written
-//     AddPostboxFile(path)                 copies the file for the new entry: 1; FileNotFound
-//     MoveToArchive("#" + folder id)       files the new entry: 1; NoPostboxFile, UnknownObject,
-//     InvalidArgument UpdateObject()                       writes the loaded entry back: 3; UnknownObject
-//     when it was deleted DoInvisibleSearch()                  the number of hits; values set by setobjAttrib
-//     narrow the search GotoId(id)                           selects in the window: 1; UnknownObject
-//     GetTreePath(0, separator, length)    archive, folders and object from GotoId, else the current one
-//     PrintDocument(0, "", "", 0, 0, 0)    prints the document of the entry from GotoId: 1; NoCurrentObject
-//     InsertRef(id, from, to, 1)           moves an entry to another folder: 0; UnknownObject, NotSupported
-//     DeleteObj(id)                        1; UnknownObject, FolderNotEmpty
-//     clickon("mmrefresh" | "M:Beenden")   refreshes the window; logs off and, unless others are logged on,
-//     ends
-//                                          the program: 1; NotSupported
 #pragma once
 
 #include "simulators/archive/ArchiveView.h"
@@ -41,22 +5,63 @@
 #include "simulators/archive/CallTrace.h"
 #include "simulators/archive/Store.h"
 
-namespace simulators {
+/// The automation object "ELO.professional": one object per client, each with a session, a current object and
+/// a list of hits of its own.
+///
+/// Answers are numbers; negative ones say what is wrong (see Code). Before a successful Login every member
+/// answers NotLoggedOn, except Login itself and the two that act on the window alone, EloWindow and
+/// BringToFront; properties raise error 5 then.
+///
+///     Login(name, password, archive)     0; WrongCredentials, UnknownArchive
+///     Login("LOGOUT", "", "")            logs off: 0
+///     EloWindow("MINIMIZE" | "NORMAL")   1; InvalidArgument
+///     BringToFront()                     1
+///     GetEntryId(-1)                     the current object's id, 0 without one
+///     GetEntryId(-2)                     the id of the entry filed last, 0 when none was
+///     GetEntryId(0x10000000 + n)         the id of hit n (from 0) of the last search, 0 past the last one
+///     SelectView(1 to 5)                 1; InvalidArgument
+///     LookupDelimiter()                  the separator between the levels of a path
+///     LookupIndex(path)                  the folder's id, 0 when there is none
+///     CreateStructure(path, 0)           the folder's id as text; a negative number as text
+///     ReadObjMask(mask)                  1; UnknownMask
+///     PrepareObjectEx(0, 254, mask)      begins a new document entry: 1; UnknownMask
+///     PrepareObjectEx(0, 0, mask)        begins a search for entries of the mask: 1; UnknownMask, 0 for
+///                                        mask 0
+///     PrepareObjectEx(id, 0 | 254, mask) loads an entry or folder, whatever its mask: 1, or 0 when there
+///                                        is none
+///     ObjMaskNo, ObjShort                the current object's mask and short name
+///     ObjMainParent                      the id of the folder in which the current object lies
+///     setobjAttrib(line, value)          1; UnknownField
+///     getobjAttrib(line)                 the value as text, empty when it was never written
+///     AddPostboxFile(path)               copies the file for the new entry: 1; FileNotFound
+///     MoveToArchive("#" + folder id)     files the new entry: 1; NoPostboxFile, UnknownObject,
+///                                        InvalidArgument
+///     UpdateObject()                     writes the loaded entry back: 3; UnknownObject when it was deleted
+///     DoInvisibleSearch()                the number of hits; values set by setobjAttrib narrow the search
+///     GotoId(id)                         selects in the window: 1; UnknownObject
+///     GetTreePath(0, separator, length)  archive, folders and object from GotoId, else the current one
+///     PrintDocument(0, "", "", 0, 0, 0)  prints the document of the entry from GotoId: 1; NoCurrentObject
+///     InsertRef(id, from, to, 1)         moves an entry to another folder: 0; UnknownObject, NotSupported
+///     DeleteObj(id)                      1; UnknownObject, FolderNotEmpty
+///     clickon("mmrefresh")               refreshes the window: 1
+///     clickon("M:Beenden")               logs off and, unless others are logged on, ends the program: 1;
+///                                        other commands: NotSupported
+namespace kandora::simulators {
 
-inline constexpr const wchar_t* ArchiveProgId = L"ELO.professional";
+inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 
-// Everything that the objects of one program share. Members that are null are left out.
+/// Everything that the objects of one program share. Members that are null are left out.
 struct ArchiveProgram {
     ArchiveStore& store;
     ArchiveView& view;
     CallScript* script = nullptr;
     CallTrace* trace = nullptr;
-    std::size_t sessions = 0;  // objects that are logged on
+    std::size_t sessions = 0;  ///< objects that are logged on
 };
 
 class ArchiveObject : public DispatchObject {
 public:
-    // The negative answers.
+    /// The negative answers.
     enum Code : std::int32_t {
         NotLoggedOn = -1,
         WrongCredentials = -2,
@@ -75,7 +80,7 @@ public:
 
     static const MemberTable& Members();
 
-    // `program` must outlive the object.
+    /// `program` must outlive the object.
     explicit ArchiveObject(ArchiveProgram& program);
     ~ArchiveObject() override;
 
@@ -86,10 +91,10 @@ protected:
 private:
     enum class State { Nothing, New, Search, Loaded };
 
-    // The object that PrepareObjectEx made current.
+    /// The object that PrepareObjectEx made current.
     struct Current {
         State state = State::Nothing;
-        Entry entry;  // for a loaded folder: id, name as short name, parent as folder
+        Entry entry;  ///< for a loaded folder: id, name as short name, parent as folder
         bool isFolder = false;
         std::optional<PostboxDocument> document;
     };
@@ -126,8 +131,8 @@ private:
 
     std::int32_t Prepare(std::int32_t id, std::int32_t type, std::int32_t mask);
     bool Load(std::int32_t id);
-    bool Exists(std::int32_t id) const;
-    bool HasField(std::int16_t line) const;
+    [[nodiscard]] bool Exists(std::int32_t id) const;
+    [[nodiscard]] bool HasField(std::int16_t line) const;
     void RequireCurrent() const;
     void LogOff();
 
@@ -135,11 +140,11 @@ private:
     ArchiveStore& store_;
     bool isLoggedOn_ = false;
     std::wstring archive_;
-    std::wstring postbox_;  // whose postbox the session uses
+    std::wstring postbox_;  ///< whose postbox the session uses
     Current current_;
     std::vector<std::int32_t> hits_;
     std::int32_t lastFiled_ = 0;
     std::int32_t selected_ = 0;
 };
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,12 +1,12 @@
 #include "simulators/archive/ArchiveSettings.h"
 
-#include "simulators/common/Files.h"
-#include "simulators/common/JsonFile.h"
-
 #include <algorithm>
 #include <set>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+#include "simulators/common/JsonFile.h"
+
+namespace kandora::simulators {
 
 namespace {
 
@@ -24,8 +24,8 @@ std::vector<IndexField> ReadFields(const JsonFile& file, const Json& list) {
         }
         fields.push_back(std::move(field));
     }
-    std::sort(fields.begin(), fields.end(),
-              [](const IndexField& left, const IndexField& right) { return left.line < right.line; });
+    std::ranges::sort(fields,
+                      [](const IndexField& left, const IndexField& right) { return left.line < right.line; });
     return fields;
 }
 
@@ -51,25 +51,24 @@ nlohmann::ordered_json SampleMask(std::int32_t number, std::wstring_view name,
 }  // namespace
 
 bool Mask::HasLine(std::int16_t line) const noexcept {
-    return std::any_of(fields.begin(), fields.end(),
-                       [line](const IndexField& field) { return field.line == line; });
+    return std::ranges::any_of(fields, [line](const IndexField& field) { return field.line == line; });
 }
 
 const Mask* ArchiveSettings::FindMask(std::int32_t number) const noexcept {
-    const auto found = std::find_if(masks.begin(), masks.end(),
-                                    [number](const Mask& mask) { return mask.number == number; });
+    const auto found =
+        std::ranges::find_if(masks, [number](const Mask& mask) { return mask.number == number; });
     return found == masks.end() ? nullptr : &*found;
 }
 
 const User* ArchiveSettings::FindUser(std::wstring_view name) const {
-    const auto found = std::find_if(users.begin(), users.end(),
-                                    [name](const User& user) { return EqualIgnoringCase(user.name, name); });
+    const auto found =
+        std::ranges::find_if(users, [name](const User& user) { return EqualIgnoringCase(user.name, name); });
     return found == users.end() ? nullptr : &*found;
 }
 
 bool ArchiveSettings::HasArchive(std::wstring_view name) const {
-    return std::any_of(archives.begin(), archives.end(),
-                       [name](const std::wstring& archive) { return EqualIgnoringCase(archive, name); });
+    return std::ranges::any_of(
+        archives, [name](const std::wstring& archive) { return EqualIgnoringCase(archive, name); });
 }
 
 ArchiveSettings ReadArchiveSettings(const std::wstring& path) {
@@ -149,4 +148,4 @@ bool CreateSampleStore(const std::wstring& directory) {
     return true;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,4 +1,3 @@
-// The description of an archive: names, users, masks, path separator (the file archiv.json of a store).
 #pragma once
 
 #include <cstdint>
@@ -6,44 +5,45 @@
 #include <string_view>
 #include <vector>
 
-namespace simulators {
+/// The description of an archive: names, users, masks, path separator (the file archiv.json of a store).
+namespace kandora::simulators {
 
 struct IndexField {
-    std::int16_t line = 0;  // from 1
+    std::int16_t line = 0;  ///< from 1
     std::wstring name;
 };
 
 struct Mask {
-    std::int32_t number = 0;  // 0 or more
+    std::int32_t number = 0;  ///< 0 or more
     std::wstring name;
-    std::vector<IndexField> fields;  // ascending by line
+    std::vector<IndexField> fields;  ///< ascending by line
 
-    bool HasLine(std::int16_t line) const noexcept;
+    [[nodiscard]] bool HasLine(std::int16_t line) const noexcept;
 };
 
 struct User {
     std::wstring name;
     std::wstring password;
-    std::wstring shortSign;  // may be empty
+    std::wstring shortSign;  ///< may be empty
 };
 
 struct ArchiveSettings {
-    std::vector<std::wstring> archives;  // at least one name
-    std::wstring separator;              // never empty
+    std::vector<std::wstring> archives;  ///< at least one name
+    std::wstring separator;              ///< never empty
     std::vector<User> users;
     std::vector<Mask> masks;
 
-    // Null when there is none. Masks are found by number, the others without regard to letter case.
-    const Mask* FindMask(std::int32_t number) const noexcept;
-    const User* FindUser(std::wstring_view name) const;
-    bool HasArchive(std::wstring_view name) const;
+    /// Null when there is none. Masks are found by number, the others without regard to letter case.
+    [[nodiscard]] const Mask* FindMask(std::int32_t number) const noexcept;
+    [[nodiscard]] const User* FindUser(std::wstring_view name) const;
+    [[nodiscard]] bool HasArchive(std::wstring_view name) const;
 };
 
-// Throws Failure with file, line and column when the file is not as it must be.
+/// Throws Failure with file, line and column when the file is not as it must be.
 ArchiveSettings ReadArchiveSettings(const std::wstring& path);
 
-// Writes a store that is ready for use into the directory, which is created where missing. Answers false and
-// leaves everything alone when there is a store already. Throws Failure.
+/// Writes a store that is ready for use into the directory, which is created where missing. Answers false and
+/// leaves everything alone when there is a store already. Throws Failure.
 bool CreateSampleStore(const std::wstring& directory);
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,8 +1,4 @@
-// ArchiveSimulator.exe: the archive stand-in as a program.
-#include "simulators/archive/ArchiveObject.h"
-#include "simulators/archive/Window.h"
-#include "simulators/common/LocalServer.h"
-
+/// ArchiveSimulator.exe: the archive stand-in as a program.
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -11,21 +7,25 @@
 #include <array>
 #include <memory>
 
-namespace simulators {
+#include "simulators/archive/ArchiveObject.h"
+#include "simulators/archive/Window.h"
+#include "simulators/common/LocalServer.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-constexpr CLSID ArchiveClassId = {
+constexpr CLSID archiveClassId = {
     0x6D1C7B52, 0x0A94, 0x4E3B, {0x9C, 0x5E, 0x3F, 0x27, 0xB8, 0xD1, 0x60, 0x4A}};
 
-constexpr int ExitUsage = 2;
+constexpr int exitUsage = 2;
 
-// How long a program that COM started waits for another client after the last one, in milliseconds.
-constexpr ULONGLONG Linger = 5000;
-constexpr UINT LingerCheck = 500;
+/// How long a program that COM started waits for another client after the last one, in milliseconds.
+constexpr ULONGLONG linger = 5000;
+constexpr UINT lingerCheck = 500;
 
 ServerClass ArchiveClass() {
-    return {ArchiveClassId, ArchiveProgId, L"Archiv-Simulator"};
+    return {archiveClassId, archiveProgId, L"Archiv-Simulator"};
 }
 
 struct Options {
@@ -48,10 +48,10 @@ std::wstring FullPath(const std::string& path) {
     return full;
 }
 
-// One event per store, so that a running program can be told to end without knowing its process.
+/// One event per store, so that a running program can be told to end without knowing its process.
 std::wstring StopEventName(const std::wstring& store) {
     std::wstring name = FoldCase(store);
-    std::replace(name.begin(), name.end(), L'\\', L'/');
+    std::ranges::replace(name, L'\\', L'/');
     return L"Local\\Kandora.ArchiveSimulator.Stop." + name;
 }
 
@@ -122,15 +122,15 @@ int Register(const Options& options, const std::wstring& store) {
         command += L" --hidden";
     }
     RegisterServer(ArchiveClass(), command);
-    PrintLine(std::wstring(ArchiveProgId) + L" ist registriert: " + command);
+    PrintLine(std::wstring(archiveProgId) + L" ist registriert: " + command);
     return 0;
 }
 
-// Runs until the window is closed, the stop event is set, or nobody needs a program that COM started.
+/// Runs until the window is closed, the stop event is set, or nobody needs a program that COM started.
 void ServeMessages(ArchiveWindow& window, HANDLE stop, bool isStartedByCom) {
     ULONGLONG idleSince = GetTickCount64();
     for (;;) {
-        const DWORD timeout = isStartedByCom ? LingerCheck : INFINITE;
+        const DWORD timeout = isStartedByCom ? lingerCheck : INFINITE;
         const DWORD reason = MsgWaitForMultipleObjectsEx(1, &stop, timeout, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         if (reason == WAIT_OBJECT_0) {
             return;
@@ -148,13 +148,13 @@ void ServeMessages(ArchiveWindow& window, HANDLE stop, bool isStartedByCom) {
         if (DispatchObject::LiveObjects() > 0 || ClassObject::IsLocked() || window.IsInUse()) {
             idleSince = GetTickCount64();
         }
-        if (isStartedByCom && GetTickCount64() - idleSince >= Linger) {
+        if (isStartedByCom && GetTickCount64() - idleSince >= linger) {
             return;
         }
     }
 }
 
-// The apartment in which objects and window live.
+/// The apartment in which objects and window live.
 class Apartment {
 public:
     Apartment() {
@@ -200,19 +200,19 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
     // what the objects use goes.
     const Apartment apartment;
     std::optional<ClassObject> classObject;
-    classObject.emplace(ArchiveClassId,
+    classObject.emplace(archiveClassId,
                         [&program] { return ComPtr<IDispatch>(MakeObject<ArchiveObject>(program).Get()); });
     // Windows forgets the class of a process that has died and starts another one; wine would go on sending
     // clients to the dead one, so that no rehearsal could show how they recover.
     window.BeforeDeath([&classObject] { classObject.reset(); });
     if (!options.isStartedByCom) {
         CLSID registered{};
-        if (FAILED(CLSIDFromProgID(ArchiveProgId, &registered)) || registered != ArchiveClassId) {
+        if (FAILED(CLSIDFromProgID(archiveProgId, &registered)) || registered != archiveClassId) {
             PrintErrorLine(
-                L"Hinweis: " + std::wstring(ArchiveProgId) +
+                L"Hinweis: " + std::wstring(archiveProgId) +
                 L" ist nicht für diesen Simulator registriert; Programme finden ihn erst nach --register.");
         }
-        PrintLine(L"Bereit: " + std::wstring(ArchiveProgId) + L" mit " + std::to_wstring(store.EntryCount()) +
+        PrintLine(L"Bereit: " + std::wstring(archiveProgId) + L" mit " + std::to_wstring(store.EntryCount()) +
                   L" Einträgen aus " + storeDirectory);
     }
     ServeMessages(window, stop.Handle(), options.isStartedByCom);
@@ -222,7 +222,7 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
 int Run(const Options& options) {
     const std::array<bool, 4> actions{options.registers, options.unregisters, options.stops,
                                       !options.sample.empty()};
-    if (std::count(actions.begin(), actions.end(), true) > 1) {
+    if (std::ranges::count(actions, true) > 1) {
         throw Failure(L"--register, --unregister, --stop und --create-sample-store schliessen sich aus.");
     }
     if (!options.sample.empty()) {
@@ -234,7 +234,7 @@ int Run(const Options& options) {
     }
     if (options.unregisters) {
         UnregisterServer(ArchiveClass());
-        PrintLine(std::wstring(ArchiveProgId) + L" ist abgemeldet.");
+        PrintLine(std::wstring(archiveProgId) + L" ist abgemeldet.");
         return 0;
     }
     if (options.store.empty()) {
@@ -291,7 +291,7 @@ int Main(std::vector<std::string> arguments) {
     app.add_option("--create-sample-store", options.sample, "Erstellt ein Muster-Archiv")
         ->type_name("VERZEICHNIS");
     try {
-        std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the end
+        std::ranges::reverse(arguments);  // the parser takes them from the end
         app.parse(std::move(arguments));
         return Run(options);
     } catch (const CLI::CallForHelp&) {
@@ -309,17 +309,17 @@ int Main(std::vector<std::string> arguments) {
     } catch (const std::exception& error) {
         PrintErrorLine(L"Unerwarteter Fehler: " + FromUtf8(error.what()));
     }
-    return ExitUsage;
+    return exitUsage;
 }
 
 }  // namespace
 
-}  // namespace simulators
+}  // namespace kandora::simulators
 
 int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     std::vector<std::string> texts;
     for (int index = 1; index < count; ++index) {
-        texts.push_back(simulators::ToUtf8(arguments[index]));
+        texts.push_back(kandora::simulators::ToUtf8(arguments[index]));
     }
-    return simulators::Main(std::move(texts));
+    return kandora::simulators::Main(std::move(texts));
 }

@@ -1,12 +1,12 @@
 #include "simulators/archive/CallScript.h"
 
-#include "simulators/common/Files.h"
-
 #include <algorithm>
 #include <array>
 #include <cwchar>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+
+namespace kandora::simulators {
 
 namespace {
 
@@ -57,7 +57,7 @@ CallScript::Death ReadDeath(const JsonFile& file, const Json& node) {
     return CallScript::Death::After;
 }
 
-// Texts are equal letter by letter, everything else as numbers.
+/// Texts are equal letter by letter, everything else as numbers.
 bool AreEqual(const Value& wanted, const Value& given) {
     try {
         if (wanted.Type() == VT_NULL || given.Type() == VT_NULL) {
@@ -178,4 +178,4 @@ CallScript::Decision CallScript::Decide(const Call& call) {
     return decision;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
@@ -64,4 +64,4 @@ std::wstring CallTrace::DescribeFailure(const FailedCall& failed) {
     return text;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

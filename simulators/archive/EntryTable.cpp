@@ -1,13 +1,13 @@
 #include "simulators/archive/EntryTable.h"
 
-#include "simulators/common/Failure.h"
-
 #include <shlwapi.h>
 
 #include <algorithm>
 #include <set>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+
+namespace kandora::simulators {
 
 namespace {
 
@@ -84,8 +84,8 @@ void EntryTable::SortBy(std::size_t column, bool descending) {
 
 void EntryTable::Sort() {
     if (sortColumn_ == Number) {
-        if (!std::is_sorted(rows_.begin(), rows_.end())) {
-            std::sort(rows_.begin(), rows_.end());
+        if (!std::ranges::is_sorted(rows_)) {
+            std::ranges::sort(rows_);
         }
     } else {
         std::vector<std::pair<std::wstring, std::int32_t>> keyed;
@@ -98,20 +98,19 @@ void EntryTable::Sort() {
                                                       : CellOf(*entry, sortColumn_),
                                id);
         }
-        std::sort(keyed.begin(), keyed.end(), [](const auto& left, const auto& right) {
+        std::ranges::sort(keyed, [](const auto& left, const auto& right) {
             const int order = StrCmpLogicalW(left.first.c_str(), right.first.c_str());
             return order != 0 ? order < 0 : left.second < right.second;
         });
-        std::transform(keyed.begin(), keyed.end(), rows_.begin(),
-                       [](const auto& item) { return item.second; });
+        std::ranges::transform(keyed, rows_.begin(), [](const auto& item) { return item.second; });
     }
     if (descending_) {
-        std::reverse(rows_.begin(), rows_.end());
+        std::ranges::reverse(rows_);
     }
 }
 
 std::optional<std::size_t> EntryTable::RowOf(std::int32_t id) const {
-    const auto found = std::find(rows_.begin(), rows_.end(), id);
+    const auto found = std::ranges::find(rows_, id);
     return found == rows_.end() ? std::nullopt
                                 : std::optional(static_cast<std::size_t>(found - rows_.begin()));
 }
@@ -176,7 +175,7 @@ Details Describe(const ArchiveStore& store, std::int32_t id) {
             details.emplace_back(L"Zeile " + std::to_wstring(line), value);
         }
     } else if (const Folder* folder = store.FindFolder(id)) {
-        const bool isRoot = id == ArchiveStore::RootId;
+        const bool isRoot = id == ArchiveStore::rootId;
         details.emplace_back(isRoot ? L"Archiv" : L"Ordner", isRoot ? archive : folder->name);
         if (!isRoot) {
             details.emplace_back(L"Nummer", std::to_wstring(id));
@@ -192,4 +191,4 @@ Details Describe(const ArchiveStore& store, std::int32_t id) {
     return details;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

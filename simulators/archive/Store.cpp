@@ -1,48 +1,48 @@
 #include "simulators/archive/Store.h"
 
-#include "simulators/archive/StoreIndex.h"
-#include "simulators/archive/StoreNames.h"
-#include "simulators/common/JsonFile.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <set>
 #include <utility>
 
-namespace simulators {
+#include "simulators/archive/StoreIndex.h"
+#include "simulators/archive/StoreNames.h"
+#include "simulators/common/JsonFile.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-constexpr std::wstring_view FolderFile = L"ordner.json";
-constexpr std::wstring_view EntryExtension = L".json";
-constexpr std::wstring_view TemporaryExtension = L".tmp";
-constexpr std::size_t LongestFileName = 255;
+constexpr std::wstring_view folderFile = L"ordner.json";
+constexpr std::wstring_view entryExtension = L".json";
+constexpr std::wstring_view temporaryExtension = L".tmp";
+constexpr std::size_t longestFileName = 255;
 
-// Numbers of files beyond this one were never given out and are left alone.
-constexpr std::int32_t HighestId = 1000000000;
+/// Numbers of files beyond this one were never given out and are left alone.
+constexpr std::int32_t highestId = 1000000000;
 
-// Ids are reserved in blocks, so that not every filing has to write the counter.
-constexpr std::int32_t ReservedBlock = 64;
+/// Ids are reserved in blocks, so that not every filing has to write the counter.
+constexpr std::int32_t reservedBlock = 64;
 
 bool EndsWithIgnoringCase(std::wstring_view text, std::wstring_view end) {
     return text.size() >= end.size() && EqualIgnoringCase(text.substr(text.size() - end.size()), end);
 }
 
-// "4711.json" gives 4711, anything else nothing.
+/// "4711.json" gives 4711, anything else nothing.
 std::optional<std::int32_t> IdOfEntryFile(std::wstring_view name) {
-    return EndsWithIgnoringCase(name, EntryExtension)
-               ? ParseId(name.substr(0, name.size() - EntryExtension.size()))
+    return EndsWithIgnoringCase(name, entryExtension)
+               ? ParseId(name.substr(0, name.size() - entryExtension.size()))
                : std::nullopt;
 }
 
-// "4711.pdf" gives 4711.
+/// "4711.pdf" gives 4711.
 std::optional<std::int32_t> IdOfDocumentFile(std::wstring_view name) {
     return IdOfEntryFile(name) ? std::nullopt : ParseId(name.substr(0, name.find(L'.')));
 }
 
-// Raises the highest number met so far.
+/// Raises the highest number met so far.
 void Raise(std::int32_t& highest, std::int32_t id) {
-    if (id <= HighestId) {
+    if (id <= highestId) {
         highest = std::max(highest, id);
     }
 }
@@ -56,7 +56,7 @@ std::wstring DocumentExtension(std::wstring_view file) {
     const std::size_t dot = name.rfind(L'.');
     std::wstring extension(dot == std::wstring_view::npos ? std::wstring_view() : name.substr(dot));
     // A document must not pass for an entry or for a temporary file.
-    if (EqualIgnoringCase(extension, EntryExtension) || EqualIgnoringCase(extension, TemporaryExtension)) {
+    if (EqualIgnoringCase(extension, entryExtension) || EqualIgnoringCase(extension, temporaryExtension)) {
         extension += L".dokument";
     }
     return extension;
@@ -73,7 +73,7 @@ std::wstring LocalTimeText() {
     return text;
 }
 
-// A directory's time as FolderOnDisk keeps it. Clocks of file systems tick in steps of up to two seconds.
+/// A directory's time as FolderOnDisk keeps it. Clocks of file systems tick in steps of up to two seconds.
 std::uint64_t Settled(std::uint64_t changed) {
     constexpr std::uint64_t step = 20000000;
     FILETIME now{};
@@ -110,7 +110,7 @@ struct ArchiveStore::ScannedEntry {
     FileStamp file;
 };
 
-// A directory of the store as it was found on disk.
+/// A directory of the store as it was found on disk.
 struct ArchiveStore::Scanned {
     std::wstring path;
     std::wstring directory;
@@ -124,8 +124,7 @@ struct ArchiveStore::Scanned {
     std::vector<Scanned> children;
 };
 
-// --- Opening
-// --------------------------------------------------------------------------------------------------
+// --- Opening ---
 
 ArchiveStore::ArchiveStore(std::wstring directory, unsigned patience)
     : directory_(std::move(directory)), lock_(Lock(directory_, patience)),
@@ -135,7 +134,7 @@ ArchiveStore::ArchiveStore(std::wstring directory, unsigned patience)
     CleanTemporaryFiles();
 
     handedOutBelow_ = reservedUntil_ = ReadCounter();
-    nextId_ = std::max({FirstId, reservedUntil_, ScanPostbox() + 1});
+    nextId_ = std::max({firstId, reservedUntil_, ScanPostbox() + 1});
     if (!ReadIndex()) {
         ReadEverything();
     }
@@ -183,7 +182,7 @@ void ArchiveStore::CleanTemporaryFiles() const {
         }
     }
     for (const DirectoryItem& item : ListDirectory(directory_)) {
-        if (!item.isDirectory && EndsWithIgnoringCase(item.name, TemporaryExtension)) {
+        if (!item.isDirectory && EndsWithIgnoringCase(item.name, temporaryExtension)) {
             RemoveFile(directory_ + L"\\" + item.name);
         }
     }
@@ -192,14 +191,14 @@ void ArchiveStore::CleanTemporaryFiles() const {
 std::int32_t ArchiveStore::ReadCounter() {
     const std::wstring path = directory_ + L"\\zaehler.json";
     if (!IsFile(path)) {
-        return FirstId;
+        return firstId;
     }
     try {
         const JsonFile file = JsonFile::Read(path);
-        return file.Integer(file.Required(file.Root(), "naechste"), FirstId, HighestId);
+        return file.Integer(file.Required(file.Root(), "naechste"), firstId, highestId);
     } catch (const Failure& failure) {
         warnings_.push_back(failure.Message() + L" Die nächste Nummer folgt aus den vorhandenen.");
-        return FirstId;
+        return firstId;
     }
 }
 
@@ -208,13 +207,13 @@ void ArchiveStore::ReadEverything() {
     folderByName_.clear();
     entriesByMask_.clear();
     onDisk_.clear();
-    std::int32_t highest = RootId;
+    std::int32_t highest = rootId;
     const Scanned root = Scan(directory_ + L"\\Ordner", highest);
     nextId_ = std::max(nextId_, highest + 1);
     Folder rootFolder;
-    rootFolder.id = RootId;
+    rootFolder.id = rootId;
     AddFolder(std::move(rootFolder), root.onDisk);
-    BuildFolder(root, RootId);
+    BuildFolder(root, rootId);
 }
 
 ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t& highest) const {
@@ -228,9 +227,9 @@ ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t&
         const std::wstring itemPath = path + L"\\" + item.name;
         if (item.isDirectory) {
             scanned.children.push_back(Scan(itemPath, highest));
-        } else if (EndsWithIgnoringCase(item.name, TemporaryExtension)) {
+        } else if (EndsWithIgnoringCase(item.name, temporaryExtension)) {
             RemoveFile(itemPath);
-        } else if (EqualIgnoringCase(item.name, FolderFile)) {
+        } else if (EqualIgnoringCase(item.name, folderFile)) {
             hasFolderFile = true;
             scanned.onDisk.file = item.stamp;
         } else if (const auto entry = IdOfEntryFile(item.name)) {
@@ -243,8 +242,8 @@ ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t&
     }
     if (hasFolderFile) {
         try {
-            const JsonFile file = JsonFile::Read(path + L"\\" + std::wstring(FolderFile));
-            scanned.id = file.Integer(file.Required(file.Root(), "id"), FirstId, HighestId);
+            const JsonFile file = JsonFile::Read(path + L"\\" + std::wstring(folderFile));
+            scanned.id = file.Integer(file.Required(file.Root(), "id"), firstId, highestId);
             scanned.name = file.NonEmptyText(file.Required(file.Root(), "name"));
             highest = std::max(highest, scanned.id);
             // Somebody may have renamed the directory: then its name counts.
@@ -257,14 +256,14 @@ ArchiveStore::Scanned ArchiveStore::Scan(const std::wstring& path, std::int32_t&
     if (scanned.needsFile) {
         scanned.name = DecodeName(scanned.directory);
     }
-    std::sort(scanned.entries.begin(), scanned.entries.end(),
-              [](const ScannedEntry& left, const ScannedEntry& right) { return left.id < right.id; });
+    std::ranges::sort(scanned.entries,
+                      [](const ScannedEntry& left, const ScannedEntry& right) { return left.id < right.id; });
     return scanned;
 }
 
-// The highest number in it.
+/// The highest number in it.
 std::int32_t ArchiveStore::ScanPostbox() {
-    std::int32_t highest = RootId;
+    std::int32_t highest = rootId;
     const std::wstring postbox = directory_ + L"\\Postkorb";
     for (const DirectoryItem& user : ListDirectory(postbox)) {
         if (!user.isDirectory) {
@@ -289,7 +288,7 @@ void ArchiveStore::BuildFolder(const Scanned& scanned, std::int32_t id) {
     for (const std::wstring& document : scanned.documents) {
         // NOLINTNEXTLINE(bugprone-unchecked-optional-access): by its number it was found
         const std::int32_t documentId = *IdOfDocumentFile(document);
-        if (std::binary_search(found.begin(), found.end(), documentId)) {
+        if (std::ranges::binary_search(found, documentId)) {
             continue;
         }
         // Files with numbers that were never given out are somebody else's.
@@ -335,7 +334,7 @@ void ArchiveStore::BuildChild(const Scanned& scanned, std::int32_t parent) {
 void ArchiveStore::BuildEntry(const std::wstring& path, const ScannedEntry& scanned, std::int32_t folder) {
     try {
         const bool isTaken = entries_.contains(scanned.id) || folders_.contains(scanned.id);
-        Entry entry = ReadEntry(path + L"\\" + std::to_wstring(scanned.id) + std::wstring(EntryExtension),
+        Entry entry = ReadEntry(path + L"\\" + std::to_wstring(scanned.id) + std::wstring(entryExtension),
                                 scanned.id, isTaken);
         entry.folder = folder;
         AddEntry(std::move(entry), scanned.file);
@@ -344,12 +343,12 @@ void ArchiveStore::BuildEntry(const std::wstring& path, const ScannedEntry& scan
     }
 }
 
-// Reads an entry's file; whoever asks knows the folder. An entry whose number is taken is refused.
+/// Reads an entry's file; whoever asks knows the folder. An entry whose number is taken is refused.
 Entry ArchiveStore::ReadEntry(const std::wstring& path, std::int32_t id, bool isTaken) {
     const JsonFile file = JsonFile::Read(path);
     const Json& root = file.Root();
     Entry entry;
-    entry.id = file.Integer(file.Required(root, "id"), FirstId, HighestId);
+    entry.id = file.Integer(file.Required(root, "id"), firstId, highestId);
     if (entry.id != id) {
         file.Fail(file.Required(root, "id"), L"Die Nummer passt nicht zum Dateinamen.");
     }
@@ -375,8 +374,7 @@ Entry ArchiveStore::ReadEntry(const std::wstring& path, std::int32_t id, bool is
     return entry;
 }
 
-// --- The index
-// ------------------------------------------------------------------------------------------------
+// --- The index ---
 
 bool ArchiveStore::ReadIndex() {
     index_ = StoreIndex::Take(IndexPath());
@@ -396,7 +394,7 @@ bool ArchiveStore::ReadIndex() {
         entriesByMask_[entry.mask].push_back(entry.id);
     }
     const auto isAsKnown = [this](const auto& folder) { return IsAsKnown(folder.second); };
-    if (!std::all_of(folders_.begin(), folders_.end(), isAsKnown)) {
+    if (!std::ranges::all_of(folders_, isAsKnown)) {
         index_.reset();
         return false;
     }
@@ -409,11 +407,11 @@ void ArchiveStore::WriteIndex() {
     const auto isAsKnown = [this](const auto& folder) { return IsAsKnown(folder.second); };
     // What was wrong is to be told again at the next start, and what somebody changed meanwhile is to be
     // found.
-    if (!warnings_.empty() || !std::all_of(folders_.begin(), folders_.end(), isAsKnown)) {
+    if (!warnings_.empty() || !std::ranges::all_of(folders_, isAsKnown)) {
         return;
     }
     StoreIndexWriter writer(nextId_);
-    AddToIndex(writer, folders_.at(RootId));
+    AddToIndex(writer, folders_.at(rootId));
     for (const auto& [id, stored] : entries_) {
         writer.Add(stored.entry, stored.file);
     }
@@ -434,11 +432,11 @@ void ArchiveStore::AddToIndex(StoreIndexWriter& writer, const Folder& folder) co
     }
 }
 
-// True when the folder's directory holds what the lists say. It is read only if it may have changed.
+/// True when the folder's directory holds what the lists say. It is read only if it may have changed.
 bool ArchiveStore::IsAsKnown(const Folder& folder) {
     const std::wstring path = FolderPath(folder.id);
     FolderOnDisk& onDisk = onDisk_.at(folder.id);
-    if (folder.id != RootId && StampOf(path + L"\\" + std::wstring(FolderFile)) != onDisk.file) {
+    if (folder.id != rootId && StampOf(path + L"\\" + std::wstring(folderFile)) != onDisk.file) {
         return false;
     }
     const auto now = StampOf(path);
@@ -466,7 +464,7 @@ bool ArchiveStore::HoldsWhatIsKnown(const Folder& folder) const {
     for (const DirectoryItem& item : ListDirectory(FolderPath(folder.id))) {
         if (item.isDirectory) {
             directories.insert(item.name);
-        } else if (EndsWithIgnoringCase(item.name, TemporaryExtension)) {
+        } else if (EndsWithIgnoringCase(item.name, temporaryExtension)) {
             return false;
         } else if (const auto entry = IdOfEntryFile(item.name)) {
             if (!isTheSame(*entry, item.stamp)) {
@@ -477,19 +475,18 @@ bool ArchiveStore::HoldsWhatIsKnown(const Folder& folder) const {
             documents.push_back(*document);
         }
     }
-    std::sort(entries.begin(), entries.end());
+    std::ranges::sort(entries);
     std::set<std::wstring> children;
     for (const std::int32_t child : folder.children) {
         children.insert(folders_.at(child).directory);
     }
     const auto hasEntry = [&entries](std::int32_t document) {
-        return std::binary_search(entries.begin(), entries.end(), document);
+        return std::ranges::binary_search(entries, document);
     };
-    return entries == folder.entries && directories == children &&
-           std::all_of(documents.begin(), documents.end(), hasEntry);
+    return entries == folder.entries && directories == children && std::ranges::all_of(documents, hasEntry);
 }
 
-// The entry with its texts: those of the index if its file is still the same, otherwise those of the file.
+/// The entry with its texts: those of the index if its file is still the same, otherwise those of the file.
 const Entry* ArchiveStore::TakeFromIndex(const IndexedEntry& indexed) const {
     const auto keep = [this](Entry entry, const FileStamp& file) {
         const std::int32_t id = entry.id;
@@ -521,8 +518,8 @@ const Entry* ArchiveStore::TakeFromIndex(const IndexedEntry& indexed) const {
     }
 }
 
-// Asks for the entries whose files have changed since the index was written. Listing a directory tells the
-// stamps of all its files at once.
+/// Asks for the entries whose files have changed since the index was written. Listing a directory tells the
+/// stamps of all its files at once.
 void ArchiveStore::CheckWaitingEntries() const {
     for (const auto& [id, folder] : folders_) {
         if (folder.entries.empty()) {
@@ -554,8 +551,7 @@ void ArchiveStore::TakeOverEdits() const {
     }
 }
 
-// --- Looking
-// --------------------------------------------------------------------------------------------------
+// --- Looking ---
 
 const Folder* ArchiveStore::FindFolder(std::int32_t id) const noexcept {
     const auto found = folders_.find(id);
@@ -620,7 +616,7 @@ std::int32_t ArchiveStore::LookupFolder(std::wstring_view path) const {
     if (!levels) {
         return 0;
     }
-    std::int32_t folder = RootId;
+    std::int32_t folder = rootId;
     for (const std::wstring& level : *levels) {
         folder = ChildOf(folder, level);
         if (folder == 0) {
@@ -642,7 +638,7 @@ std::wstring ArchiveStore::TreePath(std::int32_t id, std::wstring_view archive,
     if (folder == nullptr) {
         return {};
     }
-    for (; folder != nullptr && folder->id != RootId; folder = FindFolder(folder->parent)) {
+    for (; folder != nullptr && folder->id != rootId; folder = FindFolder(folder->parent)) {
         prepend(folder->name);
     }
     return std::wstring(archive) + path;
@@ -650,7 +646,7 @@ std::wstring ArchiveStore::TreePath(std::int32_t id, std::wstring_view archive,
 
 std::wstring ArchiveStore::FolderPath(std::int32_t id) const {
     std::wstring path;
-    for (const Folder* folder = FindFolder(id); folder != nullptr && folder->id != RootId;
+    for (const Folder* folder = FindFolder(id); folder != nullptr && folder->id != rootId;
          folder = FindFolder(folder->parent)) {
         path = L"\\" + folder->directory + path;
     }
@@ -658,19 +654,18 @@ std::wstring ArchiveStore::FolderPath(std::int32_t id) const {
 }
 
 std::wstring ArchiveStore::EntryPath(std::int32_t folder, std::int32_t id) const {
-    return FolderPath(folder) + L"\\" + std::to_wstring(id) + std::wstring(EntryExtension);
+    return FolderPath(folder) + L"\\" + std::to_wstring(id) + std::wstring(entryExtension);
 }
 
 std::wstring ArchiveStore::TemporaryPath(std::wstring_view name) const {
-    return directory_ + L"\\Temp\\" + std::wstring(name) + std::wstring(TemporaryExtension);
+    return directory_ + L"\\Temp\\" + std::wstring(name) + std::wstring(temporaryExtension);
 }
 
 std::wstring ArchiveStore::DocumentPath(const Entry& entry) const {
     return entry.document.empty() ? std::wstring() : FolderPath(entry.folder) + L"\\" + entry.document;
 }
 
-// --- Changing
-// -------------------------------------------------------------------------------------------------
+// --- Changing ---
 
 void ArchiveStore::Tell(Change change, std::int32_t id, std::int32_t folder) const {
     if (listener_) {
@@ -680,8 +675,8 @@ void ArchiveStore::Tell(Change change, std::int32_t id, std::int32_t folder) con
 
 std::int32_t ArchiveStore::NextId() {
     if (nextId_ >= reservedUntil_) {
-        WriteCounter(nextId_ + ReservedBlock);
-        reservedUntil_ = nextId_ + ReservedBlock;
+        WriteCounter(nextId_ + reservedBlock);
+        reservedUntil_ = nextId_ + reservedBlock;
     }
     return nextId_++;
 }
@@ -694,7 +689,7 @@ void ArchiveStore::WriteCounter(std::int32_t next) const {
 FileStamp ArchiveStore::WriteFolder(const std::wstring& path, std::int32_t id,
                                     const std::wstring& name) const {
     const nlohmann::ordered_json folder{{"id", id}, {"name", ToUtf8(name)}};
-    return WriteFileAtomically(path + L"\\" + std::wstring(FolderFile), folder.dump(2) + "\n",
+    return WriteFileAtomically(path + L"\\" + std::wstring(folderFile), folder.dump(2) + "\n",
                                TemporaryPath(std::to_wstring(id)));
 }
 
@@ -715,8 +710,8 @@ FileStamp ArchiveStore::WriteEntry(const Entry& entry) const {
 
 void ArchiveStore::AddFolder(Folder folder, const FolderOnDisk& onDisk) {
     onDisk_[folder.id] = onDisk;
-    if (folder.id == RootId) {
-        folders_.emplace(RootId, std::move(folder));
+    if (folder.id == rootId) {
+        folders_.emplace(rootId, std::move(folder));
         return;
     }
     Folder& parent = folders_.at(folder.parent);
@@ -741,7 +736,7 @@ const Entry& ArchiveStore::AddEntry(Entry entry, const FileStamp& file) {
     return entries_.emplace(id, StoredEntry{std::move(entry), file}).first->second.entry;
 }
 
-// An entry that is about to change. Throws when there is none.
+/// An entry that is about to change. Throws when there is none.
 ArchiveStore::StoredEntry& ArchiveStore::Existing(std::int32_t id) {
     FindEntry(id);
     TakeOverEdits();
@@ -754,11 +749,11 @@ std::optional<std::int32_t> ArchiveStore::CreateFolders(std::wstring_view path) 
         return std::nullopt;
     }
     for (const std::wstring& level : *levels) {
-        if (EncodeName(level).size() > LongestFileName) {
+        if (EncodeName(level).size() > longestFileName) {
             return std::nullopt;
         }
     }
-    std::int32_t parent = RootId;
+    std::int32_t parent = rootId;
     for (const std::wstring& level : *levels) {
         std::int32_t id = ChildOf(parent, level);
         if (id == 0) {
@@ -877,7 +872,7 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
         return false;
     }
     const std::wstring path = FolderPath(id);
-    RemoveFile(path + L"\\" + std::wstring(FolderFile));
+    RemoveFile(path + L"\\" + std::wstring(folderFile));
     if (RemoveDirectoryW(LongPath(path).c_str()) == 0) {
         const DWORD error = GetLastError();
         onDisk_.at(id).file = WriteFolder(path, id, folder.name);
@@ -886,7 +881,7 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
     }
     const std::int32_t parent = folder.parent;
     auto& siblings = folders_.at(parent).children;
-    siblings.erase(std::find(siblings.begin(), siblings.end(), id));
+    siblings.erase(std::ranges::find(siblings, id));
     folderByName_.erase(FolderKey(parent, folder.name));
     folders_.erase(id);
     onDisk_.erase(id);
@@ -894,4 +889,4 @@ bool ArchiveStore::RemoveFolder(std::int32_t id) {
     return true;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

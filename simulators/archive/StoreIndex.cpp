@@ -1,7 +1,5 @@
 #include "simulators/archive/StoreIndex.h"
 
-#include "simulators/common/Failure.h"
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -9,18 +7,20 @@
 #include <type_traits>
 #include <unordered_set>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-// The last character is the version of the layout.
-constexpr std::uint64_t Magic = 0x3158444948435241;  // "ARCHIDX1"
+/// The last character is the version of the layout.
+constexpr std::uint64_t layoutMark = 0x3158444948435241;  // "ARCHIDX1"
 
-// Larger ones would be a burden on a 32-bit process.
-constexpr std::uint64_t LargestIndex = 0x10000000;
+/// Larger ones would be a burden on a 32-bit process.
+constexpr std::uint64_t largestIndex = 0x10000000;
 
 struct Header {
-    std::uint64_t magic = Magic;
+    std::uint64_t magic = layoutMark;
     std::array<std::uint32_t, 4> checksum{};  // of everything behind it
     std::uint64_t length = 0;                 // of the file
     std::uint64_t folderBytes = 0;
@@ -31,14 +31,14 @@ struct Header {
     std::uint32_t reserved = 0;
 };
 
-constexpr std::size_t ChecksumEnd = offsetof(Header, length);
+constexpr std::size_t checksumEnd = offsetof(Header, length);
 
-// Both architectures use the same stores, so records have no padding that depends on one.
+/// Both architectures use the same stores, so records have no padding that depends on one.
 static_assert(sizeof(Header) == 64 && sizeof(IndexedEntry) == 40);
 static_assert(std::is_trivially_copyable_v<Header> && std::is_trivially_copyable_v<IndexedEntry>);
 
-// Four sums side by side, as one would have to wait for each of its multiplications. Every step can be
-// undone, so that a difference in one word never gets lost on the way.
+/// Four sums side by side, as one would have to wait for each of its multiplications. Every step can be
+/// undone, so that a difference in one word never gets lost on the way.
 class Checksum {
 public:
     explicit Checksum(std::string_view bytes) {
@@ -78,21 +78,21 @@ void PutNumber(std::string& bytes, T value) {
     bytes += BytesOf(value);
 }
 
-// Most texts are short: their length takes one byte; this one in its place says that four follow.
-constexpr std::uint8_t LongText = 255;
+/// Most texts are short: their length takes one byte; this one in its place says that four follow.
+constexpr std::uint8_t longText = 255;
 
 void PutText(std::string& bytes, std::wstring_view text) {
     const std::string utf8 = ToUtf8(text);
-    if (utf8.size() < LongText) {
+    if (utf8.size() < longText) {
         PutNumber(bytes, static_cast<std::uint8_t>(utf8.size()));
     } else {
-        PutNumber(bytes, LongText);
+        PutNumber(bytes, longText);
         PutNumber(bytes, static_cast<std::uint32_t>(utf8.size()));
     }
     bytes += utf8;
 }
 
-// Reads what PutNumber and PutText wrote. Behind the end there are zeros and empty texts.
+/// Reads what PutNumber and PutText wrote. Behind the end there are zeros and empty texts.
 class Reader {
 public:
     explicit Reader(std::string_view bytes) : rest_(bytes) {}
@@ -107,10 +107,10 @@ public:
     }
     std::wstring Text() {
         const auto size = Number<std::uint8_t>();
-        return FromUtf8(Take(size == LongText ? Number<std::uint32_t>() : size));
+        return FromUtf8(Take(size == longText ? Number<std::uint32_t>() : size));
     }
 
-    // True when exactly everything was read.
+    /// True when exactly everything was read.
     bool IsDone() const noexcept { return !isShort_ && rest_.empty(); }
 
 private:
@@ -127,8 +127,7 @@ private:
 
 }  // namespace
 
-// --- Reading
-// --------------------------------------------------------------------------------------------------
+// --- Reading ---
 
 std::unique_ptr<StoreIndex> StoreIndex::Take(const std::wstring& path) {
     try {
@@ -151,8 +150,8 @@ bool StoreIndex::Read(std::string bytes) {
         return false;
     }
     std::memcpy(&header, bytes_.data(), sizeof(header));
-    if (header.magic != Magic || header.length != bytes_.size() || header.length > LargestIndex ||
-        header.checksum != Checksum(std::string_view(bytes_).substr(ChecksumEnd)).Sums()) {
+    if (header.magic != layoutMark || header.length != bytes_.size() || header.length > largestIndex ||
+        header.checksum != Checksum(std::string_view(bytes_).substr(checksumEnd)).Sums()) {
         return false;
     }
     const std::uint64_t entryBytes = std::uint64_t{header.entryCount} * sizeof(IndexedEntry);
@@ -186,13 +185,13 @@ bool StoreIndex::Read(std::string bytes) {
     return reader.IsDone() && AreSound();
 }
 
-// A whole index that does not fit together would be a mistake of the program that wrote it, perhaps of
-// another version; it must not get anywhere.
+/// A whole index that does not fit together would be a mistake of the program that wrote it, perhaps of
+/// another version; it must not get anywhere.
 bool StoreIndex::AreSound() const {
     std::unordered_set<std::int32_t> known{0};
     for (const IndexedFolder& folder : folders_) {
         if (!known.contains(folder.parent) || !known.insert(folder.id).second ||
-            (folder.parent == 0) != (folder.id == ArchiveStore::RootId)) {
+            (folder.parent == 0) != (folder.id == ArchiveStore::rootId)) {
             return false;
         }
     }
@@ -210,7 +209,7 @@ bool StoreIndex::AreSound() const {
         last = entry.id;
         lastFolder = entry.folder;
     }
-    return known.contains(ArchiveStore::RootId);
+    return known.contains(ArchiveStore::rootId);
 }
 
 const IndexedEntry* StoreIndex::Find(std::int32_t id) const {
@@ -248,8 +247,7 @@ std::optional<Entry> StoreIndex::Decode(const IndexedEntry& entry) const {
     return reader.IsDone() ? std::optional(std::move(decoded)) : std::nullopt;
 }
 
-// --- Writing
-// --------------------------------------------------------------------------------------------------
+// --- Writing ---
 
 void StoreIndexWriter::Add(const IndexedFolder& folder) {
     ++folderCount_;
@@ -293,8 +291,8 @@ void StoreIndexWriter::AddRecord(IndexedEntry record, std::size_t begin) {
 }
 
 void StoreIndexWriter::Write(const std::wstring& path, const std::wstring& temporary) {
-    std::sort(entries_.begin(), entries_.end(),
-              [](const IndexedEntry& left, const IndexedEntry& right) { return left.id < right.id; });
+    std::ranges::sort(entries_,
+                      [](const IndexedEntry& left, const IndexedEntry& right) { return left.id < right.id; });
     Header header;
     header.folderBytes = folders_.size();
     header.textBytes = texts_.size();
@@ -303,7 +301,7 @@ void StoreIndexWriter::Write(const std::wstring& path, const std::wstring& tempo
     header.nextId = nextId_;
     const std::size_t entryBytes = entries_.size() * sizeof(IndexedEntry);
     header.length = sizeof(header) + header.folderBytes + entryBytes + header.textBytes;
-    if (header.length > LargestIndex) {
+    if (header.length > largestIndex) {
         return;
     }
     std::string bytes;
@@ -314,9 +312,9 @@ void StoreIndexWriter::Write(const std::wstring& path, const std::wstring& tempo
         bytes += BytesOf(entry);
     }
     bytes += texts_;
-    header.checksum = Checksum(std::string_view(bytes).substr(ChecksumEnd)).Sums();
+    header.checksum = Checksum(std::string_view(bytes).substr(checksumEnd)).Sums();
     std::memcpy(bytes.data(), &header, sizeof(header));
     WriteFileAtomically(path, bytes, temporary);
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

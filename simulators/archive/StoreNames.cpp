@@ -1,19 +1,19 @@
 #include "simulators/archive/StoreNames.h"
 
-#include "simulators/common/Failure.h"
-
 #include <algorithm>
 #include <array>
 #include <limits>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-constexpr std::wstring_view HexDigits = L"0123456789ABCDEF";
+constexpr std::wstring_view hexDigits = L"0123456789ABCDEF";
 
 std::wstring Escaped(wchar_t character) {
-    return {L'%', HexDigits[(character >> 4) & 0xF], HexDigits[character & 0xF]};
+    return {L'%', hexDigits[(character >> 4) & 0xF], hexDigits[character & 0xF]};
 }
 
 bool IsForbidden(wchar_t character) {
@@ -27,25 +27,24 @@ bool IsDigit(wchar_t character) {
 bool IsDeviceName(std::wstring_view name) {
     const std::wstring stem = FoldCase(name.substr(0, name.find(L'.')));
     constexpr std::array<std::wstring_view, 4> plain{L"CON", L"PRN", L"AUX", L"NUL"};
-    if (std::find(plain.begin(), plain.end(), stem) != plain.end()) {
+    if (std::ranges::find(plain, stem) != plain.end()) {
         return true;
     }
     return stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) && IsDigit(stem[3]);
 }
 
-// The store keeps "ordner.json", "<id>.json", "<id><extension>" and "*.tmp" in the same directory.
+/// The store keeps "ordner.json", "<id>.json", "<id><extension>" and "*.tmp" in the same directory.
 bool MeetsStoreFile(std::wstring_view name) {
     const std::wstring folded = FoldCase(name);
     if (folded == L"ORDNER.JSON" || folded.ends_with(L".TMP")) {
         return true;
     }
-    const auto digits =
-        static_cast<std::size_t>(std::find_if_not(name.begin(), name.end(), IsDigit) - name.begin());
+    const auto digits = static_cast<std::size_t>(std::ranges::find_if_not(name, IsDigit) - name.begin());
     return digits > 0 && digits < name.size() && name[digits] == L'.';
 }
 
 int HexValue(wchar_t character) {
-    const std::size_t position = HexDigits.find(
+    const std::size_t position = hexDigits.find(
         character >= L'a' && character <= L'f' ? static_cast<wchar_t>(character - L'a' + L'A') : character);
     return position == std::wstring_view::npos ? -1 : static_cast<int>(position);
 }
@@ -87,7 +86,7 @@ std::wstring DecodeName(std::wstring_view encoded) {
 }
 
 std::optional<std::int32_t> ParseId(std::wstring_view digits) {
-    if (digits.empty() || digits.size() > 10 || !std::all_of(digits.begin(), digits.end(), IsDigit)) {
+    if (digits.empty() || digits.size() > 10 || !std::ranges::all_of(digits, IsDigit)) {
         return std::nullopt;
     }
     std::int64_t value = 0;
@@ -100,4 +99,4 @@ std::optional<std::int32_t> ParseId(std::wstring_view digits) {
     return static_cast<std::int32_t>(value);
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,35 +1,35 @@
 #include "simulators/archive/Window.h"
 
-#include "simulators/archive/WindowResources.h"
-
 #include <shellapi.h>
 #include <windowsx.h>
 
 #include <algorithm>
 #include <cstdio>
 
-namespace simulators {
+#include "simulators/archive/WindowResources.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-constexpr UINT_PTR ChangeTimer = 1;
-constexpr UINT_PTR CloseTimer = 2;
-// Milliseconds for which changes are gathered before they are shown, and how many times as long as the last
-// showing took, so that a large folder costs the clients a fraction of the time and no more.
-constexpr ULONGLONG ChangeDelay = 100;
-constexpr ULONGLONG ChangeDelayFactor = 10;
-constexpr ULONGLONG LongestChangeDelay = 3000;
+constexpr UINT_PTR changeTimer = 1;
+constexpr UINT_PTR closeTimer = 2;
+/// Milliseconds for which changes are gathered before they are shown, and how many times as long as the last
+/// showing took, so that a large folder costs the clients a fraction of the time and no more.
+constexpr ULONGLONG changeDelay = 100;
+constexpr ULONGLONG changeDelayFactor = 10;
+constexpr ULONGLONG longestChangeDelay = 3000;
 
-constexpr int TreeId = 1;
-constexpr int ListId = 2;
-constexpr int DetailsId = 3;
-constexpr int StatusId = 4;
+constexpr int treeId = 1;
+constexpr int listId = 2;
+constexpr int detailsId = 3;
+constexpr int statusId = 4;
 
-constexpr int FolderImage = 0;
-constexpr int OpenFolderImage = 1;
+constexpr int folderImage = 0;
+constexpr int openFolderImage = 1;
 
-// The functions of newer systems that know a window's own resolution; older ones have one for the whole
-// screen.
+/// The functions of newer systems that know a window's own resolution; older ones have one for the whole
+/// screen.
 template <class Function>
 Function UserFunction(const char* name) {
     const HMODULE user = GetModuleHandleW(L"user32.dll");
@@ -62,7 +62,7 @@ HFONT MessageFont(UINT dpi) {
     return CreateFontIndirectW(&metrics.lfMessageFont);
 }
 
-// German thousands: 12'345, as Switzerland writes them.
+/// German thousands: 12'345, as Switzerland writes them.
 std::wstring Counted(std::size_t count, std::wstring_view one, std::wstring_view many) {
     std::wstring digits = std::to_wstring(count);
     for (std::size_t place = digits.size(); place > 3; place -= 3) {
@@ -93,8 +93,8 @@ void Place(HWND control, const RECT& area) {
                  SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-// Adds a picture of a folder to the list, drawn in the size asked for so that it is sharp at every
-// resolution.
+/// Adds a picture of a folder to the list, drawn in the size asked for so that it is sharp at every
+/// resolution.
 void AddFolderImage(HIMAGELIST images, int size, bool isOpen) {
     constexpr COLORREF transparent = RGB(255, 0, 255);
     const HDC screen = GetDC(nullptr);
@@ -153,13 +153,13 @@ ArchiveWindow::ArchiveWindow(ArchiveStore& store, Appearance appearance)
     description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     description.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
     description.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
-    description.lpszClassName = ClassName;
+    description.lpszClassName = className;
     description.lpszMenuName = MAKEINTRESOURCEW(IDR_MENU);
     RegisterClassExW(&description);  // fails harmlessly for a second window of the process
 
     const std::wstring caption = L"Archiv-Simulator – " + store.Settings().archives.front();
     window_ =
-        CreateWindowExW(0, ClassName, caption.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
+        CreateWindowExW(0, className, caption.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, CW_USEDEFAULT,
                         CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, instance, this);
     if (window_ == nullptr) {
         throw Failure(L"Das Fenster kann nicht erstellt werden: " + SystemMessage(GetLastError()));
@@ -202,8 +202,7 @@ ArchiveWindow::~ArchiveWindow() {
     }
 }
 
-// --- What automation asks for
-// ---------------------------------------------------------------------------------
+// --- What automation asks for ---
 
 bool ArchiveWindow::IsInUse() const noexcept {
     return !isConcealed_ && IsWindowVisible(window_) != FALSE && IsIconic(window_) == FALSE;
@@ -267,18 +266,18 @@ void ArchiveWindow::SessionsChanged() {
     ShowStatus();
 }
 
-// COM sends the answer from a thread of its own when the call is done, and does not wait for that when the
-// program leaves it. A client that lets go has heard the answer; one that holds on is given turns of this
-// thread instead of time: on a busy machine, both threads are slow.
+/// COM sends the answer from a thread of its own when the call is done, and does not wait for that when the
+/// program leaves it. A client that lets go has heard the answer; one that holds on is given turns of this
+/// thread instead of time: on a busy machine, both threads are slow.
 void ArchiveWindow::Close() {
     constexpr UINT milliseconds = 10;
     turnsToClose_ = 100;
-    SetTimer(window_, CloseTimer, milliseconds, nullptr);
+    SetTimer(window_, closeTimer, milliseconds, nullptr);
 }
 
 void ArchiveWindow::CloseWhenAnswered() {
     if (DispatchObject::LiveObjects() == 0 || --turnsToClose_ == 0) {
-        KillTimer(window_, CloseTimer);
+        KillTimer(window_, closeTimer);
         PostMessageW(window_, WM_CLOSE, 0, 0);
     }
 }
@@ -292,8 +291,7 @@ void ArchiveWindow::Die() {
     }
 }
 
-// --- Messages
-// -------------------------------------------------------------------------------------------------
+// --- Messages ---
 
 LRESULT CALLBACK ArchiveWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_NCCREATE) {
@@ -347,9 +345,9 @@ LRESULT ArchiveWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_NOTIFY:
         return HandleNotification(*reinterpret_cast<NMHDR*>(lParam));
     case WM_TIMER:
-        if (wParam == ChangeTimer) {
+        if (wParam == changeTimer) {
             ApplyChanges();
-        } else if (wParam == CloseTimer) {
+        } else if (wParam == closeTimer) {
             CloseWhenAnswered();
         }
         return 0;
@@ -429,7 +427,7 @@ LRESULT ArchiveWindow::HandleNotification(NMHDR& notification) {
         ShowFolder(static_cast<std::int32_t>(reinterpret_cast<NMTREEVIEWW&>(notification).itemNew.lParam));
         return 0;
     case LVN_GETDISPINFOW: {
-        if (notification.idFrom == ListId) {
+        if (notification.idFrom == listId) {
             const LVITEMW& item = reinterpret_cast<NMLVDISPINFOW&>(notification).item;
             if ((item.mask & LVIF_TEXT) != 0) {
                 CopyToBuffer(table_.Cell(static_cast<std::size_t>(item.iItem),
@@ -450,18 +448,18 @@ LRESULT ArchiveWindow::HandleNotification(NMHDR& notification) {
     }
     case LVN_ITEMCHANGED:
     case LVN_ODSTATECHANGED:
-        if (notification.idFrom == ListId) {
+        if (notification.idFrom == listId) {
             ShowDetails();
         }
         return 0;
     case LVN_COLUMNCLICK:
-        if (notification.idFrom == ListId) {
+        if (notification.idFrom == listId) {
             SortByColumn(static_cast<std::size_t>(reinterpret_cast<NMLISTVIEW&>(notification).iSubItem));
         }
         return 0;
     case NM_DBLCLK:
     case NM_RETURN:
-        if (notification.idFrom == ListId) {
+        if (notification.idFrom == listId) {
             OpenDocument();
         }
         return 0;
@@ -479,13 +477,12 @@ bool ArchiveWindow::HandleKeys(MSG& message) {
 
 void ArchiveWindow::FocusNextPane(bool backwards) {
     const std::array<HWND, 3> panes{tree_, list_, details_};
-    const auto* const current = std::find(panes.begin(), panes.end(), GetFocus());
+    const auto* const current = std::ranges::find(panes, GetFocus());
     const std::size_t index = current == panes.end() ? 0 : static_cast<std::size_t>(current - panes.begin());
     SetFocus(panes[(index + (backwards ? 2 : 1)) % panes.size()]);
 }
 
-// --- Layout
-// ---------------------------------------------------------------------------------------------------
+// --- Layout ---
 
 void ArchiveWindow::CreateControls() {
     const HINSTANCE instance = GetModuleHandleW(nullptr);
@@ -495,14 +492,14 @@ void ArchiveWindow::CreateControls() {
     };
     tree_ = create(WC_TREEVIEWW, L"Ordner",
                    WS_TABSTOP | TVS_HASBUTTONS | TVS_HASLINES | TVS_LINESATROOT | TVS_SHOWSELALWAYS,
-                   WS_EX_CLIENTEDGE, TreeId);
+                   WS_EX_CLIENTEDGE, treeId);
     list_ = create(WC_LISTVIEWW, L"Einträge",
                    WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SINGLESEL | LVS_SHOWSELALWAYS,
-                   WS_EX_CLIENTEDGE, ListId);
+                   WS_EX_CLIENTEDGE, listId);
     details_ = create(WC_LISTVIEWW, L"Angaben",
                       WS_TABSTOP | LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | LVS_NOSORTHEADER,
-                      WS_EX_CLIENTEDGE, DetailsId);
-    status_ = create(STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP, 0, StatusId);
+                      WS_EX_CLIENTEDGE, detailsId);
+    status_ = create(STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP, 0, statusId);
     constexpr DWORD looks = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP;
     ListView_SetExtendedListViewStyle(list_, looks);
     ListView_SetExtendedListViewStyle(details_, looks);
@@ -604,15 +601,14 @@ void ArchiveWindow::MoveSplitter(POINT position) {
     Layout();
 }
 
-// --- Tree
-// -----------------------------------------------------------------------------------------------------
+// --- Tree ---
 
 std::wstring ArchiveWindow::TreeText(std::int32_t folder) const {
     const Folder* found = store_.FindFolder(folder);
     if (found == nullptr) {
         return {};
     }
-    if (folder == ArchiveStore::RootId) {
+    if (folder == ArchiveStore::rootId) {
         return store_.Settings().archives.front();
     }
     return found->entries.empty() ? found->name
@@ -626,8 +622,8 @@ HTREEITEM ArchiveWindow::AddTreeItem(std::int32_t folder, HTREEITEM parent, HTRE
     insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
     insert.item.pszText = LPSTR_TEXTCALLBACKW;
     insert.item.lParam = folder;
-    insert.item.iImage = FolderImage;
-    insert.item.iSelectedImage = OpenFolderImage;
+    insert.item.iImage = folderImage;
+    insert.item.iSelectedImage = openFolderImage;
     auto* const item = TreeView_InsertItem(tree_, &insert);
     items_[folder] = item;
     for (const std::int32_t child : store_.FindFolder(folder)->children) {
@@ -638,14 +634,14 @@ HTREEITEM ArchiveWindow::AddTreeItem(std::int32_t folder, HTREEITEM parent, HTRE
 
 void ArchiveWindow::FillTree() {
     SendMessageW(tree_, WM_SETREDRAW, FALSE, 0);
-    const HTREEITEM root = AddTreeItem(ArchiveStore::RootId, TVI_ROOT, TVI_LAST);
+    const HTREEITEM root = AddTreeItem(ArchiveStore::rootId, TVI_ROOT, TVI_LAST);
     TreeView_Expand(tree_, root, TVE_EXPAND);
     SendMessageW(tree_, WM_SETREDRAW, TRUE, 0);
     // Somebody who opens the window wants to see entries.
     const auto hasEntries = [this](const auto& item) {
         return !store_.FindFolder(item.first)->entries.empty();
     };
-    const auto first = std::find_if(items_.begin(), items_.end(), hasEntries);
+    const auto first = std::ranges::find_if(items_, hasEntries);
     TreeView_SelectItem(tree_, first == items_.end() ? root : first->second);
 }
 
@@ -670,13 +666,12 @@ void ArchiveWindow::AddMissingTreeItem(std::int32_t folder) {
     }
     const HTREEITEM parent = items_.at(found->parent);
     AddTreeItem(folder, parent, after);
-    if (found->parent == ArchiveStore::RootId) {
+    if (found->parent == ArchiveStore::rootId) {
         TreeView_Expand(tree_, parent, TVE_EXPAND);
     }
 }
 
-// --- Changes
-// --------------------------------------------------------------------------------------------------
+// --- Changes ---
 
 void ArchiveWindow::OnChange(ArchiveStore::Change change, std::int32_t id, std::int32_t folder) {
     switch (change) {
@@ -695,14 +690,14 @@ void ArchiveWindow::OnChange(ArchiveStore::Change change, std::int32_t id, std::
     }
     if (!isRefreshPending_) {
         isRefreshPending_ = true;
-        const ULONGLONG delay = std::clamp(lastShowing_ * ChangeDelayFactor, ChangeDelay, LongestChangeDelay);
-        SetTimer(window_, ChangeTimer, static_cast<UINT>(delay), nullptr);
+        const ULONGLONG delay = std::clamp(lastShowing_ * changeDelayFactor, changeDelay, longestChangeDelay);
+        SetTimer(window_, changeTimer, static_cast<UINT>(delay), nullptr);
     }
 }
 
 void ArchiveWindow::ApplyChanges() {
     const ULONGLONG start = GetTickCount64();
-    KillTimer(window_, ChangeTimer);
+    KillTimer(window_, changeTimer);
     isRefreshPending_ = false;
     store_.TakeOverEdits();
     for (const std::int32_t folder : std::exchange(removedFolders_, {})) {
@@ -737,8 +732,7 @@ void ArchiveWindow::ApplyChanges() {
     lastShowing_ = GetTickCount64() - start;
 }
 
-// --- List and details
-// -----------------------------------------------------------------------------------------
+// --- List and details ---
 
 void ArchiveWindow::ShowFolder(std::int32_t folder) {
     ListView_SetItemState(list_, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
@@ -868,7 +862,7 @@ void ArchiveWindow::ShowStatus() {
     }
 }
 
-// Files that somebody edited may turn out to be wrong long after the store was opened.
+/// Files that somebody edited may turn out to be wrong long after the store was opened.
 void ArchiveWindow::ShowNewWarnings() {
     while (shownWarnings_ < store_.Warnings().size()) {
         Notice(store_.Warnings()[shownWarnings_++]);
@@ -888,4 +882,4 @@ void ArchiveWindow::OpenDocument() {
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

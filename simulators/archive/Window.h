@@ -1,41 +1,42 @@
-// The archive's window: folders on the left, the chosen folder's entries on the right, below them the chosen
-// entry.
 #pragma once
 
-#include "simulators/archive/ArchiveObject.h"
-#include "simulators/archive/EntryTable.h"
-
 #include <windows.h>
+
 #include <commctrl.h>
 
 #include <array>
 #include <set>
 
-namespace simulators {
+#include "simulators/archive/ArchiveObject.h"
+#include "simulators/archive/EntryTable.h"
+
+/// The archive's window: folders on the left, the chosen folder's entries on the right, below them the chosen
+/// entry.
+namespace kandora::simulators {
 
 class ArchiveWindow : public ArchiveView {
 public:
-    // How the window appears. A concealed one exists for messages only and is never shown.
+    /// How the window appears. A concealed one exists for messages only and is never shown.
     enum class Appearance { Normal, Minimized, Concealed };
 
-    static constexpr const wchar_t* ClassName = L"Kandora.ArchiveSimulator";
+    static constexpr const wchar_t* className = L"Kandora.ArchiveSimulator";
 
-    // Creates the window on the calling thread. Throws Failure.
+    /// Creates the window on the calling thread. Throws Failure.
     ArchiveWindow(ArchiveStore& store, Appearance appearance);
     ~ArchiveWindow() override;
     ArchiveWindow(const ArchiveWindow&) = delete;
     ArchiveWindow& operator=(const ArchiveWindow&) = delete;
 
-    // The number of clients logged on, for the status bar.
+    /// The number of clients logged on, for the status bar.
     void CountSessionsOf(const ArchiveProgram& program) { program_ = &program; }
 
-    // What is still done when a rehearsal lets the process die.
+    /// What is still done when a rehearsal lets the process die.
     void BeforeDeath(std::function<void()> action) { beforeDeath_ = std::move(action); }
 
-    HWND Handle() const noexcept { return window_; }
-    // True while a user has it open before him.
-    bool IsInUse() const noexcept;
-    // Handles the window's own keys (F5, F6, tab, Enter); true when the message needs nothing more.
+    [[nodiscard]] HWND Handle() const noexcept { return window_; }
+    /// True while a user has it open before him.
+    [[nodiscard]] bool IsInUse() const noexcept;
+    /// Handles the window's own keys (F5, F6, tab, Enter); true when the message needs nothing more.
     bool HandleKeys(MSG& message);
 
     void BringToFront() override;
@@ -66,9 +67,9 @@ private:
     void CreateControls();
     void ApplyFontAndSizes();
     void Layout();
-    Area Divide() const;
+    [[nodiscard]] Area Divide() const;
     void MoveSplitter(POINT position);
-    Drag SplitterAt(POINT position) const;
+    [[nodiscard]] Drag SplitterAt(POINT position) const;
 
     void OnChange(ArchiveStore::Change change, std::int32_t id, std::int32_t folder);
     void ApplyChanges();
@@ -76,8 +77,8 @@ private:
     void FillTree();
     HTREEITEM AddTreeItem(std::int32_t folder, HTREEITEM parent, HTREEITEM after);
     void AddMissingTreeItem(std::int32_t folder);
-    std::wstring TreeText(std::int32_t folder) const;
-    std::int32_t FolderOfItem(HTREEITEM item) const;
+    [[nodiscard]] std::wstring TreeText(std::int32_t folder) const;
+    [[nodiscard]] std::int32_t FolderOfItem(HTREEITEM item) const;
 
     void ShowFolder(std::int32_t folder);
     void ShowColumns();
@@ -85,13 +86,13 @@ private:
     void ShowRows();
     void SortByColumn(std::size_t column);
     void SelectRow(std::size_t row);
-    std::optional<std::size_t> SelectedRow() const;
+    [[nodiscard]] std::optional<std::size_t> SelectedRow() const;
     void ShowDetails();
     void ShowStatus();
     void ShowNewWarnings();
     void OpenDocument();
     void FocusNextPane(bool backwards);
-    int Scaled(int pixels) const { return MulDiv(pixels, static_cast<int>(dpi_), 96); }
+    [[nodiscard]] int Scaled(int pixels) const { return MulDiv(pixels, static_cast<int>(dpi_), 96); }
 
     ArchiveStore& store_;
     EntryTable table_;
@@ -106,15 +107,15 @@ private:
     HIMAGELIST images_ = nullptr;
     HIMAGELIST spacer_ = nullptr;
     UINT dpi_ = 96;
-    double treeShare_ = 0.26;  // of the width
-    double listShare_ = 0.5;   // of the height
+    double treeShare_ = 0.26;  ///< of the width
+    double listShare_ = 0.5;   ///< of the height
     Drag drag_ = Drag::None;
     std::map<std::int32_t, HTREEITEM> items_;
     std::set<std::int32_t> addedFolders_;
     std::set<std::int32_t> removedFolders_;
     bool isRefreshPending_ = false;
     bool isEntryChangePending_ = false;
-    ULONGLONG lastShowing_ = 0;  // milliseconds that the last showing of changes took
+    ULONGLONG lastShowing_ = 0;  ///< milliseconds that the last showing of changes took
     std::int32_t detailsOf_ = 0;
     std::wstring notice_;
     std::size_t shownWarnings_ = 0;
@@ -122,4 +123,4 @@ private:
     int turnsToClose_ = 0;
 };
 
-}  // namespace simulators
+}  // namespace kandora::simulators

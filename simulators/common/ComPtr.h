@@ -1,15 +1,15 @@
-// Minimal counted reference to a COM object.
 #pragma once
 
 #include <utility>
 
-namespace simulators {
+/// Minimal counted reference to a COM object.
+namespace kandora::simulators {
 
 template <class Interface>
 class ComPtr {
 public:
     ComPtr() noexcept = default;
-    // Shares the object: takes a reference of its own.
+    /// Shares the object: takes a reference of its own.
     explicit ComPtr(Interface* object) noexcept : object_(object) {
         if (object_ != nullptr) {
             object_->AddRef();
@@ -27,18 +27,18 @@ public:
         }
     }
 
-    // Takes over the one reference that the caller holds.
+    /// Takes over the one reference that the caller holds.
     static ComPtr Adopt(Interface* object) noexcept {
         ComPtr pointer;
         pointer.object_ = object;
         return pointer;
     }
 
-    Interface* Get() const noexcept { return object_; }
+    [[nodiscard]] Interface* Get() const noexcept { return object_; }
     Interface* operator->() const noexcept { return object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
-    // The place where a creating call stores its result; drops what is held.
+    /// The place where a creating call stores its result; drops what is held.
     Interface** Receive() noexcept {
         *this = ComPtr();
         return &object_;
@@ -48,10 +48,10 @@ private:
     Interface* object_ = nullptr;
 };
 
-// A new object, made with a count of one that the answer owns.
+/// A new object, made with a count of one that the answer owns.
 template <class Object, class... Arguments>
 ComPtr<Object> MakeObject(Arguments&&... arguments) {
     return ComPtr<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -4,13 +4,13 @@
 #include <exception>
 #include <new>
 
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
 std::atomic<long> liveObjects{0};
 
-// A conversion that failed, with the argument's place, so that the caller learns which one it was.
+/// A conversion that failed, with the argument's place, so that the caller learns which one it was.
 class ArgumentError : public HresultError {
 public:
     ArgumentError(HRESULT code, std::size_t index) noexcept : HresultError(code), index_(index) {}
@@ -26,8 +26,7 @@ BSTR NewBstr(const std::wstring& text) noexcept {
 
 }  // namespace
 
-// --- Arguments
-// ------------------------------------------------------------------------------------------------
+// --- Arguments ---
 
 const VARIANT& Arguments::Raw(std::size_t index) const noexcept {
     // Automation passes arguments last one first.
@@ -152,8 +151,7 @@ void Arguments::Assign(std::size_t index, const Value& value) const {
     }
 }
 
-// --- MemberTable
-// ----------------------------------------------------------------------------------------------
+// --- MemberTable ---
 
 void MemberTable::Add(Member member) {
     const auto id = static_cast<DISPID>(members_.size() + 1);
@@ -180,8 +178,7 @@ const MemberTable::Member* MemberTable::Find(DISPID id) const noexcept {
     return &members_[static_cast<std::size_t>(id) - 1];
 }
 
-// --- Failures
-// -------------------------------------------------------------------------------------------------
+// --- Failures ---
 
 FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     FailedCall failed;
@@ -220,8 +217,7 @@ FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     return failed;
 }
 
-// --- DispatchObject
-// -------------------------------------------------------------------------------------------
+// --- DispatchObject ---
 
 DispatchObject::DispatchObject(std::wstring className, const MemberTable& members)
     : className_(std::move(className)), members_(members) {
@@ -350,4 +346,4 @@ Value DispatchObject::Perform(const Call&, const std::function<Value()>& proceed
 
 void DispatchObject::OnUnknownName(std::wstring_view) {}
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
@@ -93,4 +93,4 @@ void PrintErrorLine(std::wstring_view line) {
     WriteLine(STD_ERROR_HANDLE, line);
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -2,7 +2,7 @@
 
 #include "simulators/common/Failure.h"
 
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
@@ -10,7 +10,7 @@ std::uint64_t Joined(DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
 }
 
-// `data` is what either of the system's two ways to ask tells.
+/// `data` is what either of the system's two ways to ask tells.
 template <class Data>
 FileStamp StampIn(const Data& data) {
     return {Joined(data.nFileSizeHigh, data.nFileSizeLow),
@@ -177,4 +177,4 @@ std::wstring ProgramPath() {
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,18 +1,18 @@
 #include "simulators/common/JsonFile.h"
 
-#include "simulators/common/Files.h"
-
 #include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <optional>
 #include <vector>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-// Walks over the text and counts how far the parser has read.
+/// Walks over the text and counts how far the parser has read.
 class CountingIterator {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -42,7 +42,7 @@ private:
     std::size_t* consumed_;
 };
 
-// The steps from the root to a node: a member's name or an element's index.
+/// The steps from the root to a node: a member's name or an element's index.
 struct Step {
     std::string key;
     std::size_t index = 0;
@@ -76,8 +76,8 @@ bool FindRoute(const Json& from, const Json& wanted, Route& route) {
     return false;
 }
 
-// Parses the text again and notes where the node at the end of a route, or its name, begins. The parser
-// itself keeps no positions; they are needed only when there is something to complain about.
+/// Parses the text again and notes where the node at the end of a route, or its name, begins. The parser
+/// itself keeps no positions; they are needed only when there is something to complain about.
 class Locator : public nlohmann::json_sax<Json> {
 public:
     Locator(const std::string& text, Route wanted, bool wantsKey)
@@ -121,7 +121,7 @@ public:
     }
 
 private:
-    // The token that has just been read begins after the blanks and separators that follow the one before.
+    /// The token that has just been read begins after the blanks and separators that follow the one before.
     std::size_t TokenStart() {
         std::size_t start = previousEnd_;
         while (start < text_.size() &&
@@ -192,7 +192,7 @@ JsonFile JsonFile::Parse(const std::wstring& path, std::string text) {
 
 void JsonFile::FailAtOffset(std::size_t offset, std::wstring_view message) const {
     const std::string_view before = std::string_view(text_).substr(0, std::min(offset, text_.size()));
-    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const auto line = std::ranges::count(before, '\n') + 1;
     const std::size_t lineStart = before.rfind('\n') == std::string_view::npos ? 0 : before.rfind('\n') + 1;
     const std::size_t column = FromUtf8(before.substr(lineStart)).size() + 1;
     throw Failure(path_ + L", Zeile " + std::to_wstring(line) + L", Spalte " + std::to_wstring(column) +
@@ -285,10 +285,10 @@ const Json& JsonFile::Object(const Json& node) const {
 void JsonFile::AllowOnly(const Json& object, std::initializer_list<std::string_view> keys) const {
     Object(object);
     for (auto member = object.begin(); member != object.end(); ++member) {
-        if (std::find(keys.begin(), keys.end(), member.key()) == keys.end()) {
+        if (std::ranges::find(keys, member.key()) == keys.end()) {
             FailAtKey(object, member.key(), L"Unbekannte Angabe " + Plain(member.key()) + L".");
         }
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,13 +1,13 @@
 #include "simulators/common/LateBoundClient.h"
 
-#include "simulators/common/Files.h"
-
 #include <objbase.h>
 
 #include <algorithm>
 #include <filesystem>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+
+namespace kandora::simulators {
 
 CallResult LateBoundClient::Invoke(const wchar_t* member, WORD flags,
                                    const std::vector<VARIANT>& arguments) const {
@@ -44,8 +44,8 @@ CallResult LateBoundClient::Invoke(const wchar_t* member, WORD flags,
 
 CallResult LateBoundClient::Call(const wchar_t* member, std::initializer_list<Value> arguments) const {
     std::vector<VARIANT> raw;
-    std::transform(arguments.begin(), arguments.end(), std::back_inserter(raw),
-                   [](const Value& argument) { return argument.Get(); });
+    std::ranges::transform(arguments, std::back_inserter(raw),
+                           [](const Value& argument) { return argument.Get(); });
     return Invoke(member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, raw);
 }
 
@@ -79,4 +79,4 @@ std::wstring TemporaryDirectory::Write(std::wstring_view name, std::string_view 
     return path;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

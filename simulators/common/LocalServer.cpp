@@ -1,19 +1,19 @@
 #include "simulators/common/LocalServer.h"
 
+#include <array>
+#include <atomic>
+
 #include "interfaces/ComObject.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
 
-#include <array>
-#include <atomic>
-
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
 std::atomic<long> serverLocks{0};
 
-class ClassFactory final : public kandora::ComObject<IClassFactory> {
+class ClassFactory final : public ComObject<IClassFactory> {
 public:
     explicit ClassFactory(ClassObject::Maker maker) : maker_(std::move(maker)) {}
 
@@ -42,21 +42,21 @@ private:
     ClassObject::Maker maker_;
 };
 
-constexpr const wchar_t* ClassesKey = L"Software\\Classes\\";
+constexpr const wchar_t* classesKey = L"Software\\Classes\\";
 
-// The views of the registry in which a class may stand; on a 32-bit system both are the same.
-constexpr std::array<REGSAM, 2> Views{KEY_WOW64_64KEY, KEY_WOW64_32KEY};
+/// The views of the registry in which a class may stand; on a 32-bit system both are the same.
+constexpr std::array<REGSAM, 2> views{KEY_WOW64_64KEY, KEY_WOW64_32KEY};
 
 struct Root {
     HKEY key;
     const wchar_t* name;
 };
-const std::array<Root, 2> Roots{Root{HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE"},
+const std::array<Root, 2> roots{Root{HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE"},
                                 Root{HKEY_CURRENT_USER, L"HKEY_CURRENT_USER"}};
 
 LSTATUS SetDefaultValue(HKEY root, REGSAM view, const std::wstring& path, const std::wstring& value) {
     HKEY key = nullptr;
-    LSTATUS status = RegCreateKeyExW(root, (ClassesKey + path).c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+    LSTATUS status = RegCreateKeyExW(root, (classesKey + path).c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                      KEY_WRITE | view, nullptr, &key, nullptr);
     if (status != ERROR_SUCCESS) {
         return status;
@@ -69,7 +69,7 @@ LSTATUS SetDefaultValue(HKEY root, REGSAM view, const std::wstring& path, const 
 
 std::wstring DefaultValue(HKEY root, REGSAM view, const std::wstring& path) {
     HKEY key = nullptr;
-    if (RegOpenKeyExW(root, (ClassesKey + path).c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+    if (RegOpenKeyExW(root, (classesKey + path).c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
         return {};
     }
     wchar_t buffer[128] = {};
@@ -81,10 +81,10 @@ std::wstring DefaultValue(HKEY root, REGSAM view, const std::wstring& path) {
     return status == ERROR_SUCCESS && type == REG_SZ ? std::wstring(buffer) : std::wstring();
 }
 
-// Deletes a key with all below it. A key that does not exist is no failure.
+/// Deletes a key with all below it. A key that does not exist is no failure.
 LSTATUS DeleteTree(HKEY root, REGSAM view, const std::wstring& path) {
     HKEY key = nullptr;
-    const std::wstring full = ClassesKey + path;
+    const std::wstring full = classesKey + path;
     LSTATUS status = RegOpenKeyExW(root, full.c_str(), 0, KEY_READ | KEY_WRITE | DELETE | view, &key);
     if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) {
         return ERROR_SUCCESS;
@@ -103,7 +103,7 @@ LSTATUS DeleteTree(HKEY root, REGSAM view, const std::wstring& path) {
 LSTATUS RemoveFrom(HKEY root, const ServerClass& serverClass) {
     const std::wstring id = ToText(serverClass.id);
     LSTATUS result = ERROR_SUCCESS;
-    for (const REGSAM view : Views) {
+    for (const REGSAM view : views) {
         LSTATUS status = DeleteTree(root, view, L"CLSID\\" + id);
         if (status == ERROR_SUCCESS &&
             EqualIgnoringCase(DefaultValue(root, view, serverClass.progId + L"\\CLSID"), id)) {
@@ -125,7 +125,7 @@ LSTATUS WriteTo(HKEY root, const ServerClass& serverClass, const std::wstring& c
         {L"CLSID\\" + id + L"\\ProgID", serverClass.progId},
         {L"CLSID\\" + id + L"\\LocalServer32", command},
     }};
-    for (const REGSAM view : Views) {
+    for (const REGSAM view : views) {
         for (const auto& [path, value] : values) {
             const LSTATUS status = SetDefaultValue(root, view, path, value);
             if (status != ERROR_SUCCESS) {
@@ -147,7 +147,7 @@ std::wstring ToText(const CLSID& id) {
 
 void RegisterServer(const ServerClass& serverClass, const std::wstring& command) {
     LSTATUS status = ERROR_SUCCESS;
-    for (const Root& root : Roots) {
+    for (const Root& root : roots) {
         status = WriteTo(root.key, serverClass, command);
         if (status == ERROR_SUCCESS) {
             return;
@@ -158,7 +158,7 @@ void RegisterServer(const ServerClass& serverClass, const std::wstring& command)
 }
 
 void UnregisterServer(const ServerClass& serverClass) {
-    for (const Root& root : Roots) {
+    for (const Root& root : roots) {
         const LSTATUS status = RemoveFrom(root.key, serverClass);
         if (status != ERROR_SUCCESS) {
             throw Failure(L"Die Klasse " + serverClass.progId + L" kann unter " + root.name +
@@ -184,4 +184,4 @@ bool ClassObject::IsLocked() noexcept {
     return serverLocks > 0;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,15 +1,15 @@
 #include "simulators/common/Value.h"
 
-#include "simulators/common/DispatchObject.h"
-
 #include <cstdio>
 #include <utility>
 
-namespace simulators {
+#include "simulators/common/DispatchObject.h"
+
+namespace kandora::simulators {
 
 namespace {
 
-// The platform declares the sources of its conversions without const, though it leaves them alone.
+/// The platform declares the sources of its conversions without const, though it leaves them alone.
 VARIANT* Source(const VARIANT& value) noexcept {
     return const_cast<VARIANT*>(&value);
 }
@@ -270,4 +270,4 @@ std::wstring Describe(const VARIANT& value) {
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -2,14 +2,15 @@
 
 #include "simulators/common/DispatchObject.h"
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 constexpr std::int16_t moduleFibu = 1;
 constexpr std::int16_t moduleDebtors = 2;
 constexpr std::int16_t moduleCreditors = 3;
 
-// Answers of lesen, Login and Logout.
+/// Answers of lesen, Login and Logout.
 constexpr std::int32_t done = 0;
 constexpr std::int16_t notFound = -1;
 constexpr std::int32_t unknownModule = -1;
@@ -21,7 +22,7 @@ constexpr std::int32_t errorWrongModule = 2002;
 
 using State = std::shared_ptr<Accounting>;
 
-// A record object holds the values of a fresh record until lesen finds one.
+/// A record object holds the values of a fresh record until lesen finds one.
 class BookingObject : public DispatchObject {
 public:
     explicit BookingObject(State accounting)
@@ -99,7 +100,7 @@ private:
         return table;
     }
 
-    // Unlike the other records an account does not tell whether it was found.
+    /// Unlike the other records an account does not tell whether it was found.
     Value Read(Arguments& arguments) {
         const ClientFile* client = accounting_->Client();
         const PersonalAccount* found = client ? client->FindAccount(ledger_, arguments.Long(0)) : nullptr;
@@ -272,4 +273,4 @@ ComPtr<IDispatch> MakeMandant(std::shared_ptr<Accounting> accounting) {
     return ComPtr<IDispatch>(MakeObject<MandantObject>(std::move(accounting)).Get());
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,18 +1,19 @@
 #include "simulators/host/BoxWatcher.h"
 
-#include "simulators/host/WindowTexts.h"
-
 #include <chrono>
 #include <string_view>
 #include <utility>
 
-namespace simulators {
+#include "simulators/host/WindowTexts.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 constexpr std::wstring_view reportDialogCaption = L"Auswertung Indizieren";
 constexpr std::wstring_view inputBoxCaption = L"Archivpfad erstellen";
 constexpr auto pollInterval = std::chrono::milliseconds(10);
-// A click can be lost while a box is still coming up, so it is repeated for as long as the box stays.
+/// A click can be lost while a box is still coming up, so it is repeated for as long as the box stays.
 constexpr unsigned looksBeforeRepeat = 30;
 
 BOOL CALLBACK Collect(HWND window, LPARAM list) {
@@ -129,4 +130,4 @@ void BoxWatcher::AnswerReport(HWND dialog) {
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,15 +1,16 @@
 #include "simulators/host/ChangesTable.h"
 
-#include "simulators/host/RunReport.h"
-#include "simulators/host/ScreenText.h"
-#include "simulators/host/TextTable.h"
-
 #include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
 
-namespace simulators {
+#include "simulators/host/RunReport.h"
+#include "simulators/host/ScreenText.h"
+#include "simulators/host/TextTable.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 constexpr std::size_t widestName = 30;
@@ -19,15 +20,15 @@ std::wstring PlaceOf(const StoredEntry& entry, const StoreReader& store) {
            Guillemets(store.MaskName(entry.mask));
 }
 
-// What an entry holds in one place before and after a request; nothing where it holds nothing.
+/// What an entry holds in one place before and after a request; nothing where it holds nothing.
 struct Row {
     std::wstring name;
     std::optional<std::wstring> before;
     std::optional<std::wstring> after;
 };
 
-// Everything that can tell the entry after the request from the one before it, in whole values. What hardly
-// ever changes has a row only where it did.
+/// Everything that can tell the entry after the request from the one before it, in whole values. What hardly
+/// ever changes has a row only where it did.
 std::vector<Row> RowsOf(const EntryChange& change, const StoreReader& names) {
     const StoredEntry* before = change.before;
     const StoredEntry& after = *change.after;
@@ -80,8 +81,8 @@ void RenderNew(std::vector<std::wstring>& lines, const std::vector<Row>& rows, c
     table.RenderTo(lines, indent, width);
 }
 
-// The rows before and after the request beside one another; "*" marks those that it changed. A changed row
-// that is too long for that takes a line for either value.
+/// The rows before and after the request beside one another; "*" marks those that it changed. A changed row
+/// that is too long for that takes a line for either value.
 void RenderChanged(std::vector<std::wstring>& lines, const std::vector<Row>& rows, const std::wstring& indent,
                    std::size_t width) {
     const std::wstring beforeTitle = L"vorher";
@@ -208,4 +209,4 @@ std::wstring RenderChangeTotals(const ChangeTotals& totals) {
            L" geändert, " + std::to_wstring(totals.deleted) + L" gelöscht";
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

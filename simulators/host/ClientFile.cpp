@@ -1,19 +1,20 @@
 #include "simulators/host/ClientFile.h"
 
-#include "simulators/host/RequestFile.h"
-#include "simulators/common/Files.h"
-#include "simulators/common/JsonFile.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <set>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+#include "simulators/common/JsonFile.h"
+#include "simulators/host/RequestFile.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-// Currency holds four decimals; beyond this amount a double no longer tells Rappen apart.
+/// Currency holds four decimals; beyond this amount a double no longer tells Rappen apart.
 constexpr double largestAmount = 1e11;
 
 class Reader {
@@ -55,7 +56,7 @@ public:
         return std::llround(amount * 10000);
     }
 
-    // The elements of a list; none when the list is missing.
+    /// The elements of a list; none when the list is missing.
     const Json& List(const Json& parent, std::string_view key) const {
         static const Json none = Json::array();
         const Json* node = file_.Optional(parent, key);
@@ -102,8 +103,8 @@ std::string NameOf(Ledger ledger) {
     return ledger == Ledger::Debtors ? "debitoren" : "kreditoren";
 }
 
-// Lists put one record on a line, everything else is spread out with two blanks per level, as generate.py
-// does.
+/// Lists put one record on a line, everything else is spread out with two blanks per level, as generate.py
+/// does.
 void RenderInto(std::string& text, const nlohmann::ordered_json& node, std::size_t depth) {
     const std::string indent((depth + 1) * 2, ' ');
     if (!node.is_structured() || node.empty()) {
@@ -190,7 +191,7 @@ ClientFile ClientFile::Load(const std::filesystem::path& path) {
 }
 
 Booking* ClientFile::FindBooking(const std::wstring& belegNr, const std::wstring& belegIndex) {
-    const auto found = std::find_if(bookings_.begin(), bookings_.end(), [&](const Booking& booking) {
+    const auto found = std::ranges::find_if(bookings_, [&](const Booking& booking) {
         return booking.belegNr == belegNr && booking.belegIndex == belegIndex;
     });
     return found == bookings_.end() ? nullptr : &*found;
@@ -350,4 +351,4 @@ bool ParseAmount(const std::wstring& text, std::int64_t& amount) {
     return true;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

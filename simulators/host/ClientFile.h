@@ -8,27 +8,27 @@
 #include <string>
 #include <vector>
 
-namespace simulators {
+namespace kandora::simulators {
 
-// The option group in which the document archive keeps its settings.
+/// The option group in which the document archive keeps its settings.
 constexpr int optionGroup = 600;
 
-// The two sub-ledgers of a client. Their open items and accounts are numbered independently of each other.
+/// The two sub-ledgers of a client. Their open items and accounts are numbered independently of each other.
 enum class Ledger { Debtors, Creditors };
 
 struct Booking {
     std::wstring belegNr;
     std::wstring belegIndex;
-    // 1 debtors, 2 creditors, anything else general ledger.
+    /// 1 debtors, 2 creditors, anything else general ledger.
     std::int16_t ursprung = 0;
     std::wstring text;
-    // Automation date: days since 30 December 1899.
+    /// Automation date: days since 30 December 1899.
     double datum = 0;
-    // Ten-thousandths, as automation currency counts.
+    /// Ten-thousandths, as automation currency counts.
     std::int64_t betrag = 0;
-    // Empty for a booking without open item.
+    /// Empty for a booking without open item.
     std::wstring opNr;
-    // Empty for a booking that is saved without barcode.
+    /// Empty for a booking that is saved without barcode.
     std::wstring barcode;
     std::wstring docId;
 };
@@ -52,39 +52,39 @@ struct Address {
     std::wstring ort;
 };
 
-// A client (Mandant) of the accounting: what its file holds, and its options, which are written back.
+/// A client (Mandant) of the accounting: what its file holds, and its options, which are written back.
 // NOLINTNEXTLINE(bugprone-exception-escape): the JSON library's move does not throw, it only does not say so
 class ClientFile {
 public:
-    // Reads and checks the file. Throws Failure with a message that names the file and the place.
+    /// Reads and checks the file. Throws Failure with a message that names the file and the place.
     static ClientFile Load(const std::filesystem::path& path);
 
-    const std::filesystem::path& Path() const { return path_; }
+    [[nodiscard]] const std::filesystem::path& Path() const { return path_; }
 
-    // The client's text as the accounting hands it out: its full path.
-    const std::wstring& Mandant() const { return mandant_; }
+    /// The client's text as the accounting hands it out: its full path.
+    [[nodiscard]] const std::wstring& Mandant() const { return mandant_; }
 
-    const std::vector<Booking>& Bookings() const { return bookings_; }
+    [[nodiscard]] const std::vector<Booking>& Bookings() const { return bookings_; }
 
-    // Null when there is no such record. The pointers hold until the client file is replaced.
+    /// Null when there is no such record. The pointers hold until the client file is replaced.
     Booking* FindBooking(const std::wstring& belegNr, const std::wstring& belegIndex);
-    const OpenItem* FindOpenItem(Ledger ledger, const std::wstring& opNr) const;
-    const PersonalAccount* FindAccount(Ledger ledger, std::int32_t pkNr) const;
-    const Address* FindAddress(std::int32_t adressId) const;
+    [[nodiscard]] const OpenItem* FindOpenItem(Ledger ledger, const std::wstring& opNr) const;
+    [[nodiscard]] const PersonalAccount* FindAccount(Ledger ledger, std::int32_t pkNr) const;
+    [[nodiscard]] const Address* FindAddress(std::int32_t adressId) const;
 
-    // The option's text; empty when it was never set.
-    std::wstring Option(int group, int key) const;
+    /// The option's text; empty when it was never set.
+    [[nodiscard]] std::wstring Option(int group, int key) const;
 
-    // Sets an option and writes the file. Throws Failure when it cannot be written; the option then keeps its
-    // value.
+    /// Sets an option and writes the file. Throws Failure when it cannot be written; the option then keeps
+    /// its value.
     void SetOption(int group, int key, const std::wstring& value);
 
-    // References in the file that lead nowhere and are not declared as gaps under "bewusstFehlend", one
-    // German line each.
-    std::vector<std::wstring> UnresolvedReferences() const;
+    /// References in the file that lead nowhere and are not declared as gaps under "bewusstFehlend", one
+    /// German line each.
+    [[nodiscard]] std::vector<std::wstring> UnresolvedReferences() const;
 
-    // The text of the file as SetOption writes it: records one a line, UTF-8.
-    std::string Render() const;
+    /// The text of the file as SetOption writes it: records one a line, UTF-8.
+    [[nodiscard]] std::string Render() const;
 
 private:
     struct LedgerData {
@@ -92,7 +92,9 @@ private:
         std::map<std::int32_t, PersonalAccount> accounts;
     };
 
-    const LedgerData& Data(Ledger ledger) const { return ledger == Ledger::Debtors ? debtors_ : creditors_; }
+    [[nodiscard]] const LedgerData& Data(Ledger ledger) const {
+        return ledger == Ledger::Debtors ? debtors_ : creditors_;
+    }
 
     void ReadRecords();
 
@@ -105,14 +107,14 @@ private:
     std::map<std::int32_t, Address> addresses_;
 };
 
-// The JSON text form of a field of a booking, as `change` and the client file give it, taken over into
-// `booking`. Returns the German reason when the value does not suit the field, else the empty text.
+/// The JSON text form of a field of a booking, as `change` and the client file give it, taken over into
+/// `booking`. Returns the German reason when the value does not suit the field, else the empty text.
 std::wstring SetBookingField(Booking& booking, const std::wstring& field, const std::wstring& value);
 
-// "2026-03-31" as an automation date; false when the text is no such date.
+/// "2026-03-31" as an automation date; false when the text is no such date.
 bool ParseDate(const std::wstring& text, double& date);
 
-// "1234.5" or "-0.05" as ten-thousandths; false when the text is no amount or has more than four decimals.
+/// "1234.5" or "-0.05" as ten-thousandths; false when the text is no amount or has more than four decimals.
 bool ParseAmount(const std::wstring& text, std::int64_t& amount);
 
-}  // namespace simulators
+}  // namespace kandora::simulators

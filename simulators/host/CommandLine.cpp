@@ -1,16 +1,17 @@
 #include "simulators/host/CommandLine.h"
 
-#include "simulators/host/RequestFile.h"
-#include "simulators/common/Failure.h"
-
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+#include "simulators/host/RequestFile.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-// What the tables can be made to fit, and what a screen may have.
+/// What the tables can be made to fit, and what a screen may have.
 constexpr int narrowestOutput = 80;
 constexpr int widestOutput = 1000;
 
@@ -18,7 +19,7 @@ std::wstring WidthRange() {
     return std::to_wstring(narrowestOutput) + L" bis " + std::to_wstring(widestOutput);
 }
 
-// The library's own complaints are English.
+/// The library's own complaints are English.
 std::wstring Complaint(const CLI::ParseError& error) {
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
         return L"Einer Angabe auf der Befehlszeile fehlt ihr Wert.";
@@ -32,7 +33,7 @@ std::wstring Complaint(const CLI::ParseError& error) {
     return L"Die Befehlszeile ist nicht richtig.";
 }
 
-// The values as the library fills them in: UTF-8.
+/// The values as the library fills them in: UTF-8.
 struct Given {
     std::string client;
     std::string clientCopy;
@@ -155,7 +156,7 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     Given given;
     Declare(app, given);
     // The library takes the arguments last one first.
-    std::reverse(remaining.begin(), remaining.end());
+    std::ranges::reverse(remaining);
     try {
         app.parse(remaining);
     } catch (const CLI::CallForHelp&) {
@@ -185,4 +186,4 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     return result;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-namespace simulators {
+namespace kandora::simulators {
 
-// What the user asked for on the command line.
+/// What the user asked for on the command line.
 struct CommandLine {
     enum class Task { Requests, Year, Menu, Serve, Register, Unregister };
 
     Task task = Task::Menu;
-    // True when COM started the program for a client of another process.
+    /// True when COM started the program for a client of another process.
     bool embedding = false;
     std::filesystem::path client;
     std::filesystem::path clientCopy;
-    // With Task::Year what is sent after the year; empty for nothing.
+    /// With Task::Year what is sent after the year; empty for nothing.
     std::filesystem::path requests;
     std::filesystem::path component;
     std::filesystem::path report;
@@ -26,14 +26,14 @@ struct CommandLine {
     std::filesystem::path pictureHook;
     bool answerBoxes = false;
     bool table = false;
-    // Entries shown per kind of booking; 0 shows all.
+    /// Entries shown per kind of booking; 0 shows all.
     std::size_t tableRows = 12;
-    // Columns that the output may take.
+    /// Columns that the output may take.
     std::size_t width = 100;
 };
 
-// `arguments` without the program's name. Nothing when help was asked for; `help` then holds its text. Throws
-// Failure when the arguments do not make sense together.
+/// `arguments` without the program's name. Nothing when help was asked for; `help` then holds its text.
+/// Throws Failure when the arguments do not make sense together.
 std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arguments, std::wstring& help);
 
-}  // namespace simulators
+}  // namespace kandora::simulators

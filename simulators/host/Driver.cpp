@@ -1,13 +1,13 @@
 #include "simulators/host/Driver.h"
 
-#include "simulators/host/TrialBalance.h"
-
-#include "simulators/common/Files.h"
-
 #include <algorithm>
 #include <optional>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+#include "simulators/host/TrialBalance.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 std::filesystem::path Beside(const std::wstring& requestFile, const std::wstring& path) {
@@ -53,7 +53,7 @@ void Apply(const Request& request, const std::wstring& requestFile, ClientFile* 
             throw Failure(AtPlace(requestFile, change.place, complaint));
         }
     }
-    if (std::any_of(client->Bookings().begin(), client->Bookings().end(), isOther)) {
+    if (std::ranges::any_of(client->Bookings(), isOther)) {
         throw Failure(
             AtPlace(requestFile, request.place,
                     L"Die Buchung " + booking.belegNr + L"/" + booking.belegIndex + L" gibt es schon."));
@@ -76,7 +76,7 @@ ReportDescription DescriptionIn(const Request& request) {
     return description;
 }
 
-// Out-of-process objects and windows of the component live on this thread's messages.
+/// Out-of-process objects and windows of the component live on this thread's messages.
 void HandleMessages() {
     MSG message{};
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -203,4 +203,4 @@ std::vector<Request> YearRequests(const ClientFile& client) {
     return requests;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,5 +1,16 @@
-// The accounting's stand-in: serves "FibuNT.Mandant" and calls the archive component as the accounting does.
+/// The accounting's stand-in: serves "FibuNT.Mandant" and calls the archive component as the accounting does.
+#include <windows.h>
 
+#include <objbase.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <optional>
+
+#include "simulators/common/DispatchObject.h"
+#include "simulators/common/Files.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/BoxWatcher.h"
 #include "simulators/host/ChangesTable.h"
@@ -12,29 +23,18 @@
 #include "simulators/host/StoreReader.h"
 #include "simulators/host/YearTable.h"
 
-#include "simulators/common/DispatchObject.h"
-#include "simulators/common/Files.h"
+namespace kandora::simulators {
 
-#include <windows.h>
-#include <objbase.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <limits>
-#include <memory>
-#include <optional>
-
-namespace simulators {
 namespace {
 
-// How the program ends, for scripts.
+/// How the program ends, for scripts.
 constexpr int exitDone = 0;
 constexpr int exitFailed = 1;
 constexpr int exitBadInput = 2;
 
 constexpr std::size_t bookingsPerProgressLine = 50;
-// A program that COM has started outlives its last client by this much: the component gives its object back
-// and asks for a new one straight away, and must not be sent to a program that is just ending.
+/// A program that COM has started outlives its last client by this much: the component gives its object back
+/// and asks for a new one straight away, and must not be sent to a program that is just ending.
 constexpr ULONGLONG lingerMilliseconds = 2000;
 constexpr UINT lifeCheckMilliseconds = 250;
 
@@ -51,7 +51,7 @@ public:
     ComApartment& operator=(const ComApartment&) = delete;
 };
 
-// The real accounting's registration is never touched, neither to write nor to use it.
+/// The real accounting's registration is never touched, neither to write nor to use it.
 void RefuseForeignRegistration() {
     CLSID registered{};
     if (SUCCEEDED(CLSIDFromProgID(MandantClass().progId.c_str(), &registered)) &&
@@ -71,8 +71,8 @@ void Register(const std::filesystem::path& client) {
     RegisterServer(MandantClass(), command);
 }
 
-// The component finds the class through its ProgID, so that much of a registration must exist even for
-// objects that are served within this process.
+/// The component finds the class through its ProgID, so that much of a registration must exist even for
+/// objects that are served within this process.
 void EnsureRegistered(const std::filesystem::path& client) {
     CLSID registered{};
     if (FAILED(CLSIDFromProgID(MandantClass().progId.c_str(), &registered))) {
@@ -83,7 +83,7 @@ void EnsureRegistered(const std::filesystem::path& client) {
     RefuseForeignRegistration();
 }
 
-// Shows how far a year has got: in place at a console, a line now and then elsewhere.
+/// Shows how far a year has got: in place at a console, a line now and then elsewhere.
 class Progress {
 public:
     explicit Progress(std::size_t total) : total_(total) {
@@ -104,7 +104,7 @@ public:
         }
     }
 
-    // Gives other output a line of its own.
+    /// Gives other output a line of its own.
     void Interrupt() const {
         if (inPlace_) {
             PrintLine(L"");
@@ -122,7 +122,7 @@ void PrintLines(const std::vector<std::wstring>& lines) {
     }
 }
 
-// The accounting at work: everything between start and end of the program's main tasks.
+/// The accounting at work: everything between start and end of the program's main tasks.
 class Session {
 public:
     explicit Session(const CommandLine& options)
@@ -188,11 +188,11 @@ public:
         }
     }
 
-    // True when a call failed or a voucher is not in the archive although it was sent with a barcode.
+    /// True when a call failed or a voucher is not in the archive although it was sent with a barcode.
     bool HasFailed() const { return failed_; }
 
 private:
-    // Adds the time until it goes to a sum, also when a request cannot be run.
+    /// Adds the time until it goes to a sum, also when a request cannot be run.
     class Timer {
     public:
         explicit Timer(double& sum) : sum_(sum) {}
@@ -208,8 +208,8 @@ private:
     // NOLINTNEXTLINE(bugprone-unchecked-optional-access): it is connected before it drives anything
     Driver MakeDriver() { return {*accounting_, provider_.value(), boxes_.get(), options_.printerFile}; }
 
-    // Reads the archive back after every request. What the accounting changes in its own data is shown with
-    // the request that follows.
+    /// Reads the archive back after every request. What the accounting changes in its own data is shown with
+    /// the request that follows.
     void RunRequestsWithTable(const std::vector<Request>& requests, const std::wstring& name) {
         Driver driver = MakeDriver();
         StoreReader before = StoreReader::Read(options_.store);
@@ -293,7 +293,7 @@ void OpenClient(Session& session, const CommandLine& options) {
     session.State().OpenClient(std::move(client));
 }
 
-// A request that cannot be run must not cost the report of those that were.
+/// A request that cannot be run must not cost the report of those that were.
 template <class Work>
 int RunAndReport(Session& session, Work work) {
     int result = exitDone;
@@ -314,7 +314,7 @@ BOOL WINAPI OnConsoleEvent(DWORD) {
     return TRUE;
 }
 
-// Serves until Ctrl+C, or, started by COM, until the last client has been gone for a while.
+/// Serves until Ctrl+C, or, started by COM, until the last client has been gone for a while.
 void Serve(const CommandLine& options) {
     mainThread = GetCurrentThreadId();
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
@@ -411,10 +411,11 @@ int Run(const std::vector<std::wstring>& arguments) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators
 
 int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
-    using namespace simulators;
+    using namespace kandora::simulators;
     try {
         return Run(std::vector<std::wstring>(arguments + 1, arguments + count));
     } catch (const Failure& failure) {

@@ -1,17 +1,18 @@
 #include "simulators/host/Menu.h"
 
-#include "simulators/common/Failure.h"
-
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
 #include <optional>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-// The next line of the standard input, which is UTF-8 when it is no console; nothing at its end.
+/// The next line of the standard input, which is UTF-8 when it is no console; nothing at its end.
 std::optional<std::wstring> ReadLine() {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     std::wstring line;
@@ -39,10 +40,10 @@ std::optional<std::wstring> ReadLine() {
     return line;
 }
 
-// The first booking of the kind that is saved with a barcode.
+/// The first booking of the kind that is saved with a barcode.
 std::wstring SampleOf(const ClientFile& client, std::int16_t origin) {
     const auto& bookings = client.Bookings();
-    const auto found = std::find_if(bookings.begin(), bookings.end(), [&](const Booking& booking) {
+    const auto found = std::ranges::find_if(bookings, [&](const Booking& booking) {
         return booking.ursprung == origin && !booking.barcode.empty() && !booking.docId.empty();
     });
     if (found == bookings.end()) {
@@ -113,4 +114,4 @@ void RunMenu(Accounting& accounting, const MenuActions& actions) {
     }
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

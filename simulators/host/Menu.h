@@ -1,14 +1,14 @@
 #pragma once
 
-#include "simulators/host/Accounting.h"
-
 #include <functional>
 #include <string>
 
-namespace simulators {
+#include "simulators/host/Accounting.h"
 
-// Offers sample runs until the user ends it or the input ends. `run` is handed the text of a request file and
-// its name; `runYear` saves the whole year; `runFile` runs the request file that the user names.
+namespace kandora::simulators {
+
+/// Offers sample runs until the user ends it or the input ends. `run` is handed the text of a request file
+/// and its name; `runYear` saves the whole year; `runFile` runs the request file that the user names.
 struct MenuActions {
     std::function<void(const std::wstring& text, const std::wstring& name)> run;
     std::function<void()> runYear;
@@ -16,7 +16,7 @@ struct MenuActions {
 };
 void RunMenu(Accounting& accounting, const MenuActions& actions);
 
-// True when a person sits at the standard input.
+/// True when a person sits at the standard input.
 bool HasConsole();
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 using Widths = std::array<std::uint16_t, 95>;
 
-// Advance widths in thousandths of the size, for the characters 0x20 to 0x7E.
+/// Advance widths in thousandths of the size, for the characters 0x20 to 0x7E.
 constexpr Widths regularWidths{
     278, 278, 355, 556, 556, 889, 667, 191, 333, 333, 389, 584, 278, 333,  278, 278, 556, 556, 556,
     556, 556, 556, 556, 556, 556, 556, 278, 278, 584, 584, 584, 556, 1015, 667, 667, 722, 722, 667,
@@ -24,12 +25,12 @@ constexpr Widths boldWidths{278, 333, 474, 556, 556, 889, 722, 238, 333, 333, 38
                             333, 556, 611, 556, 611, 556, 333, 611, 611, 278, 278, 556, 278, 889, 611, 611,
                             611, 611, 389, 556, 333, 611, 556, 778, 556, 556, 500, 389, 280, 389, 584};
 
-// From 0xC0 on: an accented letter is as wide as the letter itself.
+/// From 0xC0 on: an accented letter is as wide as the letter itself.
 constexpr std::string_view plainLetters = "AAAAAAMCEEEEIIIIDNOOOOO+OUUUUYPF"
                                           "aaaaaamceeeettttonooooo+ouuuuypy";
 static_assert(plainLetters.size() == 64);
 constexpr unsigned firstAccented = 0xC0;
-// Dashes, quotation marks and signs; an average that only text of such characters alone would show.
+/// Dashes, quotation marks and signs; an average that only text of such characters alone would show.
 constexpr std::uint16_t otherWidth = 556;
 
 std::string WinAnsi(std::wstring_view text) {
@@ -53,7 +54,7 @@ std::uint16_t WidthOf(unsigned char byte, const Widths& widths) {
     return byte < 0x7F ? widths[byte - 0x20U] : otherWidth;
 }
 
-// A number with at most two decimals.
+/// A number with at most two decimals.
 std::string Number(double value) {
     std::array<char, 32> text{};
     const int length = std::snprintf(text.data(), text.size(), "%.2f", value);
@@ -65,7 +66,7 @@ std::string Number(double value) {
     return number;
 }
 
-// A string of the document's outside, where any text is allowed.
+/// A string of the document's outside, where any text is allowed.
 std::string Utf16Hex(std::wstring_view text) {
     std::string hex = "<FEFF";
     for (const wchar_t unit : text) {
@@ -76,7 +77,7 @@ std::string Utf16Hex(std::wstring_view text) {
     return hex + ">";
 }
 
-// Numbers objects from 1 and remembers where each begins.
+/// Numbers objects from 1 and remembers where each begins.
 class ObjectWriter {
 public:
     void Add(const std::string& body) {
@@ -99,7 +100,7 @@ public:
     }
 
 private:
-    // The second line tells transfer programs that the file is not text.
+    /// The second line tells transfer programs that the file is not text.
     std::string file_ = "%PDF-1.4\n%\xE4\xF6\xFC\xDF\n";
     std::vector<std::size_t> offsets_;
 };
@@ -164,4 +165,4 @@ std::string PdfDocument::Render() const {
     return writer.Finish("/Root 1 0 R /Info 5 0 R");
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

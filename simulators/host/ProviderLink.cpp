@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <limits>
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 constexpr const wchar_t* providerProgId = L"Kandora.ELOProvider";
@@ -30,7 +31,7 @@ private:
     throw Failure(what + L": " + SystemMessage(static_cast<unsigned long>(code)));
 }
 
-// Takes over what a call put into `variant`.
+/// Takes over what a call put into `variant`.
 Value Adopt(VARIANT& variant) {
     Value value = Value::CopyOf(variant);
     VariantClear(&variant);
@@ -78,7 +79,7 @@ ComPtr<DMSProvider> AskForProvider(const ComPtr<IUnknown>& object) {
     return provider;
 }
 
-// A number where the text is one as it would be written, so that "007" stays text.
+/// A number where the text is one as it would be written, so that "007" stays text.
 Value NaturalNumber(const std::wstring& text, std::int32_t largest) {
     const bool digits =
         !text.empty() && text.size() <= 9 && text.find_first_not_of(L"0123456789") == std::wstring::npos;
@@ -220,4 +221,4 @@ Value MakeMetaData(const std::wstring& client, const std::wstring& belegNr, cons
     return Adopt(variant);
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

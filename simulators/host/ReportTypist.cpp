@@ -1,25 +1,25 @@
 #include "simulators/host/ReportTypist.h"
 
-#include "simulators/host/WindowTexts.h"
-
-#include "simulators/common/Files.h"
-#include "simulators/common/Failure.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <thread>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
+#include "simulators/host/WindowTexts.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(10);
-// Far beyond what any step takes: a dialog that does not react must not hold up a run for ever.
+/// Far beyond what any step takes: a dialog that does not react must not hold up a run for ever.
 constexpr auto waitLimit = std::chrono::minutes(2);
-// A click can be lost while a window is still coming up, so it is repeated for as long as the window stays.
+/// A click can be lost while a window is still coming up, so it is repeated for as long as the window stays.
 constexpr int looksBeforeRepeat = 100;
 
-// The window of the dialog's thread that gets the keys; null when none does.
+/// The window of the dialog's thread that gets the keys; null when none does.
 HWND FocusOf(HWND dialog) {
     GUITHREADINFO info{};
     info.cbSize = sizeof(info);
@@ -44,8 +44,8 @@ bool ReportTypist::WaitUntil(Condition condition) const {
     return true;
 }
 
-// The box is emptied first: it may already hold the very text that is to be typed, and would look finished
-// while the keys still wait.
+/// The box is emptied first: it may already hold the very text that is to be typed, and would look finished
+/// while the keys still wait.
 bool ReportTypist::Type(HWND textBox, const std::wstring& text) const {
     PostMessageW(textBox, EM_SETSEL, 0, -1);
     PostMessageW(textBox, WM_CHAR, VK_BACK, 1);
@@ -76,8 +76,7 @@ HWND ReportTypist::TabFrom(HWND textBox) const {
 std::wstring ReportTypist::FillTextBoxes(HWND dialog, const ReportDescription& description,
                                          ReportDescription& filled) const {
     const std::vector<HWND> children = ChildrenOf(dialog);
-    if (std::none_of(children.begin(), children.end(),
-                     [&](HWND child) { return IsTextBoxOf(dialog, child); })) {
+    if (std::ranges::none_of(children, [&](HWND child) { return IsTextBoxOf(dialog, child); })) {
         return L"Das Fenster hat kein Textfeld.";
     }
     HWND textBox = nullptr;
@@ -139,4 +138,4 @@ void ReportTypist::Confirm(HWND dialog) const {
     });
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

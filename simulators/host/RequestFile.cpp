@@ -1,14 +1,15 @@
 #include "simulators/host/RequestFile.h"
 
-#include "simulators/common/Failure.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 struct RequestName {
@@ -41,7 +42,7 @@ constexpr std::array requestNames{
 constexpr std::array<std::wstring_view, 9> bookingFields{
     L"belegNr", L"belegIndex", L"text", L"datum", L"betrag", L"opNr", L"barcode", L"ursprung", L"docId"};
 
-// What a user can fill in when a report is filed.
+/// What a user can fill in when a report is filed.
 constexpr std::array<std::wstring_view, 4> reportFields{L"kurzbezeichnung", L"von", L"bis", L"beschreibung"};
 
 struct Token {
@@ -95,8 +96,8 @@ private:
         }
     }
 
-    // Blanks separate tokens except between double quotes; a doubled quote stands for one. A backslash is an
-    // ordinary character, since texts are often Windows paths.
+    /// Blanks separate tokens except between double quotes; a doubled quote stands for one. A backslash is an
+    /// ordinary character, since texts are often Windows paths.
     std::size_t ReadToken(std::size_t at) {
         Token token;
         token.column = at + 1;
@@ -125,8 +126,8 @@ private:
     }
 
     const RequestName& Lookup(const Token& token) const {
-        const auto* found = std::find_if(requestNames.begin(), requestNames.end(),
-                                         [&](const RequestName& name) { return name.name == token.text; });
+        const auto* found = std::ranges::find_if(
+            requestNames, [&](const RequestName& name) { return name.name == token.text; });
         if (found == requestNames.end()) {
             Fail(token.column, L"Unbekannte Anfrage " + Guillemets(token.text) + L".");
         }
@@ -213,7 +214,7 @@ private:
                 Fail(token.column, L"Erwartet wird Feld=Wert, nicht " + Guillemets(token.text) + L".");
             }
             const std::wstring field = token.text.substr(0, equals);
-            if (std::find(fields.begin(), fields.end(), field) == fields.end()) {
+            if (std::ranges::find(fields, field) == fields.end()) {
                 Fail(token.column, unknown + Guillemets(field) + L".");
             }
             request.changes.push_back({field, token.text.substr(equals + 1), PlaceOf(token)});
@@ -251,15 +252,11 @@ std::wstring Guillemets(std::wstring_view text) {
 }
 
 std::wstring_view NameOf(RequestKind kind) {
-    return std::find_if(requestNames.begin(), requestNames.end(),
-                        [&](const auto& name) { return name.kind == kind; })
-        ->name;
+    return std::ranges::find_if(requestNames, [&](const auto& name) { return name.kind == kind; })->name;
 }
 
 bool IsSentToComponent(RequestKind kind) {
-    return std::find_if(requestNames.begin(), requestNames.end(),
-                        [&](const auto& name) { return name.kind == kind; })
-        ->sent;
+    return std::ranges::find_if(requestNames, [&](const auto& name) { return name.kind == kind; })->sent;
 }
 
 std::vector<Request> ParseRequests(std::wstring_view text, const std::wstring& fileName) {
@@ -278,4 +275,4 @@ std::vector<Request> ParseRequests(std::wstring_view text, const std::wstring& f
     return requests;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

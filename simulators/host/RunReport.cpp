@@ -1,14 +1,15 @@
 #include "simulators/host/RunReport.h"
 
-#include "simulators/host/ScreenText.h"
+#include <oleauto.h>
 
 #include <nlohmann/json.hpp>
 
-#include <oleauto.h>
-
 #include <sstream>
 
-namespace simulators {
+#include "simulators/host/ScreenText.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 nlohmann::ordered_json ToJson(const Value& value);
@@ -124,4 +125,4 @@ std::wstring DescribeCode(HRESULT code) {
     return code == S_OK ? L"S_OK" : SystemMessage(static_cast<unsigned long>(code));
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

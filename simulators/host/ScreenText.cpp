@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <array>
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
-// What takes a place of its own on the screen, with the marks that are set above or below it.
+/// What takes a place of its own on the screen, with the marks that are set above or below it.
 struct Glyph {
     std::wstring_view text;
     std::size_t width = 1;
@@ -17,8 +18,8 @@ using Range = std::pair<wchar_t, wchar_t>;
 
 template <std::size_t Count>
 bool IsIn(const std::array<Range, Count>& ranges, wchar_t unit) {
-    return std::any_of(ranges.begin(), ranges.end(),
-                       [&](const Range& range) { return unit >= range.first && unit <= range.second; });
+    return std::ranges::any_of(
+        ranges, [&](const Range& range) { return unit >= range.first && unit <= range.second; });
 }
 
 bool IsMark(wchar_t unit) {
@@ -31,7 +32,7 @@ bool IsMark(wchar_t unit) {
     return IsIn(marks, unit);
 }
 
-// East Asian characters take two columns, and so do most of those that take two units.
+/// East Asian characters take two columns, and so do most of those that take two units.
 bool IsWide(wchar_t unit) {
     static constexpr std::array<Range, 6> wide{{{0x1100, 0x115F},
                                                 {0x2E80, 0xA4CF},
@@ -76,7 +77,7 @@ std::wstring TextOf(const Glyphs& glyphs, std::size_t from, std::size_t to) {
     return text;
 }
 
-// The end of as many glyphs from `from` on as fit into `most` columns.
+/// The end of as many glyphs from `from` on as fit into `most` columns.
 std::size_t FittingEnd(const Glyphs& glyphs, std::size_t from, std::size_t most) {
     std::size_t end = from;
     for (std::size_t width = 0; end < glyphs.size() && width + glyphs[end].width <= most; ++end) {
@@ -85,7 +86,7 @@ std::size_t FittingEnd(const Glyphs& glyphs, std::size_t from, std::size_t most)
     return end;
 }
 
-// The glyphs from `start` on in `most` columns at most.
+/// The glyphs from `start` on in `most` columns at most.
 std::wstring Cut(const Glyphs& glyphs, std::size_t start, std::size_t most) {
     const std::wstring front = start > 0 ? L"…" : L"";
     const std::size_t room = most - front.size();
@@ -101,20 +102,20 @@ bool IsControl(wchar_t unit) {
 
 std::wstring WithoutControls(std::wstring_view text) {
     std::wstring result(text);
-    std::replace_if(result.begin(), result.end(), IsControl, L' ');
+    std::ranges::replace_if(result, IsControl, L' ');
     return result;
 }
 
-// "␊" for a line break, "␉" for a tabulator and so on.
+/// "␊" for a line break, "␉" for a tabulator and so on.
 std::wstring WithSymbols(std::wstring_view text) {
     std::wstring result(text);
-    std::transform(result.begin(), result.end(), result.begin(), [](wchar_t unit) {
+    std::ranges::transform(result, result.begin(), [](wchar_t unit) {
         return !IsControl(unit) ? unit : unit < L' ' ? static_cast<wchar_t>(0x2400 + unit) : L'\xFFFD';
     });
     return result;
 }
 
-// A value of which `ahead` glyphs at its front and `behind` at its end are those of the other value, too.
+/// A value of which `ahead` glyphs at its front and `behind` at its end are those of the other value, too.
 struct Compared {
     Glyphs glyphs;
     std::size_t ahead = 0;
@@ -148,8 +149,8 @@ void Compare(Compared& one, Compared& other) {
     other.behind = one.behind;
 }
 
-// Where both values are cut at their front. The whole difference is shown with as much before it as there is
-// room for; of a long one the beginning is, with enough before it to recognise the place.
+/// Where both values are cut at their front. The whole difference is shown with as much before it as there is
+/// room for; of a long one the beginning is, with enough before it to recognise the place.
 std::size_t StartOf(const Compared& one, const Compared& other, std::size_t most) {
     const std::size_t ahead = one.WidthAhead();
     const std::size_t toEnd = std::max(one.WidthFromDifference(), other.WidthFromDifference());
@@ -221,4 +222,4 @@ void AppendWrapped(std::vector<std::wstring>& lines, std::wstring_view text, con
     } while (at < glyphs.size());
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,11 +1,12 @@
 #include "simulators/host/StoreReader.h"
 
+#include <windows.h>
+
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
 
-#include <windows.h>
+namespace kandora::simulators {
 
-namespace simulators {
 namespace {
 
 struct Listing {
@@ -33,8 +34,8 @@ Listing List(const std::wstring& directory) {
     return listing;
 }
 
-// Entries are named by their number alone; everything else in a folder is a document, the folder's own data
-// or a leftover of an interrupted write.
+/// Entries are named by their number alone; everything else in a folder is a document, the folder's own data
+/// or a leftover of an interrupted write.
 bool IsEntry(const std::wstring& name) {
     constexpr std::wstring_view ending = L".json";
     return name.ends_with(ending) && name.size() > ending.size() &&
@@ -125,4 +126,4 @@ std::wstring StoreReader::MaskName(int mask) const {
     return found == maskNames_.end() ? L"Maske " + std::to_wstring(mask) : found->second;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

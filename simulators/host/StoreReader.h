@@ -5,39 +5,39 @@
 #include <string>
 #include <vector>
 
-namespace simulators {
+namespace kandora::simulators {
 
-// One entry of the archive, as its store folder holds it.
+/// One entry of the archive, as its store folder holds it.
 struct StoredEntry {
     int id = 0;
     int mask = 0;
-    // The folder's levels joined by "/", beginning with "/".
+    /// The folder's levels joined by "/", beginning with "/".
     std::wstring folder;
     std::wstring shortName;
-    // Index fields by line number; only lines that were written.
+    /// Index fields by line number; only lines that were written.
     std::map<int, std::wstring> fields;
-    // False when the entry's document file is missing.
+    /// False when the entry's document file is missing.
     bool hasDocument = false;
 
     bool operator==(const StoredEntry&) const = default;
 };
 
-// The content of an archive's store folder.
+/// The content of an archive's store folder.
 class StoreReader {
 public:
-    // Reads masks and entries. Throws Failure when the folder is none or a file in it cannot be read.
+    /// Reads masks and entries. Throws Failure when the folder is none or a file in it cannot be read.
     static StoreReader Read(const std::filesystem::path& store);
 
-    const std::vector<StoredEntry>& Entries() const { return entries_; }
+    [[nodiscard]] const std::vector<StoredEntry>& Entries() const { return entries_; }
 
-    // The youngest entry that holds `value` in one of its index fields; null when there is none.
-    const StoredEntry* FindByFieldValue(const std::wstring& value) const;
+    /// The youngest entry that holds `value` in one of its index fields; null when there is none.
+    [[nodiscard]] const StoredEntry* FindByFieldValue(const std::wstring& value) const;
 
-    // The name of a mask's index line; "Feld 7" when the mask does not name it.
-    std::wstring FieldName(int mask, int line) const;
+    /// The name of a mask's index line; "Feld 7" when the mask does not name it.
+    [[nodiscard]] std::wstring FieldName(int mask, int line) const;
 
-    // The name of a mask; "Maske 7" when it has none.
-    std::wstring MaskName(int mask) const;
+    /// The name of a mask; "Maske 7" when it has none.
+    [[nodiscard]] std::wstring MaskName(int mask) const;
 
 private:
     void ReadMasks(const std::filesystem::path& store);
@@ -49,4 +49,4 @@ private:
     std::map<std::pair<int, int>, std::wstring> fieldNames_;
 };
 
-}  // namespace simulators
+}  // namespace kandora::simulators

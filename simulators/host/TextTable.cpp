@@ -1,11 +1,11 @@
 #include "simulators/host/TextTable.h"
 
-#include "simulators/host/ScreenText.h"
-
 #include <algorithm>
 #include <numeric>
 
-namespace simulators {
+#include "simulators/host/ScreenText.h"
+
+namespace kandora::simulators {
 
 void TextTable::RenderTo(std::vector<std::wstring>& lines, const std::wstring& indent,
                          std::size_t width) const {
@@ -33,7 +33,7 @@ std::vector<std::size_t> TextTable::WidthsWithin(std::size_t room) const {
     }
     std::size_t total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
     for (; total > room; --total) {
-        --*std::max_element(widths.begin(), widths.end());
+        --*std::ranges::max_element(widths);
     }
     return widths;
 }
@@ -55,4 +55,4 @@ std::wstring TextTable::RenderRow(const std::vector<std::wstring>& row,
     return line;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

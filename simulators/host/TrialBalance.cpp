@@ -1,7 +1,5 @@
 #include "simulators/host/TrialBalance.h"
 
-#include "simulators/host/PdfDocument.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -10,13 +8,16 @@
 #include <map>
 #include <set>
 
-namespace simulators {
+#include "simulators/host/PdfDocument.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-// Lines of one account or month, in the order of their keys.
+/// Lines of one account or month, in the order of their keys.
 using Lines = std::map<std::int32_t, BalanceLine>;
 
-// Keys of the lines that belong to no account; they come last.
+/// Keys of the lines that belong to no account; they come last.
 constexpr std::int32_t withoutItem = INT32_MAX;
 constexpr std::int32_t itemGone = INT32_MAX - 1;
 
@@ -25,7 +26,7 @@ std::chrono::year_month_day DayOf(double date) {
     return sys_days(December / 30 / 1899) + days(static_cast<int>(date));
 }
 
-// Puts an amount on a side, a negative one on the other.
+/// Puts an amount on a side, a negative one on the other.
 void Book(BalanceLine& line, std::int64_t amount, bool isDebit) {
     ++line.bookings;
     ((amount >= 0) == isDebit ? line.debit : line.credit) += std::abs(amount);
@@ -80,7 +81,7 @@ constexpr double leftEdge = 50;
 constexpr double rightEdge = 545;
 constexpr double nameColumn = 92;
 constexpr double placeColumn = 258;
-// Right edges of the numbers.
+/// Right edges of the numbers.
 constexpr double countColumn = 365;
 constexpr double debitColumn = 425;
 constexpr double creditColumn = 485;
@@ -103,7 +104,7 @@ std::wstring FittedTo(std::wstring text, double width) {
     return text + L"…";
 }
 
-// Fills pages from the top and begins a new one, with the heading again, when one is full.
+/// Fills pages from the top and begins a new one, with the heading again, when one is full.
 class Printer {
 public:
     explicit Printer(const TrialBalance& balance)
@@ -190,7 +191,7 @@ private:
         y_ -= lineHeight;
     }
 
-    // Between the line above and the next one.
+    /// Between the line above and the next one.
     void Rule(double thickness) {
         document_.Line(page_, leftEdge, rightEdge, y_ + lineHeight - 4, thickness);
         y_ -= 3;
@@ -279,4 +280,4 @@ std::wstring SwissDate(double date) {
     return {text.data(), static_cast<std::size_t>(std::max(length, 0))};
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

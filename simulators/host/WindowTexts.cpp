@@ -2,7 +2,8 @@
 
 #include <array>
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 BOOL CALLBACK Collect(HWND window, LPARAM list) {
@@ -67,4 +68,4 @@ HWND ConfirmingButton(HWND box) {
     return defaultButton ? defaultButton : first;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -6,24 +6,24 @@
 #include <string>
 #include <vector>
 
-namespace simulators {
+namespace kandora::simulators {
 
-// How long another thread may take to answer.
+/// How long another thread may take to answer.
 inline constexpr UINT answerLimitMilliseconds = 5000;
 
-// Reading windows of another thread. None of these waits for a thread that does not answer.
+/// Reading windows of another thread. None of these waits for a thread that does not answer.
 
 std::wstring ClassOf(HWND window);
 
-// The window's text; nothing when its thread does not answer, which it does once it gets back to its
-// messages.
+/// The window's text; nothing when its thread does not answer, which it does once it gets back to its
+/// messages.
 std::optional<std::wstring> TextOf(HWND window);
 
-// All windows below `parent`, in the order in which they were created.
+/// All windows below `parent`, in the order in which they were created.
 std::vector<HWND> ChildrenOf(HWND parent);
 
-// The button that confirms a box: "OK" or "Archivieren" by name, else the default button, else the first one;
-// null when there is no button.
+/// The button that confirms a box: "OK" or "Archivieren" by name, else the default button, else the first
+/// one; null when there is no button.
 HWND ConfirmingButton(HWND box);
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,9 +1,5 @@
 #include "simulators/host/YearTable.h"
 
-#include "simulators/host/RunReport.h"
-#include "simulators/host/ScreenText.h"
-#include "simulators/host/TextTable.h"
-
 #include <algorithm>
 #include <array>
 #include <cwchar>
@@ -11,16 +7,21 @@
 #include <map>
 #include <set>
 
-namespace simulators {
+#include "simulators/host/RunReport.h"
+#include "simulators/host/ScreenText.h"
+#include "simulators/host/TextTable.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 constexpr std::size_t numbersListed = 8;
-// More room than this no index field needs to be recognised.
+/// More room than this no index field needs to be recognised.
 constexpr std::size_t widestField = 26;
-// What is left for the short name beside the fields that come first, and beside all others.
+/// What is left for the short name beside the fields that come first, and beside all others.
 constexpr std::size_t leastShortName = 18;
 constexpr std::size_t goodShortName = 26;
-// The fields by which an accountant knows a voucher; the others follow as far as there is room.
+/// The fields by which an accountant knows a voucher; the others follow as far as there is room.
 constexpr std::array<std::wstring_view, 4> firstFields{L"Barcode", L"Belegnummer", L"Valutadatum", L"Betrag"};
 
 std::wstring Count(std::size_t count) {
@@ -41,12 +42,12 @@ std::wstring NumberOf(const Outcome& outcome) {
     return outcome.belegNr + L"/" + outcome.belegIndex;
 }
 
-// What became of the bookings of one kind.
+/// What became of the bookings of one kind.
 struct Group {
     std::wstring name;
     std::size_t saved = 0;
     std::vector<const Outcome*> withoutBarcode;
-    // Sent with a barcode, but not in the archive.
+    /// Sent with a barcode, but not in the archive.
     std::vector<const Outcome*> missing;
     std::vector<const StoredEntry*> entries;
     std::size_t failedCalls = 0;
@@ -95,7 +96,7 @@ std::wstring Listed(const std::vector<std::wstring>& names) {
     return text;
 }
 
-// Entries that share a mask as a table: the index lines that have room beside number and short name.
+/// Entries that share a mask as a table: the index lines that have room beside number and short name.
 class EntryTable {
 public:
     EntryTable(const StoreReader& store, std::vector<const StoredEntry*> entries)
@@ -135,7 +136,7 @@ public:
     }
 
 private:
-    // All entries of the table have the same mask.
+    /// All entries of the table have the same mask.
     std::wstring NameOf(int line) const { return store_.FieldName(entries_.front()->mask, line); }
 
     template <class TextOf>
@@ -148,7 +149,7 @@ private:
 
     std::set<int> ChooseFields(std::size_t shown, std::size_t room) const {
         const auto isFirst = [&](int line) {
-            return std::find(firstFields.begin(), firstFields.end(), NameOf(line)) != firstFields.end();
+            return std::ranges::find(firstFields, NameOf(line)) != firstFields.end();
         };
         std::vector<int> order(fieldLines_.begin(), fieldLines_.end());
         std::stable_partition(order.begin(), order.end(), isFirst);
@@ -188,8 +189,8 @@ void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const S
                           L", Maske " + Guillemets(store.MaskName(place.second)),
                       L"  ", L"    ", size.width);
         EntryTable(store, entries).RenderTo(lines, L"    ", size);
-        const auto withoutDocument = std::count_if(
-            entries.begin(), entries.end(), [](const StoredEntry* entry) { return !entry->hasDocument; });
+        const auto withoutDocument =
+            std::ranges::count_if(entries, [](const StoredEntry* entry) { return !entry->hasDocument; });
         if (withoutDocument > 0) {
             lines.push_back(L"    ohne Dokument: " + Count(static_cast<std::size_t>(withoutDocument)));
         }
@@ -198,8 +199,8 @@ void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const S
 
 std::wstring ListNumbers(const std::vector<const Outcome*>& outcomes) {
     std::vector<std::wstring> numbers;
-    std::transform(outcomes.begin(), outcomes.end(), std::back_inserter(numbers),
-                   [](const Outcome* outcome) { return NumberOf(*outcome); });
+    std::ranges::transform(outcomes, std::back_inserter(numbers),
+                           [](const Outcome* outcome) { return NumberOf(*outcome); });
     if (numbers.size() > numbersListed) {
         numbers.resize(numbersListed);
         numbers.emplace_back(L"…");
@@ -278,10 +279,10 @@ std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::v
 }
 
 bool IsEverythingFiled(const std::vector<Outcome>& outcomes, const StoreReader& store) {
-    return std::all_of(outcomes.begin(), outcomes.end(), [&](const Outcome& outcome) {
+    return std::ranges::all_of(outcomes, [&](const Outcome& outcome) {
         return outcome.kind != RequestKind::SaveDocument || outcome.barcode.empty() ||
                store.FindByFieldValue(outcome.docId) != nullptr;
     });
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,10 +1,10 @@
 #include "simulators/archive/tests/ArchiveFixture.h"
 
-namespace simulators {
+namespace kandora::simulators {
 
 namespace {
 
-// Opens a file or directory that exists; fails the test when there is none.
+/// Opens a file or directory that exists; fails the test when there is none.
 FileHandle OpenForWriting(const std::wstring& path) {
     FileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -31,8 +31,8 @@ void SetTime(const std::wstring& path, std::uint64_t time) {
     EXPECT_NE(SetFileTime(OpenForWriting(path).Get(), nullptr, nullptr, &written), 0) << ToUtf8(path);
 }
 
-// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
-// time.
+/// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
+/// time.
 void EditInPlace(const std::wstring& path, const std::string& content) {
     const FileHandle file = OpenForWriting(path);
     DWORD written = 0;
@@ -78,4 +78,4 @@ LateBoundClient ArchiveFixture::LoggedOnClient() {
     return client;
 }
 
-}  // namespace simulators
+}  // namespace kandora::simulators

@@ -1,16 +1,16 @@
-// A store of its own for each test, and clients of the automation object in it.
 #pragma once
-
-#include "simulators/archive/ArchiveObject.h"
-#include "simulators/common/LateBoundClient.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
 
-namespace simulators {
+#include "simulators/archive/ArchiveObject.h"
+#include "simulators/common/LateBoundClient.h"
 
-// Notes what it was asked for; dies by an exception.
+/// A store of its own for each test, and clients of the automation object in it.
+namespace kandora::simulators {
+
+/// Notes what it was asked for; dies by an exception.
 class RecordingView : public ArchiveView {
 public:
     struct Died {};
@@ -29,34 +29,34 @@ public:
     int sessionChanges = 0;
 };
 
-// Gives a file or directory another time of its last writing.
+/// Gives a file or directory another time of its last writing.
 void SetTime(const std::wstring& path, std::uint64_t time);
-// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
-// time.
+/// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
+/// time.
 void EditInPlace(const std::wstring& path, const std::string& content);
 
-// A directory with a sample store and a document to file.
+/// A directory with a sample store and a document to file.
 class StoreFixture : public ::testing::Test {
 protected:
     StoreFixture();
 
-    std::wstring StorePath() const { return directory_ / L"Archiv"; }
-    // The path of a file below the store's folder "Ordner".
-    std::wstring InFolders(std::wstring_view path) const {
+    [[nodiscard]] std::wstring StorePath() const { return directory_ / L"Archiv"; }
+    /// The path of a file below the store's folder "Ordner".
+    [[nodiscard]] std::wstring InFolders(std::wstring_view path) const {
         return StorePath() + L"\\Ordner\\" + std::wstring(path);
     }
-    // A sample entry of mask 2 with a short name, ready to be filed.
+    /// A sample entry of mask 2 with a short name, ready to be filed.
     static Entry Voucher(std::int32_t folder, std::wstring_view shortName);
     std::int32_t FileVoucher(ArchiveStore& store, std::int32_t folder, std::wstring_view shortName);
 
-    // Makes all directories of the closed store look as if nothing had changed in them for another hour.
+    /// Makes all directories of the closed store look as if nothing had changed in them for another hour.
     void AgeDirectories() const;
 
     TemporaryDirectory directory_;
     std::wstring document_ = directory_.Write(L"Beleg ä.pdf", "%PDF-1.4 Beleg");
 };
 
-// A store that the test opens and closes.
+/// A store that the test opens and closes.
 class ReopenedStoreFixture : public StoreFixture {
 protected:
     ArchiveStore& Open() {
@@ -69,7 +69,7 @@ protected:
     std::optional<ArchiveStore> store_;
 };
 
-// A store with automation objects, in the test's own process.
+/// A store with automation objects, in the test's own process.
 class ArchiveFixture : public StoreFixture {
 protected:
     LateBoundClient NewClient();
@@ -80,7 +80,7 @@ protected:
     ArchiveProgram program_{store_, view_};
 };
 
-// The numbers that the object answers.
+/// The numbers that the object answers.
 constexpr std::int32_t Success = 1;
 
-}  // namespace simulators
+}  // namespace kandora::simulators

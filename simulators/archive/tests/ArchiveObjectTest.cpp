@@ -1,14 +1,15 @@
-#include "simulators/archive/tests/ArchiveFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/archive/tests/ArchiveFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr std::int32_t FirstHit = 0x10000000;
+constexpr std::int32_t firstHit = 0x10000000;
 
 VARIANT Reference(LONG& number) {
     VARIANT reference;
@@ -36,7 +37,7 @@ VARIANT Reference(BSTR& text) {
 
 class ArchiveObjectTest : public ArchiveFixture {
 protected:
-    // Creates the folder and answers its id.
+    /// Creates the folder and answers its id.
     static std::int32_t Folder(const LateBoundClient& client, std::wstring_view path) {
         return client.Call(L"CreateStructure", {Value::Text(path), Value::Short(0)}).Long();
     }
@@ -47,7 +48,7 @@ protected:
             .Long();
     }
 
-    // Files the sample document as the component does and answers the new id.
+    /// Files the sample document as the component does and answers the new id.
     std::int32_t File(const LateBoundClient& client, std::int32_t folder, std::wstring_view shortName,
                       std::int32_t mask = 2) {
         EXPECT_EQ(Prepare(client, 0, 254, mask), Success);
@@ -63,7 +64,7 @@ protected:
     static std::vector<std::int32_t> Hits(const LateBoundClient& client) {
         std::vector<std::int32_t> ids;
         for (std::int32_t hit = 0;; ++hit) {
-            const std::int32_t id = client.Call(L"GetEntryId", {Value::Long(FirstHit + hit)}).Long();
+            const std::int32_t id = client.Call(L"GetEntryId", {Value::Long(firstHit + hit)}).Long();
             if (id < 2) {
                 return ids;
             }
@@ -74,8 +75,7 @@ protected:
     LateBoundClient client_ = LoggedOnClient();
 };
 
-// --- Session
-// --------------------------------------------------------------------------------------------------
+// --- Session ---
 
 TEST_F(ArchiveObjectTest, AnswersNegativeNumbersBeforeLogin) {
     const LateBoundClient stranger = NewClient();
@@ -144,8 +144,7 @@ TEST_F(ArchiveObjectTest, TakesLoginArgumentsByReference) {
     SysFreeString(archive);
 }
 
-// --- Folders and masks
-// ----------------------------------------------------------------------------------------
+// --- Folders and masks ---
 
 TEST_F(ArchiveObjectTest, CreatesAndFindsFoldersInArchiveNotation) {
     EXPECT_EQ(client_.Call(L"LookupDelimiter").Text(), L"¶");
@@ -170,8 +169,7 @@ TEST_F(ArchiveObjectTest, KnowsItsMasks) {
     EXPECT_LT(client_.Call(L"ReadObjMask", {Value::Long(99)}).Long(), 0);
 }
 
-// --- Filing
-// ---------------------------------------------------------------------------------------------------
+// --- Filing ---
 
 TEST_F(ArchiveObjectTest, FilesAnEntryWithItsFields) {
     const std::int32_t folder = Folder(client_, L"¶Belege");
@@ -246,8 +244,7 @@ TEST_F(ArchiveObjectTest, DropsTheFieldsThatAnotherMaskLacks) {
     EXPECT_EQ(client_.Call(L"getobjAttrib", {Value::Short(13)}).Text(), L"");
 }
 
-// --- Loading and changing
-// -------------------------------------------------------------------------------------
+// --- Loading and changing ---
 
 TEST_F(ArchiveObjectTest, LoadsAnEntryWhateverMaskIsNamed) {
     const std::int32_t folder = Folder(client_, L"¶Debi");
@@ -329,8 +326,7 @@ TEST_F(ArchiveObjectTest, MovesAnEntryByItsReference) {
     EXPECT_EQ(client_.Get(L"ObjMainParent").Long(), to);
 }
 
-// --- Searching
-// ------------------------------------------------------------------------------------------------
+// --- Searching ---
 
 TEST_F(ArchiveObjectTest, ListsAllEntriesOfTheMask) {
     const std::int32_t folder = Folder(client_, L"¶Belege");
@@ -340,7 +336,7 @@ TEST_F(ArchiveObjectTest, ListsAllEntriesOfTheMask) {
     EXPECT_EQ(Prepare(client_, 0, 0, 2), Success);
     EXPECT_EQ(client_.Call(L"DoInvisibleSearch").Long(), 2);
     EXPECT_THAT(Hits(client_), ElementsAre(first, second));
-    EXPECT_EQ(client_.Call(L"GetEntryId", {Value::Long(FirstHit + 10000)}).Long(), 0);
+    EXPECT_EQ(client_.Call(L"GetEntryId", {Value::Long(firstHit + 10000)}).Long(), 0);
     EXPECT_EQ(Prepare(client_, first, 0, 0), Success) << "loading a hit keeps the list";
     EXPECT_THAT(Hits(client_), ElementsAre(first, second));
     EXPECT_EQ(Prepare(client_, 0, 0, 3), Success);
@@ -383,8 +379,7 @@ TEST_F(ArchiveObjectTest, GivesEachClientItsOwnCurrentObjectAndHits) {
     EXPECT_EQ(client_.Get(L"ObjShort").Text(), L"eins");
 }
 
-// --- Showing
-// --------------------------------------------------------------------------------------------------
+// --- Showing ---
 
 TEST_F(ArchiveObjectTest, ShowsAndDescribesAnObject) {
     const std::int32_t folder = Folder(client_, L"¶2004¶5¶17");
@@ -444,8 +439,7 @@ TEST_F(ArchiveObjectTest, AnswersStoreFailuresAsANumber) {
     EXPECT_TRUE(view_.log[0].starts_with(L"Notice Die Datei kann nicht verschoben werden"));
 }
 
-// --- Trace
-// ----------------------------------------------------------------------------------------------------
+// --- Trace ---
 
 TEST_F(ArchiveObjectTest, RecordsEveryCallWithTypesAndAnswer) {
     const std::wstring path = directory_ / L"Protokoll.txt";
@@ -475,4 +469,5 @@ TEST_F(ArchiveObjectTest, RecordsEveryCallWithTypesAndAnswer) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,11 +1,11 @@
-#include "simulators/archive/ArchiveSettings.h"
+#include <gtest/gtest.h>
 
+#include "simulators/archive/ArchiveSettings.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/LateBoundClient.h"
 
-#include <gtest/gtest.h>
+namespace kandora::simulators {
 
-namespace simulators {
 namespace {
 
 class SettingsTest : public ::testing::Test {
@@ -82,4 +82,5 @@ TEST_F(SettingsTest, ComplainsWithLineAndColumn) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,25 +1,26 @@
-// The program itself, from outside: its command line, and its automation object across the process border.
-#include "simulators/archive/tests/ArchiveFixture.h"
-#include "simulators/archive/Window.h"
-#include "tests/support/ServedClasses.h"
-#include "tests/support/StartedProgram.h"
+/// The program itself, from outside: its command line, and its automation object across the process border.
+#include <objbase.h>
 
 #include <gmock/gmock.h>
 
-#include <objbase.h>
+#include "simulators/archive/Window.h"
+#include "simulators/archive/tests/ArchiveFixture.h"
+#include "tests/support/ServedClasses.h"
+#include "tests/support/StartedProgram.h"
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::HasSubstr;
 
-constexpr CLSID ArchiveClassId = {
+constexpr CLSID archiveClassId = {
     0x6D1C7B52, 0x0A94, 0x4E3B, {0x9C, 0x5E, 0x3F, 0x27, 0xB8, 0xD1, 0x60, 0x4A}};
 
 class ProgramTest : public StoreFixture {
 protected:
     ProgramTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    // A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
+    /// A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
     // NOLINTNEXTLINE(bugprone-exception-escape): a server that cannot be ended ends this program
     ~ProgramTest() override {
         if (program_) {
@@ -28,7 +29,7 @@ protected:
         CoUninitialize();
     }
 
-    // Ends the program that serves and answers its exit code.
+    /// Ends the program that serves and answers its exit code.
     DWORD StopServer() {
         Program server = std::move(program_);
         EXPECT_EQ(Run(L"--stop --store \"" + StorePath() + L"\""), 0U);
@@ -36,7 +37,7 @@ protected:
         return ExitCode();
     }
 
-    // Starts the program; what it prints goes to files.
+    /// Starts the program; what it prints goes to files.
     void Start(const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
         const auto create = [&](const std::wstring& path) {
@@ -64,7 +65,7 @@ protected:
         return ExitCode();
     }
 
-    // Starts the program on the test's store and waits until it serves.
+    /// Starts the program on the test's store and waits until it serves.
     void Serve(const std::wstring& more = {}) {
         Start(L"--hidden --store \"" + StorePath() + L"\"" + more);
         ASSERT_TRUE(program_->ShowsLife([this] { return Output().find("Bereit:") != std::string::npos; }))
@@ -73,7 +74,7 @@ protected:
 
     static LateBoundClient Connect() {
         ComPtr<IDispatch> object;
-        const HRESULT code = CoCreateInstance(ArchiveClassId, nullptr, CLSCTX_LOCAL_SERVER, IID_IDispatch,
+        const HRESULT code = CoCreateInstance(archiveClassId, nullptr, CLSCTX_LOCAL_SERVER, IID_IDispatch,
                                               reinterpret_cast<void**>(object.Receive()));
         if (code != S_OK) {
             throw Failure(L"No archive: " + SystemMessage(static_cast<unsigned long>(code)));
@@ -188,7 +189,7 @@ TEST_F(ProgramTest, EndsByTheMenuCommandWhileClientsHoldOn) {
 
 TEST_F(ProgramTest, EndsWhenItsWindowIsClosed) {
     Serve();
-    const HWND window = FindWindowW(ArchiveWindow::ClassName, nullptr);
+    const HWND window = FindWindowW(ArchiveWindow::className, nullptr);
     DWORD process = 0;
     GetWindowThreadProcessId(window, &process);
     ASSERT_EQ(process, program_->Id());
@@ -234,4 +235,5 @@ TEST_F(ProgramTest, LeavesAStoreAloneThatIsOpen) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

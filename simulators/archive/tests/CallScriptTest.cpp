@@ -1,13 +1,13 @@
-#include "simulators/archive/tests/ArchiveFixture.h"
-
-#include "simulators/common/Files.h"
-#include "simulators/common/Failure.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
 
-namespace simulators {
+#include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -115,7 +115,7 @@ TEST_F(CallScriptTest, LetsTheFirstActionCountAndAddsUpDelays) {
 TEST_F(CallScriptTest, ShowsThatACallIsThere) {
     const std::wstring begun = directory_ / L"Begonnen";
     std::string path = ToUtf8(begun);
-    std::replace(path.begin(), path.end(), '\\', '/');
+    std::ranges::replace(path, '\\', '/');
     Use(R"([{"call": "LookupIndex", "nth": 2, "answer": 7, "begun": ")" + path + R"("}])");
     EXPECT_THAT(LookUp(1), ElementsAre(0));
     EXPECT_FALSE(IsFile(begun));
@@ -159,4 +159,5 @@ TEST_F(CallScriptTest, ComplainsWithLineAndColumn) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

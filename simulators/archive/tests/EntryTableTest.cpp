@@ -1,10 +1,10 @@
-#include "simulators/archive/EntryTable.h"
-
-#include "simulators/archive/tests/ArchiveFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/archive/EntryTable.h"
+#include "simulators/archive/tests/ArchiveFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -101,7 +101,7 @@ TEST_F(EntryTableTest, DescribesEntriesAndFolders) {
     EXPECT_EQ(entry[7], std::make_pair(std::wstring(L"Belegnummer"), std::wstring(L"1001")));
     const Details folder = Describe(store_, folder_);
     EXPECT_EQ(folder.back(), std::make_pair(std::wstring(L"Einträge"), std::wstring(L"1")));
-    EXPECT_EQ(Describe(store_, ArchiveStore::RootId).front().second, L"Muster-Archiv");
+    EXPECT_EQ(Describe(store_, ArchiveStore::rootId).front().second, L"Muster-Archiv");
     EXPECT_TRUE(Describe(store_, 4711).empty());
 }
 
@@ -112,4 +112,5 @@ TEST(ReadableTimeTest, WritesTheDateAsPeopleDo) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

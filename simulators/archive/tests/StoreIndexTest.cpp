@@ -1,14 +1,14 @@
-// The index of a store: it must answer as the files would, and whatever is wrong with it must not show.
-#include "simulators/archive/StoreIndex.h"
-
-#include "simulators/archive/EntryTable.h"
-#include "simulators/archive/tests/ArchiveFixture.h"
-
+/// The index of a store: it must answer as the files would, and whatever is wrong with it must not show.
 #include <gmock/gmock.h>
 
 #include <random>
 
-namespace simulators {
+#include "simulators/archive/EntryTable.h"
+#include "simulators/archive/StoreIndex.h"
+#include "simulators/archive/tests/ArchiveFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -25,11 +25,11 @@ void ReplaceInPlace(const std::wstring& path, const std::string& from, const std
     EditInPlace(path, Replaced(ReadWholeFile(path), from, to));
 }
 
-// Everything that the store answers, in lines.
+/// Everything that the store answers, in lines.
 class Contents {
 public:
     explicit Contents(const ArchiveStore& store) : store_(store) {
-        AddFolder(ArchiveStore::RootId);
+        AddFolder(ArchiveStore::rootId);
         for (std::int32_t mask = 0; mask <= 6; ++mask) {
             lines_.push_back(L"mask " + std::to_wstring(mask) + List(store.EntriesOfMask(mask)));
         }
@@ -41,7 +41,7 @@ public:
 
     std::vector<std::string> Lines() const {
         std::vector<std::string> lines;
-        std::transform(lines_.begin(), lines_.end(), std::back_inserter(lines), &ToUtf8);
+        std::ranges::transform(lines_, std::back_inserter(lines), &ToUtf8);
         return lines;
     }
 
@@ -94,7 +94,7 @@ protected:
         return InFolders(std::wstring(folder) + L"\\" + std::to_wstring(id) + L".json");
     }
 
-    // A store with two folders and three entries that was closed.
+    /// A store with two folders and three entries that was closed.
     void FileThree() {
         ArchiveStore& store = Open();
         const std::int32_t folder = store.CreateFolders(L"¶A").value();
@@ -104,8 +104,8 @@ protected:
         Close();
     }
 
-    // Exchanges the first entry's short name in its file so that nothing but the content tells it: an opening
-    // that reads the file shows "Erster", one that trusts the index "erster".
+    /// Exchanges the first entry's short name in its file so that nothing but the content tells it: an
+    /// opening that reads the file shows "Erster", one that trusts the index "erster".
     void Disguise(const std::string& from = "\"erster\"", const std::string& to = "\"Erster\"") {
         const std::wstring path = EntryFile(L"A", first_);
         const FileStamp stamp = StampOf(path).value();
@@ -119,7 +119,7 @@ protected:
         return name == L"erster";
     }
 
-    // Makes the directories look as if nothing had changed in them for an hour, and lets the index know it.
+    /// Makes the directories look as if nothing had changed in them for an hour, and lets the index know it.
     void Age() {
         AgeDirectories();
         Open();
@@ -176,10 +176,9 @@ TEST_F(StoreIndexTest, KeepsTheHighestNumberWhenTheCounterIsLost) {
     EXPECT_GT(FileVoucher(*store_, store_->LookupFolder(L"¶A"), L"neu"), third_);
 }
 
-// --- The same as the files
-// ------------------------------------------------------------------------------------
+// --- The same as the files ---
 
-// Changes a store at random, the same way each time.
+/// Changes a store at random, the same way each time.
 class RandomChanges {
 public:
     explicit RandomChanges(const std::wstring& document) : document_(document) {}
@@ -279,8 +278,7 @@ TEST_F(StoreIndexTest, HoldsTheSameAsTheFilesAfterAnyChanges) {
     }
 }
 
-// --- Damage
-// --------------------------------------------------------------------------------------------------
+// --- Damage ---
 
 TEST_F(StoreIndexTest, CountsOnlyIfItIsWhole) {
     FileThree();
@@ -370,10 +368,9 @@ TEST_F(StoreIndexTest, DoesNotTrustTheTimeOfADirectoryThatHasJustChanged) {
     EXPECT_THAT(ToUtf8(store_->Warnings()[0]), HasSubstr("Die Nummer passt nicht zum Dateinamen."));
 }
 
-// --- What people do with the files
-// ----------------------------------------------------------------------------
+// --- What people do with the files ---
 
-// With directories that changed just now, and with directories that have not changed for long.
+/// With directories that changed just now, and with directories that have not changed for long.
 class EditedStoreTest : public StoreIndexTest, public ::testing::WithParamInterface<bool> {
 protected:
     EditedStoreTest() {
@@ -505,10 +502,9 @@ TEST_P(EditedStoreTest, FindsAtTheNextStartWhatWasDoneWhileTheStoreWasOpen) {
     EXPECT_EQ(store_->FindEntry(third_)->shortName, L"noch einmal");
 }
 
-// --- What is found when an entry is asked for
-// -----------------------------------------------------------------
+// --- What is found when an entry is asked for ---
 
-// With directories that have not changed for long, so that an edited file is not noticed before.
+/// With directories that have not changed for long, so that an edited file is not noticed before.
 class LazyStoreTest : public StoreIndexTest {
 protected:
     LazyStoreTest() {
@@ -576,4 +572,5 @@ TEST_F(LazyStoreTest, SortsAListInWhichABrokenEntryStands) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,8 +1,9 @@
-#include "simulators/archive/StoreNames.h"
-
 #include <gtest/gtest.h>
 
-namespace simulators {
+#include "simulators/archive/StoreNames.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 TEST(StoreNames, EncodesWhatAFileNameMayNotHold) {
@@ -50,4 +51,5 @@ TEST(StoreNames, ReadsIdsStrictly) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

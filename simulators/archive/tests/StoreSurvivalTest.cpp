@@ -1,21 +1,22 @@
-// The store against processes that end in the middle of their work: another process files, changes, moves and
-// deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
+/// The store against processes that end in the middle of their work: another process files, changes, moves
+/// and deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
+#include <cstdio>
+
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "tests/support/StartedProgram.h"
 
-#include <cstdio>
+namespace kandora::simulators {
 
-namespace simulators {
 namespace {
 
-constexpr const wchar_t* StoreVariable = L"ARCHIVE_SURVIVAL_STORE";
+constexpr const wchar_t* storeVariable = L"ARCHIVE_SURVIVAL_STORE";
 
 std::wstring Environment(const wchar_t* name) {
     wchar_t buffer[1024] = {};
     return std::wstring(buffer, GetEnvironmentVariableW(name, buffer, static_cast<DWORD>(std::size(buffer))));
 }
 
-// Appends a line and knows that it is written: "+id" for an entry filed, "-id" for one deleted.
+/// Appends a line and knows that it is written: "+id" for an entry filed, "-id" for one deleted.
 class Acknowledgements {
 public:
     explicit Acknowledgements(const std::wstring& path)
@@ -32,9 +33,9 @@ private:
     FileHandle file_;
 };
 
-// Not a test: the work of the process that gets killed.
+/// Not a test: the work of the process that gets killed.
 TEST(SurvivalVictim, DISABLED_WorksUntilItIsKilled) {
-    const std::wstring path = Environment(StoreVariable);
+    const std::wstring path = Environment(storeVariable);
     ASSERT_FALSE(path.empty());
     const std::wstring document = path + L".pdf";
     Acknowledgements done(path + L".log");
@@ -66,7 +67,7 @@ TEST(SurvivalVictim, DISABLED_WorksUntilItIsKilled) {
 class SurvivalTest : public StoreFixture {
 protected:
     kandora::test::Command Victim() const {
-        SetEnvironmentVariableW(StoreVariable, StorePath().c_str());
+        SetEnvironmentVariableW(storeVariable, StorePath().c_str());
         return {L"\"" + ProgramPath() +
                 L"\" --gtest_also_run_disabled_tests --gtest_filter=SurvivalVictim.* --gtest_brief=1"};
     }
@@ -75,7 +76,7 @@ protected:
     std::wstring LogPath() const { return StorePath() + L".log"; }
 
     static std::size_t Lines(const std::string& text) {
-        return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+        return static_cast<std::size_t>(std::ranges::count(text, '\n'));
     }
 };
 
@@ -135,4 +136,5 @@ TEST_F(SurvivalTest, LosesNothingThatWasReportedAndKeepsNothingHalf) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

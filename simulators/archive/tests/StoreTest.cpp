@@ -1,12 +1,12 @@
-#include "simulators/archive/tests/ArchiveFixture.h"
-
-#include "simulators/common/JsonFile.h"
-
 #include <gmock/gmock.h>
 
 #include <optional>
 
-namespace simulators {
+#include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/JsonFile.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -318,4 +318,5 @@ TEST_F(StoreTest, TellsAboutEveryChange) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,13 +1,13 @@
-#include "simulators/archive/Window.h"
-
-#include "simulators/archive/tests/ArchiveFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/archive/Window.h"
+#include "simulators/archive/tests/ArchiveFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-// The window's controls, driven and read as another program would.
+/// The window's controls, driven and read as another program would.
 class WindowTest : public StoreFixture {
 protected:
     HWND Control(const wchar_t* className, int index = 0) const {
@@ -19,7 +19,7 @@ protected:
     }
     HWND Tree() const { return Control(WC_TREEVIEWW); }
 
-    // The two lists are told apart by their style.
+    /// The two lists are told apart by their style.
     HWND Lists(bool isVirtual) const {
         for (int index = 0; index < 2; ++index) {
             const HWND list = Control(WC_LISTVIEWW, index);
@@ -58,7 +58,7 @@ protected:
         return buffer;
     }
 
-    // Handles messages until the condition holds.
+    /// Handles messages until the condition holds.
     template <class Condition>
     static bool Pump(Condition&& condition) {
         const ULONGLONG limit = GetTickCount64() + 20000;
@@ -243,7 +243,7 @@ TEST_F(StoreFixture, ShowsWhatTurnsOutToBeWrong) {
     EXPECT_EQ(notice, store.Warnings()[0]);
 }
 
-// A window that a client closes, with the client's object.
+/// A window that a client closes, with the client's object.
 class ClosingWindowTest : public StoreFixture {
 protected:
     void AskForTheEnd() const {
@@ -252,7 +252,7 @@ protected:
         EXPECT_EQ(client_->Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), 1);
     }
 
-    // Serves the thread's messages until one of that kind has come; how many did on the way.
+    /// Serves the thread's messages until one of that kind has come; how many did on the way.
     static int MessagesUntil(UINT last) {
         int count = 1;
         MSG message;
@@ -299,4 +299,5 @@ TEST_F(StoreFixture, MinimizesTheWindowAndBringsItBack) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

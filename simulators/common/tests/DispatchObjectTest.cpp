@@ -1,12 +1,12 @@
-#include "simulators/common/DispatchObject.h"
-
-#include "simulators/common/LateBoundClient.h"
-
 #include <gtest/gtest.h>
 
 #include <new>
 
-namespace simulators {
+#include "simulators/common/DispatchObject.h"
+#include "simulators/common/LateBoundClient.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 class Calculator : public DispatchObject {
@@ -258,4 +258,5 @@ TEST(DispatchObjectLifetime, IsCountedUntilTheLastReferenceGoes) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,10 +1,10 @@
-#include "simulators/common/Files.h"
-
-#include "simulators/common/LateBoundClient.h"
-
 #include <gtest/gtest.h>
 
-namespace simulators {
+#include "simulators/common/Files.h"
+#include "simulators/common/LateBoundClient.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 TEST(FilesTest, ReplacesAFileInOneStepAndLeavesNoTemporaryOne) {
@@ -85,4 +85,5 @@ TEST(FilesTest, TakesTheDeletionOfAMissingFileAsDone) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

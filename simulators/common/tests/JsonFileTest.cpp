@@ -1,10 +1,10 @@
-#include "simulators/common/JsonFile.h"
-
-#include "simulators/common/LateBoundClient.h"
-
 #include <gtest/gtest.h>
 
-namespace simulators {
+#include "simulators/common/JsonFile.h"
+#include "simulators/common/LateBoundClient.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 JsonFile Parsed(std::string text) {
@@ -89,4 +89,5 @@ TEST(JsonFileTest, NamesAFileThatIsNotThere) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,19 +1,19 @@
-#include "simulators/common/LocalServer.h"
-
-#include "simulators/common/LateBoundClient.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
 
-namespace simulators {
+#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/LocalServer.h"
+
+namespace kandora::simulators {
+
 namespace {
 
-constexpr CLSID ProbeId = {0x2B0E5C11, 0x9D37, 0x4C60, {0x8A, 0x21, 0x5D, 0x0F, 0x6E, 0x94, 0xB3, 0x77}};
-constexpr CLSID OtherId = {0x2B0E5C12, 0x9D37, 0x4C60, {0x8A, 0x21, 0x5D, 0x0F, 0x6E, 0x94, 0xB3, 0x77}};
+constexpr CLSID probeId = {0x2B0E5C11, 0x9D37, 0x4C60, {0x8A, 0x21, 0x5D, 0x0F, 0x6E, 0x94, 0xB3, 0x77}};
+constexpr CLSID otherId = {0x2B0E5C12, 0x9D37, 0x4C60, {0x8A, 0x21, 0x5D, 0x0F, 0x6E, 0x94, 0xB3, 0x77}};
 
 ServerClass Probe() {
-    return {ProbeId, L"Kandora.Registrierungsprobe", L"Probe für Tests"};
+    return {probeId, L"Kandora.Registrierungsprobe", L"Probe für Tests"};
 }
 
 class Plain : public DispatchObject {
@@ -48,7 +48,7 @@ protected:
 };
 
 TEST_F(LocalServerTest, RegistersForBothBitnessesAndLeavesNothingBehind) {
-    const std::wstring id = ToText(ProbeId);
+    const std::wstring id = ToText(probeId);
     const std::wstring command = L"\"C:\\Pfad mit Leerzeichen\\Probe.exe\" --store \"C:\\Archiv ü\"";
     RegisterServer(Probe(), command);
     const HKEY root =
@@ -71,22 +71,22 @@ TEST_F(LocalServerTest, RegistersForBothBitnessesAndLeavesNothingBehind) {
 
 TEST_F(LocalServerTest, LeavesANameAloneThatBelongsToAnotherClass) {
     ServerClass other = Probe();
-    other.id = OtherId;
+    other.id = otherId;
     RegisterServer(other, L"andere.exe");
     UnregisterServer(Probe());
     CLSID found{};
     EXPECT_EQ(CLSIDFromProgID(L"Kandora.Registrierungsprobe", &found), S_OK);
-    EXPECT_TRUE(IsEqualCLSID(found, OtherId));
+    EXPECT_TRUE(IsEqualCLSID(found, otherId));
     UnregisterServer(other);
     EXPECT_NE(CLSIDFromProgID(L"Kandora.Registrierungsprobe", &found), S_OK);
 }
 
 TEST_F(LocalServerTest, OffersObjectsInItsOwnProcessWhenAskedTo) {
     const ClassObject classObject(
-        ProbeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
+        probeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
-    ASSERT_EQ(CoCreateInstance(ProbeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+    ASSERT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
                                reinterpret_cast<void**>(object.Receive())),
               S_OK);
     EXPECT_EQ(LateBoundClient(object.Get()).Call(L"Answer").Long(), 42);
@@ -94,10 +94,10 @@ TEST_F(LocalServerTest, OffersObjectsInItsOwnProcessWhenAskedTo) {
 
 TEST_F(LocalServerTest, TellsWhetherAClientHoldsTheServer) {
     const ClassObject classObject(
-        ProbeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
+        probeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IClassFactory> factory;
-    ASSERT_EQ(CoGetClassObject(ProbeId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+    ASSERT_EQ(CoGetClassObject(probeId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
                                reinterpret_cast<void**>(factory.Receive())),
               S_OK);
     EXPECT_FALSE(ClassObject::IsLocked());
@@ -111,13 +111,14 @@ TEST_F(LocalServerTest, TellsWhetherAClientHoldsTheServer) {
 
 TEST_F(LocalServerTest, AnswersACodeWhenAnObjectCannotBeMade) {
     const ClassObject classObject(
-        ProbeId, []() -> ComPtr<IDispatch> { throw Failure(L"Heute nicht"); },
+        probeId, []() -> ComPtr<IDispatch> { throw Failure(L"Heute nicht"); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
-    EXPECT_EQ(CoCreateInstance(ProbeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+    EXPECT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
                                reinterpret_cast<void**>(object.Receive())),
               E_FAIL);
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

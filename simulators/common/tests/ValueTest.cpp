@@ -1,10 +1,10 @@
-#include "simulators/common/Value.h"
-
-#include "simulators/common/DispatchObject.h"
-
 #include <gtest/gtest.h>
 
-namespace simulators {
+#include "simulators/common/DispatchObject.h"
+#include "simulators/common/Value.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 TEST(Text, KeepsUmlautsAndNulsOnTheWayToUtf8AndBack) {
@@ -79,4 +79,5 @@ TEST(Describe, MarksByReferenceValues) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

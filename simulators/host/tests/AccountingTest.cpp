@@ -1,14 +1,13 @@
-#include "simulators/host/Accounting.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
-#include "simulators/common/Failure.h"
+#include <objbase.h>
 
 #include <gmock/gmock.h>
 
-#include <objbase.h>
+#include "simulators/common/Failure.h"
+#include "simulators/host/Accounting.h"
+#include "simulators/host/tests/HostFixture.h"
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 using testing::Call;
@@ -267,4 +266,5 @@ TEST_F(AccountingTest, TheClassServesCallersInItsOwnProcessDirectly) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

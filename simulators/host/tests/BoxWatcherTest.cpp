@@ -1,17 +1,18 @@
-#include "simulators/host/BoxWatcher.h"
-
 #include <gmock/gmock.h>
 
 #include <array>
 
-namespace simulators {
+#include "simulators/host/BoxWatcher.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 constexpr int inputId = 101;
 constexpr int confirmId = 102;
 constexpr const wchar_t* windowClass = L"HostSimulatorTestWindow";
 
-// A window of the component's own kind: no dialog class, told from others by its caption.
+/// A window of the component's own kind: no dialog class, told from others by its caption.
 class OwnWindow {
 public:
     OwnWindow(const wchar_t* caption, DWORD editStyle, const wchar_t* editText, const wchar_t* buttonText) {
@@ -34,7 +35,7 @@ public:
     OwnWindow(const OwnWindow&) = delete;
     OwnWindow& operator=(const OwnWindow&) = delete;
 
-    // Shows the window until one of its buttons is pressed; the answer is the button's number.
+    /// Shows the window until one of its buttons is pressed; the answer is the button's number.
     int Run() {
         ShowWindow(window_, SW_SHOW);
         MSG message{};
@@ -121,4 +122,5 @@ TEST(BoxWatcher, LeavesOtherWindowsAlone) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,10 +1,10 @@
-#include "simulators/host/ChangesTable.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/host/ChangesTable.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -127,7 +127,7 @@ TEST_F(ChangesTableTest, ALongTextThatStaysIsShownAlikeOnBothSides) {
               L"         Kurzbezeichnung  RG 26102 Alterszentrum Li…  RG 26102 Alterszentrum Li…");
 }
 
-// Whatever makes the entries differ has a row with a mark.
+/// Whatever makes the entries differ has a row with a mark.
 TEST_F(ChangesTableTest, NoDifferenceGoesWithoutAMark) {
     folder_.Write(L"Ordner\\Debi\\Alt\\ordner.json", R"({"id": 3, "name": "Alt"})");
     const auto write = [&](const wchar_t* path, const char* rest) {
@@ -193,4 +193,5 @@ TEST_F(ChangesTableTest, TotalsCountEntriesByWhatBecameOfThem) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,13 +1,14 @@
-#include "simulators/host/ClientFile.h"
+#include <windows.h>
 
-#include "simulators/host/tests/HostFixture.h"
+#include <oleauto.h>
 
 #include <gmock/gmock.h>
 
-#include <windows.h>
-#include <oleauto.h>
+#include "simulators/host/ClientFile.h"
+#include "simulators/host/tests/HostFixture.h"
 
-namespace simulators {
+namespace kandora::simulators {
+
 namespace {
 
 using testing::MessageOf;
@@ -21,7 +22,7 @@ protected:
         return ClientFile::Load(folder_.Write(L"klein.json", content));
     }
 
-    // What Load says about the small client with `from` replaced by `to`, without the file's path.
+    /// What Load says about the small client with `from` replaced by `to`, without the file's path.
     std::wstring Complaint(const std::string& from, const std::string& to) {
         std::string content = smallClient;
         const std::size_t at = content.find(from);
@@ -162,4 +163,5 @@ TEST(BookingFields, TakeOnlyWhatSuitsThem) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,10 +1,10 @@
-#include "simulators/host/CommandLine.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/host/CommandLine.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using testing::MessageOf;
@@ -112,4 +112,5 @@ TEST(CommandLineTest, RequestsMayFollowAYear) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

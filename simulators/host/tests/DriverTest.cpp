@@ -1,15 +1,15 @@
-#include "simulators/host/Driver.h"
-
-#include "interfaces/ComObject.h"
-#include "simulators/host/RunReport.h"
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include <functional>
 
-namespace simulators {
+#include "interfaces/ComObject.h"
+#include "simulators/host/Driver.h"
+#include "simulators/host/RunReport.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using testing::MessageOf;
@@ -36,8 +36,8 @@ std::wstring DescribeArray(const VARIANT& variant) {
     return text + L"]";
 }
 
-// Writes down the calls of the vtable and answers as told.
-class RecordingProvider final : public kandora::Undescribed<kandora::LentComObject<DMSProvider>> {
+/// Writes down the calls of the vtable and answers as told.
+class RecordingProvider final : public Undescribed<kandora::LentComObject<DMSProvider>> {
 public:
     std::vector<std::wstring> calls;
     HRESULT code = S_OK;
@@ -319,4 +319,5 @@ TEST_F(DriverTest, TheReportHoldsEveryRequest) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-namespace simulators::testing {
+namespace kandora::simulators::testing {
 namespace {
 
 struct Invocation {
@@ -25,7 +25,7 @@ Invocation Invoke(IDispatch* object, const wchar_t* name, std::vector<VARIANT> a
     if (FAILED(answer.code)) {
         return answer;
     }
-    std::reverse(arguments.begin(), arguments.end());
+    std::ranges::reverse(arguments);
     DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
     VARIANT result;
     VariantInit(&result);
@@ -99,7 +99,7 @@ Value CallByReference(IDispatch* object, const wchar_t* name, const std::vector<
         arguments[at].pbstrVal = &strings[at];
     }
     const Invocation answer = Invoke(object, name, arguments, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
-    std::for_each(strings.begin(), strings.end(), SysFreeString);
+    std::ranges::for_each(strings, SysFreeString);
     if (FAILED(answer.code)) {
         throw answer.code;
     }
@@ -158,4 +158,4 @@ const char* const smallClient = R"({
 }
 )";
 
-}  // namespace simulators::testing
+}  // namespace kandora::simulators::testing

@@ -1,10 +1,10 @@
-#include "simulators/host/PdfDocument.h"
-
-#include "simulators/host/tests/PdfReading.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/host/PdfDocument.h"
+#include "simulators/host/tests/PdfReading.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using testing::PdfFile;
@@ -54,4 +54,5 @@ TEST(PdfDocument, ATextCanEndAtAPlace) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

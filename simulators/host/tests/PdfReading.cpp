@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace simulators::testing {
+namespace kandora::simulators::testing {
 namespace {
 
 std::size_t NumberAt(const std::string& bytes, std::size_t at) {
@@ -75,4 +75,4 @@ std::vector<std::wstring> PdfFile::Texts() const {
     return texts;
 }
 
-}  // namespace simulators::testing
+}  // namespace kandora::simulators::testing

@@ -1,15 +1,15 @@
-#include "simulators/host/ReportTypist.h"
-
-#include "simulators/host/BoxWatcher.h"
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <array>
 #include <thread>
 
-namespace simulators {
+#include "simulators/host/BoxWatcher.h"
+#include "simulators/host/ReportTypist.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -18,7 +18,8 @@ using testing::TemporaryFolder;
 constexpr int firstTextBox = 101;
 constexpr int shortNameLimit = 30;
 
-// A dialog with the report dialog's caption and text boxes, run by this thread as the component runs its own.
+/// A dialog with the report dialog's caption and text boxes, run by this thread as the component runs its
+/// own.
 class Dialog {
 public:
     explicit Dialog(int textBoxes = 4) {
@@ -45,7 +46,7 @@ public:
     Dialog(const Dialog&) = delete;
     Dialog& operator=(const Dialog&) = delete;
 
-    // Shows the dialog until a button is pressed or it is closed; the answer is the button's number, else 0.
+    /// Shows the dialog until a button is pressed or it is closed; the answer is the button's number, else 0.
     int Run() {
         ShowWindow(window_, SW_SHOW);
         SetForegroundWindow(window_);
@@ -78,10 +79,10 @@ public:
         return texts;
     }
 
-    // A busy dialog: takes this many milliseconds for each character.
+    /// A busy dialog: takes this many milliseconds for each character.
     void DelayKeys(DWORD milliseconds) { keyDelay_ = milliseconds; }
 
-    // The virtual keys that went down.
+    /// The virtual keys that went down.
     const std::vector<int>& Keys() const { return keys_; }
 
 private:
@@ -205,4 +206,5 @@ TEST(ReportTypist, WaitsForThePictureOfTheFilledDialog) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

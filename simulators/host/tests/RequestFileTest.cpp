@@ -1,10 +1,10 @@
-#include "simulators/host/RequestFile.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/host/RequestFile.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using testing::MessageOf;
@@ -134,4 +134,5 @@ TEST(RequestFile, AReportIsDescribedInWords) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

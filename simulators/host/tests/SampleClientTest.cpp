@@ -1,16 +1,15 @@
-#include "simulators/host/ClientFile.h"
-
-#include "simulators/host/Driver.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <map>
 #include <set>
 
-namespace simulators {
+#include "simulators/host/ClientFile.h"
+#include "simulators/host/Driver.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using testing::ReadFile;
@@ -20,8 +19,7 @@ class SampleClient : public ::testing::Test {
 protected:
     template <class Predicate>
     std::size_t CountBookings(Predicate predicate) const {
-        return static_cast<std::size_t>(
-            std::count_if(client_.Bookings().begin(), client_.Bookings().end(), predicate));
+        return static_cast<std::size_t>(std::ranges::count_if(client_.Bookings(), predicate));
     }
 
     static bool IsPartner(const Booking& booking) { return booking.ursprung == 1 || booking.ursprung == 2; }
@@ -131,9 +129,7 @@ TEST_F(SampleClient, HasEqualNumbersWithDifferentIndex) {
     for (const Booking& booking : client_.Bookings()) {
         ++indexes[booking.belegNr];
     }
-    EXPECT_GT(
-        std::count_if(indexes.begin(), indexes.end(), [](const auto& entry) { return entry.second > 1; }),
-        10);
+    EXPECT_GT(std::ranges::count_if(indexes, [](const auto& entry) { return entry.second > 1; }), 10);
 }
 
 TEST_F(SampleClient, UsesTheSameItemNumberOnBothSides) {
@@ -196,4 +192,5 @@ TEST_F(SampleClient, SuitsTheSampleRequests) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

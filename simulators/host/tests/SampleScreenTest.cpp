@@ -1,16 +1,15 @@
-// The sample client's whole year on screens of several widths.
-
-#include "simulators/host/ChangesTable.h"
-#include "simulators/host/YearTable.h"
-
-#include "simulators/host/tests/HostFixture.h"
-
+/// The sample client's whole year on screens of several widths.
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <iterator>
 
-namespace simulators {
+#include "simulators/host/ChangesTable.h"
+#include "simulators/host/YearTable.h"
+#include "simulators/host/tests/HostFixture.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::AllOf;
@@ -20,7 +19,7 @@ using ::testing::HasSubstr;
 using testing::SampleClientPath;
 using testing::TemporaryFolder;
 
-// Every character of the sample client takes one column and one unit.
+/// Every character of the sample client takes one column and one unit.
 MATCHER_P(FitsInto, width, "") {
     return arg.size() <= width;
 }
@@ -33,7 +32,7 @@ protected:
         shifted_ = Store(1);
     }
 
-    // An archive that holds every voucher with barcode; `shift` makes each entry hold that of a later one.
+    /// An archive that holds every voucher with barcode; `shift` makes each entry hold that of a later one.
     static StoreReader Store(std::size_t shift) {
         const TemporaryFolder folder;
         const auto fields = [](const std::vector<std::string>& names) {
@@ -57,8 +56,8 @@ protected:
             folder.Write(L"Ordner\\" + name + L"\\ordner.json", R"({"id": 1, "name": "Muster AG"})");
         }
         std::vector<Booking> filed;
-        std::copy_if(client_.Bookings().begin(), client_.Bookings().end(), std::back_inserter(filed),
-                     [](const Booking& booking) { return !booking.barcode.empty(); });
+        std::ranges::copy_if(client_.Bookings(), std::back_inserter(filed),
+                             [](const Booking& booking) { return !booking.barcode.empty(); });
         for (std::size_t at = 0; at < filed.size(); ++at) {
             const int mask = filed[at].ursprung == 1 || filed[at].ursprung == 2 ? filed[at].ursprung : 0;
             const nlohmann::ordered_json entry = Entry(at, mask, filed[(at + shift) % filed.size()]);
@@ -102,7 +101,7 @@ protected:
         return RenderYearTable(client_, outcomes, &year_, 123.4, size);
     }
 
-    // Whole stores before and after a request that says all there is to say about the booking.
+    /// Whole stores before and after a request that says all there is to say about the booking.
     static std::vector<std::wstring> Change(const StoreReader& before, const StoreReader& after) {
         ChangeStep step;
         for (const Booking& booking : client_.Bookings()) {
@@ -114,7 +113,7 @@ protected:
         return RenderChange(1234567, step, before, after, GetParam());
     }
 
-    // Read once for all widths.
+    /// Read once for all widths.
     static inline ClientFile client_;
     static inline StoreReader year_;
     static inline StoreReader shifted_;
@@ -133,14 +132,14 @@ TEST_P(SampleScreen, NoLineOfAChangeIsTooLong) {
     const StoreReader none = StoreReader::Read(folder / L"");
     const auto changed = Change(year_, shifted_);
     EXPECT_THAT(changed, Each(FitsInto(GetParam())));
-    EXPECT_EQ(std::count_if(changed.begin(), changed.end(),
-                            [](const std::wstring& line) { return line.ends_with(L": geändert"); }),
+    EXPECT_EQ(std::ranges::count_if(changed,
+                                    [](const std::wstring& line) { return line.ends_with(L": geändert"); }),
               static_cast<std::ptrdiff_t>(year_.Entries().size()));
     EXPECT_THAT(Change(none, year_), Each(FitsInto(GetParam())));
     EXPECT_THAT(Change(year_, none), Each(FitsInto(GetParam())));
 }
 
-// Whatever the width: an entry can be recognised, and nothing is left out in silence.
+/// Whatever the width: an entry can be recognised, and nothing is left out in silence.
 TEST_P(SampleScreen, EveryFieldIsInTheTableOrNamedBelowIt) {
     const auto lines = Year({12, GetParam()});
     for (auto head = lines.begin(); head != lines.end(); ++head) {
@@ -164,4 +163,5 @@ TEST_P(SampleScreen, EveryFieldIsInTheTableOrNamedBelowIt) {
 INSTANTIATE_TEST_SUITE_P(Widths, SampleScreen, ::testing::Values(80, 100, 132, 237));
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

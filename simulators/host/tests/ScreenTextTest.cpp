@@ -1,11 +1,11 @@
-#include "simulators/host/ScreenText.h"
-
-#include "simulators/common/Failure.h"
-#include "simulators/host/TextTable.h"
-
 #include <gmock/gmock.h>
 
-namespace simulators {
+#include "simulators/common/Failure.h"
+#include "simulators/host/ScreenText.h"
+#include "simulators/host/TextTable.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -79,7 +79,7 @@ TEST(ScreenTextTest, DifferencesThatTheScreenWouldNotShowAreMadeVisible) {
     EXPECT_THAT(CutAroundDifference(L"RG\tneu", L"RG\x85neu", 12), Pair(L"RG␉neu", L"RG\xFFFDneu"));
 }
 
-// Wherever two long texts differ and however much room there is: both fit, and they do not look alike.
+/// Wherever two long texts differ and however much room there is: both fit, and they do not look alike.
 TEST(ScreenTextTest, WhateverDiffersIsInSight) {
     const std::wstring common(
         L"RG 26102 Alterszentrum Lindenhöhe, 11 x Espressotassen, Du\u0308tzend, 東京都");
@@ -156,4 +156,5 @@ TEST(TextTableTest, TheLastCellOfAShortRowTakesWhatIsLeftOfTheLine) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

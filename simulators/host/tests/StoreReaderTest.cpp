@@ -1,11 +1,11 @@
-#include "simulators/host/StoreReader.h"
+#include <gmock/gmock.h>
 
+#include "simulators/host/StoreReader.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"
 
-#include <gmock/gmock.h>
+namespace kandora::simulators {
 
-namespace simulators {
 namespace {
 
 using testing::AllSaved;
@@ -172,4 +172,5 @@ TEST_F(StoreReaderTest, AMessageIsToldInFullWhateverItsLength) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators

@@ -1,14 +1,14 @@
-#include "simulators/host/TrialBalance.h"
-
-#include "simulators/host/tests/PdfReading.h"
-#include "simulators/host/tests/HostFixture.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <numeric>
 
-namespace simulators {
+#include "simulators/host/TrialBalance.h"
+#include "simulators/host/tests/HostFixture.h"
+#include "simulators/host/tests/PdfReading.h"
+
+namespace kandora::simulators {
+
 namespace {
 
 using ::testing::Contains;
@@ -41,8 +41,8 @@ std::string BookingJson(int number, int origin, const std::string& amount, const
 
 class TrialBalanceTest : public ::testing::Test {
 protected:
-    // A client with the bookings given and one partner on each side: item D1 and account 7 for debtors, K1
-    // and account 8 for creditors; item X1 leads to an account that is missing, Y1 to a missing address.
+    /// A client with the bookings given and one partner on each side: item D1 and account 7 for debtors, K1
+    /// and account 8 for creditors; item X1 leads to an account that is missing, Y1 to a missing address.
     TrialBalance Of(const std::vector<std::string>& bookings) {
         std::string list;
         for (const std::string& booking : bookings) {
@@ -134,7 +134,7 @@ TEST_F(TrialBalanceTest, TheReportFillsAsManyPagesAsItNeeds) {
     EXPECT_THAT(texts, Contains(L"01.01.2026 – 31.12.2026"));
     EXPECT_THAT(texts, Contains(L"Boulangerie Grünenwald & Fils SA"));
     EXPECT_THAT(texts, Contains(L"Kreditoren (Fortsetzung)"));
-    EXPECT_EQ(std::count(texts.begin(), texts.end(), L"Bezeichnung"), 2) << "each page has its head";
+    EXPECT_EQ(std::ranges::count(texts, L"Bezeichnung"), 2) << "each page has its head";
 }
 
 TEST_F(TrialBalanceTest, ManyLinesTakeManyPages) {
@@ -148,7 +148,7 @@ TEST_F(TrialBalanceTest, ManyLinesTakeManyPages) {
     EXPECT_EQ(file.PageCount(), 5U);
     const auto texts = file.Texts();
     for (int line = 1; line <= 200; ++line) {
-        EXPECT_EQ(std::count(texts.begin(), texts.end(), L"Zeile " + std::to_wstring(line)), 1) << line;
+        EXPECT_EQ(std::ranges::count(texts, L"Zeile " + std::to_wstring(line)), 1) << line;
     }
     EXPECT_THAT(texts, Contains(L"Seite 5 von 5"));
 }
@@ -163,8 +163,7 @@ TEST_F(TrialBalanceTest, LongNamesAreCutToTheirColumn) {
     TrialBalance balance = Of({});
     balance.sections[0].lines.push_back({L"1", std::wstring(200, L'W'), L"Ort", 1, 0, 0});
     const auto texts = PdfFile(RenderTrialBalance(balance)).Texts();
-    const auto cut =
-        std::find_if(texts.begin(), texts.end(), [](const auto& text) { return text.starts_with(L"WW"); });
+    const auto cut = std::ranges::find_if(texts, [](const auto& text) { return text.starts_with(L"WW"); });
     ASSERT_NE(cut, texts.end());
     EXPECT_TRUE(cut->ends_with(L"…"));
     EXPECT_LT(cut->size(), 25U);
@@ -181,4 +180,5 @@ TEST(SwissAmount, RoundsToRappenAndGroupsThousands) {
 }
 
 }  // namespace
-}  // namespace simulators
+
+}  // namespace kandora::simulators
