@@ -3,6 +3,10 @@
 #include <algorithm>
 
 #include "simulators/archive/StoreNames.h"
+#include "simulators/common/CallFailure.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

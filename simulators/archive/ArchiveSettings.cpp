@@ -5,6 +5,7 @@
 
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -7,9 +7,14 @@
 #include <array>
 #include <memory>
 
+#include "interfaces/ComPtr.h"
 #include "simulators/archive/ArchiveObject.h"
 #include "simulators/archive/Window.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
 #include "simulators/common/LocalServer.h"
+#include "simulators/common/Output.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -5,6 +5,7 @@
 #include <cwchar>
 
 #include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

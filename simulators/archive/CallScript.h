@@ -4,6 +4,7 @@
 #include <optional>
 #include <variant>
 
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/JsonFile.h"
 

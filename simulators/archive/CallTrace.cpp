@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "simulators/common/Unicode.h"
+
 namespace kandora::simulators {
 
 namespace {

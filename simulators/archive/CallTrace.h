@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Files.h"
 

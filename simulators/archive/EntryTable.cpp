@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <set>
 
-#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

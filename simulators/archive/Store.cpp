@@ -7,7 +7,9 @@
 
 #include "simulators/archive/StoreIndex.h"
 #include "simulators/archive/StoreNames.h"
+#include "simulators/common/Failure.h"
 #include "simulators/common/JsonFile.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <unordered_set>
 
-#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <limits>
 
-#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

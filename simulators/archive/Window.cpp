@@ -7,6 +7,9 @@
 #include <cstdio>
 
 #include "simulators/archive/WindowResources.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Output.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -6,7 +6,9 @@
 #include <optional>
 #include <vector>
 
+#include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

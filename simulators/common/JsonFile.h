@@ -6,8 +6,6 @@
 #include <initializer_list>
 #include <limits>
 
-#include "simulators/common/Failure.h"
-
 /// JSON files written by people, read strictly: every complaint is German and names file, line and column.
 namespace kandora::simulators {
 

@@ -4,8 +4,10 @@
 #include <atomic>
 
 #include "interfaces/ComObject.h"
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "simulators/common/ComPtr.h"
+#include "interfaces/ComPtr.h"
 
 /// What an out-of-process automation server needs: registration, class factory, class object.
 namespace kandora::simulators {

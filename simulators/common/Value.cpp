@@ -1,9 +1,14 @@
 #include "simulators/common/Value.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -14,57 +19,29 @@ VARIANT* Source(const VARIANT& value) noexcept {
     return const_cast<VARIANT*>(&value);
 }
 
-std::wstring TypeName(VARTYPE type) {
-    switch (type) {
-    case VT_EMPTY:
-        return L"EMPTY";
-    case VT_NULL:
-        return L"NULL";
-    case VT_I1:
-        return L"I1";
-    case VT_I2:
-        return L"I2";
-    case VT_I4:
-        return L"I4";
-    case VT_I8:
-        return L"I8";
-    case VT_UI1:
-        return L"UI1";
-    case VT_UI2:
-        return L"UI2";
-    case VT_UI4:
-        return L"UI4";
-    case VT_UI8:
-        return L"UI8";
-    case VT_INT:
-        return L"INT";
-    case VT_UINT:
-        return L"UINT";
-    case VT_R4:
-        return L"R4";
-    case VT_R8:
-        return L"R8";
-    case VT_CY:
-        return L"CY";
-    case VT_DATE:
-        return L"DATE";
-    case VT_BSTR:
-        return L"BSTR";
-    case VT_BOOL:
-        return L"BOOL";
-    case VT_DECIMAL:
-        return L"DECIMAL";
-    case VT_DISPATCH:
-        return L"DISPATCH";
-    case VT_UNKNOWN:
-        return L"UNKNOWN";
-    case VT_ERROR:
-        return L"ERROR";
-    case VT_VARIANT:
-        return L"VARIANT";
-    default:
-        return L"VT" + std::to_wstring(type);
-    }
+struct TypeName {
+    VARTYPE type;
+    const wchar_t* name;
+};
+
+constexpr std::array typeNames{
+    TypeName{VT_EMPTY, L"EMPTY"},     TypeName{VT_NULL, L"NULL"},
+    TypeName{VT_I1, L"I1"},           TypeName{VT_I2, L"I2"},
+    TypeName{VT_I4, L"I4"},           TypeName{VT_I8, L"I8"},
+    TypeName{VT_UI1, L"UI1"},         TypeName{VT_UI2, L"UI2"},
+    TypeName{VT_UI4, L"UI4"},         TypeName{VT_UI8, L"UI8"},
+    TypeName{VT_INT, L"INT"},         TypeName{VT_UINT, L"UINT"},
+    TypeName{VT_R4, L"R4"},           TypeName{VT_R8, L"R8"},
+    TypeName{VT_CY, L"CY"},           TypeName{VT_DATE, L"DATE"},
+    TypeName{VT_BSTR, L"BSTR"},       TypeName{VT_BOOL, L"BOOL"},
+    TypeName{VT_DECIMAL, L"DECIMAL"}, TypeName{VT_DISPATCH, L"DISPATCH"},
+    TypeName{VT_UNKNOWN, L"UNKNOWN"}, TypeName{VT_ERROR, L"ERROR"},
+    TypeName{VT_VARIANT, L"VARIANT"},
+};
+
+std::wstring NameOf(VARTYPE type) {
+    const auto* const known = std::ranges::find(typeNames, type, &TypeName::type);
+    return known != typeNames.end() ? known->name : L"VT" + std::to_wstring(type);
 }
 
 std::wstring DescribeContent(const Value& value) {
@@ -102,6 +79,16 @@ std::wstring DescribeContent(const Value& value) {
     return content;
 }
 
+/// A new value; `put` stores the content at the place where values of this type have it.
+template <class Put>
+Value Made(VARTYPE type, const Put& put) {
+    VARIANT made;
+    VariantInit(&made);
+    put(made);
+    made.vt = type;
+    return Value::Adopt(made);
+}
+
 }  // namespace
 
 Value::Value(const Value& other) {
@@ -118,70 +105,51 @@ Value& Value::operator=(Value other) noexcept {
 }
 
 Value Value::Null() {
-    Value value;
-    value.variant_.vt = VT_NULL;
-    return value;
+    return Made(VT_NULL, [](VARIANT&) {});
 }
 
 Value Value::Boolean(bool content) {
-    Value value;
-    value.variant_.vt = VT_BOOL;
-    value.variant_.boolVal = content ? VARIANT_TRUE : VARIANT_FALSE;
-    return value;
+    return Made(VT_BOOL, [&](VARIANT& made) { made.boolVal = content ? VARIANT_TRUE : VARIANT_FALSE; });
 }
 
 Value Value::Short(std::int16_t content) {
-    Value value;
-    value.variant_.vt = VT_I2;
-    value.variant_.iVal = content;
-    return value;
+    return Made(VT_I2, [&](VARIANT& made) { made.iVal = content; });
 }
 
 Value Value::Long(std::int32_t content) {
-    Value value;
-    value.variant_.vt = VT_I4;
-    value.variant_.lVal = content;
-    return value;
+    return Made(VT_I4, [&](VARIANT& made) { made.lVal = content; });
 }
 
 Value Value::Double(double content) {
-    Value value;
-    value.variant_.vt = VT_R8;
-    value.variant_.dblVal = content;
-    return value;
+    return Made(VT_R8, [&](VARIANT& made) { made.dblVal = content; });
 }
 
 Value Value::Date(double content) {
-    Value value;
-    value.variant_.vt = VT_DATE;
-    value.variant_.date = content;
-    return value;
+    return Made(VT_DATE, [&](VARIANT& made) { made.date = content; });
 }
 
 Value Value::Currency(std::int64_t tenThousandths) {
-    Value value;
-    value.variant_.vt = VT_CY;
-    value.variant_.cyVal.int64 = tenThousandths;
-    return value;
+    return Made(VT_CY, [&](VARIANT& made) { made.cyVal.int64 = tenThousandths; });
 }
 
 Value Value::Text(std::wstring_view content) {
-    Value value;
-    value.variant_.bstrVal = SysAllocStringLen(content.data(), static_cast<UINT>(content.size()));
-    if (value.variant_.bstrVal == nullptr) {
+    const BSTR text = SysAllocStringLen(content.data(), static_cast<UINT>(content.size()));
+    if (text == nullptr) {
         throw HresultError(E_OUTOFMEMORY);
     }
-    value.variant_.vt = VT_BSTR;
-    return value;
+    return Made(VT_BSTR, [&](VARIANT& made) { made.bstrVal = text; });
 }
 
 Value Value::Object(IDispatch* object) {
-    Value value;
-    value.variant_.vt = VT_DISPATCH;
-    value.variant_.pdispVal = object;
     if (object != nullptr) {
         object->AddRef();
     }
+    return Made(VT_DISPATCH, [&](VARIANT& made) { made.pdispVal = object; });
+}
+
+Value Value::Adopt(VARIANT& variant) noexcept {
+    Value value;
+    std::swap(value.variant_, variant);
     return value;
 }
 
@@ -256,7 +224,7 @@ std::wstring Describe(const VARIANT& value) {
         return value.pvarVal == nullptr ? L"VARIANT& ?" : L"VARIANT& " + Describe(*value.pvarVal);
     }
     const auto plain = static_cast<VARTYPE>(value.vt & ~(VT_BYREF | VT_ARRAY));
-    std::wstring text = TypeName(plain);
+    std::wstring text = NameOf(plain);
     if ((value.vt & VT_ARRAY) != 0) {
         text += L"[]";
     }

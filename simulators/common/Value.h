@@ -4,8 +4,6 @@
 
 #include <cstdint>
 
-#include "simulators/common/Failure.h"
-
 /// Owning wrapper of an automation value (VARIANT) and its readable form.
 namespace kandora::simulators {
 
@@ -31,7 +29,9 @@ public:
     static Value Text(std::wstring_view content);
     /// Holds a reference of its own; a null pointer gives the empty object (Nothing).
     static Value Object(IDispatch* object);
-    /// A copy of any value with every by-reference level resolved. Throws HresultError (dispatch_object.h).
+    /// Takes over what a call left in `variant`, which is empty afterwards.
+    static Value Adopt(VARIANT& variant) noexcept;
+    /// A copy of any value with every by-reference level resolved. Throws HresultError.
     static Value CopyOf(const VARIANT& source);
 
     [[nodiscard]] const VARIANT& Get() const noexcept { return variant_; }

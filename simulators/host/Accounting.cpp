@@ -1,6 +1,10 @@
 #include "simulators/host/Accounting.h"
 
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Output.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

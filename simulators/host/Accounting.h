@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "simulators/common/ComPtr.h"
+#include "interfaces/ComPtr.h"
 #include "simulators/common/LocalServer.h"
 #include "simulators/host/ClientFile.h"
 

@@ -8,6 +8,7 @@
 
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/RequestFile.h"
 
 namespace kandora::simulators {

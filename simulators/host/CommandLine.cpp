@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/RequestFile.h"
 
 namespace kandora::simulators {

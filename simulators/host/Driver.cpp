@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
 #include "simulators/host/TrialBalance.h"
 

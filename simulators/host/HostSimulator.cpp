@@ -10,7 +10,10 @@
 #include <optional>
 
 #include "simulators/common/DispatchObject.h"
+#include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
+#include "simulators/common/Output.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/BoxWatcher.h"
 #include "simulators/host/ChangesTable.h"

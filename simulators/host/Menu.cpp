@@ -7,6 +7,8 @@
 #include <optional>
 
 #include "simulators/common/Failure.h"
+#include "simulators/common/Output.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

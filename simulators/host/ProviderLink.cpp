@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <limits>
 
+#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
+
 namespace kandora::simulators {
 
 namespace {
@@ -72,7 +75,7 @@ CLSID ProviderClassOf(const std::filesystem::path& library) {
 ComPtr<DMSProvider> AskForProvider(const ComPtr<IUnknown>& object) {
     ComPtr<DMSProvider> provider;
     const HRESULT code =
-        object->QueryInterface(IID_DMSProvider, reinterpret_cast<void**>(provider.Receive()));
+        object->QueryInterface(IID_DMSProvider, provider.ReceiveVoid());
     if (FAILED(code)) {
         Fail(L"Die Komponente bietet die Schnittstelle DMSProvider nicht an", code);
     }
@@ -100,7 +103,7 @@ ProviderLink ProviderLink::FromRegistration() {
     ComPtr<IUnknown> object;
     if (SUCCEEDED(code)) {
         code = CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                reinterpret_cast<void**>(object.Receive()));
+                                object.ReceiveVoid());
     }
     if (FAILED(code)) {
         Fail(L"Die Komponente Kandora.ELOProvider kann nicht erzeugt werden (regsvr32 trägt sie ein)", code);
@@ -124,9 +127,9 @@ ProviderLink ProviderLink::FromLibrary(const std::filesystem::path& library) {
     }
     ComPtr<IClassFactory> factory;
     ComPtr<IUnknown> object;
-    HRESULT code = getClassObject(classId, IID_IClassFactory, reinterpret_cast<void**>(factory.Receive()));
+    HRESULT code = getClassObject(classId, IID_IClassFactory, factory.ReceiveVoid());
     if (SUCCEEDED(code)) {
-        code = factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(object.Receive()));
+        code = factory->CreateInstance(nullptr, IID_IUnknown, object.ReceiveVoid());
     }
     if (FAILED(code)) {
         Fail(L"Die Datei " + Guillemets(path.wstring()) + L" kann die Klasse ELOProvider nicht erzeugen",

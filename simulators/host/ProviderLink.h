@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "simulators/common/ComPtr.h"
+#include "interfaces/ComPtr.h"
 #include "simulators/common/Value.h"
 #include "simulators/host/RequestFile.h"
 

@@ -6,6 +6,8 @@
 
 #include <sstream>
 
+#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/ScreenText.h"
 
 namespace kandora::simulators {

@@ -184,12 +184,12 @@ private:
     std::function<void()> action_;
 };
 
-simulators::ComPtr<IDispatch> Meddling(simulators::ComPtr<IDispatch> object,
+ComPtr<IDispatch> Meddling(ComPtr<IDispatch> object,
                                        const std::function<void()>& action) {
     if (!action) {
         return object;
     }
-    return simulators::ComPtr<IDispatch>::Adopt(new Meddler(object.Get(), action));
+    return ComPtr<IDispatch>::Adopt(new Meddler(object.Get(), action));
 }
 
 /// Both programs' classes in this apartment.

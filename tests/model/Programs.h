@@ -82,8 +82,8 @@ struct Accounting {
 };
 
 /// "ELO.professional" and "FibuNT.Mandant"; the programs outlive their objects.
-simulators::ComPtr<IDispatch> NewSession(Archive& archive);
-simulators::ComPtr<IDispatch> NewClient(Accounting& accounting);
+ComPtr<IDispatch> NewSession(Archive& archive);
+ComPtr<IDispatch> NewClient(Accounting& accounting);
 
 /// A key of the component's INI file; together they suit the archive.
 struct IniKey {

@@ -1,5 +1,9 @@
 #include "simulators/archive/tests/ArchiveFixture.h"
 
+#include "interfaces/ComPtr.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
+
 namespace kandora::simulators {
 
 namespace {

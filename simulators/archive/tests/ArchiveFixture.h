@@ -5,7 +5,8 @@
 #include <optional>
 
 #include "simulators/archive/ArchiveObject.h"
-#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/tests/LateBoundClient.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 
 /// A store of its own for each test, and clients of the automation object in it.
 namespace kandora::simulators {

@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
 

@@ -2,7 +2,8 @@
 
 #include "simulators/archive/ArchiveSettings.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 
 namespace kandora::simulators {
 

@@ -3,8 +3,13 @@
 
 #include <gmock/gmock.h>
 
+#include "interfaces/ComPtr.h"
 #include "simulators/archive/Window.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/LateBoundClient.h"
 #include "tests/support/ServedClasses.h"
 #include "tests/support/StartedProgram.h"
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "simulators/archive/tests/ArchiveFixture.h"
-#include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
 

@@ -6,6 +6,8 @@
 #include "simulators/archive/EntryTable.h"
 #include "simulators/archive/StoreIndex.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 

@@ -3,6 +3,8 @@
 #include <cstdio>
 
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Files.h"
+#include "simulators/common/Unicode.h"
 #include "tests/support/StartedProgram.h"
 
 namespace kandora::simulators {

@@ -3,7 +3,10 @@
 #include <optional>
 
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
 
 namespace kandora::simulators {
 

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 
+#include "interfaces/ComPtr.h"
 #include "simulators/archive/Window.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
 

@@ -2,8 +2,12 @@
 
 #include <new>
 
+#include "interfaces/ComPtr.h"
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
-#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
 

@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "simulators/common/Files.h"
-#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 
 namespace kandora::simulators {
 

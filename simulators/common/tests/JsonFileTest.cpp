@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "simulators/common/JsonFile.h"
-#include "simulators/common/LateBoundClient.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 
 namespace kandora::simulators {
 

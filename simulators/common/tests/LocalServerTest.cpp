@@ -2,8 +2,11 @@
 
 #include <array>
 
-#include "simulators/common/LateBoundClient.h"
+#include "interfaces/ComPtr.h"
+#include "simulators/common/Failure.h"
 #include "simulators/common/LocalServer.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/common/Value.h"
 
 namespace kandora::simulators {

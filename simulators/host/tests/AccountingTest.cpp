@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "simulators/common/Failure.h"
+#include "interfaces/ComPtr.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/tests/HostFixture.h"
 
@@ -257,7 +257,7 @@ TEST_F(AccountingTest, TheClassServesCallersInItsOwnProcessDirectly) {
             CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
         ComPtr<IDispatch> mandant;
         ASSERT_EQ(CoCreateInstance(MandantClass().id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                                   IID_IDispatch, reinterpret_cast<void**>(mandant.Receive())),
+                                   IID_IDispatch, mandant.ReceiveVoid()),
                   S_OK);
         EXPECT_EQ(TextOf(Call(mandant.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
         EXPECT_EQ(Login(mandant, 1, accounting_->LastClient()), loggedIn);

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "simulators/common/Unicode.h"
 #include "simulators/host/CommandLine.h"
 #include "simulators/host/tests/HostFixture.h"
 

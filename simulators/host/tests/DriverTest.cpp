@@ -4,6 +4,8 @@
 #include <functional>
 
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/Driver.h"
 #include "simulators/host/RunReport.h"
 #include "simulators/host/tests/HostFixture.h"

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "simulators/common/Unicode.h"
+
 namespace kandora::simulators::testing {
 namespace {
 

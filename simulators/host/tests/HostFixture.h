@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "simulators/common/ComPtr.h"
+#include "interfaces/ComPtr.h"
+#include "simulators/common/Failure.h"
 #include "simulators/common/Value.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/Driver.h"

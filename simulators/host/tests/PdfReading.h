@@ -13,7 +13,7 @@ public:
     explicit PdfFile(std::string bytes) : bytes_(std::move(bytes)) {}
 
     /// Looks every object up through the table at the file's end; the number of objects.
-    [[nodiscard]] std::size_t CheckObjects() const;
+    std::size_t CheckObjects() const;
 
     /// Compares every stream's length with what its dictionary says; the number of streams.
     [[nodiscard]] std::size_t CheckStreams() const;

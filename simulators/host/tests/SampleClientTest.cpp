@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "simulators/common/Unicode.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/Driver.h"
 #include "simulators/host/tests/HostFixture.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "simulators/common/Unicode.h"
 #include "simulators/host/ChangesTable.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"

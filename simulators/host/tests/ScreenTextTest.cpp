@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 #include "simulators/host/ScreenText.h"
 #include "simulators/host/TextTable.h"
 

@@ -1,13 +1,18 @@
 #pragma once
 
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include <cstdint>
 #include <initializer_list>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "simulators/common/DispatchObject.h"
+#include "interfaces/ComPtr.h"
+#include "simulators/common/Unicode.h"
+#include "simulators/common/Value.h"
 
-/// Helpers for tests of automation objects: a late-bound client and a directory that goes when the test ends.
 namespace kandora::simulators {
 
 /// What a late-bound call brought.
@@ -39,34 +44,5 @@ public:
 private:
     ComPtr<IDispatch> object_;
 };
-
-/// A new, empty directory below the system's one for temporary files.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    const std::wstring& Path() const noexcept { return path_; }
-    /// The path of something in it.
-    std::wstring operator/(std::wstring_view name) const { return path_ + L"\\" + std::wstring(name); }
-    /// Writes a file there and answers its path.
-    std::wstring Write(std::wstring_view name, std::string_view content) const;
-
-private:
-    std::wstring path_;
-};
-
-/// The message of the Failure that the action throws; empty when it throws none.
-template <class Action>
-std::wstring FailureOf(Action&& action) {
-    try {
-        std::forward<Action>(action)();
-    } catch (const Failure& failure) {
-        return failure.Message();
-    }
-    return {};
-}
 
 }  // namespace kandora::simulators
