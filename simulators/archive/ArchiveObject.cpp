@@ -263,8 +263,7 @@ std::int32_t ArchiveObject::Prepare(std::int32_t id, std::int32_t type, std::int
 bool ArchiveObject::Load(std::int32_t id) {
     if (const Entry* entry = store_.FindEntry(id)) {
         current_.entry = *entry;
-    } else if (const Folder* folder = store_.FindFolder(id);
-               folder != nullptr && id != ArchiveStore::rootId) {
+    } else if (const Folder* folder = store_.FindFolder(id); folder != nullptr && id != rootId) {
         current_.entry.id = id;
         current_.entry.mask = folderMask;
         current_.entry.shortName = folder->name;
@@ -284,8 +283,7 @@ void ArchiveObject::RequireCurrent() const {
 }
 
 bool ArchiveObject::Exists(std::int32_t id) const {
-    return store_.FindEntry(id) != nullptr ||
-           (id != ArchiveStore::rootId && store_.FindFolder(id) != nullptr);
+    return store_.FindEntry(id) != nullptr || (id != rootId && store_.FindFolder(id) != nullptr);
 }
 
 bool ArchiveObject::HasField(std::int16_t line) const {
@@ -393,7 +391,7 @@ Value ArchiveObject::MoveToArchive(Arguments& arguments) {
     if (!folder) {
         return Value::Long(InvalidArgument);
     }
-    if (*folder == ArchiveStore::rootId || store_.FindFolder(*folder) == nullptr) {
+    if (*folder == rootId || store_.FindFolder(*folder) == nullptr) {
         return Value::Long(UnknownObject);
     }
     current_.entry.folder = *folder;
@@ -423,8 +421,7 @@ Value ArchiveObject::InsertRef(Arguments& arguments) {
         return Value::Long(NotSupported);
     }
     const Entry* entry = store_.FindEntry(id);
-    if (entry == nullptr || entry->folder != from || to == ArchiveStore::rootId ||
-        store_.FindFolder(to) == nullptr) {
+    if (entry == nullptr || entry->folder != from || to == rootId || store_.FindFolder(to) == nullptr) {
         return Value::Long(UnknownObject);
     }
     store_.Move(id, to);

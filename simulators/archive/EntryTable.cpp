@@ -175,7 +175,7 @@ Details Describe(const ArchiveStore& store, std::int32_t id) {
             details.emplace_back(L"Zeile " + std::to_wstring(line), value);
         }
     } else if (const Folder* folder = store.FindFolder(id)) {
-        const bool isRoot = id == ArchiveStore::rootId;
+        const bool isRoot = id == rootId;
         details.emplace_back(isRoot ? L"Archiv" : L"Ordner", isRoot ? archive : folder->name);
         if (!isRoot) {
             details.emplace_back(L"Nummer", std::to_wstring(id));

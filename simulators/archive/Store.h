@@ -1,14 +1,22 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <map>
-#include <memory>
 #include <optional>
-#include <unordered_map>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "simulators/archive/ArchiveSettings.h"
-#include "simulators/common/Files.h"
+#include "simulators/archive/EntryCache.h"
+#include "simulators/archive/FolderTree.h"
+#include "simulators/archive/IdCounter.h"
+#include "simulators/archive/Postbox.h"
+#include "simulators/archive/StoreContents.h"
+#include "simulators/archive/StoreFiles.h"
+
+namespace kandora::simulators {
 
 /// The archive's store: folders, entries and documents in a directory that a person can read, with an index
 /// of everything in memory.
@@ -30,53 +38,8 @@
 /// and deleted as soon as it has been read, so a process that ends in any other way leaves none. It counts
 /// only as long as the directories hold what it says; otherwise everything is read. A file that somebody
 /// edited is noticed when its entry is asked for.
-namespace kandora::simulators {
-
-struct Folder {
-    std::int32_t id = 0;
-    std::int32_t parent = 0;  ///< the root's parent is 0
-    std::wstring name;
-    std::wstring directory;              ///< its directory's own name
-    std::vector<std::int32_t> children;  ///< in the order of their names
-    std::vector<std::int32_t> entries;   ///< ascending
-};
-
-/// Index field values by line; only lines that were written.
-using FieldValues = std::map<std::int16_t, std::wstring>;
-
-struct Entry {
-    std::int32_t id = 0;
-    std::int32_t folder = 0;
-    std::int32_t mask = 0;
-    std::wstring shortName;
-    FieldValues fields;
-    std::wstring document;  ///< file name in the folder's directory; may be empty
-    std::wstring filed;     ///< local time, "2026-11-20T10:11:12"
-};
-
-/// What the store knows of a folder's directory.
-struct FolderOnDisk {
-    /// When something was last added to it, renamed or taken away, as FILETIME counts; 0 when that was so
-    /// recent that a later change may bear the same time.
-    std::uint64_t changed = 0;
-    FileStamp file;  ///< of its ordner.json
-};
-
-struct IndexedEntry;
-class StoreIndex;
-class StoreIndexWriter;
-
-/// A document in the postbox. Its id becomes the entry's id when it is filed.
-struct PostboxDocument {
-    std::int32_t id = 0;
-    std::wstring path;
-};
-
 class ArchiveStore {
 public:
-    static constexpr std::int32_t rootId = 1;
-    static constexpr std::int32_t firstId = 2;
-
     enum class Change { FolderAdded, FolderRemoved, EntryAdded, EntryChanged, EntryRemoved };
     /// Called after each change with the id of the folder or entry and the id of the folder in which it lies.
     using Listener = std::function<void(Change, std::int32_t id, std::int32_t folder)>;
@@ -91,7 +54,7 @@ public:
 
     void SetListener(Listener listener) { listener_ = std::move(listener); }
 
-    [[nodiscard]] const std::wstring& Directory() const noexcept { return directory_; }
+    [[nodiscard]] const std::wstring& Directory() const noexcept { return files_.Directory(); }
     [[nodiscard]] const ArchiveSettings& Settings() const noexcept { return settings_; }
     /// German notes on files that could not be used, most of them found when the store was opened.
     [[nodiscard]] const std::vector<std::wstring>& Warnings() const noexcept { return warnings_; }
@@ -109,8 +72,8 @@ public:
     [[nodiscard]] const std::vector<std::int32_t>& EntriesOfMask(std::int32_t mask) const;
     void TakeOverEdits() const;
     [[nodiscard]] std::size_t EntryCount() const noexcept;
-    [[nodiscard]] std::size_t FolderCount() const noexcept { return folders_.size() - 1; }
-    [[nodiscard]] std::size_t PostboxCount() const noexcept { return postboxCount_; }
+    [[nodiscard]] std::size_t FolderCount() const noexcept { return folders_.Count(); }
+    [[nodiscard]] std::size_t PostboxCount() const noexcept { return postbox_.Count(); }
 
     /// The folder of a path whose every level follows a separator; letter case does not count. 0 when there
     /// is none.
@@ -139,73 +102,24 @@ public:
     bool RemoveFolder(std::int32_t id);
 
 private:
-    struct Scanned;
-    struct ScannedEntry;
-    struct StoredEntry {
-        Entry entry;
-        FileStamp file;
-    };
-    /// An entry whose file was edited by hand, as the lists do not show it yet.
-    struct Edit {
-        std::int32_t id = 0;
-        std::int32_t folder = 0;
-        std::int32_t oldMask = 0;
-        std::optional<std::int32_t> newMask;  ///< nothing when the entry is gone
-    };
-
-    static FileHandle Lock(const std::wstring& directory, unsigned patience);
-    void CleanTemporaryFiles() const;
-    std::int32_t ReadCounter();
-    std::int32_t ScanPostbox();
-    void ReadEverything();
-    [[nodiscard]] Scanned Scan(const std::wstring& path, std::int32_t& highest) const;
-    void BuildFolder(const Scanned& scanned, std::int32_t id);
-    void BuildChild(const Scanned& scanned, std::int32_t parent);
-    void BuildEntry(const std::wstring& path, const ScannedEntry& scanned, std::int32_t folder);
-    static Entry ReadEntry(const std::wstring& path, std::int32_t id, bool isTaken);
-
+    [[nodiscard]] std::int32_t CounterAtStart();
     bool ReadIndex();
     void WriteIndex();
     void AddToIndex(StoreIndexWriter& writer, const Folder& folder) const;
-    bool IsAsKnown(const Folder& folder);
-    [[nodiscard]] bool HoldsWhatIsKnown(const Folder& folder) const;
-    const Entry* TakeFromIndex(const IndexedEntry& indexed) const;
-    void CheckWaitingEntries() const;
+    void NoteEdit(std::int32_t id, std::int32_t folder, const std::wstring& complaint);
 
-    void AddFolder(Folder folder, const FolderOnDisk& onDisk);
-    const Entry& AddEntry(Entry entry, const FileStamp& file);
-    StoredEntry& Existing(std::int32_t id);
-    [[nodiscard]] FileStamp WriteFolder(const std::wstring& path, std::int32_t id,
-                                        const std::wstring& name) const;
-    [[nodiscard]] FileStamp WriteEntry(const Entry& entry) const;
-    void WriteCounter(std::int32_t next) const;
-    std::int32_t NextId();
-
-    [[nodiscard]] std::wstring FolderPath(std::int32_t id) const;
     [[nodiscard]] std::wstring EntryPath(std::int32_t folder, std::int32_t id) const;
-    [[nodiscard]] std::wstring IndexPath() const { return directory_ + L"\\archiv.index"; }
-    [[nodiscard]] std::wstring TemporaryPath(std::wstring_view name) const;
-    [[nodiscard]] std::optional<std::vector<std::wstring>> Levels(std::wstring_view path) const;
-    [[nodiscard]] std::int32_t ChildOf(std::int32_t folder, std::wstring_view name) const;
     void Tell(Change change, std::int32_t id, std::int32_t folder) const;
 
-    std::wstring directory_;
+    StoreFiles files_;
     FileHandle lock_;
     ArchiveSettings settings_;
-    /// What asking for an entry may find changes with the question, although nothing but the memory of the
-    /// files does.
-    mutable std::vector<std::wstring> warnings_;
-    mutable std::unordered_map<std::int32_t, Folder> folders_;
-    mutable std::unordered_map<std::int32_t, StoredEntry> entries_;  ///< without those that wait in the index
-    mutable std::unordered_map<std::int32_t, std::vector<std::int32_t>> entriesByMask_;
-    mutable std::vector<Edit> edits_;
-    std::unique_ptr<StoreIndex> index_;                            ///< null when the store was opened without
-    std::unordered_map<std::int32_t, FolderOnDisk> onDisk_;        ///< by the folder's id
-    std::unordered_map<std::wstring, std::int32_t> folderByName_;  ///< by parent's id and folded name
-    std::int32_t nextId_ = firstId;
-    std::int32_t reservedUntil_ = firstId;   ///< the number in zaehler.json
-    std::int32_t handedOutBelow_ = firstId;  ///< the same when the store was opened
-    std::size_t postboxCount_ = 0;
+    std::vector<std::wstring> warnings_;
+    IdCounter ids_;
+    Postbox postbox_;
+    FolderTree folders_;
+    /// Asking for an entry may read it.
+    mutable EntryCache entries_;
     Listener listener_;
 };
 

@@ -191,7 +191,7 @@ bool StoreIndex::AreSound() const {
     std::unordered_set<std::int32_t> known{0};
     for (const IndexedFolder& folder : folders_) {
         if (!known.contains(folder.parent) || !known.insert(folder.id).second ||
-            (folder.parent == 0) != (folder.id == ArchiveStore::rootId)) {
+            (folder.parent == 0) != (folder.id == rootId)) {
             return false;
         }
     }
@@ -209,7 +209,7 @@ bool StoreIndex::AreSound() const {
         last = entry.id;
         lastFolder = entry.folder;
     }
-    return known.contains(ArchiveStore::rootId);
+    return known.contains(rootId);
 }
 
 const IndexedEntry* StoreIndex::Find(std::int32_t id) const {

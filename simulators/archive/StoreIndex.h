@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "simulators/archive/Store.h"
+#include "simulators/archive/StoreContents.h"
 #include "simulators/common/Files.h"
 
 /// What a store held when it was closed, in one file, so that opening it does not have to read the file of

@@ -611,7 +611,7 @@ std::wstring ArchiveWindow::TreeText(std::int32_t folder) const {
     if (found == nullptr) {
         return {};
     }
-    if (folder == ArchiveStore::rootId) {
+    if (folder == rootId) {
         return store_.Settings().archives.front();
     }
     return found->entries.empty() ? found->name
@@ -637,7 +637,7 @@ HTREEITEM ArchiveWindow::AddTreeItem(std::int32_t folder, HTREEITEM parent, HTRE
 
 void ArchiveWindow::FillTree() {
     SendMessageW(tree_, WM_SETREDRAW, FALSE, 0);
-    const HTREEITEM root = AddTreeItem(ArchiveStore::rootId, TVI_ROOT, TVI_LAST);
+    const HTREEITEM root = AddTreeItem(rootId, TVI_ROOT, TVI_LAST);
     TreeView_Expand(tree_, root, TVE_EXPAND);
     SendMessageW(tree_, WM_SETREDRAW, TRUE, 0);
     // Somebody who opens the window wants to see entries.
@@ -669,7 +669,7 @@ void ArchiveWindow::AddMissingTreeItem(std::int32_t folder) {
     }
     const HTREEITEM parent = items_.at(found->parent);
     AddTreeItem(folder, parent, after);
-    if (found->parent == ArchiveStore::rootId) {
+    if (found->parent == rootId) {
         TreeView_Expand(tree_, parent, TVE_EXPAND);
     }
 }

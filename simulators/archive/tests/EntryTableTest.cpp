@@ -101,7 +101,7 @@ TEST_F(EntryTableTest, DescribesEntriesAndFolders) {
     EXPECT_EQ(entry[7], std::make_pair(std::wstring(L"Belegnummer"), std::wstring(L"1001")));
     const Details folder = Describe(store_, folder_);
     EXPECT_EQ(folder.back(), std::make_pair(std::wstring(L"Einträge"), std::wstring(L"1")));
-    EXPECT_EQ(Describe(store_, ArchiveStore::rootId).front().second, L"Muster-Archiv");
+    EXPECT_EQ(Describe(store_, rootId).front().second, L"Muster-Archiv");
     EXPECT_TRUE(Describe(store_, 4711).empty());
 }
 

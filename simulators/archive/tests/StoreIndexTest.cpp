@@ -31,7 +31,7 @@ void ReplaceInPlace(const std::wstring& path, const std::string& from, const std
 class Contents {
 public:
     explicit Contents(const ArchiveStore& store) : store_(store) {
-        AddFolder(ArchiveStore::rootId);
+        AddFolder(rootId);
         for (std::int32_t mask = 0; mask <= 6; ++mask) {
             lines_.push_back(L"mask " + std::to_wstring(mask) + List(store.EntriesOfMask(mask)));
         }

@@ -90,7 +90,7 @@ TEST_F(LocalServerTest, OffersObjectsInItsOwnProcessWhenAskedTo) {
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
     ASSERT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                               reinterpret_cast<void**>(object.Receive())),
+                               object.ReceiveVoid()),
               S_OK);
     EXPECT_EQ(LateBoundClient(object.Get()).Call(L"Answer").Long(), 42);
 }
@@ -101,7 +101,7 @@ TEST_F(LocalServerTest, TellsWhetherAClientHoldsTheServer) {
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IClassFactory> factory;
     ASSERT_EQ(CoGetClassObject(probeId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
-                               reinterpret_cast<void**>(factory.Receive())),
+                               factory.ReceiveVoid()),
               S_OK);
     EXPECT_FALSE(ClassObject::IsLocked());
     factory->LockServer(TRUE);
@@ -118,7 +118,7 @@ TEST_F(LocalServerTest, AnswersACodeWhenAnObjectCannotBeMade) {
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
     EXPECT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                               reinterpret_cast<void**>(object.Receive())),
+                               object.ReceiveVoid()),
               E_FAIL);
 }
 
