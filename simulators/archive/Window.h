@@ -2,18 +2,27 @@
 
 #include <windows.h>
 
-#include <commctrl.h>
-
-#include <array>
-#include <set>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
 
 #include "simulators/archive/ArchiveObject.h"
-#include "simulators/archive/EntryTable.h"
+#include "simulators/archive/ArchiveView.h"
+#include "simulators/archive/Controls.h"
+#include "simulators/archive/DetailsPane.h"
+#include "simulators/archive/EntryPane.h"
+#include "simulators/archive/FolderPane.h"
+#include "simulators/archive/PaneLayout.h"
+#include "simulators/archive/Resolution.h"
+#include "simulators/archive/StatusBar.h"
+#include "simulators/archive/Store.h"
+
+namespace kandora::simulators {
 
 /// The archive's window: folders on the left, the chosen folder's entries on the right, below them the chosen
 /// entry.
-namespace kandora::simulators {
-
 class ArchiveWindow : public ArchiveView {
 public:
     /// How the window appears. A concealed one exists for messages only and is never shown.
@@ -50,73 +59,44 @@ public:
     [[noreturn]] void Die() override;
 
 private:
-    struct Area {
-        RECT tree;
-        RECT verticalSplitter;
-        RECT list;
-        RECT horizontalSplitter;
-        RECT details;
-    };
-    enum class Drag { None, Vertical, Horizontal };
-
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Handle(UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT HandleNotification(NMHDR& notification);
+    LRESULT HandleEntryNotification(NMHDR& notification);
     LRESULT HandleCommand(int command);
 
-    void CreateControls();
-    void ApplyFontAndSizes();
+    void CreateWindowOf(const ArchiveSettings& settings);
+    void CreatePanes();
+    void Fit();
     void Layout();
-    [[nodiscard]] Area Divide() const;
-    void MoveSplitter(POINT position);
-    [[nodiscard]] Drag SplitterAt(POINT position) const;
+    [[nodiscard]] bool ShowSplitterCursor(LPARAM lParam) const;
 
     void OnChange(ArchiveStore::Change change, std::int32_t id, std::int32_t folder);
     void ApplyChanges();
     void CloseWhenAnswered();
-    void FillTree();
-    HTREEITEM AddTreeItem(std::int32_t folder, HTREEITEM parent, HTREEITEM after);
-    void AddMissingTreeItem(std::int32_t folder);
-    [[nodiscard]] std::wstring TreeText(std::int32_t folder) const;
-    [[nodiscard]] std::int32_t FolderOfItem(HTREEITEM item) const;
 
     void ShowFolder(std::int32_t folder);
-    void ShowColumns();
-    void ShowSortArrow();
-    void ShowRows();
-    void SortByColumn(std::size_t column);
-    void SelectRow(std::size_t row);
-    [[nodiscard]] std::optional<std::size_t> SelectedRow() const;
     void ShowDetails();
     void ShowStatus();
     void ShowNewWarnings();
     void OpenDocument();
     void FocusNextPane(bool backwards);
-    [[nodiscard]] int Scaled(int pixels) const { return MulDiv(pixels, static_cast<int>(dpi_), 96); }
 
     ArchiveStore& store_;
-    EntryTable table_;
     const ArchiveProgram* program_ = nullptr;
     bool isConcealed_;
     HWND window_ = nullptr;
-    HWND tree_ = nullptr;
-    HWND list_ = nullptr;
-    HWND details_ = nullptr;
-    HWND status_ = nullptr;
-    HFONT font_ = nullptr;
-    HIMAGELIST images_ = nullptr;
-    HIMAGELIST spacer_ = nullptr;
-    UINT dpi_ = 96;
-    double treeShare_ = 0.26;  ///< of the width
-    double listShare_ = 0.5;   ///< of the height
-    Drag drag_ = Drag::None;
-    std::map<std::int32_t, HTREEITEM> items_;
-    std::set<std::int32_t> addedFolders_;
-    std::set<std::int32_t> removedFolders_;
+    FolderPane folders_;
+    EntryPane entries_;
+    DetailsPane details_;
+    StatusBar status_;
+    Font font_;
+    Resolution resolution_;
+    PaneLayout layout_;
+    PaneLayout::Splitter drag_ = PaneLayout::Splitter::None;
     bool isRefreshPending_ = false;
     bool isEntryChangePending_ = false;
     ULONGLONG lastShowing_ = 0;  ///< milliseconds that the last showing of changes took
-    std::int32_t detailsOf_ = 0;
     std::wstring notice_;
     std::size_t shownWarnings_ = 0;
     std::function<void()> beforeDeath_;
