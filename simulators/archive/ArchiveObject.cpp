@@ -59,77 +59,25 @@ const MemberTable& ArchiveObject::Members() {
 }
 
 ArchiveObject::ArchiveObject(ArchiveProgram& program)
-    : DispatchObject(archiveProgId, Members()), program_(program), store_(program.store) {}
+    : RehearsedObject(archiveProgId, Members(), program), program_(program), store_(program.store) {}
 
 ArchiveObject::~ArchiveObject() {
     LogOff();
 }
 
-// --- Around every call ---
-
-Value ArchiveObject::Perform(const Call& call, const std::function<Value()>& proceed) {
-    if (program_.trace == nullptr) {
-        return Scripted(call, proceed);
+Value ArchiveObject::Answer(const Call& call, const std::function<Value()>& proceed) {
+    if (!isLoggedOn_ && NeedsSession(call.member)) {
+        if (call.kind != CallKind::Method) {
+            throw AutomationError(5, L"Es ist niemand am Archiv angemeldet.");
+        }
+        return Value::Long(NotLoggedOn);
     }
-    const std::wstring line = CallTrace::DescribeCall(call);
     try {
-        Value answer = Scripted(call, proceed);
-        program_.trace->Write(line + CallTrace::DescribeAnswer(call, answer));
-        return answer;
-    } catch (...) {
-        program_.trace->Write(line + CallTrace::DescribeFailure(DescribeCurrentException(ClassName())));
-        throw;
+        return proceed();
+    } catch (const Failure& failure) {
+        program_.view.Notice(failure.Message());
+        return Value::Long(StoreFailure);
     }
-}
-
-void ArchiveObject::OnUnknownName(std::wstring_view name) {
-    if (program_.trace != nullptr) {
-        program_.trace->Write(std::wstring(name) + L" -> Fehler 0x80020006");
-    }
-}
-
-Value ArchiveObject::Scripted(const Call& call, const std::function<Value()>& proceed) {
-    const auto answer = [&]() -> Value {
-        if (!isLoggedOn_ && NeedsSession(call.member)) {
-            if (call.kind != CallKind::Method) {
-                throw AutomationError(5, L"Es ist niemand am Archiv angemeldet.");
-            }
-            return Value::Long(NotLoggedOn);
-        }
-        try {
-            return proceed();
-        } catch (const Failure& failure) {
-            program_.view.Notice(failure.Message());
-            return Value::Long(StoreFailure);
-        }
-    };
-    if (program_.script == nullptr) {
-        return answer();
-    }
-    const CallScript::Decision decision = program_.script->Decide(call);
-    if (decision.delay.count() > 0) {
-        // A busy archive answers nobody and does not paint its window either.
-        Sleep(static_cast<DWORD>(decision.delay.count()));
-    }
-    if (const auto* given = std::get_if<CallScript::Answer>(&decision.action)) {
-        return given->value;
-    }
-    if (const auto* error = std::get_if<AutomationError>(&decision.action)) {
-        throw *error;  // NOLINT(bugprone-exception-copy-constructor-throws): its texts are short
-    }
-    if (const auto* error = std::get_if<HresultError>(&decision.action)) {
-        throw *error;
-    }
-    if (const auto* death = std::get_if<CallScript::Death>(&decision.action)) {
-        if (*death == CallScript::Death::After) {
-            const Value lost = answer();
-        }
-        if (program_.trace != nullptr) {
-            program_.trace->Write(CallTrace::DescribeCall(call) + L" -> Programmende");
-        }
-        program_.view.Die();
-    }
-    return answer();
 }
 
 // --- Session and window ---

@@ -1,9 +1,12 @@
 #pragma once
 
-#include "simulators/archive/ArchiveView.h"
-#include "simulators/archive/CallScript.h"
-#include "simulators/archive/CallTrace.h"
+#include "simulators/archive/ArchiveProgram.h"
+#include "simulators/archive/RehearsedObject.h"
 #include "simulators/archive/Store.h"
+
+namespace kandora::simulators {
+
+inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 
 /// The automation object "ELO.professional": one object per client, each with a session, a current object and
 /// a list of hits of its own.
@@ -46,20 +49,7 @@
 ///     clickon("mmrefresh")               refreshes the window: 1
 ///     clickon("M:Beenden")               logs off and, unless others are logged on, ends the program: 1;
 ///                                        other commands: NotSupported
-namespace kandora::simulators {
-
-inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
-
-/// Everything that the objects of one program share. Members that are null are left out.
-struct ArchiveProgram {
-    ArchiveStore& store;
-    ArchiveView& view;
-    CallScript* script = nullptr;
-    CallTrace* trace = nullptr;
-    std::size_t sessions = 0;  ///< objects that are logged on
-};
-
-class ArchiveObject : public DispatchObject {
+class ArchiveObject : public RehearsedObject {
 public:
     /// The negative answers.
     enum Code : std::int32_t {
@@ -84,10 +74,6 @@ public:
     explicit ArchiveObject(ArchiveProgram& program);
     ~ArchiveObject() override;
 
-protected:
-    Value Perform(const Call& call, const std::function<Value()>& proceed) override;
-    void OnUnknownName(std::wstring_view name) override;
-
 private:
     enum class State { Nothing, New, Search, Loaded };
 
@@ -99,7 +85,7 @@ private:
         std::optional<PostboxDocument> document;
     };
 
-    Value Scripted(const Call& call, const std::function<Value()>& proceed);
+    Value Answer(const Call& call, const std::function<Value()>& proceed) override;
 
     Value Login(Arguments& arguments);
     Value EloWindow(Arguments& arguments);

@@ -1,4 +1,4 @@
-/// ArchiveSimulator.exe: the archive stand-in as a program.
+// ArchiveSimulator.exe: the archive stand-in as a program.
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -10,6 +10,7 @@
 #include "interfaces/ComPtr.h"
 #include "simulators/archive/ArchiveObject.h"
 #include "simulators/archive/Window.h"
+#include "simulators/common/ComApartment.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/LocalServer.h"
@@ -159,20 +160,6 @@ void ServeMessages(ArchiveWindow& window, HANDLE stop, bool isStartedByCom) {
     }
 }
 
-/// The apartment in which objects and window live.
-class Apartment {
-public:
-    Apartment() {
-        const HRESULT code = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
-        if (FAILED(code)) {
-            throw Failure(L"COM ist nicht verfügbar: " + SystemMessage(static_cast<unsigned long>(code)));
-        }
-    }
-    ~Apartment() { CoUninitialize(); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-};
-
 ArchiveWindow::Appearance AppearanceOf(const Options& options) {
     if (options.isHidden) {
         return ArchiveWindow::Appearance::Concealed;
@@ -203,7 +190,7 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
 
     // Leaving the apartment takes the objects of clients that are still there along, so it must come before
     // what the objects use goes.
-    const Apartment apartment;
+    const ComApartment apartment(L"COM ist nicht verfügbar");
     std::optional<ClassObject> classObject;
     classObject.emplace(archiveClassId,
                         [&program] { return ComPtr<IDispatch>(MakeObject<ArchiveObject>(program).Get()); });

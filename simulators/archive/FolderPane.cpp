@@ -14,10 +14,13 @@ void FolderPane::Create(HWND parent, int id) {
 }
 
 void FolderPane::Fit(const Resolution& resolution) {
+    TreeView_SetItemHeight(tree_, static_cast<SHORT>(resolution.Pixels(22)));
+}
+
+void FolderPane::ShowIcons(const Resolution& resolution) {
     ImageList icons = FolderIcons(resolution.Pixels(16));
     TreeView_SetImageList(tree_, icons.get(), TVSIL_NORMAL);
     icons_ = std::move(icons);
-    TreeView_SetItemHeight(tree_, static_cast<SHORT>(resolution.Pixels(22)));
 }
 
 void FolderPane::GiveText(const TVITEMW& item) const {

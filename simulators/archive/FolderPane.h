@@ -24,6 +24,8 @@ public:
     void Create(HWND parent, int id);
     [[nodiscard]] HWND Handle() const noexcept { return tree_; }
     void Fit(const Resolution& resolution);
+    /// Shows pictures of folders, for which the shell takes its time.
+    void ShowIcons(const Resolution& resolution);
 
     /// Shows all folders and selects the first one that holds entries.
     void Fill();

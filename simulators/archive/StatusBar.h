@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "simulators/archive/ArchiveObject.h"
+#include "simulators/archive/ArchiveProgram.h"
 #include "simulators/archive/Resolution.h"
 #include "simulators/archive/Store.h"
 

@@ -362,6 +362,9 @@ void ArchiveWindow::Fit() {
         SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
     }
     font_ = std::move(font);
+    if (!isConcealed_) {
+        folders_.ShowIcons(resolution_);
+    }
     folders_.Fit(resolution_);
     details_.Fit(resolution_);
     entries_.Fit(resolution_);

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 
-#include "interfaces/ComPtr.h"
 #include "simulators/common/Value.h"
 
 namespace kandora::simulators {
@@ -22,18 +21,9 @@ public:
 
     [[nodiscard]] std::int16_t Short(std::size_t index) const;
     [[nodiscard]] std::int32_t Long(std::size_t index) const;
-    [[nodiscard]] double Double(std::size_t index) const;
-    [[nodiscard]] double Date(std::size_t index) const;
-    [[nodiscard]] bool Boolean(std::size_t index) const;
     [[nodiscard]] std::wstring Text(std::size_t index) const;
-    /// Null when the caller passed Nothing.
-    [[nodiscard]] ComPtr<IDispatch> Object(std::size_t index) const;
     /// The value as passed, by-reference levels resolved.
     [[nodiscard]] Value Any(std::size_t index) const;
-
-    /// Writes back into an argument that was passed by reference, converted to the type of the caller's
-    /// variable; an argument passed by value is left alone.
-    void Assign(std::size_t index, const Value& value) const;
 
     /// The argument exactly as it arrived. The index must be below Count().
     [[nodiscard]] const VARIANT& Raw(std::size_t index) const noexcept;

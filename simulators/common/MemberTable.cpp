@@ -10,19 +10,12 @@ void MemberTable::Add(Member member) {
     members_.push_back(std::move(member));
 }
 
-void MemberTable::SetDefault(std::wstring_view name) {
-    default_ = IdOf(name);
-}
-
 DISPID MemberTable::IdOf(std::wstring_view name) const {
     const auto found = idByFoldedName_.find(FoldCase(name));
     return found == idByFoldedName_.end() ? DISPID_UNKNOWN : found->second;
 }
 
 const MemberTable::Member* MemberTable::Find(DISPID id) const noexcept {
-    if (id == DISPID_VALUE) {
-        id = default_;
-    }
     if (id < 1 || static_cast<std::size_t>(id) > members_.size()) {
         return nullptr;
     }

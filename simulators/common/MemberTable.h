@@ -33,12 +33,10 @@ public:
 
 protected:
     void Add(Member member);
-    void SetDefault(std::wstring_view name);
 
 private:
     std::vector<Member> members_;
     std::map<std::wstring, DISPID, std::less<>> idByFoldedName_;
-    DISPID default_ = DISPID_UNKNOWN;
 };
 
 /// Builds the table of class Object. Handlers are members of Object or callables that take (Object&,
@@ -77,11 +75,6 @@ public:
         member.minimum = parameters;
         member.maximum = parameters;
         Add(std::move(member));
-        return *this;
-    }
-    /// Makes a member declared before the default one (DISPID_VALUE).
-    MemberTableOf& Default(std::wstring_view name) {
-        SetDefault(name);
         return *this;
     }
 

@@ -39,6 +39,14 @@ constexpr std::array typeNames{
     TypeName{VT_VARIANT, L"VARIANT"},
 };
 
+struct Escape {
+    wchar_t character;
+    const wchar_t* written;
+};
+
+constexpr std::array escapes{Escape{L'"', L"\\\""}, Escape{L'\\', L"\\\\"}, Escape{L'\r', L"\\r"},
+                             Escape{L'\n', L"\\n"}, Escape{L'\t', L"\\t"}};
+
 std::wstring NameOf(VARTYPE type) {
     const auto* const known = std::ranges::find(typeNames, type, &TypeName::type);
     return known != typeNames.end() ? known->name : L"VT" + std::to_wstring(type);
@@ -190,30 +198,15 @@ Value Value::ConvertedTo(VARTYPE type) const {
 std::wstring Quoted(std::wstring_view text) {
     std::wstring quoted = L"\"";
     for (const wchar_t character : text) {
-        switch (character) {
-        case L'"':
-            quoted += L"\\\"";
-            break;
-        case L'\\':
-            quoted += L"\\\\";
-            break;
-        case L'\r':
-            quoted += L"\\r";
-            break;
-        case L'\n':
-            quoted += L"\\n";
-            break;
-        case L'\t':
-            quoted += L"\\t";
-            break;
-        default:
-            if (character < L' ') {
-                wchar_t escape[8];
-                std::swprintf(escape, std::size(escape), L"\\u%04x", static_cast<unsigned>(character));
-                quoted += escape;
-            } else {
-                quoted += character;
-            }
+        const auto* const escape = std::ranges::find(escapes, character, &Escape::character);
+        if (escape != escapes.end()) {
+            quoted += escape->written;
+        } else if (character < L' ') {
+            wchar_t code[8];
+            std::swprintf(code, std::size(code), L"\\u%04x", static_cast<unsigned>(character));
+            quoted += code;
+        } else {
+            quoted += character;
         }
     }
     return quoted + L"\"";

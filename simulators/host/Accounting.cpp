@@ -27,121 +27,122 @@ constexpr std::int32_t errorWrongModule = 2002;
 using State = std::shared_ptr<Accounting>;
 
 /// A record object holds the values of a fresh record until lesen finds one.
-class BookingObject : public DispatchObject {
+template <class Record>
+class RecordObject : public DispatchObject {
+protected:
+    RecordObject(const wchar_t* name, const MemberTable& members, State accounting)
+        : DispatchObject(name, members), accounting_(std::move(accounting)) {}
+
+    /// Null while no client was ever opened.
+    [[nodiscard]] ClientFile* Client() const { return accounting_->Client(); }
+
+    /// Takes the record over that was found, or a fresh one for null. Answers what lesen does.
+    Value Take(const Record* found) {
+        record_ = found ? *found : Record{};
+        return Value::Short(found ? static_cast<std::int16_t>(done) : notFound);
+    }
+
+    /// The property that gives a part of the record.
+    template <class Make, class Part>
+    static auto Give(Make make, Part Record::* part) {
+        return [make, part](RecordObject& self, Arguments&) { return make(self.record_.*part); };
+    }
+
+private:
+    State accounting_;
+    Record record_;
+};
+
+class BookingObject : public RecordObject<Booking> {
 public:
     explicit BookingObject(State accounting)
-        : DispatchObject(L"FibuNT.Buchung", Members()), accounting_(std::move(accounting)) {}
+        : RecordObject(L"FibuNT.Buchung", Members(), std::move(accounting)) {}
 
 private:
     static const MemberTable& Members() {
-        static const MemberTable table =
-            MemberTableOf<BookingObject>()
-                .Method(L"lesen", 2, &BookingObject::Read)
-                .Property(L"ursprung",
-                          [](auto& self, Arguments&) { return Value::Short(self.record_.ursprung); })
-                .Property(L"Text", [](auto& self, Arguments&) { return Value::Text(self.record_.text); })
-                .Property(L"Datum", [](auto& self, Arguments&) { return Value::Date(self.record_.datum); })
-                .Property(L"Betrag",
-                          [](auto& self, Arguments&) { return Value::Currency(self.record_.betrag); })
-                .Property(L"OPNr", [](auto& self, Arguments&) { return Value::Text(self.record_.opNr); });
+        static const MemberTable table = MemberTableOf<BookingObject>()
+                                             .Method(L"lesen", 2, &BookingObject::Read)
+                                             .Property(L"ursprung", Give(&Value::Short, &Booking::ursprung))
+                                             .Property(L"Text", Give(&Value::Text, &Booking::text))
+                                             .Property(L"Datum", Give(&Value::Date, &Booking::datum))
+                                             .Property(L"Betrag", Give(&Value::Currency, &Booking::betrag))
+                                             .Property(L"OPNr", Give(&Value::Text, &Booking::opNr));
         return table;
     }
 
     Value Read(Arguments& arguments) {
-        ClientFile* client = accounting_->Client();
-        const Booking* found = client ? client->FindBooking(arguments.Text(0), arguments.Text(1)) : nullptr;
-        record_ = found ? *found : Booking{};
-        return Value::Short(found ? static_cast<std::int16_t>(done) : notFound);
+        ClientFile* client = Client();
+        return Take(client ? client->FindBooking(arguments.Text(0), arguments.Text(1)) : nullptr);
     }
-
-    State accounting_;
-    Booking record_;
 };
 
-class OpenItemObject : public DispatchObject {
+class OpenItemObject : public RecordObject<OpenItem> {
 public:
     OpenItemObject(State accounting, Ledger ledger)
-        : DispatchObject(L"FibuNT.OffenerPosten", Members()), accounting_(std::move(accounting)),
-          ledger_(ledger) {}
+        : RecordObject(L"FibuNT.OffenerPosten", Members(), std::move(accounting)), ledger_(ledger) {}
 
 private:
     static const MemberTable& Members() {
         static const MemberTable table =
             MemberTableOf<OpenItemObject>()
                 .Method(L"lesen", 1, &OpenItemObject::Read)
-                .Property(L"Datum", [](auto& self, Arguments&) { return Value::Date(self.record_.datum); })
-                .Property(L"BetragFaktura",
-                          [](auto& self, Arguments&) { return Value::Currency(self.record_.betragFaktura); })
-                .Property(L"PKNr", [](auto& self, Arguments&) { return Value::Long(self.record_.pkNr); });
+                .Property(L"Datum", Give(&Value::Date, &OpenItem::datum))
+                .Property(L"BetragFaktura", Give(&Value::Currency, &OpenItem::betragFaktura))
+                .Property(L"PKNr", Give(&Value::Long, &OpenItem::pkNr));
         return table;
     }
 
     Value Read(Arguments& arguments) {
-        const ClientFile* client = accounting_->Client();
-        const OpenItem* found = client ? client->FindOpenItem(ledger_, arguments.Text(0)) : nullptr;
-        record_ = found ? *found : OpenItem{};
-        return Value::Short(found ? static_cast<std::int16_t>(done) : notFound);
+        const ClientFile* client = Client();
+        return Take(client ? client->FindOpenItem(ledger_, arguments.Text(0)) : nullptr);
     }
 
-    State accounting_;
     Ledger ledger_;
-    OpenItem record_;
 };
 
-class AccountObject : public DispatchObject {
+class AccountObject : public RecordObject<PersonalAccount> {
 public:
     AccountObject(State accounting, Ledger ledger)
-        : DispatchObject(L"FibuNT.Personenkonto", Members()), accounting_(std::move(accounting)),
-          ledger_(ledger) {}
+        : RecordObject(L"FibuNT.Personenkonto", Members(), std::move(accounting)), ledger_(ledger) {}
 
 private:
     static const MemberTable& Members() {
-        static const MemberTable table = MemberTableOf<AccountObject>()
-                                             .Method(L"lesen", 1, &AccountObject::Read)
-                                             .Property(L"AdressID", [](auto& self, Arguments&) {
-                                                 return Value::Long(self.record_.adressId);
-                                             });
+        static const MemberTable table =
+            MemberTableOf<AccountObject>()
+                .Method(L"lesen", 1, &AccountObject::Read)
+                .Property(L"AdressID", Give(&Value::Long, &PersonalAccount::adressId));
         return table;
     }
 
     /// Unlike the other records an account does not tell whether it was found.
     Value Read(Arguments& arguments) {
-        const ClientFile* client = accounting_->Client();
-        const PersonalAccount* found = client ? client->FindAccount(ledger_, arguments.Long(0)) : nullptr;
-        record_ = found ? *found : PersonalAccount{};
+        const ClientFile* client = Client();
+        Take(client ? client->FindAccount(ledger_, arguments.Long(0)) : nullptr);
         return Value();
     }
 
-    State accounting_;
     Ledger ledger_;
-    PersonalAccount record_;
 };
 
-class AddressObject : public DispatchObject {
+class AddressObject : public RecordObject<Address> {
 public:
     explicit AddressObject(State accounting)
-        : DispatchObject(L"FibuNT.Adresse", Members()), accounting_(std::move(accounting)) {}
+        : RecordObject(L"FibuNT.Adresse", Members(), std::move(accounting)) {}
 
 private:
     static const MemberTable& Members() {
-        static const MemberTable table =
-            MemberTableOf<AddressObject>()
-                .Method(L"lesen", 1, &AddressObject::Read)
-                .Property(L"Firma", [](auto& self, Arguments&) { return Value::Text(self.record_.firma); })
-                .Property(L"PLZ", [](auto& self, Arguments&) { return Value::Text(self.record_.plz); })
-                .Property(L"Ort", [](auto& self, Arguments&) { return Value::Text(self.record_.ort); });
+        static const MemberTable table = MemberTableOf<AddressObject>()
+                                             .Method(L"lesen", 1, &AddressObject::Read)
+                                             .Property(L"Firma", Give(&Value::Text, &Address::firma))
+                                             .Property(L"PLZ", Give(&Value::Text, &Address::plz))
+                                             .Property(L"Ort", Give(&Value::Text, &Address::ort));
         return table;
     }
 
     Value Read(Arguments& arguments) {
-        const ClientFile* client = accounting_->Client();
-        const Address* found = client ? client->FindAddress(arguments.Long(0)) : nullptr;
-        record_ = found ? *found : Address{};
-        return Value::Short(found ? static_cast<std::int16_t>(done) : notFound);
+        const ClientFile* client = Client();
+        return Take(client ? client->FindAddress(arguments.Long(0)) : nullptr);
     }
-
-    State accounting_;
-    Address record_;
 };
 
 class MandantObject : public DispatchObject {

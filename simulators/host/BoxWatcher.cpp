@@ -16,11 +16,6 @@ constexpr auto pollInterval = std::chrono::milliseconds(10);
 /// A click can be lost while a box is still coming up, so it is repeated for as long as the box stays.
 constexpr unsigned looksBeforeRepeat = 30;
 
-BOOL CALLBACK Collect(HWND window, LPARAM list) {
-    reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
-    return TRUE;
-}
-
 bool IsBox(HWND window) {
     if (!IsWindowVisible(window)) {
         return false;
@@ -66,10 +61,8 @@ void BoxWatcher::Run() {
 }
 
 void BoxWatcher::Look() {
-    std::vector<HWND> windows;
-    EnumThreadWindows(threadId_, Collect, reinterpret_cast<LPARAM>(&windows));
     std::erase_if(pending_, [](const auto& entry) { return !IsWindowVisible(entry.first); });
-    for (HWND window : windows) {
+    for (HWND window : WindowsOf(threadId_)) {
         // A disabled box waits for another one in front of it.
         if (IsBox(window) && IsWindowEnabled(window)) {
             Answer(window);

@@ -201,11 +201,8 @@ void ChangeTotals::Add(const std::vector<EntryChange>& changes) {
 }
 
 std::wstring RenderChangeTotals(const ChangeTotals& totals) {
-    const auto count = [](std::size_t number, const wchar_t* one, const wchar_t* many) {
-        return std::to_wstring(number) + L" " + (number == 1 ? one : many);
-    };
-    return count(totals.requests, L"Anfrage", L"Anfragen") + L": " +
-           count(totals.filed, L"Eintrag", L"Einträge") + L" abgelegt, " + std::to_wstring(totals.changed) +
+    return Counted(totals.requests, L"Anfrage", L"Anfragen") + L": " +
+           Counted(totals.filed, L"Eintrag", L"Einträge") + L" abgelegt, " + std::to_wstring(totals.changed) +
            L" geändert, " + std::to_wstring(totals.deleted) + L" gelöscht";
 }
 

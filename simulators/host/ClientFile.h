@@ -96,8 +96,6 @@ private:
         return ledger == Ledger::Debtors ? debtors_ : creditors_;
     }
 
-    void ReadRecords();
-
     std::filesystem::path path_;
     nlohmann::ordered_json document_;
     std::wstring mandant_;

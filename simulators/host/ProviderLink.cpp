@@ -2,6 +2,7 @@
 
 #include <oleauto.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -16,36 +17,33 @@ namespace {
 constexpr const wchar_t* providerProgId = L"Kandora.ELOProvider";
 constexpr const wchar_t* providerClassName = L"ELOProvider";
 
-class Text {
-public:
-    explicit Text(const std::wstring& text)
-        : bstr_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-    ~Text() { SysFreeString(bstr_); }
-    Text(const Text&) = delete;
-    Text& operator=(const Text&) = delete;
-
-    BSTR Get() const { return bstr_; }
-
-private:
-    BSTR bstr_;
-};
-
 [[noreturn]] void Fail(const std::wstring& what, HRESULT code) {
     throw Failure(what + L": " + SystemMessage(static_cast<unsigned long>(code)));
 }
 
-/// Takes over what a call put into `variant`.
-Value Adopt(VARIANT& variant) {
-    Value value = Value::CopyOf(variant);
-    VariantClear(&variant);
-    return value;
+/// Takes over a text that a call delivered.
+Value AdoptText(BSTR text) {
+    VARIANT variant;
+    VariantInit(&variant);
+    variant.vt = VT_BSTR;
+    variant.bstrVal = text;
+    return Value::Adopt(variant);
 }
 
-Value AdoptText(BSTR text) {
-    Value value = Value::Text(FromBstr(text));
-    SysFreeString(text);
-    return value;
-}
+/// The requests about a document, which differ in nothing but their name.
+struct DocumentRequest {
+    RequestKind kind;
+    HRESULT (STDMETHODCALLTYPE DMSProvider::*send)(BSTR docId, VARIANT metaData);
+};
+
+constexpr std::array documentRequests{
+    DocumentRequest{RequestKind::SaveDocument, &DMSProvider::SaveDocument},
+    DocumentRequest{RequestKind::DocumentChanged, &DMSProvider::DocumentChanged},
+    DocumentRequest{RequestKind::DeleteDocument, &DMSProvider::DeleteDocument},
+    DocumentRequest{RequestKind::ShowDocument, &DMSProvider::ShowDocument},
+    DocumentRequest{RequestKind::PrintDocument, &DMSProvider::PrintDocument},
+    DocumentRequest{RequestKind::SetDocumentStatus, &DMSProvider::SetDocumentStatus},
+};
 
 CLSID ProviderClassOf(const std::filesystem::path& library) {
     ComPtr<ITypeLib> typeLibrary;
@@ -74,8 +72,7 @@ CLSID ProviderClassOf(const std::filesystem::path& library) {
 
 ComPtr<DMSProvider> AskForProvider(const ComPtr<IUnknown>& object) {
     ComPtr<DMSProvider> provider;
-    const HRESULT code =
-        object->QueryInterface(IID_DMSProvider, provider.ReceiveVoid());
+    const HRESULT code = object->QueryInterface(IID_DMSProvider, provider.ReceiveVoid());
     if (FAILED(code)) {
         Fail(L"Die Komponente bietet die Schnittstelle DMSProvider nicht an", code);
     }
@@ -102,8 +99,7 @@ ProviderLink ProviderLink::FromRegistration() {
     HRESULT code = CLSIDFromProgID(providerProgId, &classId);
     ComPtr<IUnknown> object;
     if (SUCCEEDED(code)) {
-        code = CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                object.ReceiveVoid());
+        code = CoCreateInstance(classId, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, object.ReceiveVoid());
     }
     if (FAILED(code)) {
         Fail(L"Die Komponente Kandora.ELOProvider kann nicht erzeugt werden (regsvr32 trägt sie ein)", code);
@@ -139,17 +135,23 @@ ProviderLink ProviderLink::FromLibrary(const std::filesystem::path& library) {
 }
 
 ProviderAnswer ProviderLink::Send(const ProviderCall& call) const {
-    const Text docId(call.docId);
+    const Value docId = Value::Text(call.docId);
+    const BSTR id = docId.Get().bstrVal;
     const VARIANT& argument = call.argument.Get();
     const VARIANT& metaData = call.metaData.Get();
     ProviderAnswer answer;
+    const auto* const document = std::ranges::find(documentRequests, call.kind, &DocumentRequest::kind);
+    if (document != documentRequests.end()) {
+        answer.code = (provider_.Get()->*document->send)(id, metaData);
+        return answer;
+    }
     VARIANT result;
     VariantInit(&result);
     BSTR text = nullptr;
     switch (call.kind) {
     case RequestKind::InitProvider:
         answer.code = provider_->InitProvider(argument, &result);
-        answer.result = Adopt(result);
+        answer.result = Value::Adopt(result);
         break;
     case RequestKind::StartProvider:
         answer.code = provider_->StartProvider(argument);
@@ -163,38 +165,16 @@ ProviderAnswer ProviderLink::Send(const ProviderCall& call) const {
         break;
     case RequestKind::GetOpenDocInfo:
         answer.code = provider_->GetOpenDocInfo(&result);
-        answer.result = Adopt(result);
+        answer.result = Value::Adopt(result);
         break;
     case RequestKind::GetVirtualPrinterName:
         answer.code = provider_->GetVirtualPrinterName(&text);
         answer.result = AdoptText(text);
         break;
-    case RequestKind::SaveDocument:
-        answer.code = provider_->SaveDocument(docId.Get(), metaData);
-        break;
-    case RequestKind::DocumentChanged:
-        answer.code = provider_->DocumentChanged(docId.Get(), metaData);
-        break;
-    case RequestKind::DeleteDocument:
-        answer.code = provider_->DeleteDocument(docId.Get(), metaData);
-        break;
-    case RequestKind::ShowDocument:
-        answer.code = provider_->ShowDocument(docId.Get(), metaData);
-        break;
-    case RequestKind::PrintDocument:
-        answer.code = provider_->PrintDocument(docId.Get(), metaData);
-        break;
-    case RequestKind::SetDocumentStatus:
-        answer.code = provider_->SetDocumentStatus(docId.Get(), metaData);
-        break;
     case RequestKind::SavePendingDocument:
-        answer.code = provider_->SavePendingDocument(argument, docId.Get(), metaData);
+        answer.code = provider_->SavePendingDocument(argument, id, metaData);
         break;
-    case RequestKind::OpenClient:
-    case RequestKind::CloseClient:
-    case RequestKind::ChangeBooking:
-    case RequestKind::SetOption:
-    case RequestKind::DescribeReport:
+    default:  // the accounting's own requests
         answer.code = E_INVALIDARG;
         break;
     }
@@ -221,7 +201,7 @@ Value MakeMetaData(const std::wstring& client, const std::wstring& belegNr, cons
         LONG index = static_cast<LONG>(at);
         SafeArrayPutElement(variant.parray, &index, const_cast<VARIANT*>(&values[at].Get()));
     }
-    return Adopt(variant);
+    return Value::Adopt(variant);
 }
 
 }  // namespace kandora::simulators

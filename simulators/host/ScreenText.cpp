@@ -175,6 +175,10 @@ std::size_t DisplayWidth(std::wstring_view text) {
     return WidthOf(glyphs, 0, glyphs.size());
 }
 
+std::wstring Counted(std::size_t count, std::wstring_view one, std::wstring_view many) {
+    return std::to_wstring(count) + L" " + std::wstring(count == 1 ? one : many);
+}
+
 std::wstring Shortened(std::wstring_view text, std::size_t most) {
     const std::wstring line = WithoutControls(text);
     return Cut(GlyphsOf(line), 0, most);

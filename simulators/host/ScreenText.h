@@ -11,6 +11,9 @@ namespace kandora::simulators {
 /// The columns that the text takes on a screen: an umlaut takes one, however it is composed.
 std::size_t DisplayWidth(std::wstring_view text);
 
+/// "1 Eintrag", "12 Einträge".
+std::wstring Counted(std::size_t count, std::wstring_view one, std::wstring_view many);
+
 /// The text on one line of `most` columns at most: line breaks become blanks, what is too long ends in "…".
 std::wstring Shortened(std::wstring_view text, std::size_t most);
 

@@ -1,38 +1,11 @@
 #include "simulators/host/StoreReader.h"
 
-#include <windows.h>
-
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
 
 namespace kandora::simulators {
 
 namespace {
-
-struct Listing {
-    std::vector<std::wstring> directories;
-    std::vector<std::wstring> files;
-};
-
-Listing List(const std::wstring& directory) {
-    Listing listing;
-    WIN32_FIND_DATAW found{};
-    // The levels of an archive can nest deeper than ordinary paths reach.
-    HANDLE search = FindFirstFileW((LongPath(directory) + L"\\*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) {
-        return listing;
-    }
-    do {
-        const std::wstring name = found.cFileName;
-        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-            listing.files.push_back(name);
-        } else if (name != L"." && name != L"..") {
-            listing.directories.push_back(name);
-        }
-    } while (FindNextFileW(search, &found) != FALSE);
-    FindClose(search);
-    return listing;
-}
 
 /// Entries are named by their number alone; everything else in a folder is a document, the folder's own data
 /// or a leftover of an interrupted write.
@@ -82,9 +55,9 @@ void StoreReader::ReadMasks(const std::filesystem::path& store) {
 }
 
 void StoreReader::ReadFolder(const std::wstring& directory, const std::wstring& folder) {
-    const Listing listing = List(directory);
-    for (const std::wstring& name : listing.files) {
-        if (!IsEntry(name)) {
+    const std::vector<DirectoryItem> items = ListDirectory(directory);
+    for (const auto& [name, isDirectory, stamp] : items) {
+        if (isDirectory || !IsEntry(name)) {
             continue;
         }
         const JsonFile file = JsonFile::Read(directory + L"\\" + name);
@@ -101,10 +74,10 @@ void StoreReader::ReadFolder(const std::wstring& directory, const std::wstring& 
         entry.hasDocument = document != nullptr && IsFile(directory + L"\\" + file.Text(*document));
         entries_.push_back(std::move(entry));
     }
-    for (const std::wstring& name : listing.directories) {
+    for (const auto& [name, isDirectory, stamp] : items) {
         const std::wstring path = directory + L"\\" + name;
         const std::wstring description = path + L"\\ordner.json";
-        if (IsFile(description)) {
+        if (isDirectory && IsFile(description)) {
             const JsonFile file = JsonFile::Read(description);
             ReadFolder(path, folder + L"/" + file.Text(file.Required(file.Root(), "name")));
         }

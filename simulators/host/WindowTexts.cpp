@@ -40,6 +40,12 @@ std::optional<std::wstring> TextOf(HWND window) {
     return text;
 }
 
+std::vector<HWND> WindowsOf(DWORD threadId) {
+    std::vector<HWND> windows;
+    EnumThreadWindows(threadId, Collect, reinterpret_cast<LPARAM>(&windows));
+    return windows;
+}
+
 std::vector<HWND> ChildrenOf(HWND parent) {
     std::vector<HWND> children;
     EnumChildWindows(parent, Collect, reinterpret_cast<LPARAM>(&children));

@@ -19,6 +19,9 @@ std::wstring ClassOf(HWND window);
 /// messages.
 std::optional<std::wstring> TextOf(HWND window);
 
+/// The top-level windows of a thread.
+std::vector<HWND> WindowsOf(DWORD threadId);
+
 /// All windows below `parent`, in the order in which they were created.
 std::vector<HWND> ChildrenOf(HWND parent);
 

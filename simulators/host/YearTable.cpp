@@ -28,10 +28,6 @@ std::wstring Count(std::size_t count) {
     return std::to_wstring(count);
 }
 
-std::wstring Count(std::size_t count, const wchar_t* one, const wchar_t* many) {
-    return std::to_wstring(count) + L" " + (count == 1 ? one : many);
-}
-
 std::wstring Fixed(double value, int decimals) {
     std::array<wchar_t, 40> text{};
     const int length = std::swprintf(text.data(), text.size(), L"%.*f", decimals, value);
@@ -185,7 +181,7 @@ void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const S
     }
     for (const auto& [place, entries] : places) {
         AppendWrapped(lines,
-                      Count(entries.size(), L"Eintrag", L"Einträge") + L" im Ordner " + place.first +
+                      Counted(entries.size(), L"Eintrag", L"Einträge") + L" im Ordner " + place.first +
                           L", Maske " + Guillemets(store.MaskName(place.second)),
                       L"  ", L"    ", size.width);
         EntryTable(store, entries).RenderTo(lines, L"    ", size);
@@ -222,7 +218,7 @@ std::vector<std::wstring> RenderYearTable(const ClientFile& client, const std::v
     const std::array<Group, 3> groups = Sort(client, outcomes, store);
     std::vector<std::wstring> lines;
     for (const Group& group : groups) {
-        lines.push_back(group.name + L": " + Count(group.saved, L"Beleg", L"Belege") + L" gespeichert");
+        lines.push_back(group.name + L": " + Counted(group.saved, L"Beleg", L"Belege") + L" gespeichert");
         if (store) {
             RenderEntries(lines, group, *store, size);
         }

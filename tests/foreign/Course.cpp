@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Kandora.h"
+#include "interfaces/ComPtr.h"
 #include "tests/support/ForwardingDispatch.h"
 
 namespace kandora::foreign_tests {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "automation/Platform.h"
+#include "interfaces/ComPtr.h"
 #include "simulators/common/DispatchObject.h"
 #include "tests/model/Faults.h"
 #include "tests/model/Ledger.h"

@@ -89,8 +89,7 @@ TEST_F(LocalServerTest, OffersObjectsInItsOwnProcessWhenAskedTo) {
         probeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
-    ASSERT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                               object.ReceiveVoid()),
+    ASSERT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.ReceiveVoid()),
               S_OK);
     EXPECT_EQ(LateBoundClient(object.Get()).Call(L"Answer").Long(), 42);
 }
@@ -100,9 +99,9 @@ TEST_F(LocalServerTest, TellsWhetherAClientHoldsTheServer) {
         probeId, [] { return ComPtr<IDispatch>(MakeObject<Plain>().Get()); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IClassFactory> factory;
-    ASSERT_EQ(CoGetClassObject(probeId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
-                               factory.ReceiveVoid()),
-              S_OK);
+    ASSERT_EQ(
+        CoGetClassObject(probeId, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory, factory.ReceiveVoid()),
+        S_OK);
     EXPECT_FALSE(ClassObject::IsLocked());
     factory->LockServer(TRUE);
     EXPECT_TRUE(ClassObject::IsLocked());
@@ -117,8 +116,7 @@ TEST_F(LocalServerTest, AnswersACodeWhenAnObjectCannotBeMade) {
         probeId, []() -> ComPtr<IDispatch> { throw Failure(L"Heute nicht"); },
         CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
     ComPtr<IDispatch> object;
-    EXPECT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                               object.ReceiveVoid()),
+    EXPECT_EQ(CoCreateInstance(probeId, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.ReceiveVoid()),
               E_FAIL);
 }
 

@@ -30,6 +30,7 @@ TemporaryDirectory::~TemporaryDirectory() {
 
 std::wstring TemporaryDirectory::Write(std::wstring_view name, std::string_view content) const {
     std::wstring path = *this / name;
+    CreateDirectories(path.substr(0, path.find_last_of(L"\\/")));
     WriteFileAtomically(path, content);
     return path;
 }

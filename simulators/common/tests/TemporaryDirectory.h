@@ -16,7 +16,7 @@ public:
     const std::wstring& Path() const noexcept { return path_; }
     /// The path of something in it.
     std::wstring operator/(std::wstring_view name) const { return path_ + L"\\" + std::wstring(name); }
-    /// Writes a file there and answers its path.
+    /// Writes a file there, with the directories above it, and answers its path.
     std::wstring Write(std::wstring_view name, std::string_view content) const;
 
 private:

@@ -3,20 +3,13 @@
 #include <gmock/gmock.h>
 
 #include "interfaces/ComPtr.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/tests/HostFixture.h"
 
 namespace kandora::simulators {
 
 namespace {
-
-using testing::Call;
-using testing::CallByReference;
-using testing::FailureOf;
-using testing::ObjectOf;
-using testing::smallClient;
-using testing::TemporaryFolder;
-using testing::TextOf;
 
 constexpr std::int32_t loggedIn = 0;
 
@@ -34,14 +27,14 @@ protected:
 
     static std::int32_t Login(const ComPtr<IDispatch>& mandant, std::int16_t module,
                               const std::wstring& client) {
-        return Call(mandant.Get(), L"Login", {Value::Short(module), Value::Text(client)})
+        return CallMember(mandant.Get(), L"Login", {Value::Short(module), Value::Text(client)})
             .ConvertedTo(VT_I4)
             .Get()
             .lVal;
     }
 
     static bool IsOpen(const ComPtr<IDispatch>& mandant) {
-        const Value open = Call(mandant.Get(), L"istoffen");
+        const Value open = CallMember(mandant.Get(), L"istoffen");
         EXPECT_EQ(open.Type(), VT_BOOL);
         return open.Get().boolVal != VARIANT_FALSE;
     }
@@ -53,12 +46,12 @@ protected:
         return answer.Get().iVal;
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
     std::shared_ptr<Accounting> accounting_ = std::make_shared<Accounting>();
 };
 
 TEST_F(AccountingTest, TheLastClientIsItsFullPath) {
-    EXPECT_EQ(TextOf(Call(MakeMandant(accounting_).Get(), L"letztermandant")),
+    EXPECT_EQ(TextOf(CallMember(MakeMandant(accounting_).Get(), L"letztermandant")),
               L"C:\\Daten\\Mandanten\\Klein");
 }
 
@@ -70,7 +63,7 @@ TEST_F(AccountingTest, EachObjectLogsInOnItsOwn) {
     EXPECT_TRUE(IsOpen(fibu));
     EXPECT_FALSE(IsOpen(debtors));
     EXPECT_EQ(Login(debtors, 2, accounting_->LastClient()), loggedIn);
-    Call(fibu.Get(), L"Logout");
+    CallMember(fibu.Get(), L"Logout");
     EXPECT_FALSE(IsOpen(fibu));
     EXPECT_TRUE(IsOpen(debtors));
 }
@@ -109,8 +102,8 @@ TEST_F(AccountingTest, ClosingTheClientClosesEveryObject) {
     accounting_->CloseClient();
     EXPECT_FALSE(IsOpen(fibu));
     EXPECT_FALSE(IsOpen(creditors));
-    EXPECT_EQ(TextOf(Call(fibu.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
-    EXPECT_EQ(FailureOf(fibu.Get(), L"neubuchung"), L"Es ist kein Mandant geöffnet.");
+    EXPECT_EQ(TextOf(CallMember(fibu.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
+    EXPECT_EQ(ErrorTextOf(fibu.Get(), L"neubuchung"), L"Es ist kein Mandant geöffnet.");
     EXPECT_EQ(Login(fibu, 1, accounting_->LastClient()), loggedIn);
     EXPECT_TRUE(IsOpen(fibu));
 }
@@ -121,43 +114,43 @@ TEST_F(AccountingTest, AnotherClientTakesTheOldOnesPlace) {
     other.replace(other.find("Klein"), 5, "Gross");
     accounting_->OpenClient(ClientFile::Load(folder_.Write(L"gross.json", other)));
     EXPECT_FALSE(IsOpen(fibu));
-    EXPECT_EQ(TextOf(Call(fibu.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Gross");
+    EXPECT_EQ(TextOf(CallMember(fibu.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Gross");
 }
 
 TEST_F(AccountingTest, WithoutAnyClientThereIsNothingToLogInTo) {
     const ComPtr<IDispatch> mandant = MakeMandant(std::make_shared<Accounting>());
-    EXPECT_EQ(TextOf(Call(mandant.Get(), L"letztermandant")), L"");
+    EXPECT_EQ(TextOf(CallMember(mandant.Get(), L"letztermandant")), L"");
     EXPECT_NE(Login(mandant, 1, L""), loggedIn);
     EXPECT_FALSE(IsOpen(mandant));
 }
 
 TEST_F(AccountingTest, ABookingHandsOutValuesOfTheirNaturalTypes) {
-    const ComPtr<IDispatch> booking = ObjectOf(Call(LoggedIn(1).Get(), L"neubuchung"));
+    const ComPtr<IDispatch> booking = ObjectOf(CallMember(LoggedIn(1).Get(), L"neubuchung"));
     ASSERT_TRUE(booking);
     EXPECT_EQ(Read(booking, L"10", L"1"), 0);
-    const Value origin = Call(booking.Get(), L"ursprung");
+    const Value origin = CallMember(booking.Get(), L"ursprung");
     EXPECT_EQ(origin.Type(), VT_I2);
     EXPECT_EQ(origin.Get().iVal, 1);
-    const Value text = Call(booking.Get(), L"Text");
+    const Value text = CallMember(booking.Get(), L"Text");
     EXPECT_EQ(text.Type(), VT_BSTR);
     EXPECT_EQ(TextOf(text), L"RG Müller");
-    const Value date = Call(booking.Get(), L"Datum");
+    const Value date = CallMember(booking.Get(), L"Datum");
     EXPECT_EQ(date.Type(), VT_DATE);
     EXPECT_EQ(date.Get().date, 46085.0);
-    const Value amount = Call(booking.Get(), L"Betrag");
+    const Value amount = CallMember(booking.Get(), L"Betrag");
     EXPECT_EQ(amount.Type(), VT_CY);
     EXPECT_EQ(amount.Get().cyVal.int64, 1234500);
-    const Value item = Call(booking.Get(), L"OPNr");
+    const Value item = CallMember(booking.Get(), L"OPNr");
     EXPECT_EQ(item.Type(), VT_BSTR);
     EXPECT_EQ(TextOf(item), L"77");
 }
 
 TEST_F(AccountingTest, ABookingThatIsNotThereLeavesTheObjectFresh) {
-    const ComPtr<IDispatch> booking = ObjectOf(Call(LoggedIn(1).Get(), L"neubuchung"));
+    const ComPtr<IDispatch> booking = ObjectOf(CallMember(LoggedIn(1).Get(), L"neubuchung"));
     EXPECT_EQ(Read(booking, L"10", L"1"), 0);
     EXPECT_EQ(Read(booking, L"10", L"9"), -1);
-    EXPECT_EQ(TextOf(Call(booking.Get(), L"Text")), L"");
-    EXPECT_EQ(Call(booking.Get(), L"ursprung").Get().iVal, 0);
+    EXPECT_EQ(TextOf(CallMember(booking.Get(), L"Text")), L"");
+    EXPECT_EQ(CallMember(booking.Get(), L"ursprung").Get().iVal, 0);
 }
 
 TEST_F(AccountingTest, OpenItemAccountAndAddressLeadToThePartnerOfTheirLedger) {
@@ -172,59 +165,60 @@ TEST_F(AccountingTest, OpenItemAccountAndAddressLeadToThePartnerOfTheirLedger) {
     for (const Expected& expected : {Expected{2, 2005000, 501, L"Müller & Söhne", L"Zürich"},
                                      Expected{3, 999500, 502, L"D'Amico", L""}}) {
         const ComPtr<IDispatch> mandant = LoggedIn(expected.module);
-        const ComPtr<IDispatch> item = ObjectOf(Call(mandant.Get(), L"neuOP"));
-        EXPECT_EQ(Call(item.Get(), L"lesen", {Value::Text(L"77")}).Get().iVal, 0);
-        EXPECT_EQ(Call(item.Get(), L"Datum").Type(), VT_DATE);
-        const Value amount = Call(item.Get(), L"BetragFaktura");
+        const ComPtr<IDispatch> item = ObjectOf(CallMember(mandant.Get(), L"neuOP"));
+        EXPECT_EQ(CallMember(item.Get(), L"lesen", {Value::Text(L"77")}).Get().iVal, 0);
+        EXPECT_EQ(CallMember(item.Get(), L"Datum").Type(), VT_DATE);
+        const Value amount = CallMember(item.Get(), L"BetragFaktura");
         EXPECT_EQ(amount.Type(), VT_CY);
         EXPECT_EQ(amount.Get().cyVal.int64, expected.amount);
-        const Value number = Call(item.Get(), L"PKNr");
+        const Value number = CallMember(item.Get(), L"PKNr");
         EXPECT_EQ(number.Type(), VT_I4);
         EXPECT_EQ(number.Get().lVal, 1);
 
-        const ComPtr<IDispatch> account = ObjectOf(Call(mandant.Get(), L"neuPK"));
-        EXPECT_EQ(Call(account.Get(), L"lesen", {number}).Type(), VT_EMPTY);
-        const Value addressNumber = Call(account.Get(), L"AdressID");
+        const ComPtr<IDispatch> account = ObjectOf(CallMember(mandant.Get(), L"neuPK"));
+        EXPECT_EQ(CallMember(account.Get(), L"lesen", {number}).Type(), VT_EMPTY);
+        const Value addressNumber = CallMember(account.Get(), L"AdressID");
         EXPECT_EQ(addressNumber.Type(), VT_I4);
         EXPECT_EQ(addressNumber.Get().lVal, expected.address);
 
-        const ComPtr<IDispatch> address = ObjectOf(Call(fibu.Get(), L"neuAdresse"));
-        EXPECT_EQ(Call(address.Get(), L"lesen", {addressNumber}).Get().iVal, 0);
-        EXPECT_EQ(TextOf(Call(address.Get(), L"Firma")), expected.company);
-        EXPECT_EQ(Call(address.Get(), L"PLZ").Type(), VT_BSTR);
-        EXPECT_EQ(TextOf(Call(address.Get(), L"Ort")), expected.town);
+        const ComPtr<IDispatch> address = ObjectOf(CallMember(fibu.Get(), L"neuAdresse"));
+        EXPECT_EQ(CallMember(address.Get(), L"lesen", {addressNumber}).Get().iVal, 0);
+        EXPECT_EQ(TextOf(CallMember(address.Get(), L"Firma")), expected.company);
+        EXPECT_EQ(CallMember(address.Get(), L"PLZ").Type(), VT_BSTR);
+        EXPECT_EQ(TextOf(CallMember(address.Get(), L"Ort")), expected.town);
     }
 }
 
 TEST_F(AccountingTest, RecordsThatAreNotThereHoldFreshValues) {
     const ComPtr<IDispatch> debtors = LoggedIn(2);
-    const ComPtr<IDispatch> item = ObjectOf(Call(debtors.Get(), L"neuOP"));
-    EXPECT_EQ(Call(item.Get(), L"lesen", {Value::Text(L"78")}).Get().iVal, -1);
-    EXPECT_EQ(Call(item.Get(), L"PKNr").Get().lVal, 0);
-    const ComPtr<IDispatch> account = ObjectOf(Call(debtors.Get(), L"neuPK"));
-    Call(account.Get(), L"lesen", {Value::Long(9)});
-    EXPECT_EQ(Call(account.Get(), L"AdressID").Get().lVal, 0);
-    const ComPtr<IDispatch> address = ObjectOf(Call(LoggedIn(1).Get(), L"neuAdresse"));
-    EXPECT_EQ(Call(address.Get(), L"lesen", {Value::Long(0)}).Get().iVal, -1);
-    EXPECT_EQ(TextOf(Call(address.Get(), L"Firma")), L"");
+    const ComPtr<IDispatch> item = ObjectOf(CallMember(debtors.Get(), L"neuOP"));
+    EXPECT_EQ(CallMember(item.Get(), L"lesen", {Value::Text(L"78")}).Get().iVal, -1);
+    EXPECT_EQ(CallMember(item.Get(), L"PKNr").Get().lVal, 0);
+    const ComPtr<IDispatch> account = ObjectOf(CallMember(debtors.Get(), L"neuPK"));
+    CallMember(account.Get(), L"lesen", {Value::Long(9)});
+    EXPECT_EQ(CallMember(account.Get(), L"AdressID").Get().lVal, 0);
+    const ComPtr<IDispatch> address = ObjectOf(CallMember(LoggedIn(1).Get(), L"neuAdresse"));
+    EXPECT_EQ(CallMember(address.Get(), L"lesen", {Value::Long(0)}).Get().iVal, -1);
+    EXPECT_EQ(TextOf(CallMember(address.Get(), L"Firma")), L"");
 }
 
 TEST_F(AccountingTest, EachModuleMakesOnlyItsOwnRecords) {
-    EXPECT_THAT(FailureOf(LoggedIn(1).Get(), L"neuOP"), ::testing::HasSubstr(L"Debitoren"));
-    EXPECT_THAT(FailureOf(LoggedIn(1).Get(), L"neuPK"), ::testing::HasSubstr(L"Debitoren"));
-    EXPECT_THAT(FailureOf(LoggedIn(2).Get(), L"neubuchung"), ::testing::HasSubstr(L"Finanzbuchhaltung"));
-    EXPECT_THAT(FailureOf(LoggedIn(3).Get(), L"neuAdresse"), ::testing::HasSubstr(L"Finanzbuchhaltung"));
-    EXPECT_EQ(FailureOf(MakeMandant(accounting_).Get(), L"neuOP"), L"Es ist kein Mandant geöffnet.");
+    EXPECT_THAT(ErrorTextOf(LoggedIn(1).Get(), L"neuOP"), ::testing::HasSubstr(L"Debitoren"));
+    EXPECT_THAT(ErrorTextOf(LoggedIn(1).Get(), L"neuPK"), ::testing::HasSubstr(L"Debitoren"));
+    EXPECT_THAT(ErrorTextOf(LoggedIn(2).Get(), L"neubuchung"), ::testing::HasSubstr(L"Finanzbuchhaltung"));
+    EXPECT_THAT(ErrorTextOf(LoggedIn(3).Get(), L"neuAdresse"), ::testing::HasSubstr(L"Finanzbuchhaltung"));
+    EXPECT_EQ(ErrorTextOf(MakeMandant(accounting_).Get(), L"neuOP"), L"Es ist kein Mandant geöffnet.");
 }
 
 TEST_F(AccountingTest, OptionsAreWrittenBackToTheFile) {
     const ComPtr<IDispatch> fibu = LoggedIn(1);
-    const Value read = Call(fibu.Get(), L"IniLesen", {Value::Short(600), Value::Short(100)});
+    const Value read = CallMember(fibu.Get(), L"IniLesen", {Value::Short(600), Value::Short(100)});
     EXPECT_EQ(read.Type(), VT_BSTR);
     EXPECT_EQ(TextOf(read), L"TRUE");
-    EXPECT_EQ(TextOf(Call(fibu.Get(), L"IniLesen", {Value::Short(600), Value::Short(111)})), L"");
-    const Value written = Call(fibu.Get(), L"Inischreiben",
-                               {Value::Short(600), Value::Short(111), Value::Text(L"/Sesam/Klein/Debi")});
+    EXPECT_EQ(TextOf(CallMember(fibu.Get(), L"IniLesen", {Value::Short(600), Value::Short(111)})), L"");
+    const Value written =
+        CallMember(fibu.Get(), L"Inischreiben",
+                   {Value::Short(600), Value::Short(111), Value::Text(L"/Sesam/Klein/Debi")});
     EXPECT_EQ(written.Type(), VT_BOOL);
     EXPECT_EQ(written.Get().boolVal, VARIANT_TRUE);
     EXPECT_EQ(ClientFile::Load(folder_ / L"klein.json").Option(600, 111), L"/Sesam/Klein/Debi");
@@ -234,15 +228,15 @@ TEST_F(AccountingTest, AnOptionThatCannotBeWrittenIsAnsweredWithFalse) {
     const ComPtr<IDispatch> fibu = LoggedIn(1);
     std::filesystem::create_directory(folder_ / L"klein.json.tmp");
     const Value written =
-        Call(fibu.Get(), L"Inischreiben", {Value::Short(600), Value::Short(111), Value::Text(L"x")});
+        CallMember(fibu.Get(), L"Inischreiben", {Value::Short(600), Value::Short(111), Value::Text(L"x")});
     EXPECT_EQ(written.Get().boolVal, VARIANT_FALSE);
 }
 
 TEST_F(AccountingTest, NamesAreFoundWithoutRegardToCaseAndUnknownOnesAreNot) {
     const ComPtr<IDispatch> fibu = LoggedIn(1);
-    EXPECT_EQ(TextOf(Call(fibu.Get(), L"INILESEN", {Value::Short(600), Value::Short(100)})), L"TRUE");
+    EXPECT_EQ(TextOf(CallMember(fibu.Get(), L"INILESEN", {Value::Short(600), Value::Short(100)})), L"TRUE");
     try {
-        Call(fibu.Get(), L"Quittung");
+        CallMember(fibu.Get(), L"Quittung");
         FAIL();
     } catch (HRESULT code) {
         EXPECT_EQ(code, DISP_E_UNKNOWNNAME);
@@ -259,7 +253,7 @@ TEST_F(AccountingTest, TheClassServesCallersInItsOwnProcessDirectly) {
         ASSERT_EQ(CoCreateInstance(MandantClass().id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
                                    IID_IDispatch, mandant.ReceiveVoid()),
                   S_OK);
-        EXPECT_EQ(TextOf(Call(mandant.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
+        EXPECT_EQ(TextOf(CallMember(mandant.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
         EXPECT_EQ(Login(mandant, 1, accounting_->LastClient()), loggedIn);
     }
     CoUninitialize();

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/ChangesTable.h"
 #include "simulators/host/tests/HostFixture.h"
 
@@ -9,7 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using testing::TemporaryFolder;
 
 class ChangesTableTest : public ::testing::Test {
 protected:
@@ -39,7 +39,7 @@ protected:
         return step;
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
 };
 
 TEST_F(ChangesTableTest, AChangedEntryShowsAllFieldsBeforeAndAfter) {

@@ -4,17 +4,15 @@
 
 #include <gmock/gmock.h>
 
+#include "simulators/common/Files.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/tests/HostFixture.h"
 
 namespace kandora::simulators {
 
 namespace {
-
-using testing::MessageOf;
-using testing::ReadFile;
-using testing::smallClient;
-using testing::TemporaryFolder;
 
 class ClientFileTest : public ::testing::Test {
 protected:
@@ -28,12 +26,12 @@ protected:
         const std::size_t at = content.find(from);
         EXPECT_NE(at, std::string::npos) << from;
         content.replace(at, from.size(), to);
-        const std::wstring message = MessageOf([&] { Load(content); });
-        const std::wstring path = (folder_ / L"klein.json").wstring();
+        const std::wstring message = FailureOf([&] { Load(content); });
+        const std::wstring path = folder_ / L"klein.json";
         return message.starts_with(path) ? message.substr(path.size()) : message;
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
 };
 
 TEST_F(ClientFileTest, HoldsWhatTheFileSays) {
@@ -87,9 +85,9 @@ TEST_F(ClientFileTest, AnOptionThatCannotBeWrittenKeepsItsValue) {
     ClientFile client = Load();
     // The temporary file of the write cannot be made where a folder stands.
     std::filesystem::create_directory(folder_ / L"klein.json.tmp");
-    EXPECT_NE(MessageOf([&] { client.SetOption(600, 100, L"false"); }), L"");
+    EXPECT_NE(FailureOf([&] { client.SetOption(600, 100, L"false"); }), L"");
     EXPECT_EQ(client.Option(600, 100), L"TRUE");
-    EXPECT_EQ(ReadFile(folder_ / L"klein.json"), smallClient);
+    EXPECT_EQ(ReadWholeFile(folder_ / L"klein.json"), smallClient);
 }
 
 TEST_F(ClientFileTest, AByteOrderMarkIsNoMistake) {
@@ -109,7 +107,7 @@ TEST_F(ClientFileTest, UndeclaredGapsAreReported) {
 }
 
 TEST_F(ClientFileTest, AMissingFileIsNamed) {
-    const std::wstring message = MessageOf([&] { ClientFile::Load(folder_ / L"fehlt.json"); });
+    const std::wstring message = FailureOf([&] { ClientFile::Load(folder_ / L"fehlt.json"); });
     EXPECT_THAT(message, ::testing::HasSubstr(L"fehlt.json"));
 }
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
 #include "simulators/host/CommandLine.h"
 #include "simulators/host/tests/HostFixture.h"
 
@@ -8,7 +9,6 @@ namespace kandora::simulators {
 
 namespace {
 
-using testing::MessageOf;
 using Task = CommandLine::Task;
 
 CommandLine Parse(const std::vector<std::wstring>& arguments) {
@@ -17,7 +17,7 @@ CommandLine Parse(const std::vector<std::wstring>& arguments) {
 }
 
 std::wstring Complaint(const std::vector<std::wstring>& arguments) {
-    return MessageOf([&] { Parse(arguments); });
+    return FailureOf([&] { Parse(arguments); });
 }
 
 TEST(CommandLineTest, KeepsNamesThatTheAnsiCodePageCannotSpell) {
@@ -91,7 +91,7 @@ TEST(CommandLineTest, TheOutputHasAWidth) {
     EXPECT_EQ(widthOf(L"80"), 80U);
     EXPECT_EQ(widthOf(L"1000"), 1000U);
     for (const wchar_t* wrong : {L"79", L"1001", L"0", L"breit", L"100.5", L"100 Zeichen", L""}) {
-        EXPECT_EQ(MessageOf([&] { widthOf(wrong); }),
+        EXPECT_EQ(FailureOf([&] { widthOf(wrong); }),
                   L"Der Wert von --width ist eine Zahl von 80 bis 1000. Hilfe gibt HostSimulator.exe --help.")
             << ToUtf8(wrong);
     }

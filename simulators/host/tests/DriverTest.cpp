@@ -5,7 +5,10 @@
 
 #include "interfaces/ComObject.h"
 #include "interfaces/ComPtr.h"
+#include "simulators/common/Files.h"
 #include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/Driver.h"
 #include "simulators/host/RunReport.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -13,11 +16,6 @@
 namespace kandora::simulators {
 
 namespace {
-
-using testing::MessageOf;
-using testing::smallClient;
-using testing::TemporaryFolder;
-using testing::TextOf;
 
 std::wstring DescribeArray(const VARIANT& variant) {
     if (variant.vt != (VT_ARRAY | VT_VARIANT)) {
@@ -127,7 +125,7 @@ protected:
         accounting_.OpenClient(ClientFile::Load(folder_.Write(L"klein.json", smallClient)));
     }
 
-    std::wstring RequestFile() const { return (folder_ / L"a.txt").wstring(); }
+    std::wstring RequestFile() const { return folder_ / L"a.txt"; }
 
     std::vector<Outcome> Run(const std::wstring& text, const std::filesystem::path& printerFile = {}) {
         std::vector<Outcome> outcomes;
@@ -139,12 +137,12 @@ protected:
     }
 
     std::wstring Check(const std::wstring& text) {
-        const std::wstring message = MessageOf(
+        const std::wstring message = FailureOf(
             [&] { CheckRequests(ParseRequests(text, RequestFile()), RequestFile(), accounting_.Client()); });
         return message.starts_with(RequestFile()) ? message.substr(RequestFile().size()) : message;
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
     Accounting accounting_;
     RecordingProvider provider_;
     ProviderLink link_{ComPtr<DMSProvider>(&provider_)};
@@ -217,7 +215,7 @@ TEST_F(DriverTest, ChangesShowInLaterRequestsButNotInTheFile) {
     EXPECT_EQ(accounting_.Client()->FindBooking(L"10", L"1")->text, L"Neu");
     EXPECT_EQ(accounting_.Client()->FindBooking(L"10", L"1")->betrag, 10500);
     EXPECT_THAT(provider_.calls[0], ::testing::HasSubstr(L"BSTR \"B9\"]"));
-    EXPECT_EQ(testing::ReadFile(folder_ / L"klein.json"), smallClient);
+    EXPECT_EQ(ReadWholeFile(folder_ / L"klein.json"), smallClient);
 }
 
 TEST_F(DriverTest, AChangedNumberCountsFromThenOn) {
@@ -233,7 +231,7 @@ TEST_F(DriverTest, AChangedNumberCountsFromThenOn) {
 TEST_F(DriverTest, AReportIsPrintedBeforeItIsSent) {
     const std::filesystem::path file = folder_ / L"Drück.pdf";
     std::string seen;
-    provider_.whilePrinting = [&] { seen = testing::ReadFile(file); };
+    provider_.whilePrinting = [&] { seen = ReadWholeFile(file); };
     Run(L"PrintDocument 1", file);
     EXPECT_THAT(seen, ::testing::StartsWith("%PDF-1.4"));
     EXPECT_THAT(seen, ::testing::HasSubstr("Mandant Klein"));
@@ -258,7 +256,7 @@ TEST_F(DriverTest, AnotherClientIsFoundBesideTheRequestFileAndMayBeCopied) {
     folder_.Write(L"gross.json", other);
     Run(L"openclient gross.json kopie.json\noption 100 false\ncloseclient");
     EXPECT_EQ(accounting_.LastClient(), L"C:\\Daten\\Mandanten\\Gross");
-    EXPECT_EQ(testing::ReadFile(folder_ / L"gross.json"), other);
+    EXPECT_EQ(ReadWholeFile(folder_ / L"gross.json"), other);
     EXPECT_EQ(ClientFile::Load(folder_ / L"kopie.json").Option(600, 100), L"false");
 }
 

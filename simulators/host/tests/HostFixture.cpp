@@ -3,44 +3,16 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
-#include <fstream>
-#include <sstream>
 
 #include "simulators/common/Unicode.h"
+#include "simulators/common/tests/LateBoundClient.h"
 
-namespace kandora::simulators::testing {
+namespace kandora::simulators {
 namespace {
 
-struct Invocation {
-    HRESULT code = S_OK;
-    Value result;
-    std::wstring description;
-};
-
-Invocation Invoke(IDispatch* object, const wchar_t* name, std::vector<VARIANT> arguments, WORD flags) {
-    Invocation answer;
-    std::wstring member(name);
-    LPOLESTR names = member.data();
-    DISPID id = DISPID_UNKNOWN;
-    answer.code = object->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id);
-    if (FAILED(answer.code)) {
-        return answer;
-    }
-    std::ranges::reverse(arguments);
-    DISPPARAMS parameters{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
-    VARIANT result;
-    VariantInit(&result);
-    EXCEPINFO exception{};
-    answer.code =
-        object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters, &result, &exception, nullptr);
-    answer.result = Value::CopyOf(result);
-    VariantClear(&result);
-    answer.description = FromBstr(exception.bstrDescription);
-    SysFreeString(exception.bstrDescription);
-    SysFreeString(exception.bstrSource);
-    SysFreeString(exception.bstrHelpFile);
-    return answer;
+CallResult Invoke(IDispatch* object, const wchar_t* name, const std::vector<VARIANT>& arguments,
+                  WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
+    return LateBoundClient(object).Invoke(name, flags, arguments);
 }
 
 std::vector<VARIANT> Raw(const std::vector<Value>& values) {
@@ -53,41 +25,16 @@ std::vector<VARIANT> Raw(const std::vector<Value>& values) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    static std::atomic<int> counter{0};
-    path_ = std::filesystem::temp_directory_path() /
-            (L"host_simulator_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++counter));
-    std::filesystem::create_directories(path_);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::filesystem::path TemporaryFolder::Write(const std::wstring& name, const std::string& content) const {
-    std::filesystem::path path = path_ / name;
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
-}
-
-std::string ReadFile(const std::filesystem::path& path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
-
 std::filesystem::path SampleClientPath() {
     return FromUtf8(SAMPLE_CLIENT);
 }
 
-Value Call(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments, WORD flags) {
-    const Invocation answer = Invoke(object, name, Raw(arguments), flags);
+Value CallMember(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments, WORD flags) {
+    const CallResult answer = Invoke(object, name, Raw(arguments), flags);
     if (FAILED(answer.code)) {
         throw answer.code;
     }
-    return answer.result;
+    return answer.value;
 }
 
 Value CallByReference(IDispatch* object, const wchar_t* name, const std::vector<std::wstring>& texts) {
@@ -100,16 +47,16 @@ Value CallByReference(IDispatch* object, const wchar_t* name, const std::vector<
         arguments[at].vt = VT_BYREF | VT_BSTR;
         arguments[at].pbstrVal = &strings[at];
     }
-    const Invocation answer = Invoke(object, name, arguments, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+    const CallResult answer = Invoke(object, name, arguments);
     std::ranges::for_each(strings, SysFreeString);
     if (FAILED(answer.code)) {
         throw answer.code;
     }
-    return answer.result;
+    return answer.value;
 }
 
-std::wstring FailureOf(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments) {
-    const Invocation answer = Invoke(object, name, Raw(arguments), DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+std::wstring ErrorTextOf(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments) {
+    const CallResult answer = Invoke(object, name, Raw(arguments));
     return answer.code == DISP_E_EXCEPTION ? answer.description : L"kein Automationsfehler";
 }
 
@@ -160,4 +107,4 @@ const char* const smallClient = R"({
 }
 )";
 
-}  // namespace kandora::simulators::testing
+}  // namespace kandora::simulators

@@ -7,8 +7,6 @@ namespace kandora::simulators {
 
 namespace {
 
-using testing::PdfFile;
-
 TEST(PdfDocument, EveryObjectLiesWhereTheTableSays) {
     PdfDocument document(L"Auswertung");
     for (int page = 0; page < 3; ++page) {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace kandora::simulators::testing {
+namespace kandora::simulators {
 namespace {
 
 std::size_t NumberAt(const std::string& bytes, std::size_t at) {
@@ -75,4 +75,4 @@ std::vector<std::wstring> PdfFile::Texts() const {
     return texts;
 }
 
-}  // namespace kandora::simulators::testing
+}  // namespace kandora::simulators

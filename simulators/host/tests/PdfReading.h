@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace kandora::simulators::testing {
+namespace kandora::simulators {
 
 /// A PDF file without compression, read back by other means than it was written. What is wrong with it fails
 /// the running test.
@@ -28,4 +28,4 @@ private:
     std::string bytes_;
 };
 
-}  // namespace kandora::simulators::testing
+}  // namespace kandora::simulators

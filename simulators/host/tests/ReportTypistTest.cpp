@@ -4,6 +4,7 @@
 #include <array>
 #include <thread>
 
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/BoxWatcher.h"
 #include "simulators/host/ReportTypist.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -13,7 +14,6 @@ namespace kandora::simulators {
 namespace {
 
 using ::testing::ElementsAre;
-using testing::TemporaryFolder;
 
 constexpr int firstTextBox = 101;
 constexpr int shortNameLimit = 30;
@@ -180,7 +180,7 @@ TEST(ReportTypist, ADialogThatCannotBeFilledIsClosed) {
 }
 
 TEST(ReportTypist, WaitsForThePictureOfTheFilledDialog) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     const std::filesystem::path hook = folder / L"Bild";
     folder.Write(L"Bild.done", "left over from an earlier run");
     const BoxWatcher watcher(GetCurrentThreadId(), hook);

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "simulators/common/tests/FailureOf.h"
 #include "simulators/host/RequestFile.h"
 #include "simulators/host/tests/HostFixture.h"
 
@@ -7,14 +8,12 @@ namespace kandora::simulators {
 
 namespace {
 
-using testing::MessageOf;
-
 Request Parse(const std::wstring& line) {
     return ParseRequests(line, L"a.txt").at(0);
 }
 
 std::wstring Complaint(const std::wstring& text) {
-    return MessageOf([&] { ParseRequests(text, L"a.txt"); });
+    return FailureOf([&] { ParseRequests(text, L"a.txt"); });
 }
 
 TEST(RequestFile, BlankLinesAndCommentsCarryNoRequest) {

@@ -4,7 +4,9 @@
 #include <map>
 #include <set>
 
+#include "simulators/common/Files.h"
 #include "simulators/common/Unicode.h"
+#include "simulators/common/tests/FailureOf.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/Driver.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -12,9 +14,6 @@
 namespace kandora::simulators {
 
 namespace {
-
-using testing::ReadFile;
-using testing::SampleClientPath;
 
 class SampleClient : public ::testing::Test {
 protected:
@@ -182,13 +181,13 @@ TEST_F(SampleClient, HasOneGapOfEachKind) {
 }
 
 TEST_F(SampleClient, IsWrittenBackAsItIsCommitted) {
-    EXPECT_EQ(client_.Render(), ReadFile(SampleClientPath()));
+    EXPECT_EQ(client_.Render(), ReadWholeFile(SampleClientPath()));
 }
 
 TEST_F(SampleClient, SuitsTheSampleRequests) {
     const std::filesystem::path path = SampleClientPath().parent_path() / L"Beispiel.txt";
-    const auto requests = ParseRequests(FromUtf8(ReadFile(path)), path.wstring());
-    EXPECT_EQ(testing::MessageOf([&] { CheckRequests(requests, path.wstring(), &client_); }), L"");
+    const auto requests = ParseRequests(FromUtf8(ReadWholeFile(path)), path.wstring());
+    EXPECT_EQ(FailureOf([&] { CheckRequests(requests, path.wstring(), &client_); }), L"");
     EXPECT_GT(requests.size(), 15U);
 }
 

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "simulators/common/Unicode.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/ChangesTable.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -14,11 +15,8 @@ namespace kandora::simulators {
 namespace {
 
 using ::testing::AllOf;
-using testing::AllSaved;
 using ::testing::Each;
 using ::testing::HasSubstr;
-using testing::SampleClientPath;
-using testing::TemporaryFolder;
 
 /// Every character of the sample client takes one column and one unit.
 MATCHER_P(FitsInto, width, "") {
@@ -35,7 +33,7 @@ protected:
 
     /// An archive that holds every voucher with barcode; `shift` makes each entry hold that of a later one.
     static StoreReader Store(std::size_t shift) {
-        const TemporaryFolder folder;
+        const TemporaryDirectory folder;
         const auto fields = [](const std::vector<std::string>& names) {
             nlohmann::ordered_json list = nlohmann::ordered_json::array();
             for (const std::string& name : names) {
@@ -128,7 +126,7 @@ TEST_P(SampleScreen, NoLineOfTheYearIsTooLong) {
 }
 
 TEST_P(SampleScreen, NoLineOfAChangeIsTooLong) {
-    const TemporaryFolder folder;
+    const TemporaryDirectory folder;
     folder.Write(L"archiv.json", R"({"masken": []})");
     const StoreReader none = StoreReader::Read(folder / L"");
     const auto changed = Change(year_, shifted_);

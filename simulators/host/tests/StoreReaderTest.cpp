@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include "simulators/common/tests/FailureOf.h"
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/StoreReader.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -7,11 +9,6 @@
 namespace kandora::simulators {
 
 namespace {
-
-using testing::AllSaved;
-using testing::MessageOf;
-using testing::smallClient;
-using testing::TemporaryFolder;
 
 class StoreReaderTest : public ::testing::Test {
 protected:
@@ -35,7 +32,7 @@ protected:
 
     StoreReader Read() { return StoreReader::Read(folder_ / L""); }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
 };
 
 TEST_F(StoreReaderTest, FindsEntriesWithTheirFolderAndFields) {
@@ -65,9 +62,9 @@ TEST_F(StoreReaderTest, TheYoungestEntryOfADocumentCounts) {
 
 TEST_F(StoreReaderTest, ABrokenEntryIsNamed) {
     folder_.Write(L"Ordner\\Sesam\\13.json", "{\"id\": 13}");
-    EXPECT_THAT(MessageOf([&] { Read(); }), ::testing::HasSubstr(L"13.json, Zeile 1, Spalte 1"));
-    const TemporaryFolder empty;
-    EXPECT_THAT(MessageOf([&] { StoreReader::Read(empty / L""); }), ::testing::HasSubstr(L"archiv.json"));
+    EXPECT_THAT(FailureOf([&] { Read(); }), ::testing::HasSubstr(L"13.json, Zeile 1, Spalte 1"));
+    const TemporaryDirectory empty;
+    EXPECT_THAT(FailureOf([&] { StoreReader::Read(empty / L""); }), ::testing::HasSubstr(L"archiv.json"));
 }
 
 TEST_F(StoreReaderTest, TheTableSaysWhatWasFiledAndWhatNot) {

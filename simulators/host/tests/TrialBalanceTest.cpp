@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/TrialBalance.h"
 #include "simulators/host/tests/HostFixture.h"
 #include "simulators/host/tests/PdfReading.h"
@@ -13,9 +14,6 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using testing::PdfFile;
-using testing::SampleClientPath;
-using testing::TemporaryFolder;
 
 std::wstring Describe(const BalanceLine& line) {
     return line.account + L"|" + line.name + L"|" + line.place + L"|" + std::to_wstring(line.bookings) +
@@ -62,7 +60,7 @@ protected:
         return ComputeTrialBalance(ClientFile::Load(file));
     }
 
-    TemporaryFolder folder_;
+    TemporaryDirectory folder_;
 };
 
 TEST_F(TrialBalanceTest, InvoicesAndPaymentsStandOnOppositeSides) {
