@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "benchmarks/Figures.h"
-#include "simulators/archive/store.h"
-#include "simulators/archive/window.h"
-#include "simulators/common/text.h"
+#include "simulators/archive/Store.h"
+#include "simulators/archive/Window.h"
+#include "simulators/common/Unicode.h"
 
 namespace kandora::benchmarks {
 
@@ -28,7 +28,7 @@ double TimeToWindow(const std::string& simulator, const std::string& store) {
             throw std::runtime_error("the simulator does not start");
         }
         for (;;) {
-            const HWND window = FindWindowW(simulators::ArchiveWindow::ClassName, nullptr);
+            const HWND window = FindWindowW(simulators::ArchiveWindow::className, nullptr);
             const HWND tree =
                 window == nullptr ? nullptr : FindWindowExW(window, nullptr, WC_TREEVIEWW, nullptr);
             if (tree != nullptr && IsWindowVisible(window) != FALSE &&
@@ -40,7 +40,7 @@ double TimeToWindow(const std::string& simulator, const std::string& store) {
             }
         }
     });
-    PostMessageW(FindWindowW(simulators::ArchiveWindow::ClassName, nullptr), WM_CLOSE, 0, 0);
+    PostMessageW(FindWindowW(simulators::ArchiveWindow::className, nullptr), WM_CLOSE, 0, 0);
     WaitForSingleObject(process.hProcess, INFINITE);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Kandora.h"
+#include "interfaces/ComPtr.h"
 #include "tests/support/ForwardingDispatch.h"
 #include "tests/support/Unique.h"
 
@@ -182,12 +183,12 @@ private:
     std::function<void()> action_;
 };
 
-simulators::ComPtr<IDispatch> Meddling(simulators::ComPtr<IDispatch> object,
+ComPtr<IDispatch> Meddling(ComPtr<IDispatch> object,
                                        const std::function<void()>& action) {
     if (!action) {
         return object;
     }
-    return simulators::ComPtr<IDispatch>::Adopt(new Meddler(object.Get(), action));
+    return ComPtr<IDispatch>::Adopt(new Meddler(object.Get(), action));
 }
 
 /// Both programs' classes in this apartment.

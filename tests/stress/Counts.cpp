@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "interfaces/ComObject.h"
-#include "simulators/common/dispatch_object.h"
+#include "simulators/common/DispatchObject.h"
 #include "tests/support/PassingMallocSpy.h"
 
 namespace kandora::stress_tests {

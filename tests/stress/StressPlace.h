@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "simulators/common/local_server.h"
+#include "simulators/common/LocalServer.h"
 #include "tests/component/ComponentSupport.h"
 #include "tests/model/Programs.h"
 #include "tests/support/Unique.h"

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+#include "simulators/archive/Controls.h"
+#include "simulators/archive/Resolution.h"
+#include "simulators/archive/Store.h"
+
+namespace kandora::simulators {
+
+/// Everything that is known about an entry or a folder, a line for each.
+class DetailsPane {
+public:
+    /// `store` must outlive it.
+    explicit DetailsPane(const ArchiveStore& store) : store_(store) {}
+
+    void Create(HWND parent, int id);
+    [[nodiscard]] HWND Handle() const noexcept { return list_; }
+    void Fit(const Resolution& resolution);
+    /// Gives the values what the names leave of so many pixels.
+    void FitColumns(int width);
+
+    /// Does nothing when it shows this one already.
+    void Show(std::int32_t id);
+    /// What it shows may have changed.
+    void Forget() noexcept { shown_ = 0; }
+
+private:
+    const ArchiveStore& store_;
+    Resolution resolution_;
+    HWND list_ = nullptr;
+    ImageList spacer_;
+    std::int32_t shown_ = 0;
+};
+
+}  // namespace kandora::simulators

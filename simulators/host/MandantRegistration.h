@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+
+namespace kandora::simulators {
+
+/// Registers this program as the accounting's; `client` may be empty. Throws Failure, also when another
+/// program is registered: the real accounting's registration is never touched, neither to write nor to use
+/// it.
+void RegisterMandant(const std::filesystem::path& client);
+
+/// The component finds the class through its ProgID, so that much of a registration must exist even for
+/// objects that are served within this process.
+void EnsureMandantRegistered(const std::filesystem::path& client);
+
+}  // namespace kandora::simulators
