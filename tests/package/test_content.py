@@ -7,9 +7,10 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 import zipfile
 
-import cabinet
+import installer
 import make_packages
 import registration
 import settings_template
@@ -246,17 +247,22 @@ class Template(unittest.TestCase):
 
 
 class Cabinet(unittest.TestCase):
-    def test_the_checksum_counts_words_and_rest(self):
-        self.assertEqual(cabinet.checksum(struct.pack("<II", 0x01020304, 0xF0F0F0F0)), 0x01020304 ^ 0xF0F0F0F0)
-        self.assertEqual(cabinet.checksum(b"\x01\x00\x00\x00\xaa\xbb\xcc"), 1 ^ 0xAABBCC)
-        self.assertEqual(cabinet.checksum(b"\xaa"), 0xAA)
+    def test_the_same_files_give_the_same_bytes(self):
+        files = [("b.bin", bytes(range(256)) * 500), ("a.txt", b"Text")]
+        first = installer.cabinet(files, 1700000000)
+        mask = os.umask(0o077)
+        self.addCleanup(os.umask, mask)
+        with unittest.mock.patch.dict(os.environ, TZ="Pacific/Auckland"):
+            self.assertEqual(installer.cabinet(files, 1700000000), first)
+        self.assertNotEqual(installer.cabinet(files, 1700086400), first)
+        self.assertNotEqual(installer.cabinet(files[::-1], 1700000000), first)
 
     def test_an_extractor_reads_it_back(self):
         """More than one block, an empty file, and one that does not compress."""
         files = [("a.bin", bytes(range(256)) * 500), ("leer.txt", b""), ("zufall.bin", os.urandom(70000))]
         with tempfile.TemporaryDirectory() as folder:
             work = pathlib.Path(folder)
-            (work / "x.cab").write_bytes(cabinet.cabinet(files, 1700000000))
+            (work / "x.cab").write_bytes(installer.cabinet(files, 1700000000))
             # The extractor of packages needs one around it.
             tables = {
                 "File": "File\tComponent_\tFileName\tFileSize\tVersion\tLanguage\tAttributes\tSequence\r\n"
