@@ -1,8 +1,12 @@
-"""Turns the handbook into one HTML page that holds its pictures itself and begins with a table of contents."""
+"""Turns the handbook into one HTML page that holds its pictures itself and begins with a table of contents.
+
+As a command: handbook.py SOURCE OUTPUT VERSION
+"""
 import base64
 import html
 import pathlib
 import re
+import sys
 
 import markdown
 from markdown.extensions.toc import TocExtension, slugify_unicode
@@ -50,3 +54,7 @@ def page(source, version):
     title = re.search(r"^# (.*)$", text, flags=re.MULTILINE)[1]
     return (f'<!DOCTYPE html>\n<html lang="de-CH">\n<head>\n<meta charset="utf-8">\n<title>{html.escape(title)}</title>\n'
             f"<style>{STYLE}</style>\n</head>\n<body>\n{body}\n</body>\n</html>\n")
+
+
+if __name__ == "__main__":
+    pathlib.Path(sys.argv[2]).write_text(page(sys.argv[1], sys.argv[3]), encoding="utf-8")

@@ -3,9 +3,8 @@
 
 packages="$build/packages"
 
-# Debian's own Python finds the libraries of Debian's packages.
 make_packages() {
-    PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 "$root/packaging/make_packages.py" "$1" "$build/$1/bin" "$packages"
+    PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/make_packages.py" "$build/$1" "$packages"
 }
 
 run_package() {

@@ -11,7 +11,6 @@ import unittest.mock
 import zipfile
 
 import installer
-import make_packages
 import registration
 import settings_template
 import sources
@@ -19,7 +18,7 @@ import sources
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
 BIN = pathlib.Path(os.environ["KANDORA_BIN"])
 ARCHITECTURE = os.environ["KANDORA_ARCHITECTURE"]
-VERSION = make_packages.project_version()
+VERSION = os.environ["KANDORA_VERSION"]
 NAME = f"Kandora-{VERSION}-{ARCHITECTURE}"
 NEVER_OVERWRITE, PERMANENT = 0x80, 0x10
 # Rights to a file or folder, as Windows numbers them.
@@ -48,7 +47,7 @@ def rights(sddl):
 
 
 def build(output, **environment):
-    subprocess.run([sys.executable, str(sources.ROOT / "packaging" / "make_packages.py"), ARCHITECTURE, str(BIN),
+    subprocess.run([sys.executable, str(sources.ROOT / "packaging" / "make_packages.py"), str(BIN.parent),
                     str(output)], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                    env=os.environ | environment)
 
@@ -108,10 +107,8 @@ class Content(unittest.TestCase):
         self.assertEqual(packed, zipped)
         for name in ("Kandora.dll", "DmsSolution.tlb", "Platzhalter.pdf", "Kandora.ini.template"):
             self.assertEqual(packed[name], (BIN / name).read_bytes())
-        check = BIN / "kandora-check.exe"
-        if check.is_file():
-            self.assertEqual(packed["Werkzeuge/kandora-check.exe"], check.read_bytes())
-            self.assertIn("CLI11", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
+        self.assertEqual(packed["Werkzeuge/kandora-check.exe"], (BIN / "kandora-check.exe").read_bytes())
+        self.assertIn("CLI11", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
         self.assertIn("Runtime Library Exception", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
         for line in re.findall(r"Texte?: (.*)", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig")):
             for name in line.strip().split(" und "):
