@@ -8,7 +8,7 @@ packagesBuild=(cmake ninja-build g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-p
 packagesWine64=(wine wine64 fonts-wine fonts-liberation fonts-dejavu-core)
 packagesWine32=(wine32:i386)
 packagesDisplay=(xvfb xauth xdotool imagemagick)
-packagesLint=(shellcheck)
+packagesLint=(shellcheck flake8)
 # The first is the reference, which Debian 12 and 13 both have. The others are for systems that have it not: they format alike.
 clangVersions=(22 19)
 packagesCoverage=(gcovr)

@@ -11,14 +11,13 @@ import re
 import shutil
 import signal
 import subprocess
-import sys
 import time
 import urllib.parse
 
+from judge import FAULT
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build"
-sys.path.insert(0, str(ROOT / "scripts"))
-from judge import FAULT
 
 # Set by run.py.
 options = None

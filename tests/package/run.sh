@@ -11,5 +11,5 @@ export KANDORA_PACKAGES=$4 KANDORA_REGISTRY_SAVE=$5
 shift 5
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
 rm -rf "$work"
-export PYTHONPATH="$here:$here/../../packaging:$here/../../scripts"
+export PYTHONPATH="$here:$here/../../packaging"
 exec "$here/../endtoend/run.sh" "$architecture" "$bin" "$work" "$@"
