@@ -87,7 +87,11 @@ make_template() {
 # The buttons of title bars are drawn with letters of a font of symbols. Not every wine looks for its own fonts where its package
 # puts them, and the buttons are 0, 1 and r then. No other font is given: they would change how wide texts are.
 wineSymbols=/usr/share/wine/fonts/marlett.ttf
-give_symbols() { [[ ! -f $wineSymbols ]] || cp -- "$wineSymbols" "$WINEPREFIX/drive_c/windows/Fonts/"; }
+give_symbols() {
+    local folder
+    folder=$(find "$WINEPREFIX/drive_c/windows" -maxdepth 1 -type d -iname fonts -print -quit) || return
+    [[ ! -f $wineSymbols || -z $folder ]] || cp -- "$wineSymbols" "$folder/"
+}
 
 # The virtual display has no window manager, and wine would wait two seconds for one whenever a window closes.
 unmanage_windows() {
