@@ -304,8 +304,8 @@ class Client:
             "buchungen": bookings,
             "offenePosten": self.open_items,
             "konten": {
-                "debitoren": [{"pkNr": row[0], "adressId": row[1]} for row in CUSTOMERS]
-                             + [{"pkNr": 1998, "adressId": 5998}],
+                "debitoren": [*({"pkNr": row[0], "adressId": row[1]} for row in CUSTOMERS),
+                              {"pkNr": 1998, "adressId": 5998}],
                 "kreditoren": [{"pkNr": row[0], "adressId": row[1]} for row in SUPPLIERS],
             },
             "adressen": [{"adressId": row[1], "firma": row[2], "plz": row[3], "ort": row[4]}

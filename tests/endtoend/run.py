@@ -5,10 +5,8 @@ import pathlib
 import sys
 import unittest
 
-import workstation
-
-sys.path.insert(0, str(workstation.ROOT / "tests" / "support"))
 import cases
+import workstation
 
 
 def main():

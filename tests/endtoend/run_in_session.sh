@@ -25,6 +25,8 @@ trap finish EXIT
 trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
+# How the tests are told of and judged.
+export PYTHONPATH="$root/tests/support:$root/scripts${PYTHONPATH:+:$PYTHONPATH}"
 begin_session "$work/wine"
 set_swiss_dates >/dev/null
 PYTHONDONTWRITEBYTECODE=1 python3 "$(dirname -- "${BASH_SOURCE[0]}")/run.py" \
