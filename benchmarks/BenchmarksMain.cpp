@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
         CLI::App app("Measures what the component adds to the calls that it has to make.");
         struct Row {
             const char* name;
-            std::string Options::*place;
+            std::string Options::* place;
             const char* meaning;
         };
         const Row rows[] = {

@@ -94,14 +94,8 @@ const std::vector<Kind>& Kinds() {
              }
          }},
         {L"result", [](auto& methods) { methods[5].parameters[1].type = VT_VARIANT; }},
-        {L"arguments",
-         [](auto& methods) {
-             methods[3].parameters.push_back({L"more", VT_I4});
-         }},
-        {L"more",
-         [](auto& methods) {
-             methods.push_back({L"ArchiveAll", {}});
-         }},
+        {L"arguments", [](auto& methods) { methods[3].parameters.push_back({L"more", VT_I4}); }},
+        {L"more", [](auto& methods) { methods.push_back({L"ArchiveAll", {}}); }},
         {L"fewer", [](auto& methods) { methods.pop_back(); }},
     };
     return kinds;

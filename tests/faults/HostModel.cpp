@@ -36,7 +36,7 @@ Fake HostModel::NewBooking() {
     return object;
 }
 
-Fake HostModel::NewPart(const char* name, const wchar_t* key, Text Booking::*number,
+Fake HostModel::NewPart(const char* name, const wchar_t* key, Text Booking::* number,
                         std::initializer_list<std::pair<const wchar_t*, Text Booking::*>> values) {
     Fake object(name);
     object->GoesThrough(seam_);

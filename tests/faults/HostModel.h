@@ -45,7 +45,7 @@ public:
 
 private:
     Fake NewBooking();
-    Fake NewPart(const char* name, const wchar_t* key, Text Booking::*number,
+    Fake NewPart(const char* name, const wchar_t* key, Text Booking::* number,
                  std::initializer_list<std::pair<const wchar_t*, Text Booking::*>> values);
 
     Seam* seam_;

@@ -42,8 +42,7 @@ std::string PlatformText(VARTYPE type, double given) {
 
 /// The time in an answer is another one each time.
 std::string WithoutDigits(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
+    std::ranges::replace_if(text, [](unsigned char unit) { return std::isdigit(unit) != 0; }, '#');
     return text;
 }
 
@@ -183,8 +182,7 @@ private:
     std::function<void()> action_;
 };
 
-ComPtr<IDispatch> Meddling(ComPtr<IDispatch> object,
-                                       const std::function<void()>& action) {
+ComPtr<IDispatch> Meddling(ComPtr<IDispatch> object, const std::function<void()>& action) {
     if (!action) {
         return object;
     }

@@ -322,10 +322,10 @@ TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
         std::size_t elements;
     };
     for (const Case& row : std::vector<Case>{
-             {"SaveDocument", [](ELOProvider&p, const Variant&v) { p.SaveDocument(L"ID", v); }, 5},
-             {"DocumentChanged", [](ELOProvider&p, const Variant&v) { p.DocumentChanged(L"ID", v); }, 5},
-             {"DeleteDocument", [](ELOProvider&p, const Variant&v) { p.DeleteDocument(L"ID", v); }, 4},
-             {"ShowDocument", [](ELOProvider&p, const Variant&v) { p.ShowDocument(L"ID", v); }, 1}}) {
+             {"SaveDocument", [](ELOProvider& p, const Variant& v) { p.SaveDocument(L"ID", v); }, 5},
+             {"DocumentChanged", [](ELOProvider& p, const Variant& v) { p.DocumentChanged(L"ID", v); }, 5},
+             {"DeleteDocument", [](ELOProvider& p, const Variant& v) { p.DeleteDocument(L"ID", v); }, 4},
+             {"ShowDocument", [](ELOProvider& p, const Variant& v) { p.ShowDocument(L"ID", v); }, 1}}) {
         const std::string frame = std::string("Kandora.") + row.method;
         for (std::size_t count = 0; count < row.elements; ++count) {
             row.request(Provider(), Variant::ArrayOf(std::vector<Text>(count, L"x")));

@@ -54,7 +54,7 @@ TEST_F(SettingsReader, StoresEveryValueInItsPlace) {
     EXPECT_EQ(read.gsEloUserName, sample.gsEloUserName);
     EXPECT_EQ(read.gsEloPasswort, sample.gsEloPasswort);
     EXPECT_EQ(read.gsEloKuerzel, sample.gsEloKuerzel);
-    for (std::int32_t Settings::*const mask :
+    for (std::int32_t Settings::* const mask :
          {&Settings::glMaskeStruktur, &Settings::glMaskeBelege, &Settings::glMaskeAuswertung,
           &Settings::glMaskeDebi, &Settings::glMaskeKredi}) {
         EXPECT_EQ(read.*mask, sample.*mask);

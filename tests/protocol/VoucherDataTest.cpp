@@ -163,7 +163,7 @@ struct PartnerCase {
     int number;
     const char* loginProcedure;
     void (SOKInterface::*read)(const Text&, const Text&);
-    DocumentRecord Records::*record;
+    DocumentRecord Records::* record;
 };
 
 void PrintTo(const PartnerCase& row, std::ostream* stream) {

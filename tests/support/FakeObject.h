@@ -101,8 +101,8 @@ public:
     Answer(Failure failure)                                     // NOLINT(google-explicit-constructor)
         : function_([failure = std::move(failure)](Call&) -> Variant { throw Failure(failure); }) {}
     template <class Function>
-    requires std::is_invocable_r_v<Variant, Function, Call&> Answer(Function function)
-        : function_(std::move(function)) {}  // NOLINT(google-explicit-constructor)
+        requires std::is_invocable_r_v<Variant, Function, Call&>
+    Answer(Function function) : function_(std::move(function)) {}  // NOLINT(google-explicit-constructor)
 
     [[nodiscard]] Variant To(Call& call) const { return function_ ? function_(call) : value_; }
 

@@ -211,7 +211,7 @@ TEST_F(ReportDialogTest, EscIsAbbrechenInEveryControlAndDoesNotClose) {
 }
 
 TEST_F(ReportDialogTest, EnterInASingleLineIsArchivieren) {
-    for (HWND Shown::*box : {&Shown::name, &Shown::from, &Shown::to}) {
+    for (HWND Shown::* box : {&Shown::name, &Shown::from, &Shown::to}) {
         OPEN_DIALOG();
         Type(shown.description, L"Text");
         PostMessageW(shown.form, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(shown.*box), TRUE);
@@ -538,10 +538,8 @@ Failure AskWithFailingBox(Office& office, const std::function<void()>& failure, 
 TEST_F(ReportDialogTest, AnErrorOfAButtonEndsItUnderTheNameInitControls) {
     Failure caught;
     std::atomic<bool> ready = false;
-    const HostThread host([&] {
-        caught = AskWithFailingBox(
-            office, [] { throw RuntimeError(5010, L"Kaputt"); }, ready);
-    });
+    const HostThread host(
+        [&] { caught = AskWithFailingBox(office, [] { throw RuntimeError(5010, L"Kaputt"); }, ready); });
     const Shown shown(host);
     ASSERT_TRUE(shown.Complete());
     Click(shown.archive);
@@ -571,10 +569,7 @@ TEST_F(ReportDialogTest, AnErrorBeforeItOpensIsRaisedWithoutAWindow) {
 TEST_F(ReportDialogTest, AnyExceptionBecomesARunTimeError) {
     Failure caught;
     std::atomic<bool> ready = false;
-    const HostThread host([&] {
-        caught = AskWithFailingBox(
-            office, [] { throw std::bad_alloc(); }, ready);
-    });
+    const HostThread host([&] { caught = AskWithFailingBox(office, [] { throw std::bad_alloc(); }, ready); });
     const Shown shown(host);
     ASSERT_TRUE(shown.Complete());
     Click(shown.archive);

@@ -79,7 +79,7 @@ private:
         return Success();
     }
     /// For members that take one text.
-    template <Text NotedEntry::*noted>
+    template <Text NotedEntry::* noted>
     static Variant Note(DryRunArchive& self, const Arguments& arguments) {
         self.entry_.*noted = arguments[0].ToText();
         return Success();

@@ -25,8 +25,7 @@ const wchar_t* NameOf(Verdict verdict) {
 
 /// A value may hold line ends, but a finding is one line.
 Text InOneLine(Text text) {
-    std::ranges::replace_if(
-        text, [](wchar_t character) { return character < L' '; }, L' ');
+    std::ranges::replace_if(text, [](wchar_t character) { return character < L' '; }, L' ');
     return text;
 }
 

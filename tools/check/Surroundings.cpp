@@ -17,7 +17,9 @@ public:
     [[nodiscard]] Text txtBis() const override { return Given(&ReportRecord::DatumBis); }
 
 private:
-    [[nodiscard]] Text Given(Text ReportRecord::*field) const { return report_ ? (*report_).*field : Text(); }
+    [[nodiscard]] Text Given(Text ReportRecord::* field) const {
+        return report_ ? (*report_).*field : Text();
+    }
 
     std::optional<ReportRecord> report_;
 };
