@@ -231,11 +231,14 @@ class Findings(Lint):
         said, _ = self.expect_findings("clang-tidy ended with -11")
         self.assertIn("product/Alone.cpp (x86)", said)
 
+    def expect_judged(self, command, file):
+        judged = [line for line in self.lines("calls.judges") if command in line]
+        self.assertTrue(judged and file in judged[0], judged)
+
     def test_of_the_formatting(self):
         self.append("product/Deep.h", "// MISPLACED\n")
         self.expect_findings("product/Deep.h:// MISPLACED")
-        judged = [line for line in self.lines("calls.judges") if "clang-format-22 --dry-run --Werror " in line]
-        self.assertTrue(judged and "Alone.cpp" in judged[0], judged)
+        self.expect_judged("clang-format-22 --dry-run --Werror ", "product/Alone.cpp")
 
     def test_of_the_floors(self):
         self.write("src/automation/Text.cpp", '#include "support/Log.h"\n')
@@ -249,8 +252,7 @@ class Findings(Lint):
     def test_of_python_scripts(self):
         self.append("check.py", "# MISPLACED\n")
         self.expect_findings("check.py:# MISPLACED")
-        judged = [line for line in self.lines("calls.judges") if "flake8 --config" in line]
-        self.assertTrue(judged and "scripts/tidy.py" in judged[0], judged)
+        self.expect_judged("flake8 --config ", "scripts/tidy.py")
 
     def test_of_one_kind_do_not_hide_another(self):
         self.append("run.sh", "# MISPLACED\n")
