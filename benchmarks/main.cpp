@@ -24,7 +24,7 @@
 #include "recorder.h"
 #include "simulators/archive/Store.h"
 #include "simulators/archive/Window.h"
-#include "simulators/common/Failure.h"
+#include "simulators/common/Unicode.h"
 #include "support/MString.h"
 
 namespace kandora::benchmarks {

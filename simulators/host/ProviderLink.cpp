@@ -1,5 +1,7 @@
 #include "simulators/host/ProviderLink.h"
 
+#include <windows.h>
+
 #include <oleauto.h>
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "simulators/host/RunReport.h"
 
+#include <windows.h>
+
 #include <oleauto.h>
 
 #include <nlohmann/json.hpp>
