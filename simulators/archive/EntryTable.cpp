@@ -1,5 +1,7 @@
 #include "simulators/archive/EntryTable.h"
 
+#include <windows.h>
+
 #include <shlwapi.h>
 
 #include <algorithm>

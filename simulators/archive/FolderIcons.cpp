@@ -1,5 +1,7 @@
 #include "simulators/archive/FolderIcons.h"
 
+#include <windows.h>
+
 #include <objbase.h>
 #include <shellapi.h>
 

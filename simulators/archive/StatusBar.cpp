@@ -1,5 +1,7 @@
 #include "simulators/archive/StatusBar.h"
 
+#include <windows.h>
+
 #include <commctrl.h>
 
 #include <array>

@@ -1,4 +1,6 @@
 /// The program itself, from outside: its command line, and its automation object across the process border.
+#include <windows.h>
+
 #include <objbase.h>
 
 #include <gmock/gmock.h>

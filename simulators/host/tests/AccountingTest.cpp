@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <objbase.h>
 
 #include <gmock/gmock.h>
