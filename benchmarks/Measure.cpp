@@ -1,4 +1,4 @@
-#include "benchmarks/measure.h"
+#include "benchmarks/Measure.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "benchmarks/recorder.h"
+#include "benchmarks/Recorder.h"
 #include "interfaces/ComObject.h"
 
 #include <array>

@@ -94,7 +94,7 @@ public:
 
     /// For as long as it lives, calls are counted for themselves: what answers at once in the middle of a
     /// request must not shift that one's numbers.
-    class Aside : Unique {
+    class Aside : test::Unique {
     public:
         explicit Aside(Conductor& conductor) : conductor_(conductor) { conductor_.isAside_ = true; }
         ~Aside() { conductor_.isAside_ = false; }
