@@ -142,9 +142,9 @@ TEST_F(BusyServer, EveryKindOfCallIsRepeated) {
 // The pauses as they are, without the virtual ones.
 
 TEST(RealPause, TakesItsTime) {
-    const std::uint64_t before = BusyPatience().Milliseconds();
-    BusyPatience().Pause(50);  // longer than a step of the clock
-    EXPECT_GT(BusyPatience().Milliseconds(), before);
+    const std::uint64_t before = BusyPatience().milliseconds();
+    BusyPatience().pause(50);  // longer than a step of the clock
+    EXPECT_GT(BusyPatience().milliseconds(), before);
 }
 
 TEST(RealPause, LetsCallsIn) {
@@ -167,7 +167,7 @@ TEST(RealPause, LetsCallsIn) {
         done = true;
     });
     for (int pause = 0; pause < 6000 && !done; ++pause) {
-        BusyPatience().Pause(10);
+        BusyPatience().pause(10);
     }
     EXPECT_TRUE(done) << "the other thread waits for this one";
     for (MSG message{}; !done;) {
@@ -198,12 +198,12 @@ TEST(RealPause, IsMadeWithoutComToo) {
     {
         const ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
                              reinterpret_cast<void*>(&RefuseToWait));
-        BusyPatience().Pause(20);
+        BusyPatience().pause(20);
     }
     EXPECT_EQ(paused, std::vector<DWORD>({20}));
     {
         const ModuleHook event(self, "kernel32.dll", "CreateEventW", reinterpret_cast<void*>(&MakeNoEvent));
-        BusyPatience().Pause(30);
+        BusyPatience().pause(30);
     }
     EXPECT_EQ(paused, std::vector<DWORD>({20, 30}));
 }
