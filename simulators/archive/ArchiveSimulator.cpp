@@ -2,6 +2,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <CLI/Validators.hpp>
 
 #include <algorithm>
 #include <array>
@@ -26,9 +27,9 @@ constexpr CLSID archiveClassId = {
 
 constexpr int exitUsage = 2;
 
-/// How long a program that COM started waits for another client after the last one, in milliseconds.
-constexpr ULONGLONG linger = 5000;
-constexpr UINT lingerCheck = 500;
+constexpr unsigned defaultLinger = 5;  // seconds
+constexpr unsigned longestLinger = 24 * 60 * 60;
+constexpr UINT lingerCheck = 500;  // milliseconds
 
 ServerClass ArchiveClass() {
     return {archiveClassId, archiveProgId, L"Archiv-Simulator"};
@@ -44,6 +45,8 @@ struct Options {
     std::string store;
     std::string script;
     std::string trace;
+    /// How long a program that COM started waits for another client after the last one, in seconds.
+    unsigned linger = defaultLinger;
 };
 
 std::wstring FullPath(const std::string& path) {
@@ -127,16 +130,19 @@ int Register(const Options& options, const std::wstring& store) {
     if (options.isHidden) {
         command += L" --hidden";
     }
+    if (options.linger != defaultLinger) {
+        command += L" --linger " + std::to_wstring(options.linger);
+    }
     RegisterServer(ArchiveClass(), command);
     PrintLine(std::wstring(archiveProgId) + L" ist registriert: " + command);
     return 0;
 }
 
 /// Runs until the window is closed, the stop event is set, or nobody needs a program that COM started.
-void ServeMessages(ArchiveWindow& window, HANDLE stop, bool isStartedByCom) {
+void ServeMessages(ArchiveWindow& window, HANDLE stop, const Options& options) {
     ULONGLONG idleSince = GetTickCount64();
     for (;;) {
-        const DWORD timeout = isStartedByCom ? lingerCheck : INFINITE;
+        const DWORD timeout = options.isStartedByCom ? lingerCheck : INFINITE;
         const DWORD reason = MsgWaitForMultipleObjectsEx(1, &stop, timeout, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
         if (reason == WAIT_OBJECT_0) {
             return;
@@ -154,7 +160,7 @@ void ServeMessages(ArchiveWindow& window, HANDLE stop, bool isStartedByCom) {
         if (DispatchObject::LiveObjects() > 0 || ClassObject::IsLocked() || window.IsInUse()) {
             idleSince = GetTickCount64();
         }
-        if (isStartedByCom && GetTickCount64() - idleSince >= linger) {
+        if (options.isStartedByCom && GetTickCount64() - idleSince >= 1000ULL * options.linger) {
             return;
         }
     }
@@ -207,7 +213,7 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
         PrintLine(L"Bereit: " + std::wstring(archiveProgId) + L" mit " + std::to_wstring(store.EntryCount()) +
                   L" Einträgen aus " + storeDirectory);
     }
-    ServeMessages(window, stop.Handle(), options.isStartedByCom);
+    ServeMessages(window, stop.Handle(), options);
     return 0;
 }
 
@@ -275,6 +281,10 @@ int Main(std::vector<std::string> arguments) {
         ->type_name("DATEI");
     app.add_option("--trace", options.trace, "Schreibt jeden Aufruf mit Antwort in diese Datei")
         ->type_name("DATEI");
+    app.add_option("--linger", options.linger,
+                   "So lange wartet der von COM gestartete Simulator auf den nächsten Benutzer (5)")
+        ->type_name("SEKUNDEN")
+        ->check(CLI::Range(0U, longestLinger));
     app.add_flag("--hidden", options.isHidden, "Zeigt kein Fenster");
     app.add_flag("--register", options.registers,
                  "Registriert die Klasse, so dass COM den Simulator mit diesen Angaben startet");

@@ -267,8 +267,10 @@ class Workstation:
         (self.install / "Kandora.ini").write_bytes("".join(line + "\r\n" for line in lines).encode("cp1252"))
 
     def register_archive(self, *arguments):
-        """From now on COM starts the archive with these arguments."""
-        windows("ArchiveSimulator.exe", "--register", "--hidden", "--store", windows_path(self.store), *arguments)
+        """From now on COM starts the archive with these arguments. It stays until it is ended: one that is just about to
+        end of itself would be lost to a client that has found it already."""
+        windows("ArchiveSimulator.exe", "--register", "--hidden", "--linger", 3600, "--store", windows_path(self.store),
+                *arguments)
 
     def script(self, rules, name="Probe.json"):
         """A rehearsal script for the archive, as arguments."""

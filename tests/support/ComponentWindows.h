@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstddef>
+#include <cwchar>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <windows.h>
 
@@ -16,16 +18,36 @@ constexpr int inputText = 101;
 constexpr int reportTitle = 101;
 constexpr int reportDescription = 104;
 
-/// Looks at every message box and every form of the component on the desktop. Asking for them by class takes
-/// a fraction of what going through all windows does, and whoever waits for boxes asks all the time.
+/// The windows of a class on the desktop.
+inline std::vector<HWND> WindowsOf(const wchar_t* className) {
+    struct Search {
+        const wchar_t* className;
+        std::vector<HWND> found;
+    } search{className, {}};
+    const WNDENUMPROC take = [](HWND window, LPARAM state) -> BOOL {
+        auto& wanted = *reinterpret_cast<Search*>(state);
+        std::array<wchar_t, 64> name{};
+        GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+        if (std::wcscmp(name.data(), wanted.className) == 0) {
+            wanted.found.push_back(window);
+        }
+        return TRUE;
+    };
+    EnumWindows(take, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+/// Looks at every message box and every form of the component on the desktop. Asking for the first one of a
+/// class takes a fraction of what going through all windows does, and whoever waits for boxes asks all the
+/// time. To ask for the one behind another one does not serve: when that one is just going, wine 10's server
+/// looks for it for ever, and all programs stand still.
 template <class Look>
 void ForEachBox(Look look) {
-    constexpr int mostBoxes = 100;  // while windows change their order, one may be found again and again
     for (const wchar_t* const name : {L"#32770", L"KandoraForm"}) {
-        HWND window = FindWindowExW(nullptr, nullptr, name, nullptr);
-        for (int seen = 0; window != nullptr && seen < mostBoxes; ++seen) {
-            look(window);
-            window = FindWindowExW(nullptr, window, name, nullptr);
+        if (FindWindowExW(nullptr, nullptr, name, nullptr) != nullptr) {
+            for (const HWND window : WindowsOf(name)) {
+                look(window);
+            }
         }
     }
 }

@@ -194,6 +194,13 @@ TEST_F(ProgramTest, EndsByTheMenuCommandWhileClientsHoldOn) {
     EXPECT_LT(client.Call(L"GetEntryId", {Value::Short(-1)}).code, 0);
 }
 
+TEST_F(ProgramTest, EndsOfItselfWhenComStartedItAndNobodyComes) {
+    EXPECT_EQ(Run(L"--hidden --linger 0 --store \"" + StorePath() + L"\" -Embedding"), 0U);
+    EXPECT_FALSE(IsFile(StorePath() + L"\\archive.lock")) << Errors();
+    EXPECT_EQ(Run(L"--hidden --linger bald --store \"" + StorePath() + L"\""), 2U);
+    EXPECT_NE(Errors().find("--linger"), std::string::npos) << Errors();
+}
+
 TEST_F(ProgramTest, EndsWhenItsWindowIsClosed) {
     Serve();
     const HWND window = FindWindowW(ArchiveWindow::className, nullptr);
