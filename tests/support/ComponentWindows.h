@@ -18,22 +18,25 @@ constexpr int inputText = 101;
 constexpr int reportTitle = 101;
 constexpr int reportDescription = 104;
 
+struct WindowSearch {
+    const wchar_t* className;
+    std::vector<HWND> found;
+};
+
+inline BOOL CALLBACK TakeWindow(HWND window, LPARAM state) {
+    auto& search = *reinterpret_cast<WindowSearch*>(state);
+    std::array<wchar_t, 64> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    if (std::wcscmp(name.data(), search.className) == 0) {
+        search.found.push_back(window);
+    }
+    return TRUE;
+}
+
 /// The windows of a class on the desktop.
 inline std::vector<HWND> WindowsOf(const wchar_t* className) {
-    struct Search {
-        const wchar_t* className;
-        std::vector<HWND> found;
-    } search{className, {}};
-    const WNDENUMPROC take = [](HWND window, LPARAM state) -> BOOL {
-        auto& wanted = *reinterpret_cast<Search*>(state);
-        std::array<wchar_t, 64> name{};
-        GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-        if (std::wcscmp(name.data(), wanted.className) == 0) {
-            wanted.found.push_back(window);
-        }
-        return TRUE;
-    };
-    EnumWindows(take, reinterpret_cast<LPARAM>(&search));
+    WindowSearch search{className, {}};
+    EnumWindows(TakeWindow, reinterpret_cast<LPARAM>(&search));
     return search.found;
 }
 
