@@ -349,7 +349,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
             stage.conductor.Plan(call, way, duration);
         }
         stage.archive.filed = 0;
-        const Variant result = Sent(stage, variation_, complaints);
+        Variant result = Sent(stage, variation_, complaints);
         if (stage.conductor.Failed() == 0) {
             complaints.emplace_back("the fault was not made");
         }
@@ -368,7 +368,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         const bool isAstray = verdict.outcome == Outcome::SetUpAstray;
         const Entries left = stage.archive.entries;
         stage.conductor.Plan(0, way, Duration::Once);
-        Sent(stage, variation_, complaints, " when the request was repeated");
+        result = Sent(stage, variation_, complaints, " when the request was repeated");
         const std::size_t errors = CountStyle(stage.conductor.boxes, errorBoxStyle);
         if (isKnown && !isAstray && errors != WithoutFault(variation_).errors) {
             complaints.emplace_back("the repeated request fails");
