@@ -113,7 +113,7 @@ TEST_F(DispatchObjectTest, DemandsTheNamedIdOfAnAssignment) {
     VARIANT value = Value::Long(3).Get();
     DISPPARAMS parameters{&value, nullptr, 1, 0};
     EXPECT_EQ(
-        calculator_->Invoke(5, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr, nullptr),
+        calculator_->Invoke(4, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr, nullptr),
         DISP_E_PARAMNOTOPTIONAL);
     EXPECT_EQ(client_.Get(L"Total").Long(), 0);
 }
@@ -182,7 +182,7 @@ TEST_F(DispatchObjectTest, NeedsNeitherResultNorExceptionRecord) {
     DISPPARAMS parameters{&one, nullptr, 1, 0};
     EXPECT_EQ(calculator_->Invoke(1, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
               S_OK);
-    EXPECT_EQ(calculator_->Invoke(4, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
+    EXPECT_EQ(calculator_->Invoke(3, IID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr),
               DISP_E_EXCEPTION);
     EXPECT_EQ(client_.Get(L"Total").Long(), 1);
 }
