@@ -80,9 +80,8 @@ void SOKInterface::Anmelden(Module& module) {
             static_cast<void>(module.object.Get(L"Login", module.number, ByRef(mandant)).ToLong());
         }
     } catch (...) {
-        context_.userInterface.ShowMessage(Decimal(CurrentError().Number()) + L" SOKInterface " +
-                                               module.loginProcedure,
-                                           boxstyle::okOnly, {});
+        context_.userInterface.ShowMessage(
+            Decimal(CurrentNumber()) + L" SOKInterface " + module.loginProcedure, boxstyle::okOnly, {});
     }
 }
 

@@ -155,10 +155,20 @@ RuntimeError CurrentError() {
         throw;
     } catch (const RuntimeError& error) {
         return error;
-    } catch (const std::bad_alloc&) {
-        return RuntimeError(errors::outOfMemory);
     } catch (...) {
-        return RuntimeError(errors::internal);
+        return RuntimeError(CurrentNumber());
+    }
+}
+
+std::int32_t CurrentNumber() noexcept {
+    try {
+        throw;
+    } catch (const RuntimeError& error) {
+        return error.Number();
+    } catch (const std::bad_alloc&) {
+        return errors::outOfMemory;
+    } catch (...) {
+        return errors::internal;
     }
 }
 

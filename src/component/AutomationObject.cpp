@@ -20,6 +20,14 @@ HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept {
     return HresultOf(error.Number());
 }
 
+HRESULT ReportCurrentError(REFIID iid) noexcept {
+    try {
+        return ReportError(CurrentError(), iid);
+    } catch (...) {
+        return HresultOf(errors::outOfMemory);
+    }
+}
+
 HRESULT CarryOut(REFIID iid, Work body) noexcept {
     const OwnArithmetic arithmetic;
     SetErrorInfo(0, nullptr);
@@ -27,7 +35,7 @@ HRESULT CarryOut(REFIID iid, Work body) noexcept {
         body();
         return S_OK;
     } catch (...) {
-        return ReportError(CurrentError(), iid);
+        return ReportCurrentError(iid);
     }
 }
 

@@ -22,6 +22,8 @@ namespace kandora {
 
 /// Leaves an error for the caller (number, description, source) and returns the HRESULT under which it goes.
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept;
+/// The same with the exception that is being handled; to be called inside a catch block only.
+HRESULT ReportCurrentError(REFIID iid) noexcept;
 
 /// Runs a procedure for an outside caller: nothing but a return value leaves it.
 HRESULT CarryOut(REFIID iid, Work body) noexcept;

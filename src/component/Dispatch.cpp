@@ -243,7 +243,7 @@ HRESULT InvokeByDescription(ITypeInfo* description, void* object, DISPID member,
         return InvokeChecked(description, object, member, flags, *parameters, result, exception,
                              wrongArgument);
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

@@ -36,7 +36,7 @@ public:
         try {
             return ComPtr<IUnknown>::Adopt(row_.create())->QueryInterface(iid, object);
         } catch (...) {
-            return HresultOf(CurrentError().Number());
+            return HresultOf(CurrentNumber());
         }
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {

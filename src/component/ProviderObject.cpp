@@ -89,7 +89,13 @@ bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcep
         return true;
     }
     // The box that says so needs more than is left, too.
-    OnAnotherStack([&] { owner_.provider_->Refuse(request, RuntimeError(errors::outOfStack)); });
+    OnAnotherStack([&] {
+        try {
+            throw RuntimeError(errors::outOfStack);
+        } catch (...) {
+            owner_.provider_->Refuse(request);
+        }
+    });
     return false;
 }
 
@@ -116,7 +122,7 @@ HRESULT ELOProviderObject::Requests::Pass(const HostRequest& request, Answer (EL
             }
         }
     } catch (...) {
-        owner_.provider_->Refuse(request, CurrentError());
+        owner_.provider_->Refuse(request);
     }
     owner_.Release();
     return S_OK;

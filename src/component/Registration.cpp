@@ -206,9 +206,9 @@ HRESULT Register(RegistrationScope scope) noexcept {
         RegisterTypeLibrary(classes, hostLibrary, file, folder);
         return S_OK;
     } catch (...) {
-        const RuntimeError error = CurrentError();
+        const std::int32_t number = CurrentNumber();
         Unregister(scope);
-        return HresultOf(error.Number());
+        return HresultOf(number);
     }
 }
 
@@ -226,7 +226,7 @@ HRESULT Unregister(RegistrationScope scope) noexcept {
         UnregisterTypeLibrary(classes, hostLibrary);
         return S_OK;
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

@@ -5,7 +5,7 @@
 
 namespace kandora {
 
-HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
+HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept try {
     const OwnArithmetic arithmetic;
     if (StackLeft() < requestStack) {
         return ReportError(RuntimeError(errors::outOfStack), iid);
@@ -28,6 +28,8 @@ HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
     // Only now: what was carried out after the call may have left an error of its own.
     SetErrorInfo(0, nullptr);
     return error ? ReportError(*error, iid) : S_OK;
+} catch (...) {
+    return ReportCurrentError(iid);  // there was no memory for the error
 }
 
 }  // namespace kandora

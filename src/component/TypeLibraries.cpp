@@ -45,7 +45,7 @@ HRESULT LoadLibraryOf(int resource, ITypeLib** library) noexcept {
         const Text path = WindowsPlatform().ComponentFile() + L"\\" + Decimal(resource);
         return LoadTypeLibEx(path.c_str(), REGKIND_NONE, library);
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 
@@ -73,7 +73,7 @@ HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcep
         *description = info;
         return S_OK;
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

@@ -72,7 +72,7 @@ void ELOProvider::InTurn(const HostRequest& request, void (ELOProvider::*work)(c
             (this->*work)(arguments...);
         }
     } catch (...) {
-        Show(request, CurrentError());
+        ShowCurrentError(request);
     }
 }
 
@@ -85,19 +85,19 @@ void ELOProvider::AtOnce(const HostRequest& request, std::initializer_list<Trace
             work();
         }
     } catch (...) {
-        Show(request, CurrentError());
+        ShowCurrentError(request);
     }
 }
 
-void ELOProvider::Refuse(const HostRequest& request, const RuntimeError& error) noexcept {
+void ELOProvider::Refuse(const HostRequest& request) noexcept {
     const Visit visit(globals_);
-    Show(request, error);
+    ShowCurrentError(request);
 }
 
 /// What cannot be shown to the user either is given up.
-void ELOProvider::Show(const HostRequest& request, const RuntimeError& error) noexcept {
+void ELOProvider::ShowCurrentError(const HostRequest& request) noexcept {
     try {
-        ShowAndClear(globals_.goErrHandler(), error, {className, request.name});
+        ShowAndClear(globals_.goErrHandler(), CurrentError(), {className, request.name});
     } catch (...) {
         globals_.goErrHandler().Clear();
     }

@@ -3,7 +3,6 @@
 #include <initializer_list>
 #include <memory>
 
-#include "automation/Errors.h"
 #include "automation/Text.h"
 #include "automation/Variant.h"
 #include "provider/MGlobals.h"
@@ -73,8 +72,9 @@ public:
     void SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID, const Variant& vtMetaData);
     void SetDocumentStatus(const Text& sDocID, const Variant& vtMetaData);
 
-    /// A request that failed before it could begin.
-    void Refuse(const HostRequest& request, const RuntimeError& error) noexcept;
+    /// A request that failed before it could begin, with the exception that is being handled. To be called
+    /// inside a catch block only.
+    void Refuse(const HostRequest& request) noexcept;
 
 private:
     class Visit;
@@ -104,7 +104,7 @@ private:
                              bool isMeanwhile);
     void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
     void RefreshClient(bool isMeanwhile);
-    void Show(const HostRequest& request, const RuntimeError& error) noexcept;
+    void ShowCurrentError(const HostRequest& request) noexcept;
 
     // What the requests that wait for their turn do.
     void ReadSettings(const Variant& vtMetaData);

@@ -53,7 +53,8 @@ private:
 void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Complaints& complaints);
 void CheckNothingIsLeft(Stage& stage, Complaints& complaints);
 /// Sends the request, in which no exception may reach the host; `when` goes behind the complaint.
-[[nodiscard]] Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints, const char* when = "");
+[[nodiscard]] Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints,
+                           const char* when = "");
 /// What the request answers when it succeeds.
 Variant RightResult(const Variation& variation);
 /// Same entries; those that came later may have other ids.

@@ -205,17 +205,27 @@ class Content(unittest.TestCase):
 class Template(unittest.TestCase):
     def test_the_template_has_every_setting_in_the_order_of_reading(self):
         keys = settings_template.keys_of(settings_template.TEMPLATE.read_text(encoding="utf-8"))
-        code = (sources.ROOT / "src" / "provider" / "SettingsTable.cpp").read_text(encoding="utf-8")
-        settings = (sources.ROOT / "src" / "model" / "Settings.h").read_text(encoding="utf-8")
+
+        def source(*path):
+            return sources.ROOT.joinpath("src", *path).read_text(encoding="utf-8")
+
+        code, settings = source("provider", "SettingsTable.cpp"), source("model", "Settings.h")
+        constants = dict(re.findall(r'(\w+Section) = L"(\w+)"', code))
         partner = re.findall(r'\{L"(\w+)"', re.search(r"indexFieldTable = (.*?)\}\);", settings, flags=re.DOTALL)[1])
         voucher = partner[:int(re.search(r"voucherIndexFields = partnerIndexFields\.first\((\d+)\)", settings)[1])]
-        lists = {"partnerIndexFields": partner, "voucherIndexFields": voucher}
+        fields = {"partnerIndexFields": partner, "voucherIndexFields": voucher}
+        kinds = {row[1]: (row[2], [(row[3], key) for key in fields[row[4]]]) for row in re.finditer(
+            r'(\w+Kind)\{.*?glMaske\w+,\s*L"(\w+)",\s*&Settings::giIdx\w+,\s*L"(\w+)",\s*(\w+)',
+            source("archive", "DocumentKinds.h"), flags=re.DOTALL)}
         expected = []
-        for row in re.finditer(r'\{L"(\w+)",\s*L"(\w+)",|AppendIndexSettings\(table, L"(\w+)", (\w+),', code):
-            if row[3]:
-                expected += [(row[3], key) for key in lists[row[4]]]
+        for row in re.finditer(r'\{(?:L"(\w+)"|(\w+Section)), L"(\w+)",|MaskSetting\(settings, (\w+)\)|'
+                               r'AppendIndexSettings\(table, settings, (\w+)\)', code):
+            if row[4]:
+                expected.append((constants["maskSection"], kinds[row[4]][0]))
+            elif row[5]:
+                expected += kinds[row[5]][1]
             else:
-                expected.append((row[1], row[2]))
+                expected.append((row[1] or constants[row[2]], row[3]))
         self.assertEqual(len(expected), 50)
         self.assertEqual(keys, expected)
 

@@ -50,7 +50,7 @@ public:
             }
             return S_OK;
         } catch (...) {
-            return HresultOf(CurrentError().Number());
+            return HresultOf(CurrentNumber());
         }
     }
 

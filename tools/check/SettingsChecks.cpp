@@ -174,7 +174,7 @@ private:
             Store(setting, text);
         } catch (...) {
             report_.Fail(area::settings, place, L"«" + text + L"»",
-                         L"Erwartet wird " + type + L" (Fehler " + Decimal(CurrentError().Number()) + L")");
+                         L"Erwartet wird " + type + L" (Fehler " + Decimal(CurrentNumber()) + L")");
             return false;
         }
         if (text.empty() && IsRequiredText(setting)) {
