@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <string_view>
 
 #include "simulators/common/Failure.h"
 #include "simulators/common/Unicode.h"
@@ -26,7 +27,9 @@ std::wstring Complaint(const CLI::ParseError& error) {
         return L"Einer Angabe auf der Befehlszeile fehlt ihr Wert.";
     }
     if (dynamic_cast<const CLI::ConversionError*>(&error)) {
-        return L"Der Wert von --table-rows ist eine Zahl.";
+        const bool isLinger = std::string_view(error.what()).find("--linger") != std::string_view::npos;
+        return std::wstring(L"Der Wert von ") + (isLinger ? L"--linger" : L"--table-rows") +
+               L" ist eine Zahl.";
     }
     if (dynamic_cast<const CLI::ValidationError*>(&error)) {
         return L"Der Wert von --width ist eine Zahl von " + WidthRange() + L".";
@@ -44,6 +47,7 @@ struct Given {
     std::string store;
     std::string printerFile;
     std::string pictureHook;
+    unsigned linger = CommandLine().linger;
     bool answerBoxes = false;
     bool table = false;
     std::size_t tableRows = CommandLine().tableRows;
@@ -93,6 +97,10 @@ void Declare(CLI::App& app, Given& given) {
                    ToUtf8(L"Datei, in die PrintDocument vor der Anfrage eine Saldobilanz (PDF) druckt."));
     app.add_option("--picture-hook", given.pictureHook,
                    ToUtf8(L"Schreibt vor dem Klick auf «Archivieren» PFAD.ready und wartet auf PFAD.done."));
+    app.add_option("--linger", given.linger,
+                   ToUtf8(L"Mit --register: so viele Sekunden bleibt die von COM gestartete Nachbildung nach "
+                          L"dem letzten Benutzer, ohne Angabe " +
+                          std::to_wstring(given.linger) + L"."));
     app.add_flag("--register", given.registerClass,
                  ToUtf8(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
     app.add_flag("--unregister", given.unregisterClass, "Nimmt den Eintrag wieder weg.");
@@ -183,6 +191,7 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     result.table = given.table;
     result.tableRows = given.tableRows;
     result.width = given.width;
+    result.linger = given.linger;
     RequireSense(result);
     return result;
 }

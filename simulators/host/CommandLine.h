@@ -30,6 +30,9 @@ struct CommandLine {
     std::size_t tableRows = 12;
     /// Columns that the output may take.
     std::size_t width = 100;
+    /// Seconds by which a program that COM has started outlives its last client: the component gives its
+    /// object back and asks for a new one straight away, and must not be sent to one that is just ending.
+    unsigned linger = 2;
 };
 
 /// `arguments` without the program's name. Nothing when help was asked for; `help` then holds its text.

@@ -33,9 +33,6 @@ constexpr int exitDone = 0;
 constexpr int exitFailed = 1;
 constexpr int exitBadInput = 2;
 
-/// A program that COM has started outlives its last client by this much: the component gives its object back
-/// and asks for a new one straight away, and must not be sent to a program that is just ending.
-constexpr ULONGLONG lingerMilliseconds = 2000;
 constexpr UINT lifeCheckMilliseconds = 250;
 
 std::vector<Request> ReadRequests(const std::filesystem::path& path) {
@@ -99,7 +96,7 @@ void Serve(const CommandLine& options) {
             wasUsed = true;
             end = never;
         } else if (wasUsed && end == never) {
-            end = GetTickCount64() + lingerMilliseconds;
+            end = GetTickCount64() + 1000ULL * options.linger;
         }
         if (options.embedding && GetTickCount64() >= end) {
             return;
@@ -126,7 +123,7 @@ int Run(const std::vector<std::wstring>& arguments) {
     }
     const ComApartment apartment(L"COM steht nicht zur Verfügung");
     if (options->task == Task::Register) {
-        RegisterMandant(options->client);
+        RegisterMandant(options->client, options->linger);
         PrintLine(L"FibuNT.Mandant ist eingetragen.");
         return exitDone;
     }

@@ -27,11 +27,14 @@ void RefuseForeignRegistration() {
 
 }  // namespace
 
-void RegisterMandant(const std::filesystem::path& client) {
+void RegisterMandant(const std::filesystem::path& client, unsigned linger) {
     RefuseForeignRegistration();
     std::wstring command = L"\"" + ProgramPath() + L"\"";
     if (!client.empty()) {
         command += L" --client \"" + std::filesystem::absolute(client).wstring() + L"\"";
+    }
+    if (linger != CommandLine().linger) {
+        command += L" --linger " + std::to_wstring(linger);
     }
     RegisterServer(MandantClass(), command);
 }

@@ -58,6 +58,10 @@ TEST(CommandLineTest, StartedByComItServes) {
 
 TEST(CommandLineTest, RegistrationNeedsNoClient) {
     EXPECT_EQ(Parse({L"--register"}).task, Task::Register);
+    EXPECT_EQ(Parse({L"--register"}).linger, 2U);
+    EXPECT_EQ(Parse({L"--register", L"--linger", L"600"}).linger, 600U);
+    EXPECT_THAT(Complaint({L"--register", L"--linger", L"lange"}),
+                ::testing::HasSubstr(L"Der Wert von --linger ist eine Zahl."));
     EXPECT_EQ(Parse({L"--unregister"}).task, Task::Unregister);
 }
 
