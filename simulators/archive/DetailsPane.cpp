@@ -1,7 +1,6 @@
 #include "simulators/archive/DetailsPane.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "simulators/archive/EntryTable.h"
 
@@ -20,12 +19,8 @@ void DetailsPane::Create(HWND parent, int id) {
     AddColumn(list_, 1, L"Wert", 0);
 }
 
-void DetailsPane::Fit(const Resolution& resolution) {
-    resolution_ = resolution;
-    ImageList spacer = SpacerOf(resolution.Pixels(19));
-    ListView_SetImageList(list_, spacer.get(), LVSIL_SMALL);
-    spacer_ = std::move(spacer);
-    ListView_SetColumnWidth(list_, 0, resolution.Pixels(nameWidth));
+void DetailsPane::ShowColumns() {
+    ListView_SetColumnWidth(list_, 0, resolution_.Pixels(nameWidth));
 }
 
 void DetailsPane::FitColumns(int width) {

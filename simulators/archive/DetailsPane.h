@@ -4,21 +4,18 @@
 
 #include <cstdint>
 
-#include "simulators/archive/Controls.h"
-#include "simulators/archive/Resolution.h"
+#include "simulators/archive/ListPane.h"
 #include "simulators/archive/Store.h"
 
 namespace kandora::simulators {
 
 /// Everything that is known about an entry or a folder, a line for each.
-class DetailsPane {
+class DetailsPane final : public ListPane {
 public:
     /// `store` must outlive it.
     explicit DetailsPane(const ArchiveStore& store) : store_(store) {}
 
     void Create(HWND parent, int id);
-    [[nodiscard]] HWND Handle() const noexcept { return list_; }
-    void Fit(const Resolution& resolution);
     /// Gives the values what the names leave of so many pixels.
     void FitColumns(int width);
 
@@ -28,10 +25,9 @@ public:
     void Forget() noexcept { shown_ = 0; }
 
 private:
+    void ShowColumns() override;
+
     const ArchiveStore& store_;
-    Resolution resolution_;
-    HWND list_ = nullptr;
-    ImageList spacer_;
     std::int32_t shown_ = 0;
 };
 

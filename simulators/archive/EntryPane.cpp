@@ -18,14 +18,6 @@ void EntryPane::Create(HWND parent, int id) {
     list_ = CreateList(parent, id, L"Einträge", LVS_OWNERDATA);
 }
 
-void EntryPane::Fit(const Resolution& resolution) {
-    resolution_ = resolution;
-    ImageList spacer = SpacerOf(resolution.Pixels(19));
-    ListView_SetImageList(list_, spacer.get(), LVSIL_SMALL);
-    spacer_ = std::move(spacer);
-    ShowColumns();
-}
-
 void EntryPane::Show(std::int32_t folder) {
     SelectNone();
     table_.Show(folder);

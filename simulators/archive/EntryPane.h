@@ -8,21 +8,18 @@
 #include <cstdint>
 #include <optional>
 
-#include "simulators/archive/Controls.h"
 #include "simulators/archive/EntryTable.h"
-#include "simulators/archive/Resolution.h"
+#include "simulators/archive/ListPane.h"
 
 namespace kandora::simulators {
 
 /// The list of one folder's entries. It asks for the texts of those rows alone that are in sight.
-class EntryPane {
+class EntryPane final : public ListPane {
 public:
     /// `store` must outlive it.
     explicit EntryPane(const ArchiveStore& store) : table_(store) {}
 
     void Create(HWND parent, int id);
-    [[nodiscard]] HWND Handle() const noexcept { return list_; }
-    void Fit(const Resolution& resolution);
 
     [[nodiscard]] std::int32_t FolderId() const noexcept { return table_.FolderId(); }
     /// Shows another folder from its first entry on; none is selected.
@@ -42,7 +39,7 @@ public:
     [[nodiscard]] LRESULT Find(const NMLVFINDITEMW& wanted) const;
 
 private:
-    void ShowColumns();
+    void ShowColumns() override;
     void ShowSortArrow();
     void ShowRows();
     void SelectRow(std::size_t row);
@@ -50,9 +47,6 @@ private:
     [[nodiscard]] std::optional<std::size_t> SelectedRow() const;
 
     EntryTable table_;
-    Resolution resolution_;
-    HWND list_ = nullptr;
-    ImageList spacer_;
 };
 
 }  // namespace kandora::simulators

@@ -14,6 +14,15 @@ constexpr std::int32_t namesMissing = 5000;
 constexpr std::int32_t loginFailed = 5001;
 constexpr std::int32_t maskMissing = 5002;
 
+/// The object that is created on first use, from what its side gives it.
+template <class Service, class Side>
+std::shared_ptr<Service> MadeOnce(std::shared_ptr<Service>& service, const Side& side) {
+    if (service == nullptr) {
+        service = std::make_shared<Service>(side());
+    }
+    return service;
+}
+
 }  // namespace
 
 /// Filing asks the thread's access to the accounting host.
@@ -72,19 +81,13 @@ void MGlobals::RecordAndRaise(const wchar_t* procedure) {
 }
 
 std::shared_ptr<ELODMS> MGlobals::goArchiv() try {
-    if (archiv_ == nullptr) {
-        archiv_ = std::make_shared<ELODMS>(ArchiveSide());
-    }
-    return archiv_;
+    return MadeOnce(archiv_, [this] { return ArchiveSide(); });
 } catch (...) {
     RecordAndRaise(L"goArchiv");
 }
 
 std::shared_ptr<SOKInterface> MGlobals::goSesamSOK() try {
-    if (sesamSOK_ == nullptr) {
-        sesamSOK_ = std::make_shared<SOKInterface>(AccountingSide());
-    }
-    return sesamSOK_;
+    return MadeOnce(sesamSOK_, [this] { return AccountingSide(); });
 } catch (...) {
     RecordAndRaise(L"goSesamSOK");
 }

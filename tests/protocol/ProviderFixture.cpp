@@ -75,32 +75,28 @@ Lines ProviderTest::ArchiveChecked() {
 }
 
 Lines ProviderTest::ClientAsked() {
-    return Probed({
-        "create FibuNT.Mandant",
-        R"(fibu.letztermandant -> BSTR "C:\Daten\Muster")",
-        "fibu.istoffen -> BOOL False",
-        R"(fibu.Login(I2 1, BSTR& "C:\Daten\Muster") -> I4 0)",
-        R"(fibu.IniLesen(I2 600, I2 100) -> BSTR "true")",
-        "fibu.istoffen -> BOOL True",
-        R"(fibu.IniLesen(I2 600, I2 105) -> BSTR "C:\Kandora\Platzhalter.pdf")",
-        R"(file "C:\Kandora\Platzhalter.pdf" -> True)",
-        "fibu.istoffen -> BOOL True",
-        R"(fibu.IniLesen(I2 600, I2 109) -> BSTR "/Sesam/Muster/Buchungen")",
-        R"(archive.LookupDelimiter -> BSTR "¶")",
-        R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Buchungen") -> I4 800)",
-        "fibu.istoffen -> BOOL True",
-        R"(fibu.IniLesen(I2 600, I2 110) -> BSTR "/Sesam/Muster/Auswertungen")",
-        R"(archive.LookupDelimiter -> BSTR "¶")",
-        R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Auswertungen") -> I4 800)",
-        "fibu.istoffen -> BOOL True",
-        R"(fibu.IniLesen(I2 600, I2 111) -> BSTR "/Sesam/Muster/Debi")",
-        R"(archive.LookupDelimiter -> BSTR "¶")",
-        R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Debi") -> I4 800)",
-        "fibu.istoffen -> BOOL True",
-        R"(fibu.IniLesen(I2 600, I2 112) -> BSTR "/Sesam/Muster/Kredi")",
-        R"(archive.LookupDelimiter -> BSTR "¶")",
-        R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Kredi") -> I4 800)",
-    });
+    const auto folder = [](int option, const std::string& name) -> Lines {
+        return {
+            "fibu.istoffen -> BOOL True",
+            "fibu.IniLesen(I2 600, I2 " + std::to_string(option) + ") -> BSTR \"/Sesam/Muster/" + name + "\"",
+            R"(archive.LookupDelimiter -> BSTR "¶")",
+            "archive.LookupIndex(BSTR& \"¶Sesam¶Muster¶" + name + "\") -> I4 800",
+        };
+    };
+    return Probed(Together({{
+                                "create FibuNT.Mandant",
+                                R"(fibu.letztermandant -> BSTR "C:\Daten\Muster")",
+                                "fibu.istoffen -> BOOL False",
+                                R"(fibu.Login(I2 1, BSTR& "C:\Daten\Muster") -> I4 0)",
+                                R"(fibu.IniLesen(I2 600, I2 100) -> BSTR "true")",
+                                "fibu.istoffen -> BOOL True",
+                                R"(fibu.IniLesen(I2 600, I2 105) -> BSTR "C:\Kandora\Platzhalter.pdf")",
+                                R"(file "C:\Kandora\Platzhalter.pdf" -> True)",
+                            },
+                            folder(109, "Buchungen"),
+                            folder(110, "Auswertungen"),
+                            folder(111, "Debi"),
+                            folder(112, "Kredi")}));
 }
 
 }  // namespace kandora::test

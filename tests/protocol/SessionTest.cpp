@@ -7,11 +7,26 @@ namespace {
 
 class Session : public ArchiveTest {
 protected:
-    const Lines opened{
-        "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(archive.EloWindow(BSTR "MINIMIZE"))",
-    };
+    static std::string Login(const std::string& answer, const std::string& object = "archive") {
+        return object + R"(.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 )" + answer;
+    }
+    static Lines Opened(const std::string& object) {
+        return {
+            "create ELO.professional",
+            Login("0", object),
+            object + R"(.EloWindow(BSTR "MINIMIZE"))",
+        };
+    }
+    const Lines opened = Opened("archive");
+
+    /// With an open session that ends: the next use opens one with a new object.
+    void ExpectAnewAfter(const char* probed) {
+        const Fake second = NewArchive("second");
+        machine.HandsOut(archiveProgId, second);
+        EXPECT_EQ(Client().oElo().Pointer(), second.Get());
+        Expect(Together({{probed}, Opened("second")}));
+        EXPECT_EQ(handler.lOriginalNumber(), 0);
+    }
 
     /// What the archive's answer to the login makes of it.
     static std::string Refused(const std::string& answer) {
@@ -65,9 +80,9 @@ TEST_F(Session, TriesOnceMoreAfterHalfASecondWhenTheArchiveAsksForIt) {
     Client().oElo();
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
         "sleep 500",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
+        Login("0"),
         R"(archive.EloWindow(BSTR "MINIMIZE"))",
     });
 }
@@ -77,9 +92,9 @@ TEST_F(Session, TriesOnlyOnceMore) {
     EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-1"));
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
         "sleep 500",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
     });
 }
 
@@ -88,7 +103,7 @@ TEST_F(Session, DoesNotTryAgainAfterAnyOtherRefusal) {
     EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-2"));
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -2)",
+        Login("-2"),
     });
 }
 
@@ -132,32 +147,14 @@ TEST_F(Session, KeepsTheObjectOfAFailedLoginAndAsksItFirst) {
 
 TEST_F(Session, OpensANewOneWhenTheProbeSaysNo) {
     LogIn();
-    const Fake second = NewArchive("second");
-    machine.HandsOut(archiveProgId, second);
     archive->Next(L"GetEntryId", -1);
-    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
-    Expect({
-        "archive.GetEntryId(I2 -1) -> I4 -1",
-        "create ELO.professional",
-        R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(second.EloWindow(BSTR "MINIMIZE"))",
-    });
-    EXPECT_EQ(handler.lOriginalNumber(), 0);
+    ExpectAnewAfter("archive.GetEntryId(I2 -1) -> I4 -1");
 }
 
 TEST_F(Session, OpensANewOneWhenTheProbeFails) {
     LogIn();
-    const Fake second = NewArchive("second");
-    machine.HandsOut(archiveProgId, second);
     archive->Dies(static_cast<HRESULT>(0x800706BAU));
-    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
-    Expect({
-        "archive.GetEntryId !! 0x800706BA",
-        "create ELO.professional",
-        R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(second.EloWindow(BSTR "MINIMIZE"))",
-    });
-    EXPECT_EQ(handler.lOriginalNumber(), 0);
+    ExpectAnewAfter("archive.GetEntryId !! 0x800706BA");
     EXPECT_EQ(archive->References(), 2U) << "the references of this test; the client has let go of its own";
 }
 

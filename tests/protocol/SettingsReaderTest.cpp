@@ -48,12 +48,11 @@ TEST_F(SettingsReader, StoresEveryValueInItsPlace) {
     EXPECT_TRUE(read.gbDebug);
     EXPECT_TRUE(read.gbArchivAktiv);
     EXPECT_TRUE(read.gbTreuhand);
-    EXPECT_EQ(read.gsEloPrinterFile, sample.gsEloPrinterFile);
-    EXPECT_EQ(read.gsArchivname, sample.gsArchivname);
-    EXPECT_EQ(read.gsSagePfad, sample.gsSagePfad);
-    EXPECT_EQ(read.gsEloUserName, sample.gsEloUserName);
-    EXPECT_EQ(read.gsEloPasswort, sample.gsEloPasswort);
-    EXPECT_EQ(read.gsEloKuerzel, sample.gsEloKuerzel);
+    for (Text Settings::* const text :
+         {&Settings::gsEloPrinterFile, &Settings::gsArchivname, &Settings::gsSagePfad,
+          &Settings::gsEloUserName, &Settings::gsEloPasswort, &Settings::gsEloKuerzel}) {
+        EXPECT_EQ(read.*text, sample.*text);
+    }
     for (std::int32_t Settings::* const mask :
          {&Settings::glMaskeStruktur, &Settings::glMaskeBelege, &Settings::glMaskeAuswertung,
           &Settings::glMaskeDebi, &Settings::glMaskeKredi}) {

@@ -201,6 +201,9 @@ std::vector<HWND> ControlsOf(HWND window, const wchar_t* windowClass) {
     return controls;
 }
 
+ShownForm::ShownForm(const HostThread& host, const wchar_t* caption, bool withKeyboard)
+    : form(host.Window(L"KandoraForm", caption, withKeyboard)), cancel(ButtonOf(form, L"Abbrechen")) {}
+
 HWND ButtonOf(HWND window, const std::wstring& caption) {
     for (const HWND button : ControlsOf(window, L"Button")) {
         if (TextIn(button) == caption) {

@@ -117,6 +117,15 @@ struct Behind {
     void Show(const std::function<void()>& show);
 };
 
+/// A form of the component as the user sees it.
+struct ShownForm {
+    HWND form;
+    HWND cancel;
+
+    /// Waits for the form with this caption.
+    explicit ShownForm(const HostThread& host, const wchar_t* caption, bool withKeyboard = true);
+};
+
 /// Direct children, the front one first, which is also their tab order.
 std::vector<HWND> ControlsOf(HWND window);
 std::vector<HWND> ControlsOf(HWND window, const wchar_t* windowClass);

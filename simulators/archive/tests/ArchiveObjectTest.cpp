@@ -14,28 +14,24 @@ using ::testing::IsEmpty;
 
 constexpr std::int32_t firstHit = 0x10000000;
 
-VARIANT Reference(LONG& number) {
+VARIANT Reference(VARTYPE type, void* variable) {
     VARIANT reference;
     VariantInit(&reference);
-    reference.vt = VT_BYREF | VT_I4;
-    reference.plVal = &number;
+    reference.vt = VT_BYREF | type;
+    reference.byref = variable;
     return reference;
+}
+
+VARIANT Reference(LONG& number) {
+    return Reference(VT_I4, &number);
 }
 
 VARIANT Reference(SHORT& number) {
-    VARIANT reference;
-    VariantInit(&reference);
-    reference.vt = VT_BYREF | VT_I2;
-    reference.piVal = &number;
-    return reference;
+    return Reference(VT_I2, &number);
 }
 
 VARIANT Reference(BSTR& text) {
-    VARIANT reference;
-    VariantInit(&reference);
-    reference.vt = VT_BYREF | VT_BSTR;
-    reference.pbstrVal = &text;
-    return reference;
+    return Reference(VT_BSTR, &text);
 }
 
 class ArchiveObjectTest : public ArchiveFixture {

@@ -15,7 +15,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class StoreTest : public ReopenedStoreFixture {};
+class StoreTest : public ReopenedStoreFixture {
+protected:
+    /// Files a voucher in the folder "A" of a store that is closed again.
+    std::int32_t FileBeforehand(std::wstring_view shortName) {
+        ArchiveStore& store = Open();
+        const std::int32_t id = FileVoucher(store, store.CreateFolders(L"¶A").value(), shortName);
+        Close();
+        return id;
+    }
+};
 
 TEST_F(StoreTest, CreatesAllMissingLevelsAsDirectories) {
     ArchiveStore& store = Open();
@@ -77,13 +86,8 @@ TEST_F(StoreTest, KeepsOnDiskWhatTheFilesSay) {
 }
 
 TEST_F(StoreTest, ReadsEverythingAgainAtTheNextStart) {
-    std::int32_t folder = 0;
-    std::int32_t id = 0;
-    {
-        ArchiveStore& store = Open();
-        folder = store.CreateFolders(L"¶Bücher/Übersicht¶Q. 1.").value();
-        id = FileVoucher(store, folder, std::wstring(L"mit\0Null", 8));
-    }
+    const std::int32_t folder = Open().CreateFolders(L"¶Bücher/Übersicht¶Q. 1.").value();
+    const std::int32_t id = FileVoucher(*store_, folder, std::wstring(L"mit\0Null", 8));
     const ArchiveStore& store = Open();
     EXPECT_THAT(store.Warnings(), IsEmpty());
     EXPECT_EQ(store.LookupFolder(L"¶Bücher/Übersicht¶Q. 1."), folder);
@@ -170,12 +174,7 @@ TEST_F(StoreTest, NeverGivesAnIdTwice) {
 }
 
 TEST_F(StoreTest, CleansUpAfterAnInterruptedProcess) {
-    std::int32_t kept = 0;
-    {
-        ArchiveStore& store = Open();
-        kept = FileVoucher(store, store.CreateFolders(L"¶A").value(), L"bleibt");
-        Close();
-    }
+    const std::int32_t kept = FileBeforehand(L"bleibt");
     const std::wstring stray = InFolders(L"A\\" + std::to_wstring(kept + 1) + L".pdf");
     const std::wstring foreign = InFolders(L"A\\Notizen.txt");
     const std::wstring year = InFolders(L"A\\20260101.pdf");
@@ -203,12 +202,7 @@ TEST_F(StoreTest, CleansUpAfterAnInterruptedProcess) {
 }
 
 TEST_F(StoreTest, PassesOverABrokenEntryAndKeepsItsNumberAndDocument) {
-    std::int32_t id = 0;
-    {
-        ArchiveStore& store = Open();
-        id = FileVoucher(store, store.CreateFolders(L"¶A").value(), L"Beleg");
-        Close();
-    }
+    const std::int32_t id = FileBeforehand(L"Beleg");
     const std::wstring path = InFolders(L"A\\" + std::to_wstring(id) + L".json");
     WriteFileAtomically(path, "{\"id\": 3,\n kaputt");
     RemoveFile(StorePath() + L"\\zaehler.json");
@@ -222,12 +216,7 @@ TEST_F(StoreTest, PassesOverABrokenEntryAndKeepsItsNumberAndDocument) {
 }
 
 TEST_F(StoreTest, PassesOverAnEntryWhoseNumberIsNotItsFileName) {
-    std::int32_t id = 0;
-    {
-        ArchiveStore& store = Open();
-        id = FileVoucher(store, store.CreateFolders(L"¶A").value(), L"Beleg");
-        Close();
-    }
+    const std::int32_t id = FileBeforehand(L"Beleg");
     const std::string content = ReadWholeFile(InFolders(L"A\\" + std::to_wstring(id) + L".json"));
     WriteFileAtomically(InFolders(L"A\\500.json"), content);
     const ArchiveStore& store = Open();
@@ -237,14 +226,9 @@ TEST_F(StoreTest, PassesOverAnEntryWhoseNumberIsNotItsFileName) {
 }
 
 TEST_F(StoreTest, AdoptsDirectoriesThatAPersonMadeRenamedOrCopied) {
-    std::int32_t original = 0;
-    std::int32_t renamed = 0;
-    {
-        ArchiveStore& store = Open();
-        original = store.CreateFolders(L"¶Original").value();
-        renamed = store.CreateFolders(L"¶Vorher").value();
-        Close();
-    }
+    const std::int32_t original = Open().CreateFolders(L"¶Original").value();
+    const std::int32_t renamed = store_->CreateFolders(L"¶Vorher").value();
+    Close();
     CreateDirectories(InFolders(L"Von Hand%3F\\Innen"));
     RenameFile(InFolders(L"Vorher"), InFolders(L"Nachher"));
     CreateDirectories(InFolders(L"Zweitschrift"));

@@ -112,28 +112,32 @@ TEST_F(ClientFileTest, AMissingFileIsNamed) {
 }
 
 TEST_F(ClientFileTest, MistakesAreReportedWithTheirPlace) {
-    EXPECT_EQ(Complaint("\"buchungen\": [", "\"buchungen\": {["),
-              L", Zeile 4, Spalte 17: Das ist kein gültiges JSON.");
-    EXPECT_EQ(Complaint("\"mandant\": \"C:\\\\Daten\\\\Mandanten\\\\Klein\",", ""),
-              L", Zeile 1, Spalte 1: Die Angabe «mandant» fehlt.");
-    EXPECT_EQ(Complaint("\"ursprung\": 1", "\"ursprung\": \"1\""),
-              L", Zeile 5, Spalte 54: Hier muss eine ganze Zahl stehen.");
-    EXPECT_EQ(Complaint("2026-03-04", "4.3.2026"),
-              L", Zeile 5, Spalte 87: Hier muss ein Datum wie \"2026-03-31\" stehen.");
-    EXPECT_EQ(Complaint("2026-12-31", "2026-02-29"),
-              L", Zeile 9, Spalte 84: Hier muss ein Datum wie \"2026-03-31\" stehen.");
-    EXPECT_EQ(Complaint("\"betrag\": 1000", "\"betrag\": \"1000\""),
-              L", Zeile 9, Spalte 108: Hier muss eine Zahl stehen.");
-    EXPECT_EQ(Complaint("\"barcode\": \"B1\"", "\"barkode\": \"B1\""),
-              L", Zeile 6, Spalte 20: Unbekannte Angabe «barkode».");
-    EXPECT_EQ(Complaint("\"belegNr\": \"11\"", "\"belegNr\": \"\""),
-              L", Zeile 9, Spalte 17: Der Text darf nicht leer sein.");
-    EXPECT_EQ(Complaint("\"belegNr\": \"11\"", "\"belegNr\": \"10\""),
-              L", Zeile 9, Spalte 5: Belegnummer und Belegindex kommen schon weiter oben vor.");
-    EXPECT_EQ(Complaint("\"adressId\": 502,", "\"adressId\": 501,"),
-              L", Zeile 22, Spalte 5: Diese Nummer kommt schon weiter oben vor.");
-    EXPECT_EQ(Complaint("\"TRUE\"", "true"),
-              L", Zeile 3, Spalte 31: Hier muss ein Text in Anführungszeichen stehen.");
+    struct Mistake {
+        const char* right;
+        const char* wrong;
+        int line;
+        int column;
+        const wchar_t* complaint;
+    };
+    const Mistake mistakes[] = {
+        {R"("buchungen": [)", R"("buchungen": {[)", 4, 17, L"Das ist kein gültiges JSON."},
+        {R"("mandant": "C:\\Daten\\Mandanten\\Klein",)", "", 1, 1, L"Die Angabe «mandant» fehlt."},
+        {R"("ursprung": 1)", R"("ursprung": "1")", 5, 54, L"Hier muss eine ganze Zahl stehen."},
+        {"2026-03-04", "4.3.2026", 5, 87, L"Hier muss ein Datum wie \"2026-03-31\" stehen."},
+        {"2026-12-31", "2026-02-29", 9, 84, L"Hier muss ein Datum wie \"2026-03-31\" stehen."},
+        {R"("betrag": 1000)", R"("betrag": "1000")", 9, 108, L"Hier muss eine Zahl stehen."},
+        {R"("barcode": "B1")", R"("barkode": "B1")", 6, 20, L"Unbekannte Angabe «barkode»."},
+        {R"("belegNr": "11")", R"("belegNr": "")", 9, 17, L"Der Text darf nicht leer sein."},
+        {R"("belegNr": "11")", R"("belegNr": "10")", 9, 5,
+         L"Belegnummer und Belegindex kommen schon weiter oben vor."},
+        {R"("adressId": 502,)", R"("adressId": 501,)", 22, 5, L"Diese Nummer kommt schon weiter oben vor."},
+        {R"("TRUE")", "true", 3, 31, L"Hier muss ein Text in Anführungszeichen stehen."},
+    };
+    for (const auto& [right, wrong, line, column, complaint] : mistakes) {
+        const std::wstring place =
+            L", Zeile " + std::to_wstring(line) + L", Spalte " + std::to_wstring(column);
+        EXPECT_EQ(Complaint(right, wrong), place + L": " + complaint) << wrong;
+    }
 }
 
 TEST(BookingFields, TakeOnlyWhatSuitsThem) {

@@ -17,6 +17,11 @@ std::vector<std::wstring> Wrapped(std::wstring_view text, std::size_t width) {
     return lines;
 }
 
+/// What is shown of two values where twelve columns have room for each.
+auto Cut(std::wstring_view before, std::wstring_view after) {
+    return CutAroundDifference(before, after, 12);
+}
+
 TEST(ScreenTextTest, WidthIsCountedInColumns) {
     EXPECT_EQ(DisplayWidth(L""), 0U);
     EXPECT_EQ(DisplayWidth(L"Bär"), 3U);
@@ -47,36 +52,33 @@ TEST(ScreenTextTest, ValuesThatFitStayWhole) {
 }
 
 TEST(ScreenTextTest, ADifferenceAtTheEndIsInSight) {
-    EXPECT_THAT(CutAroundDifference(L"0123456789abcdefghij", L"0123456789abcdefghijXYZ", 12),
+    EXPECT_THAT(Cut(L"0123456789abcdefghij", L"0123456789abcdefghijXYZ"),
                 Pair(L"…cdefghij", L"…cdefghijXYZ"));
-    EXPECT_THAT(CutAroundDifference(L"0123456789abcdefghij1", L"0123456789abcdefghij2", 12),
+    EXPECT_THAT(Cut(L"0123456789abcdefghij1", L"0123456789abcdefghij2"),
                 Pair(L"…abcdefghij1", L"…abcdefghij2"));
 }
 
 TEST(ScreenTextTest, ADifferenceInTheMiddleIsInSight) {
-    EXPECT_THAT(CutAroundDifference(L"0123456789abc1defghijklmnopq", L"0123456789abc2defghijklmnopq", 12),
+    EXPECT_THAT(Cut(L"0123456789abc1defghijklmnopq", L"0123456789abc2defghijklmnopq"),
                 Pair(L"…456789abc1…", L"…456789abc2…"));
 }
 
 TEST(ScreenTextTest, ADifferenceAtTheFrontNeedsNoCutThere) {
-    EXPECT_THAT(CutAroundDifference(L"A123456789abcdef", L"B123456789abcdef", 12),
-                Pair(L"A123456789a…", L"B123456789a…"));
-    EXPECT_THAT(CutAroundDifference(L"0123456789Axyzuvw", L"0123456789Bxyzuvw", 12),
-                Pair(L"0123456789A…", L"0123456789B…"));
+    EXPECT_THAT(Cut(L"A123456789abcdef", L"B123456789abcdef"), Pair(L"A123456789a…", L"B123456789a…"));
+    EXPECT_THAT(Cut(L"0123456789Axyzuvw", L"0123456789Bxyzuvw"), Pair(L"0123456789A…", L"0123456789B…"));
 }
 
 TEST(ScreenTextTest, OfALongDifferenceTheBeginningIsInSight) {
-    EXPECT_THAT(CutAroundDifference(L"0123456789abcdefghijklmnopqrst", L"0123456789ABCDEFGHIJKLMNOPQRST", 12),
+    EXPECT_THAT(Cut(L"0123456789abcdefghijklmnopqrst", L"0123456789ABCDEFGHIJKLMNOPQRST"),
                 Pair(L"…789abcdefg…", L"…789ABCDEFG…"));
-    EXPECT_THAT(CutAroundDifference(L"01abcdefghijklmnopqrst", L"01ABC", 12),
-                Pair(L"01abcdefghi…", L"01ABC"));
+    EXPECT_THAT(Cut(L"01abcdefghijklmnopqrst", L"01ABC"), Pair(L"01abcdefghi…", L"01ABC"));
 }
 
 TEST(ScreenTextTest, DifferencesThatTheScreenWouldNotShowAreMadeVisible) {
-    EXPECT_THAT(CutAroundDifference(L"RG neu", L"RG neu ", 12), Pair(L"RG neu", L"RG neu␣"));
-    EXPECT_THAT(CutAroundDifference(L"13.Lohn 01", L"13. Lohn 01", 12), Pair(L"13.Lohn 01", L"13.␣Lohn 01"));
-    EXPECT_THAT(CutAroundDifference(L"RG neu", L"RG\nneu", 12), Pair(L"RG␣neu", L"RG␊neu"));
-    EXPECT_THAT(CutAroundDifference(L"RG\tneu", L"RG\x85neu", 12), Pair(L"RG␉neu", L"RG\xFFFDneu"));
+    EXPECT_THAT(Cut(L"RG neu", L"RG neu "), Pair(L"RG neu", L"RG neu␣"));
+    EXPECT_THAT(Cut(L"13.Lohn 01", L"13. Lohn 01"), Pair(L"13.Lohn 01", L"13.␣Lohn 01"));
+    EXPECT_THAT(Cut(L"RG neu", L"RG\nneu"), Pair(L"RG␣neu", L"RG␊neu"));
+    EXPECT_THAT(Cut(L"RG\tneu", L"RG\x85neu"), Pair(L"RG␉neu", L"RG\xFFFDneu"));
 }
 
 /// Wherever two long texts differ and however much room there is: both fit, and they do not look alike.
