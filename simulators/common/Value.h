@@ -5,6 +5,8 @@
 #include <oleauto.h>
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 /// Owning wrapper of an automation value (VARIANT) and its readable form.
 namespace kandora::simulators {

@@ -16,8 +16,8 @@ struct Glyph {
 using Glyphs = std::vector<Glyph>;
 using Range = std::pair<wchar_t, wchar_t>;
 
-template <std::size_t Count>
-bool IsIn(const std::array<Range, Count>& ranges, wchar_t unit) {
+template <std::size_t count>
+bool IsIn(const std::array<Range, count>& ranges, wchar_t unit) {
     return std::ranges::any_of(
         ranges, [&](const Range& range) { return unit >= range.first && unit <= range.second; });
 }

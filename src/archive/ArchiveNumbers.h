@@ -2,10 +2,9 @@
 
 #include <cstdint>
 
-namespace kandora {
-
 /// Numbers to which the archive's members give a meaning.
-namespace archive {
+namespace kandora::archive {
+
 inline constexpr std::int16_t none = 0;
 inline constexpr std::int16_t documentEntry = 254;    ///< "PrepareObjectEx": what is prepared is a document
 inline constexpr std::int16_t filedEntry = -2;        ///< "GetEntryId": the entry that was filed last
@@ -14,6 +13,5 @@ inline constexpr std::int32_t firstHit = 0x10000000;  ///< "GetEntryId": the sea
 inline constexpr std::int32_t lowestObjectId = 2;     ///< lower answers are no hit
 inline constexpr std::int16_t lastHitExamined = 10000;  ///< counted from 0
 inline constexpr std::int16_t searchView = 3;           ///< "SelectView"
-}  // namespace archive
 
-}  // namespace kandora
+}  // namespace kandora::archive

@@ -293,7 +293,7 @@ void ELODMS::MarkAsDeleted(const Text& strSesamDocID, const Text& strBelegNr, co
 void ELODMS::DeleteEntry(const DocumentKind& kind, std::int32_t lObjID) {
     oElo().Put(L"ObjShort", L"Gelöschter Beleg");
     for (const IndexField& field : kind.fields) {
-        const bool isStatus = field.role == FieldRole::status;
+        const bool isStatus = field.role == FieldRole::Status;
         SetAttribute(PositionOf(kind, field), isStatus ? L"Gelöscht" : L"");
     }
     LoescheDokument(lObjID);
@@ -368,7 +368,7 @@ void ELODMS::EditEntry(const DocumentKind& kind, std::int32_t lObjID) try {
     oElo().Put(L"ObjShort", RecordOf(kind).Kurzbezeichnung);
     for (const IndexField& field : kind.fields) {
         // An edit never clears a barcode that the archive has.
-        if (field.role != FieldRole::barcode || !RecordOf(kind).Barcode.empty()) {
+        if (field.role != FieldRole::Barcode || !RecordOf(kind).Barcode.empty()) {
             WriteIndexField(kind, field);
         }
     }
@@ -412,7 +412,7 @@ void ELODMS::PrepareEntry(std::int32_t lObjID, std::int32_t lMaske) {
 
 /// The status written is always the same, whatever the record says.
 void ELODMS::WriteIndexField(const DocumentKind& kind, const IndexField& field) {
-    const bool isStatus = field.role == FieldRole::status;
+    const bool isStatus = field.role == FieldRole::Status;
     SetAttribute(PositionOf(kind, field), isStatus ? Text(pending) : RecordOf(kind).*field.value);
 }
 

@@ -34,22 +34,22 @@ struct ReportIndexPositions {
 };
 
 /// What is special about an index field.
-enum class FieldRole { plain, barcode, status };
+enum class FieldRole { Plain, Barcode, Status };
 
 /// One index field: its key in the settings, its position in a mask and the record's text that belongs there.
 struct IndexField {
     const wchar_t* key;
     std::int16_t IndexPositions::* position;
     Text DocumentRecord::* value;
-    FieldRole role = FieldRole::plain;
+    FieldRole role = FieldRole::Plain;
 };
 
 /// The index fields of debtor and creditor documents, in the order in which they are read and written.
 inline constexpr auto indexFieldTable = std::to_array<IndexField>({
-    {L"Barcode", &IndexPositions::Barcode, &DocumentRecord::Barcode, FieldRole::barcode},
+    {L"Barcode", &IndexPositions::Barcode, &DocumentRecord::Barcode, FieldRole::Barcode},
     {L"BelegNr", &IndexPositions::BelegNr, &DocumentRecord::BelegNr},
     {L"BelegIndex", &IndexPositions::BelegIndex, &DocumentRecord::BelegIndex},
-    {L"Belegstatus", &IndexPositions::Belegstatus, &DocumentRecord::BelegStatus, FieldRole::status},
+    {L"Belegstatus", &IndexPositions::Belegstatus, &DocumentRecord::BelegStatus, FieldRole::Status},
     {L"SesamDocID", &IndexPositions::SesamDocID, &DocumentRecord::SesamDocID},
     {L"Valutadatum", &IndexPositions::Valutadatum, &DocumentRecord::Valutadatum},
     {L"Betrag", &IndexPositions::Betrag, &DocumentRecord::Betrag},

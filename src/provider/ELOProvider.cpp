@@ -108,14 +108,14 @@ bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<Traced
     if (globals_.state.settings.gbDebug || (request.isTracedAtFirst && !bRunning)) {
         Trace(request.name, arguments);
     }
-    if (request.gate == Gate::none) {
+    if (request.gate == Gate::None) {
         return true;
     }
     if (!globals_.state.gbIniOK) {
         return false;
     }
     RefreshClient(isMeanwhile);
-    if (!globals_.state.gbMandantArchivAktiv && request.gate == Gate::told) {
+    if (!globals_.state.gbMandantArchivAktiv && request.gate == Gate::Told) {
         // An error box without an error (number 0) is how the user learns that the open client has no
         // archive.
         ShowAndClear(globals_.goErrHandler(), RuntimeError(0), {className, request.name});

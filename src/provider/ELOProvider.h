@@ -11,31 +11,31 @@ namespace kandora {
 
 /// What a request depends on beyond the turn.
 enum class Gate {
-    none,    ///< nothing
-    silent,  ///< does nothing unless the settings were read and the archive is on for the client that is open
-    told,    ///< the same, and the user is told when the archive is off
+    None,    ///< nothing
+    Silent,  ///< does nothing unless the settings were read and the archive is on for the client that is open
+    Told,    ///< the same, and the user is told when the archive is off
 };
 
 /// One of the host's requests.
 struct HostRequest {
     const wchar_t* name;  ///< in the call stack; in the log behind "DMSProvider_"
-    Gate gate = Gate::none;
+    Gate gate = Gate::None;
     bool isTracedAtFirst = false;  ///< also before it is known whether requests are to be traced
 };
 
 /// All of them.
 namespace requests {
-inline constexpr HostRequest initProvider{L"InitProvider", Gate::none, true};
-inline constexpr HostRequest startProvider{L"StartProvider", Gate::told};
-inline constexpr HostRequest saveDocument{L"SaveDocument", Gate::silent};
-inline constexpr HostRequest documentChanged{L"DocumentChanged", Gate::silent};
-inline constexpr HostRequest deleteDocument{L"DeleteDocument", Gate::silent};
-inline constexpr HostRequest showDocument{L"ShowDocument", Gate::silent};
-inline constexpr HostRequest printDocument{L"PrintDocument", Gate::silent};
-inline constexpr HostRequest createDocID{L"CreateDocID", Gate::silent};
-inline constexpr HostRequest getOpenDocInfo{L"GetOpenDocInfo", Gate::silent};
-inline constexpr HostRequest getVirtualPrinterName{L"GetVirtualPrinterName", Gate::silent};
-inline constexpr HostRequest fibuVersion{L"FibuVersion", Gate::none, true};
+inline constexpr HostRequest initProvider{L"InitProvider", Gate::None, true};
+inline constexpr HostRequest startProvider{L"StartProvider", Gate::Told};
+inline constexpr HostRequest saveDocument{L"SaveDocument", Gate::Silent};
+inline constexpr HostRequest documentChanged{L"DocumentChanged", Gate::Silent};
+inline constexpr HostRequest deleteDocument{L"DeleteDocument", Gate::Silent};
+inline constexpr HostRequest showDocument{L"ShowDocument", Gate::Silent};
+inline constexpr HostRequest printDocument{L"PrintDocument", Gate::Silent};
+inline constexpr HostRequest createDocID{L"CreateDocID", Gate::Silent};
+inline constexpr HostRequest getOpenDocInfo{L"GetOpenDocInfo", Gate::Silent};
+inline constexpr HostRequest getVirtualPrinterName{L"GetVirtualPrinterName", Gate::Silent};
+inline constexpr HostRequest fibuVersion{L"FibuVersion", Gate::None, true};
 inline constexpr HostRequest savePendingDocument{L"SavePendingDocument"};
 inline constexpr HostRequest setDocumentStatus{L"SetDocumentStatus"};
 }  // namespace requests

@@ -1,3 +1,4 @@
+#include "tests/component/ComponentSupport.h"
 #include "tests/outside/Course.h"
 #include "tests/outside/WorkplaceProcess.h"
 

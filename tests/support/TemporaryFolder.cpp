@@ -41,6 +41,7 @@ TemporaryFolder::TemporaryFolder(Removal removal) : removal_(removal) {
     fs::create_directories(path_);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a folder that cannot be removed ends the program
 TemporaryFolder::~TemporaryFolder() {
     if (removal_ == Removal::ByTheNext) {
         return;

@@ -11,8 +11,6 @@ namespace kandora::ui_tests {
 
 namespace {
 
-constexpr auto limit = std::chrono::seconds(60);
-
 std::mutex turns;
 /// The turn of the calling thread, when that is a host's.
 thread_local std::unique_lock<std::mutex>* ownTurn = nullptr;

@@ -149,7 +149,7 @@ TEST(RealPause, TakesItsTime) {
 
 TEST(RealPause, LetsCallsIn) {
     const Apartment apartment;
-    Fake archive("archive");
+    const Fake archive("archive");
     archive->Answers(L"Version", 702);
     IStream* handedOver = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);

@@ -103,11 +103,13 @@ void CheckTypeLibrary(Report& report, const Subject& subject, int resource, cons
         report.Fail(area::component, name, L"fehlt in der Datei", L"Kandora.dll neu installieren");
     };
     if (!library) {
-        return isMissing();
+        isMissing();
+        return;
     }
     const LibraryAttributes attributes(library.Get());
     if (!attributes) {
-        return isMissing();
+        isMissing();
+        return;
     }
     const Text path = classesPath + (L"TypeLib\\" + TextOfGuid(attributes->guid)) + L"\\" +
                       Decimal(attributes->wMajorVerNum) + L"." + Decimal(attributes->wMinorVerNum) +

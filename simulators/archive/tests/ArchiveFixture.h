@@ -82,6 +82,6 @@ protected:
 };
 
 /// The numbers that the object answers.
-constexpr std::int32_t Success = 1;
+constexpr std::int32_t success = 1;
 
 }  // namespace kandora::simulators

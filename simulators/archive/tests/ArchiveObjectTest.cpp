@@ -50,13 +50,13 @@ protected:
     /// Files the sample document as the component does and answers the new id.
     std::int32_t File(const LateBoundClient& client, std::int32_t folder, std::wstring_view shortName,
                       std::int32_t mask = 2) {
-        EXPECT_EQ(Prepare(client, 0, 254, mask), Success);
+        EXPECT_EQ(Prepare(client, 0, 254, mask), success);
         EXPECT_EQ(client.Put(L"ObjMaskNo", Value::Long(mask)).code, S_OK);
         EXPECT_EQ(client.Put(L"ObjShort", Value::Text(shortName)).code, S_OK);
-        EXPECT_EQ(client.Call(L"setobjAttrib", {Value::Short(1), Value::Text(L"BC-1")}).Long(), Success);
-        EXPECT_EQ(client.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(), Success);
+        EXPECT_EQ(client.Call(L"setobjAttrib", {Value::Short(1), Value::Text(L"BC-1")}).Long(), success);
+        EXPECT_EQ(client.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(), success);
         EXPECT_EQ(client.Call(L"MoveToArchive", {Value::Text(L"#" + std::to_wstring(folder))}).Long(),
-                  Success);
+                  success);
         return client.Call(L"GetEntryId", {Value::Short(-2)}).Long();
     }
 
@@ -91,9 +91,9 @@ TEST_F(ArchiveObjectTest, AnswersNegativeNumbersBeforeLogin) {
 
 TEST_F(ArchiveObjectTest, LetsTheWindowBeMovedWithoutASession) {
     const LateBoundClient stranger = NewClient();
-    EXPECT_EQ(stranger.Call(L"EloWindow", {Value::Text(L"MINIMIZE")}).Long(), Success);
-    EXPECT_EQ(stranger.Call(L"EloWindow", {Value::Text(L"NORMAL")}).Long(), Success);
-    EXPECT_EQ(stranger.Call(L"BringToFront").Long(), Success);
+    EXPECT_EQ(stranger.Call(L"EloWindow", {Value::Text(L"MINIMIZE")}).Long(), success);
+    EXPECT_EQ(stranger.Call(L"EloWindow", {Value::Text(L"NORMAL")}).Long(), success);
+    EXPECT_EQ(stranger.Call(L"BringToFront").Long(), success);
     EXPECT_LT(stranger.Call(L"EloWindow", {Value::Text(L"GROSS")}).Long(), 0);
     EXPECT_THAT(view_.log, ElementsAre(L"Minimize", L"Restore", L"BringToFront"));
 }
@@ -190,18 +190,18 @@ TEST_F(ArchiveObjectTest, FilesStepByStepAndSaysWhichOneIsMissing) {
     EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(),
               ArchiveObject::NoCurrentObject);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), ArchiveObject::NoCurrentObject);
-    EXPECT_EQ(Prepare(client_, 0, 254, 2), Success);
+    EXPECT_EQ(Prepare(client_, 0, 254, 2), success);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), ArchiveObject::NoPostboxFile);
     EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(directory_ / L"weg.pdf")}).Long(),
               ArchiveObject::FileNotFound);
-    EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(), success);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {Value::Text(L"#99999")}).Long(), ArchiveObject::UnknownObject);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {Value::Text(L"#1")}).Long(), ArchiveObject::UnknownObject);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {Value::Text(std::to_wstring(folder))}).Long(),
               ArchiveObject::InvalidArgument);
     EXPECT_EQ(client_.Call(L"GetEntryId", {Value::Short(-2)}).Long(), 0);
     EXPECT_EQ(store_.PostboxCount(), 1U) << "the document waits";
-    EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), success);
     EXPECT_EQ(store_.PostboxCount(), 0U);
 }
 
@@ -223,7 +223,7 @@ TEST_F(ArchiveObjectTest, RefusesUnknownMasksAndFields) {
     EXPECT_EQ(Prepare(client_, 0, 7, 2), ArchiveObject::NotSupported);
     EXPECT_EQ(client_.Call(L"setobjAttrib", {Value::Short(1), Value::Text(L"x")}).Long(),
               ArchiveObject::NoCurrentObject);
-    EXPECT_EQ(Prepare(client_, 0, 254, 2), Success);
+    EXPECT_EQ(Prepare(client_, 0, 254, 2), success);
     EXPECT_EQ(client_.Call(L"setobjAttrib", {Value::Short(8), Value::Text(L"x")}).Long(),
               ArchiveObject::UnknownField);
     EXPECT_EQ(client_.Call(L"setobjAttrib", {Value::Short(0), Value::Text(L"x")}).Long(),
@@ -250,7 +250,7 @@ TEST_F(ArchiveObjectTest, LoadsAnEntryWhateverMaskIsNamed) {
     const std::int32_t id = File(client_, folder, L"Debitor", 4);
     for (const std::int16_t type : {std::int16_t{0}, std::int16_t{254}}) {
         for (const std::int32_t mask : {0, 2, 4}) {
-            EXPECT_EQ(Prepare(client_, id, type, mask), Success);
+            EXPECT_EQ(Prepare(client_, id, type, mask), success);
             EXPECT_EQ(client_.Get(L"ObjMaskNo").Long(), 4);
         }
     }
@@ -273,7 +273,7 @@ TEST_F(ArchiveObjectTest, FindsNothingUnderAnUnknownId) {
 
 TEST_F(ArchiveObjectTest, WritesALoadedEntryBack) {
     const std::int32_t id = File(client_, Folder(client_, L"¶Belege"), L"alt");
-    EXPECT_EQ(Prepare(client_, id, 254, 2), Success);
+    EXPECT_EQ(Prepare(client_, id, 254, 2), success);
     client_.Put(L"ObjShort", Value::Text(L"neu"));
     client_.Call(L"setobjAttrib", {Value::Short(4), Value::Text(L"Erledigt")});
     EXPECT_EQ(store_.FindEntry(id)->shortName, L"alt") << "nothing changes before UpdateObject";
@@ -289,7 +289,7 @@ TEST_F(ArchiveObjectTest, UpdatesOnlyWhatIsLoadedAndStillThere) {
     EXPECT_LT(client_.Call(L"UpdateObject").Long(), 0);
     const std::int32_t id = File(client_, Folder(client_, L"¶Belege"), L"x");
     const LateBoundClient other = LoggedOnClient();
-    EXPECT_EQ(other.Call(L"DeleteObj", {Value::Long(id)}).Long(), Success);
+    EXPECT_EQ(other.Call(L"DeleteObj", {Value::Long(id)}).Long(), success);
     EXPECT_EQ(client_.Call(L"UpdateObject").Long(), ArchiveObject::UnknownObject);
     EXPECT_EQ(store_.FindEntry(id), nullptr);
 }
@@ -299,9 +299,9 @@ TEST_F(ArchiveObjectTest, DeletesEntriesAndEmptyFolders) {
     LONG id = File(client_, folder, L"x");
     EXPECT_EQ(client_.Call(L"DeleteObj", {Value::Long(folder)}).Long(), ArchiveObject::FolderNotEmpty);
     EXPECT_EQ(client_.Invoke(L"DeleteObj", DISPATCH_METHOD | DISPATCH_PROPERTYGET, {Reference(id)}).Long(),
-              Success);
+              success);
     EXPECT_EQ(client_.Call(L"DeleteObj", {Value::Long(id)}).Long(), ArchiveObject::UnknownObject);
-    EXPECT_EQ(client_.Call(L"DeleteObj", {Value::Long(folder)}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"DeleteObj", {Value::Long(folder)}).Long(), success);
     EXPECT_EQ(client_.Call(L"DeleteObj", {Value::Long(1)}).Long(), ArchiveObject::UnknownObject);
     EXPECT_EQ(store_.FolderCount(), 0U);
 }
@@ -332,13 +332,13 @@ TEST_F(ArchiveObjectTest, ListsAllEntriesOfTheMask) {
     const std::int32_t first = File(client_, folder, L"1");
     File(client_, folder, L"andere Maske", 4);
     const std::int32_t second = File(client_, folder, L"2");
-    EXPECT_EQ(Prepare(client_, 0, 0, 2), Success);
+    EXPECT_EQ(Prepare(client_, 0, 0, 2), success);
     EXPECT_EQ(client_.Call(L"DoInvisibleSearch").Long(), 2);
     EXPECT_THAT(Hits(client_), ElementsAre(first, second));
     EXPECT_EQ(client_.Call(L"GetEntryId", {Value::Long(firstHit + 10000)}).Long(), 0);
-    EXPECT_EQ(Prepare(client_, first, 0, 0), Success) << "loading a hit keeps the list";
+    EXPECT_EQ(Prepare(client_, first, 0, 0), success) << "loading a hit keeps the list";
     EXPECT_THAT(Hits(client_), ElementsAre(first, second));
-    EXPECT_EQ(Prepare(client_, 0, 0, 3), Success);
+    EXPECT_EQ(Prepare(client_, 0, 0, 3), success);
     EXPECT_EQ(client_.Call(L"DoInvisibleSearch").Long(), 0);
     EXPECT_THAT(Hits(client_), IsEmpty());
 }
@@ -384,7 +384,7 @@ TEST_F(ArchiveObjectTest, ShowsAndDescribesAnObject) {
     const std::int32_t folder = Folder(client_, L"¶2004¶5¶17");
     const std::int32_t id = File(client_, folder, L"Fall Müller");
     EXPECT_EQ(client_.Call(L"GotoId", {Value::Long(4711)}).Long(), ArchiveObject::UnknownObject);
-    EXPECT_EQ(client_.Call(L"GotoId", {Value::Long(id)}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"GotoId", {Value::Long(id)}).Long(), success);
     EXPECT_THAT(view_.log, ElementsAre(L"Select " + std::to_wstring(id)));
     const auto path = [&](std::int16_t length) {
         return client_.Call(L"GetTreePath", {Value::Short(0), Value::Text(L"¶"), Value::Short(length)})
@@ -392,7 +392,7 @@ TEST_F(ArchiveObjectTest, ShowsAndDescribesAnObject) {
     };
     EXPECT_EQ(path(1024), L"Muster-Archiv¶2004¶5¶17¶Fall Müller");
     EXPECT_EQ(path(13), L"Muster-Archiv");
-    EXPECT_EQ(client_.Call(L"GotoId", {Value::Long(folder)}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"GotoId", {Value::Long(folder)}).Long(), success);
     EXPECT_EQ(path(1024), L"Muster-Archiv¶2004¶5¶17");
 }
 
@@ -406,24 +406,24 @@ TEST_F(ArchiveObjectTest, PrintsTheSelectedDocument) {
     EXPECT_LT(print(), 0);
     const std::int32_t id = File(client_, Folder(client_, L"¶Belege"), L"Beleg");
     client_.Call(L"GotoId", {Value::Long(id)});
-    EXPECT_EQ(print(), Success);
+    EXPECT_EQ(print(), success);
     EXPECT_EQ(view_.log.back(), L"Notice Dokument " + std::to_wstring(id) + L" «Beleg» gedruckt");
     client_.Call(L"DeleteObj", {Value::Long(id)});
     EXPECT_LT(print(), 0);
 }
 
 TEST_F(ArchiveObjectTest, CarriesMenuCommandsOut) {
-    EXPECT_EQ(client_.Call(L"clickon", {Value::Text(L"mmrefresh")}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"clickon", {Value::Text(L"mmrefresh")}).Long(), success);
     EXPECT_LT(client_.Call(L"clickon", {Value::Text(L"M:Gibtsnicht")}).Long(), 0);
     EXPECT_THAT(view_.log, ElementsAre(L"Refresh"));
 }
 
 TEST_F(ArchiveObjectTest, EndsTheProgramOnlyWhenNobodyElseIsLoggedOn) {
     const LateBoundClient other = LoggedOnClient();
-    EXPECT_EQ(client_.Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), Success);
+    EXPECT_EQ(client_.Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), success);
     EXPECT_THAT(view_.log, IsEmpty());
     EXPECT_EQ(client_.Call(L"GetEntryId", {Value::Short(-1)}).Long(), -1);
-    EXPECT_EQ(other.Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), Success);
+    EXPECT_EQ(other.Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), success);
     EXPECT_THAT(view_.log, ElementsAre(L"Close"));
 }
 

@@ -3,8 +3,10 @@
 #include <array>
 
 #include "interfaces/ComPtr.h"
+#include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/LocalServer.h"
+#include "simulators/common/MemberTable.h"
 #include "simulators/common/tests/FailureOf.h"
 #include "simulators/common/tests/LateBoundClient.h"
 

@@ -48,7 +48,7 @@ TEST(Value, ResolvesEveryByReferenceLevel) {
 }
 
 TEST(Value, RefusesAConversionThatMakesNoSense) {
-    EXPECT_THROW(Value::Text(L"kein Betrag").ConvertedTo(VT_I4), HresultError);
+    EXPECT_THROW(static_cast<void>(Value::Text(L"kein Betrag").ConvertedTo(VT_I4)), HresultError);
     EXPECT_EQ(Value::Text(L"42").ConvertedTo(VT_I4).Get().lVal, 42);
 }
 
