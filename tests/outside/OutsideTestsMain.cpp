@@ -10,7 +10,7 @@
 
 int main(int argc, char** argv) {
     using namespace kandora::outside_tests;
-    const std::vector<std::wstring> arguments = OwnArguments();
+    const std::vector<std::wstring> arguments = kandora::component_tests::OwnArguments();
     if (arguments.size() == 3 && arguments[0] == playCourse) {
         try {
             return PlayCourse(arguments[1], arguments[2]);
