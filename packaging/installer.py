@@ -11,7 +11,6 @@ import subprocess
 import tempfile
 import uuid
 
-import cabinet
 import registration
 
 # Fixed for good: Windows recognises later versions and shared parts by what is derived from this.
@@ -101,6 +100,19 @@ def file_version(data):
         return None
     high, low = struct.unpack_from("<II", data, at + 8)
     return f"{high >> 16}.{high & 0xFFFF}.{low >> 16}.{low & 0xFFFF}"
+
+
+def cabinet(files, timestamp):
+    """A cabinet file, the compressed container inside a package, from (name, bytes) pairs, in their order, all dated
+    `timestamp`. The same files give the same bytes: apart from the content nothing goes into it but names and dates."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name, data in files:
+            file = pathlib.Path(folder, name)
+            file.write_bytes(data)
+            os.utime(file, (timestamp, timestamp))
+        subprocess.run(["gcab", "--create", "--zip", "--nopath", "made.cab", *(name for name, _ in files)], cwd=folder,
+                       check=True)
+        return pathlib.Path(folder, "made.cab").read_bytes()
 
 
 class Package:
@@ -311,7 +323,7 @@ class Package:
         with tempfile.TemporaryDirectory() as folder:
             work = pathlib.Path(folder)
             texts = {name: table_text(name, rows) for name, rows in self.tables.items() if rows}
-            packed = cabinet.cabinet(self.contents, timestamp)
+            packed = cabinet(self.contents, timestamp)
             summary = "PropertyId\tValue\r\ni2\tl255\r\n_SummaryInformation\tPropertyId\r\n" + "".join(
                 f"{number}\t{value}\r\n"
                 for number, value in self._summary(timestamp, "".join(texts.values()).encode() + packed))

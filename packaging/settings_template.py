@@ -1,6 +1,12 @@
-"""The keys of Kandora.ini.template, and what a release added to them."""
+"""The keys of Kandora.ini.template, and what a release added to them.
+
+As a command it writes the text that tells of that: settings_template.py OUTPUT VERSION
+"""
 import pathlib
 import re
+import sys
+
+from windows_text import windows_text
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 TEMPLATE = FOLDER / "Kandora.ini.template"
@@ -53,3 +59,7 @@ def news(version, template=None, previous=None):
         lines += ([""] if added else []) + [f"Seit der Ausgabe {before} weggefallen; die Zeilen können gelöscht werden:"]
         lines += [f"  [{section}] {key}" for section, key in dropped]
     return "\n".join(lines) + "\n"
+
+
+if __name__ == "__main__":
+    pathlib.Path(sys.argv[1]).write_bytes(windows_text(news(sys.argv[2])))

@@ -23,7 +23,7 @@ measure() {
 }
 
 # The component itself; the stand-ins, tools and tests around it are not measured.
-coverageFolders=(src/{provider,archive,accounting,ui,support,automation,component})
+coverageFolders=(src/{provider,archive,accounting,ui,support,automation,component,interfaces})
 
 report_coverage() {
     local folder="$build/coverage" filters=() name
@@ -35,36 +35,8 @@ report_coverage() {
     # they drown the branches that somebody wrote. One job only: with several, gcovr waits for ever after an error of its own.
     gcovr --root "$root" --object-directory "$build/$coveragePreset" "${filters[@]}" --exclude '.*/tests/.*' \
         --gcov-executable i686-w64-mingw32-gcov-posix --exclude-throw-branches --exclude-unreachable-branches \
-        --txt "$folder/lines.txt" --json-summary "$folder/summary.json" --html-details "$folder/index.html" \
+        --txt "$folder/lines.txt" --json "$folder/record.json" --html-details "$folder/index.html" \
         --print-summary -j 1 "$build/$coveragePreset"
-}
-
-# One line per source folder and one for all, from gcovr's summary.
-print_coverage() {
-    python3 - "$build/coverage/summary.json" "${coverageFolders[@]}" <<'END'
-import collections
-import json
-import sys
-
-KINDS = ("line_covered", "line_total", "branch_covered", "branch_total")
-folders = collections.defaultdict(collections.Counter)
-with open(sys.argv[1], encoding="utf-8") as file:
-    for source in json.load(file)["files"]:
-        folder = "/".join(source["filename"].split("/")[:-1])
-        for name in (folder, "all"):
-            folders[name].update({kind: source[kind] for kind in KINDS})
-
-
-def share(covered, total):
-    return f"{covered:6d} of {total:6d} {100 * covered / total:6.1f} %" if total else f"{'none':>25}"
-
-
-print(f"  {'':24}{'lines':>25}{'branches':>28}")
-for name in [*sys.argv[2:], "all"]:
-    count = folders[name]
-    print(f"  {name:24}{share(count['line_covered'], count['line_total'])}"
-          f"   {share(count['branch_covered'], count['branch_total'])}")
-END
 }
 
 run_coverage() {
@@ -76,9 +48,9 @@ run_coverage() {
     step coverage-tests "Run the tests" measure || failed=1
     step coverage-report "Collect the figures" report_coverage
     say ""
-    print_coverage
+    python3 "$root/scripts/reached.py" "$build/coverage/record.json" "$root/docs/coverage.md" "${coverageFolders[@]}"
     say ""
-    say "Branches that only an exception takes are not counted. docs/coverage.md tells what no test reaches, and why."
+    say "Branches that only an exception takes are not counted. The reasons are those of docs/coverage.md."
     say "Line by line: $build/coverage/index.html"
     ((failed == 0)) || die "Tests failed; the figures above are those of a broken run."
 }

@@ -20,7 +20,7 @@ shell_scripts() {
 
 check_shell() { shell_scripts | xargs -0 shellcheck; }
 
-check_python() { project_files py | PYTHONPYCACHEPREFIX="$build/pycache" xargs -0 -r python3 -m py_compile; }
+check_python() { project_files py | xargs -0 -r flake8 --config "$root/.flake8"; }
 
 # Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
 prepare_analysis() { configure_preset "lint-$1" && cmake --build "$build/lint-$1" --target kandora_typelibs -j "$(nproc)"; }

@@ -4,7 +4,7 @@
 packages="$build/packages"
 
 make_packages() {
-    PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/make_packages.py" "$1" "$build/$1/bin" "$packages"
+    PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/make_packages.py" "$build/$1" "$packages"
 }
 
 run_package() {

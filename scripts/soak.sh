@@ -28,7 +28,7 @@ soak_program() {
 # A whole run with both simulators, in its own Windows session.
 soak_whole_run() {
     local architecture=$1 module=$2
-    env PYTHONPATH="$root/tests/stress" "$root/tests/endtoend/run.sh" "$architecture" "$build/$architecture/bin" \
+    env PYTHONPATH="$root/tests/stress" "$root/tests/endtoend/run_in_session.sh" "$architecture" "$build/$architecture/bin" \
         "$build/$architecture/endtoend" "$module"
 }
 

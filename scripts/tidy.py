@@ -33,10 +33,13 @@ TEST_CHECKS = ("--checks=-bugprone-unchecked-optional-access,-bugprone-throwing-
                "-performance-avoid-endl")
 TESTS = re.compile(r"(^|/)(tests|benchmarks)/")
 
-# Leaves clang's own warnings, without those that the configuration leaves out, and one check that costs nothing: without any, the
-# program does not even look at the source.
+# Leaves clang's own warnings, without those that the configuration leaves out, and one check that costs nothing: without any,
+# the program does not even look at the source.
 ONLY_WARNINGS = ("--checks=-bugprone-*,-clang-analyzer-*,-misc-*,-modernize-*,-performance-*,-readability-*,"
                  "readability-delete-null-pointer")
+
+# What clang does not know, and what would write files.
+GCC_ONLY = re.compile(r"-(Werror|Wduplicated-cond|Wlogical-op|MD$|MMD$|finput-charset|fprofile|-coverage|fsanitize)")
 
 
 def cpp_library_folders(triplet):
@@ -58,8 +61,7 @@ def clang_command(words, triplet, folders):
             skip = False
         elif word in ("-o", "-c", "-MF", "-MT", "-MQ"):
             skip = word != "-c"
-        elif not (word.endswith(".cpp") or
-                  re.match(r"-(Werror|Wduplicated-cond|Wlogical-op|MD$|MMD$|finput-charset|fprofile|-coverage|fsanitize)", word)):
+        elif not (word.endswith(".cpp") or GCC_ONLY.match(word)):
             command.append(word)
     return command
 
@@ -205,7 +207,8 @@ class Linter:
         findings = self.analyse(pending, clean)
         for text in findings.texts:
             print(text, flush=True)
-        print(f"{len(sources)} sources, {len({job.source.path for job in pending})} analysed, {len(findings.texts)} with findings")
+        analysed = {job.source.path for job in pending}
+        print(f"{len(sources)} sources, {len(analysed)} analysed, {len(findings.texts)} with findings")
         if self.arguments.record and not findings.texts:
             base.record()
         return 1 if findings.texts else 0

@@ -60,7 +60,7 @@ buildDrive=K:
 # What a prefix was made with; another wine, 32-bit wine added later, or other settings call for a new one.
 prefix_identity() {
     stat -c '%n %s %Y' "$(wine_loader x86)" "$(wine_loader x64)" "$(wine_server)" 2>/dev/null || true
-    echo "without a debugger, $buildDrive $build"
+    echo "without a debugger, with symbols, $buildDrive $build"
 }
 
 prefix_is_ready() { unchanged "$WINEPREFIX/.kandora-ready" "$(prefix_identity)"; }
@@ -77,10 +77,20 @@ make_template() {
         WINEARCH=win64 timeout -k 10 600 "$loader" wineboot.exe -i &&
         do_without_debugger &&
         unmanage_windows &&
+        give_symbols &&
         timeout -k 10 120 "$(wine_server)" -w || return
     [[ -f $WINEPREFIX/system.reg && -f $WINEPREFIX/drive_c/windows/system32/regsvr32.exe ]] || return
     ! has_32_bit_wine || [[ -f $WINEPREFIX/drive_c/windows/syswow64/regsvr32.exe ]] || return
     prefix_identity >"$WINEPREFIX/.kandora-ready"
+}
+
+# The buttons of title bars are drawn with letters of a font of symbols. Not every wine looks for its own fonts where its package
+# puts them, and the buttons are 0, 1 and r then. No other font is given: they would change how wide texts are.
+wineSymbols=/usr/share/wine/fonts/marlett.ttf
+give_symbols() {
+    local folder
+    folder=$(find "$WINEPREFIX/drive_c/windows" -maxdepth 1 -type d -iname fonts -print -quit) || return
+    [[ ! -f $wineSymbols || -z $folder ]] || cp -- "$wineSymbols" "$folder/"
 }
 
 # The virtual display has no window manager, and wine would wait two seconds for one whenever a window closes.

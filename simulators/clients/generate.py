@@ -36,54 +36,59 @@ class Sequence:
         return items[self.below(len(items))]
 
 
-# account number, address number, company, postcode, town
-CUSTOMERS = [
-    (1001, 5001, "Bäckerei Zürcher & Söhne", "8001", "Zürich"),
-    (1002, 5002, "Café \"Zum goldenen Löwen\"", "9000", "St. Gallen"),
-    (1003, 5003, "Restaurant d'Artagnan Sàrl", "1204", "Genève"),
-    (1004, 5004, "Müller + Cie. Haustechnik AG", "3011", "Bern"),
-    (1005, 5005, "Gasthof Rössli, Familie Kälin", "6170", "Schüpfheim"),
-    (1006, 5006, "Genossenschaft der vereinigten Ostschweizer Bäckerei-, Konditorei- und Confiserie-Fachgeschäfte, "
-                 "Einkaufs- und Ausbildungszentrum Appenzeller Vorderland", "9410", "Heiden"),
-    (1007, 5007, "Wanderverkauf Frei", "3000", ""),
-    (1008, 5008, "Handelsanstalt Drei Schwestern", "", "Vaduz"),
-    (1009, 5009, "Hotel Bündnerhof AG", "7000", "Chur"),
-    (1010, 5010, "Spital Oberaargau, Verpflegung", "4900", "Langenthal"),
-    (1011, 5011, "Gemeindeverwaltung Münchwilen", "9542", "Münchwilen TG"),
-    (1012, 5012, "Ristorante L'Angolo, Bernasconi & Figli", "6600", "Locarno"),
-    (1013, 5013, "Metzgerei Häfliger", "6280", "Hochdorf"),
-    (1014, 5014, "Kantine Werk Süd GmbH", "4132", "Muttenz"),
-    (1015, 5015, "Alterszentrum Lindenhöhe", "8400", "Winterthur"),
-    (1016, 5016, "Boulangerie Grünenwald & Fils SA", "2502", "Biel/Bienne"),
-    (1017, 5017, "Berghaus Piz d'Err", "7457", "Bivio"),
-    (1018, 5018, "Getränke Öchsli", "8200", "Schaffhausen"),
-    (1019, 5019, "Tea-Room Möwe", "8280", "Kreuzlingen"),
-    (1020, 5020, "Sportbahnen Hochtal AG", "3906", "Saas-Fee"),
-    (1021, 5021, "Privatschule Äussere Mühle", "5000", "Aarau"),
-    (1022, 5022, "Kiosk am Bahnhof, M. Huber", "9200", "Gossau SG"),
-    (1023, 5023, "Weinhandlung Château d'Oex", "1660", "Château-d'Oex"),
-    (1024, 5024, "Büro & Pause AG", "6003", "Luzern"),
-]
+def partners(first_address, table):
+    """A row for each line "company | postcode | town": account number, address number and these three."""
+    lines = table.strip("\n").split("\n")
+    return [(1001 + at, first_address + at, *(part.strip() for part in line.split("|"))) for at, line in enumerate(lines)]
+
+
+CUSTOMERS = partners(5001, """
+Bäckerei Zürcher & Söhne | 8001 | Zürich
+Café "Zum goldenen Löwen" | 9000 | St. Gallen
+Restaurant d'Artagnan Sàrl | 1204 | Genève
+Müller + Cie. Haustechnik AG | 3011 | Bern
+Gasthof Rössli, Familie Kälin | 6170 | Schüpfheim
+Genossenschaft der vereinigten Ostschweizer Bäckerei-, Konditorei- und Confiserie-Fachgeschäfte, \
+Einkaufs- und Ausbildungszentrum Appenzeller Vorderland | 9410 | Heiden
+Wanderverkauf Frei | 3000 |
+Handelsanstalt Drei Schwestern |  | Vaduz
+Hotel Bündnerhof AG | 7000 | Chur
+Spital Oberaargau, Verpflegung | 4900 | Langenthal
+Gemeindeverwaltung Münchwilen | 9542 | Münchwilen TG
+Ristorante L'Angolo, Bernasconi & Figli | 6600 | Locarno
+Metzgerei Häfliger | 6280 | Hochdorf
+Kantine Werk Süd GmbH | 4132 | Muttenz
+Alterszentrum Lindenhöhe | 8400 | Winterthur
+Boulangerie Grünenwald & Fils SA | 2502 | Biel/Bienne
+Berghaus Piz d'Err | 7457 | Bivio
+Getränke Öchsli | 8200 | Schaffhausen
+Tea-Room Möwe | 8280 | Kreuzlingen
+Sportbahnen Hochtal AG | 3906 | Saas-Fee
+Privatschule Äussere Mühle | 5000 | Aarau
+Kiosk am Bahnhof, M. Huber | 9200 | Gossau SG
+Weinhandlung Château d'Oex | 1660 | Château-d'Oex
+Büro & Pause AG | 6003 | Luzern
+""")
 
 # The creditors count from 1001 again: the two circles of accounts have nothing to do with each other.
-SUPPLIERS = [
-    (1001, 6001, "Gastrogeräte Import Rüegg AG", "8307", "Effretikon"),
-    (1002, 6002, "Rösterei Drei Kannen GmbH", "9320", "Arbon"),
-    (1003, 6003, "Alpenkurier Paketdienst AG", "4600", "Olten"),
-    (1004, 6004, "Immobilien Brühltor AG", "9000", "St. Gallen"),
-    (1005, 6005, "Stadtwerke am Bodensee", "9320", "Arbon"),
-    (1006, 6006, "Treuhand Sonderegger & Partner", "9050", "Appenzell"),
-    (1007, 6007, "Garage Zäch", "9450", "Altstätten SG"),
-    (1008, 6008, "Telefon- und Netzdienste Ost AG", "9001", "St. Gallen"),
-    (1009, 6009, "Papeterie Schönenberger", "9500", "Wil SG"),
-    (1010, 6010, "Macchine Caffè Fratelli D'Amico S.r.l.", "20121", "Milano"),
-    (1011, 6011, "Kühltechnik Wäfler", "3714", "Frutigen"),
-    (1012, 6012, "Versicherungsbroker Nüssli AG", "8600", "Dübendorf"),
-    (1013, 6013, "Reinigungsdienst Blitz & Blank", "9015", "St. Gallen"),
-    (1014, 6014, "Werbeatelier Kühnis", "9443", "Widnau"),
-    (1015, 6015, "Softwarehaus Säntisblick AG", "9100", "Herisau"),
-    (1016, 6016, "Verpackungen Jäggi", "4632", "Trimbach"),
-]
+SUPPLIERS = partners(6001, """
+Gastrogeräte Import Rüegg AG | 8307 | Effretikon
+Rösterei Drei Kannen GmbH | 9320 | Arbon
+Alpenkurier Paketdienst AG | 4600 | Olten
+Immobilien Brühltor AG | 9000 | St. Gallen
+Stadtwerke am Bodensee | 9320 | Arbon
+Treuhand Sonderegger & Partner | 9050 | Appenzell
+Garage Zäch | 9450 | Altstätten SG
+Telefon- und Netzdienste Ost AG | 9001 | St. Gallen
+Papeterie Schönenberger | 9500 | Wil SG
+Macchine Caffè Fratelli D'Amico S.r.l. | 20121 | Milano
+Kühltechnik Wäfler | 3714 | Frutigen
+Versicherungsbroker Nüssli AG | 8600 | Dübendorf
+Reinigungsdienst Blitz & Blank | 9015 | St. Gallen
+Werbeatelier Kühnis | 9443 | Widnau
+Softwarehaus Säntisblick AG | 9100 | Herisau
+Verpackungen Jäggi | 4632 | Trimbach
+""")
 
 GOODS = [
     ("Kaffeevollautomat Säntis 2", 284000, 1), ("Kolbenmaschine Duetto", 469000, 1),
@@ -304,8 +309,8 @@ class Client:
             "buchungen": bookings,
             "offenePosten": self.open_items,
             "konten": {
-                "debitoren": [{"pkNr": row[0], "adressId": row[1]} for row in CUSTOMERS]
-                             + [{"pkNr": 1998, "adressId": 5998}],
+                "debitoren": [*({"pkNr": row[0], "adressId": row[1]} for row in CUSTOMERS),
+                              {"pkNr": 1998, "adressId": 5998}],
                 "kreditoren": [{"pkNr": row[0], "adressId": row[1]} for row in SUPPLIERS],
             },
             "adressen": [{"adressId": row[1], "firma": row[2], "plz": row[3], "ort": row[4]}

@@ -1,17 +1,13 @@
 #pragma once
 
+#include "automation/Replaceable.h"
 #include "automation/Text.h"
 
 namespace kandora {
 
 /// What the client settings need of the archive. Both answer the empty text on success, a message otherwise.
-class ArchiveFolders {
+class ArchiveFolders : public Replaceable {
 public:
-    ArchiveFolders() = default;
-    virtual ~ArchiveFolders() = default;
-    ArchiveFolders(const ArchiveFolders&) = delete;
-    ArchiveFolders& operator=(const ArchiveFolders&) = delete;
-
     virtual Text CheckPFadVorhanden(const Text& strPfad) = 0;
     /// May complete the path.
     virtual Text PFadErstellen(Text& strPfad) = 0;

@@ -43,8 +43,11 @@ constexpr double fromCreditors = 2;
 
 SOKInterface::SOKInterface(const AccountingContext& context) : context_(context) {}
 
-// Session
-// ------------------------------------------------------------------------------------------------------------
+void SOKInterface::RecordAndRaise(const wchar_t* procedure) const {
+    kandora::RecordAndRaise(context_.errHandler, {className, procedure});
+}
+
+// ---- Session ----
 
 /// Departs from the convention: a failure is told to the user at once, and the caller gets no object.
 LateBound SOKInterface::LoggedIn(Module& module) {
@@ -77,9 +80,8 @@ void SOKInterface::Anmelden(Module& module) {
             static_cast<void>(module.object.Get(L"Login", module.number, ByRef(mandant)).ToLong());
         }
     } catch (...) {
-        context_.userInterface.ShowMessage(Decimal(CurrentError().Number()) + L" SOKInterface " +
-                                               module.loginProcedure,
-                                           boxstyle::okOnly, {});
+        context_.userInterface.ShowMessage(
+            Decimal(CurrentNumber()) + L" SOKInterface " + module.loginProcedure, boxstyle::okOnly, {});
     }
 }
 
@@ -97,15 +99,14 @@ void SOKInterface::AbmeldenVonSesam() {
     }
 }
 
-Text SOKInterface::ReturnMandant(const Text& text) const {
-    return Inner(context_.errHandler, {className, L"ReturnMandant"}, [&] {
-        const std::size_t separator = text.find_last_of(L'\\');
-        return separator == Text::npos ? text : text.substr(separator + 1);
-    });
+Text SOKInterface::ReturnMandant(const Text& text) const try {
+    const std::size_t separator = text.find_last_of(L'\\');
+    return separator == Text::npos ? text : text.substr(separator + 1);
+} catch (...) {
+    RecordAndRaise(L"ReturnMandant");
 }
 
-// Vouchers and partners
-// ----------------------------------------------------------------------------------------------
+// ---- Vouchers and partners ----
 
 Text SOKInterface::GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex) {
     oBuchung_ = LateBound(oSesamFibu().Get(L"neubuchung"));
@@ -168,68 +169,68 @@ void SOKInterface::GetPartnerDaten(DocumentRecord& record, Module& module) {
     oBuchung_ = {};
 }
 
-// Client settings
-// ----------------------------------------------------------------------------------------------------
+// ---- Client settings ----
 
-void SOKInterface::EinstellungenLesen(bool& bResult) {
+void SOKInterface::EinstellungenLesen(bool& bResult) try {
     bResult = false;
-    Inner(context_.errHandler, {className, L"EinstellungenLesen"}, [&] {
-        fibu_.object = {};  // so that the options are always read through a fresh login
-        context_.state.folders = {};
-        if (!context_.state.gbIniOK) {
-            return;
-        }
-        // A missing option may come as null.
-        const Text archiveOn = LowerCase(ReadOption(option::archiveOn).ToJoinedText());
-        if (archiveOn == L"true") {
-            bResult = true;
-        } else if (archiveOn == L"false") {
-            AbmeldenVonSesam();
-            return;
-        } else if (!context_.setsUpClients) {
-            return;
-        } else {
-            EinstellungenSchreiben();
-        }
-        const Text placeholder = ReadOption(option::placeholder).ToText();
-        context_.state.folders.strPlatzhalterDatei = placeholder;
-        Assert(context_.platform.FileExists(placeholder),
-               L"Die Datei '" + placeholder + L"' die als Platzhatlerdokument dient, ist nicht vorhanden",
-               placeholderMissing);
-        ReadFolder(option::bookings, &ClientFolders::strPfadBuchungen, bookingsFolderMissing);
-        ReadFolder(option::reports, &ClientFolders::strPfadAuswertungen, placeholderMissing);
-        ReadFolder(option::debtors, &ClientFolders::strPfadDebi, placeholderMissing);
-        ReadFolder(option::creditors, &ClientFolders::strPfadKredi, placeholderMissing);
+    fibu_.object = {};  // so that the options are always read through a fresh login
+    context_.state.folders = {};
+    if (!context_.state.gbIniOK) {
+        return;
+    }
+    // A missing option may come as null.
+    const Text archiveOn = LowerCase(ReadOption(option::archiveOn).ToJoinedText());
+    if (archiveOn == L"true") {
         bResult = true;
-    });
+    } else if (archiveOn == L"false") {
+        AbmeldenVonSesam();
+        return;
+    } else if (!context_.setsUpClients) {
+        return;
+    } else {
+        EinstellungenSchreiben();
+    }
+    const Text placeholder = ReadOption(option::placeholder).ToText();
+    context_.state.folders.strPlatzhalterDatei = placeholder;
+    // "Platzhatlerdokument" is how the box has always read.
+    Assert(context_.platform.FileExists(placeholder),
+           L"Die Datei '" + placeholder + L"' die als Platzhatlerdokument dient, ist nicht vorhanden",
+           placeholderMissing);
+    ReadFolder(option::bookings, &ClientFolders::strPfadBuchungen, bookingsFolderMissing);
+    ReadFolder(option::reports, &ClientFolders::strPfadAuswertungen, placeholderMissing);
+    ReadFolder(option::debtors, &ClientFolders::strPfadDebi, placeholderMissing);
+    ReadFolder(option::creditors, &ClientFolders::strPfadKredi, placeholderMissing);
+    bResult = true;
+} catch (...) {
+    RecordAndRaise(L"EinstellungenLesen");
 }
 
-bool SOKInterface::EinstellungenSchreiben() {
-    return Inner(context_.errHandler, {className, L"EinstellungenSchreiben"}, [&] {
-        ClientFolders& folders = context_.state.folders;
-        folders.strPlatzhalterDatei = ComponentFolder(context_.platform) + L"\\Platzhalter.pdf";
-        RequireOptionWritten(option::placeholder, Text(folders.strPlatzhalterDatei));
-        const Settings& settings = context_.state.settings;
-        const Text year = settings.gbTreuhand ? Digits(context_.platform.Now().year, 4) + L"/" : Text();
-        Text clientFolder = L"/" + settings.gsSagePfad + L"/" + year + strMandant_;
-        const Text adjusted = context_.userInterface.InputBox(
-            L"Bitte passen Sie allenfalls den Archivpfad des Mandanten an. Trennzeichen für Ordner ist '/'",
-            L"Archivpfad erstellen", clientFolder, -2500, -1500);
-        if (!adjusted.empty()) {
-            clientFolder = adjusted;
-        }
-        for (const FolderOption& row : newFolders) {
-            folders.*row.folder = clientFolder + L"/" + row.name;
-        }
-        for (const FolderOption& row : newFolders) {
-            Text folder = folders.*row.folder;
-            const Text failure = context_.folders.PFadErstellen(folder);
-            folders.*row.folder = folder;
-            Assert(failure.empty(), failure, optionsNotWritten);
-            RequireOptionWritten(row.key, folder);
-        }
-        return WriteOption(option::archiveOn, L"true");
-    });
+bool SOKInterface::EinstellungenSchreiben() try {
+    ClientFolders& folders = context_.state.folders;
+    folders.strPlatzhalterDatei = ComponentFolder(context_.platform) + L"\\Platzhalter.pdf";
+    RequireOptionWritten(option::placeholder, Text(folders.strPlatzhalterDatei));
+    const Settings& settings = context_.state.settings;
+    const Text year = settings.gbTreuhand ? Digits(context_.platform.Now().year, 4) + L"/" : Text();
+    Text clientFolder = L"/" + settings.gsSagePfad + L"/" + year + strMandant_;
+    const Text adjusted = context_.userInterface.InputBox(
+        L"Bitte passen Sie allenfalls den Archivpfad des Mandanten an. Trennzeichen für Ordner ist '/'",
+        L"Archivpfad erstellen", clientFolder, -2500, -1500);
+    if (!adjusted.empty()) {
+        clientFolder = adjusted;
+    }
+    for (const FolderOption& row : newFolders) {
+        folders.*row.folder = clientFolder + L"/" + row.name;
+    }
+    for (const FolderOption& row : newFolders) {
+        Text folder = folders.*row.folder;
+        const Text failure = context_.folders.PFadErstellen(folder);
+        folders.*row.folder = folder;
+        Assert(failure.empty(), failure, optionsNotWritten);
+        RequireOptionWritten(row.key, folder);
+    }
+    return WriteOption(option::archiveOn, L"true");
+} catch (...) {
+    RecordAndRaise(L"EinstellungenSchreiben");
 }
 
 Variant SOKInterface::ReadOption(std::int16_t key) {

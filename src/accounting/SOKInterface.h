@@ -61,6 +61,9 @@ private:
         LateBound object;
     };
 
+    /// Records the error being handled with the procedure as its frame, and raises it again.
+    [[noreturn]] void RecordAndRaise(const wchar_t* procedure) const;
+
     LateBound LoggedIn(Module& module);
     void Anmelden(Module& module);
     void AbmeldenVonSesam();

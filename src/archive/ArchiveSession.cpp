@@ -1,20 +1,15 @@
 #include "archive/ArchiveSession.h"
 
+#include "archive/ArchiveNumbers.h"
 #include "automation/Errors.h"
 #include "support/MDebug.h"
 
 namespace kandora {
 
-namespace {
-
-constexpr std::int16_t probe = -1;
-
-}  // namespace
-
 /// Departs from the convention: a failing probe only means that the session is lost.
 bool ArchiveSession::IsAlive() const noexcept {
     try {
-        return !object_.IsNothing() && object_.Get(L"GetEntryId", probe).ToLong() != -1;
+        return !object_.IsNothing() && object_.Get(L"GetEntryId", archive::currentEntry).ToLong() != -1;
     } catch (...) {
         return false;
     }

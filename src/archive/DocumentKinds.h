@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <span>
 
@@ -31,34 +32,58 @@ struct DocumentKind {
     DocumentRecord Records::* record;
     void (VoucherData::*readData)(const Text& strBelegNr, const Text& strIndex);
     std::int32_t Settings::* mask;
+    const wchar_t* maskKey;  ///< of the mask's number in the settings
     IndexPositions Settings::* positions;
-    std::span<const IndexField> fields;
+    const wchar_t* indexSection;         ///< of the positions in the settings
+    std::span<const IndexField> fields;  ///< in the order in which they are read and written
     FilingFolder folder;
     const wchar_t* addProcedure;  ///< names in the call stack
     const wchar_t* editProcedure;
 };
 
+inline constexpr DocumentKind debtorKind{L"Debi",
+                                         &Records::cDebiBeleg,
+                                         &VoucherData::GetDebiDaten,
+                                         &Settings::glMaskeDebi,
+                                         L"Debi",
+                                         &Settings::giIdxDebi,
+                                         L"IndexDebi",
+                                         partnerIndexFields,
+                                         debtorFolder,
+                                         L"AddDebi",
+                                         L"EditDebi"};
+inline constexpr DocumentKind creditorKind{L"Kredi",
+                                           &Records::cKrediBeleg,
+                                           &VoucherData::GetKrediDaten,
+                                           &Settings::glMaskeKredi,
+                                           L"Kredi",
+                                           &Settings::giIdxKredi,
+                                           L"IndexKredi",
+                                           partnerIndexFields,
+                                           creditorFolder,
+                                           L"AddKredi",
+                                           L"EditKredi"};
+inline constexpr DocumentKind voucherKind{L"Beleg",
+                                          &Records::cBeleg,
+                                          &VoucherData::GetBelegDaten,
+                                          &Settings::glMaskeBelege,
+                                          L"Belege",
+                                          &Settings::giIdxBeleg,
+                                          L"IndexBelege",
+                                          voucherIndexFields,
+                                          voucherFolder,
+                                          L"AddBeleg",
+                                          L"EditBeleg"};
+
 /// In the order in which a booking's kind is compared with them.
-inline constexpr auto documentKinds = std::to_array<DocumentKind>({
-    {L"Debi", &Records::cDebiBeleg, &VoucherData::GetDebiDaten, &Settings::glMaskeDebi, &Settings::giIdxDebi,
-     partnerIndexFields, debtorFolder, L"AddDebi", L"EditDebi"},
-    {L"Kredi", &Records::cKrediBeleg, &VoucherData::GetKrediDaten, &Settings::glMaskeKredi,
-     &Settings::giIdxKredi, partnerIndexFields, creditorFolder, L"AddKredi", L"EditKredi"},
-    {L"Beleg", &Records::cBeleg, &VoucherData::GetBelegDaten, &Settings::glMaskeBelege, &Settings::giIdxBeleg,
-     voucherIndexFields, voucherFolder, L"AddBeleg", L"EditBeleg"},
-});
-
-/// One pass of a search over the documents of one kind.
-struct SearchPass {
-    std::int32_t Settings::* mask;
-    IndexPositions Settings::* positions;
-};
-
+inline constexpr std::array documentKinds{&debtorKind, &creditorKind, &voucherKind};
 /// In the order in which documents are looked for: vouchers are what is asked for most.
-inline constexpr auto searchPasses = std::to_array<SearchPass>({
-    {&Settings::glMaskeBelege, &Settings::giIdxBeleg},
-    {&Settings::glMaskeKredi, &Settings::giIdxKredi},
-    {&Settings::glMaskeDebi, &Settings::giIdxDebi},
-});
+inline constexpr std::array searchOrder{&voucherKind, &creditorKind, &debtorKind};
+
+/// The kind of this name; null when documents of the kind are not filed.
+[[nodiscard]] inline const DocumentKind* KindOf(TextView name) {
+    const auto* const kind = std::ranges::find(documentKinds, name, &DocumentKind::name);
+    return kind == documentKinds.end() ? nullptr : *kind;
+}
 
 }  // namespace kandora

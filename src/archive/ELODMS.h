@@ -63,6 +63,9 @@ public:
     void SaveAuswertung();
 
 private:
+    /// Records the error being handled with the procedure as its frame, and raises it again.
+    [[noreturn]] void RecordAndRaise(const wchar_t* procedure) const;
+
     void AnmeldenAnElo();
     void AbmeldenVonElo();
 
@@ -70,7 +73,7 @@ private:
     std::int32_t FolderId(const FilingFolder& folder);
 
     template <class Matches>
-    std::int32_t FirstHit(const SearchPass& pass, bool loadWithMask, Matches matches);
+    std::int32_t FirstHit(const DocumentKind& kind, bool loadWithMask, Matches matches);
     [[nodiscard]] Variant Attribute(std::int16_t position);
 
     Text AddEntry(const DocumentKind& kind);
@@ -83,6 +86,7 @@ private:
 
     [[nodiscard]] DocumentRecord& RecordOf(const DocumentKind& kind) const;
     [[nodiscard]] std::int32_t MaskOf(const DocumentKind& kind) const;
+    [[nodiscard]] const IndexPositions& PositionsOf(const DocumentKind& kind) const;
     [[nodiscard]] std::int16_t PositionOf(const DocumentKind& kind, const IndexField& field) const;
 
     ArchiveContext context_;

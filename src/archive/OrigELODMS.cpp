@@ -1,9 +1,9 @@
 #include "archive/OrigELODMS.h"
 
-#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "archive/ArchiveNumbers.h"
 #include "automation/Errors.h"
 #include "support/Convention.h"
 #include "support/MDebug.h"
@@ -16,19 +16,10 @@ namespace {
 /// The name that this class has in the call stack.
 constexpr const wchar_t* className = L"CArchiv";
 
-constexpr std::int16_t none = 0;
-constexpr std::int16_t documentEntry = 254;
-constexpr std::int16_t filedEntry = -2;
 constexpr std::int16_t longestPath = 1024;
 constexpr std::int16_t asReference = 1;
-constexpr std::int32_t firstHit = 0x10000000;
-constexpr std::int16_t lastHitExamined = 10000;
 /// What "UpdateObject" answers on success, unlike every other member.
 constexpr std::int32_t updated = 3;
-
-constexpr Frame In(const wchar_t* procedure) {
-    return {className, procedure};
-}
 
 /// The parts of a text between the separators, as a list; the whole text when there is no separator.
 Variant Split(const Text& text, const Text& separator) {
@@ -85,60 +76,57 @@ OrigELODMS::~OrigELODMS() {
     }
 }
 
-void OrigELODMS::Class_Terminate() {
-    Inner(context_.errHandler, In(L"Class_Terminate"), [&] { oElo().Call(L"clickon", L"M:Beenden"); });
+void OrigELODMS::Class_Terminate() try { oElo().Call(L"clickon", L"M:Beenden"); } catch (...) {
+    RecordAndRaise(L"Class_Terminate");
 }
 
 /// Departs from the convention: the error is recorded, and the caller gets the empty result.
-template <class Body>
-auto OrigELODMS::Silent(const wchar_t* procedure, Body&& body) {
-    using Value = std::invoke_result_t<Body>;
-    try {
-        return std::forward<Body>(body)();
-    } catch (...) {
-        context_.errHandler.Log(CurrentError(), className, procedure);
-        return Value();
+void OrigELODMS::Record(const wchar_t* procedure) const {
+    LogCurrentError(context_.errHandler, {className, procedure});
+}
+
+void OrigELODMS::RecordAndRaise(const wchar_t* procedure) const {
+    kandora::RecordAndRaise(context_.errHandler, {className, procedure});
+}
+
+// ---- Session ----
+
+void OrigELODMS::AnmeldenAnElo() try {
+    const cUser user = context_.user();
+    RequireCredentials(user);
+    session_.Store(context_.platform.CreateObject(archiveClass));
+    session_.Stored().Call(L"EloWindow", L"MINIMIZE");
+    RequireLogin(session_.Login(user.sName, user.sPasswort, context_.state.settings.gsArchivname));
+} catch (...) {
+    Record(L"AnmeldenAnElo");
+}
+
+LateBound OrigELODMS::oElo() try {
+    if (!session_.IsAlive()) {
+        AnmeldenAnElo();
     }
+    return session_.Stored();
+} catch (...) {
+    Record(L"oElo");
+    return {};
 }
 
-// Session
-// ------------------------------------------------------------------------------------------------------------
-
-void OrigELODMS::AnmeldenAnElo() {
-    Silent(L"AnmeldenAnElo", [&] {
-        const cUser user = context_.user();
-        RequireCredentials(user);
-        session_.Store(context_.platform.CreateObject(archiveClass));
-        session_.Stored().Call(L"EloWindow", L"MINIMIZE");
-        RequireLogin(session_.Login(user.sName, user.sPasswort, context_.state.settings.gsArchivname));
-    });
-}
-
-LateBound OrigELODMS::oElo() {
-    return Silent(L"oElo", [&] {
-        if (!session_.IsAlive()) {
-            AnmeldenAnElo();
-        }
-        return session_.Stored();
-    });
-}
-
-// Folders and paths
-// --------------------------------------------------------------------------------------------------
+// ---- Folders and paths ----
 
 Text OrigELODMS::Separator() {
     return oElo().Get(L"LookupDelimiter").ToText();
 }
 
-std::int32_t OrigELODMS::FolderId(const FixedFolder& folder) {
-    return Silent(folder.procedure, [&] {
-        const Text separator = Separator();
-        const Text path = separator + L"Wiederanschlusskontrolle" + separator + folder.name;
-        Text asked = path;
-        const std::int32_t id = oElo().Get(L"LookupIndex", ByRef(asked)).ToLong();
-        Assert(id > 0, folder.missing + path, errors::invalidArgument);
-        return id;
-    });
+std::int32_t OrigELODMS::FolderId(const FixedFolder& folder) try {
+    const Text separator = Separator();
+    const Text path = separator + L"Wiederanschlusskontrolle" + separator + folder.name;
+    Text asked = path;
+    const std::int32_t id = oElo().Get(L"LookupIndex", ByRef(asked)).ToLong();
+    Assert(id > 0, folder.missing + path, errors::invalidArgument);
+    return id;
+} catch (...) {
+    Record(folder.procedure);
+    return {};
 }
 
 /// The levels of a case's path, the case itself last, and what separates them.
@@ -147,98 +135,112 @@ Variant OrigELODMS::PathLevels(std::int32_t lFallId, Text& separator) {
     const std::int32_t answer = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
     Assert(answer == 1, L"Could not GotoId: " + Decimal(lFallId), errors::invalidArgument);
     separator = Separator();
-    return Split(oElo().Get(L"GetTreePath", none, separator, longestPath).ToText(), separator);
+    return Split(oElo().Get(L"GetTreePath", archive::none, separator, longestPath).ToText(), separator);
 }
 
-std::int32_t OrigELODMS::GetParentFolderId(std::int32_t lFallId) {
-    return Silent(L"GetParentFolderId", [&] {
-        Text separator;
-        Variant levels = PathLevels(lFallId, separator);
-        TakeLastOfArray(levels);
-        const Text path = Join(levels, separator);
-        const std::size_t top = path.find(separator);
-        if (top == Text::npos) {
-            throw RuntimeError(errors::invalidArgument);
-        }
-        Text asked = path.substr(top);
-        return oElo().Get(L"LookupIndex", ByRef(asked)).ToLong();
-    });
+std::int32_t OrigELODMS::GetParentFolderId(std::int32_t lFallId) try {
+    Text separator;
+    Variant levels = PathLevels(lFallId, separator);
+    TakeLastOfArray(levels);
+    const Text path = Join(levels, separator);
+    const std::size_t top = path.find(separator);
+    if (top == Text::npos) {
+        throw RuntimeError(errors::invalidArgument);
+    }
+    Text asked = path.substr(top);
+    return oElo().Get(L"LookupIndex", ByRef(asked)).ToLong();
+} catch (...) {
+    Record(L"GetParentFolderId");
+    return {};
 }
 
-double OrigELODMS::CurrentRegisterDate(std::int32_t lFallId) {
-    return Silent(L"CurrentRegisterDate", [&] {
-        Text separator;
-        Variant levels = PathLevels(lFallId, separator);
-        TakeLastOfArray(levels);
-        const std::int16_t day = TakeLastOfArray(levels).ToInteger();
-        const std::int16_t month = TakeLastOfArray(levels).ToInteger();
-        const std::int16_t year = TakeLastOfArray(levels).ToInteger();
-        return DateOf(year, month, day);
-    });
+double OrigELODMS::CurrentRegisterDate(std::int32_t lFallId) try {
+    Text separator;
+    Variant levels = PathLevels(lFallId, separator);
+    TakeLastOfArray(levels);
+    const std::int16_t day = TakeLastOfArray(levels).ToInteger();
+    const std::int16_t month = TakeLastOfArray(levels).ToInteger();
+    const std::int16_t year = TakeLastOfArray(levels).ToInteger();
+    return DateOf(year, month, day);
+} catch (...) {
+    Record(L"CurrentRegisterDate");
+    return {};
 }
 
-// Documents
-// ----------------------------------------------------------------------------------------------------------
+// ---- Documents ----
 
-void OrigELODMS::ShowDokument(std::int32_t lDokID) {
-    Silent(L"ShowDokument", [&] {
-        oElo().Call(L"BringToFront");
-        oElo().Call(L"EloWindow", L"NORMAL");
-        std::int32_t asked = lDokID;
-        const std::int32_t answer = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
-        Assert(answer == 1, L"Dokument nicht gefunden: id=" + Decimal(lDokID), errors::invalidArgument);
-        oElo().Call(L"BringToFront");
-    });
+void OrigELODMS::ShowDokument(std::int32_t lDokID) try {
+    oElo().Call(L"BringToFront");
+    oElo().Call(L"EloWindow", L"NORMAL");
+    std::int32_t asked = lDokID;
+    const std::int32_t answer = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
+    Assert(answer == 1, L"Dokument nicht gefunden: id=" + Decimal(lDokID), errors::invalidArgument);
+    oElo().Call(L"BringToFront");
+} catch (...) {
+    Record(L"ShowDokument");
 }
 
-bool OrigELODMS::IsDokumentVorhanden(std::int32_t lDokID) {
-    return Silent(L"IsDokumentVorhanden", [&] {
-        std::int32_t mask = context_.state.settings.glMaskeBelege;
-        return oElo().Get(L"PrepareObjectEx", ByRef(lDokID), none, ByRef(mask)).ComparedTo(1) >= 0;
-    });
+bool OrigELODMS::IsDokumentVorhanden(std::int32_t lDokID) try {
+    std::int32_t mask = context_.state.settings.glMaskeBelege;
+    return oElo().Get(L"PrepareObjectEx", ByRef(lDokID), archive::none, ByRef(mask)).ComparedTo(1) >= 0;
+} catch (...) {
+    Record(L"IsDokumentVorhanden");
+    return {};
 }
 
+/// The hits are loaded one after the other, and nothing is kept of them: the list stays empty, deliberately.
 Variant OrigELODMS::GetUnverknuepfte() {
-    Silent(L"GetUnverknuepfte", [&] {
-        std::int32_t mask = context_.state.settings.glMaskeBelege;
-        oElo().Call(L"PrepareObjectEx", none, none, ByRef(mask));
-        if (oElo().Get(L"DoInvisibleSearch").ToLong() < 0) {
-            return;
-        }
-        for (std::int16_t hit = 0; hit <= lastHitExamined; ++hit) {
-            std::int32_t id = oElo().Get(L"GetEntryId", firstHit + hit).ToLong();
-            if (id < 1) {
-                break;
-            }
-            const std::int32_t found = id;
-            const std::int32_t answer = oElo().Get(L"PrepareObjectEx", ByRef(id), none, ByRef(mask)).ToLong();
-            Assert(answer >= 1, L"DokID nicht gefunden: " + Decimal(found), errors::invalidArgument);
-        }
-    });
+    LoadUnverknuepfte();
     return Variant::ArrayOf(std::vector<Variant>());
 }
 
-void OrigELODMS::LoescheDokument(std::int32_t lDokID) {
-    Silent(L"LoescheDokument", [&] {
-        std::int32_t asked = lDokID;
-        const std::int32_t answer = oElo().Get(L"DeleteObj", ByRef(asked)).ToLong();
-        Assert(answer == 1, L"Konnte Dokument nicht löschen: " + Decimal(answer), errors::invalidArgument);
-    });
+void OrigELODMS::LoadUnverknuepfte() try {
+    std::int32_t mask = context_.state.settings.glMaskeBelege;
+    oElo().Call(L"PrepareObjectEx", archive::none, archive::none, ByRef(mask));
+    if (oElo().Get(L"DoInvisibleSearch").ToLong() < 0) {
+        return;
+    }
+    for (std::int16_t hit = 0; hit <= archive::lastHitExamined; ++hit) {
+        std::int32_t id = oElo().Get(L"GetEntryId", archive::firstHit + hit).ToLong();
+        if (id < 1) {
+            break;
+        }
+        const std::int32_t found = id;
+        const std::int32_t answer =
+            oElo().Get(L"PrepareObjectEx", ByRef(id), archive::none, ByRef(mask)).ToLong();
+        Assert(answer >= 1, L"DokID nicht gefunden: " + Decimal(found), errors::invalidArgument);
+    }
+} catch (...) {
+    Record(L"GetUnverknuepfte");
 }
 
-std::int32_t OrigELODMS::AddDokumentToMassenversaendeZA(const Text& sPath) {
-    return Silent(L"AddDokumentToMassenversaendeZA", [&] { return FileWithoutIndex(sPath, massMailing); });
+void OrigELODMS::LoescheDokument(std::int32_t lDokID) try {
+    std::int32_t asked = lDokID;
+    const std::int32_t answer = oElo().Get(L"DeleteObj", ByRef(asked)).ToLong();
+    Assert(answer == 1, L"Konnte Dokument nicht löschen: " + Decimal(answer), errors::invalidArgument);
+} catch (...) {
+    Record(L"LoescheDokument");
 }
 
-std::int32_t OrigELODMS::AddDokument(const Text& sFile) {
-    return Silent(L"AddDokument", [&] { return FileWithoutIndex(sFile, unlinked); });
+std::int32_t OrigELODMS::AddDokumentToMassenversaendeZA(const Text& sPath) try {
+    return FileWithoutIndex(sPath, massMailing);
+} catch (...) {
+    Record(L"AddDokumentToMassenversaendeZA");
+    return {};
+}
+
+std::int32_t OrigELODMS::AddDokument(const Text& sFile) try {
+    return FileWithoutIndex(sFile, unlinked);
+} catch (...) {
+    Record(L"AddDokument");
+    return {};
 }
 
 std::int32_t OrigELODMS::FileWithoutIndex(const Text& file, const FixedFolder& folder) {
     Assert(context_.platform.FileExists(file), L"Dokument nicht gefunden: " + file, errors::invalidArgument);
     std::int32_t mask = context_.state.settings.glMaskeBelege;
     const std::int32_t prepared =
-        oElo().Get(L"PrepareObjectEx", std::int32_t{0}, documentEntry, ByRef(mask)).ToLong();
+        oElo().Get(L"PrepareObjectEx", std::int32_t{0}, archive::documentEntry, ByRef(mask)).ToLong();
     Assert(prepared >= 1, L"Unerwarteter Rückgabewert: PrepareObjectEx=" + Decimal(prepared),
            errors::invalidArgument);
     oElo().Put(L"ObjMaskNo", context_.state.settings.glMaskeBelege);
@@ -250,40 +252,42 @@ std::int32_t OrigELODMS::FileWithoutIndex(const Text& file, const FixedFolder& f
     const std::int32_t moved = oElo().Get(L"MoveToArchive", target).ToLong();
     Assert(moved == 1, L"Fehler beim Hinzufügen des Dokuments: MoveToArchive=" + Decimal(moved),
            errors::invalidArgument);
-    return oElo().Get(L"GetEntryId", filedEntry).ToLong();
+    return oElo().Get(L"GetEntryId", archive::filedEntry).ToLong();
 }
 
-void OrigELODMS::PrintDokument(std::int32_t lDokID) {
-    Inner(context_.errHandler, In(L"PrintDokument"), [&] {
-        const Text inBrackets = L"[" + Decimal(lDokID) + L"]";
-        std::int32_t asked = lDokID;
-        const std::int32_t shown = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
-        Assert(shown == 1, L"Fehler beim Anzeigen von Dokument " + inBrackets + L" GotoId=" + Decimal(shown),
-               errors::invalidArgument);
-        const std::int32_t printed = oElo().Get(L"PrintDocument", none, L"", L"", none, none, none).ToLong();
-        Assert(printed == 1,
-               L"Fehler beim Drucken von Dokument " + inBrackets + L" PrintDocument=" + Decimal(printed),
-               errors::invalidArgument);
-    });
+void OrigELODMS::PrintDokument(std::int32_t lDokID) try {
+    const Text inBrackets = L"[" + Decimal(lDokID) + L"]";
+    std::int32_t asked = lDokID;
+    const std::int32_t shown = oElo().Get(L"GotoId", ByRef(asked)).ToLong();
+    Assert(shown == 1, L"Fehler beim Anzeigen von Dokument " + inBrackets + L" GotoId=" + Decimal(shown),
+           errors::invalidArgument);
+    const std::int32_t printed =
+        oElo()
+            .Get(L"PrintDocument", archive::none, L"", L"", archive::none, archive::none, archive::none)
+            .ToLong();
+    Assert(printed == 1,
+           L"Fehler beim Drucken von Dokument " + inBrackets + L" PrintDocument=" + Decimal(printed),
+           errors::invalidArgument);
+} catch (...) {
+    RecordAndRaise(L"PrintDokument");
 }
 
-void OrigELODMS::LoescheVerknuepfung(std::int32_t lDokID) {
-    Inner(context_.errHandler, In(L"LoescheVerknuepfung"), [&] {
-        std::int32_t asked = lDokID;
-        std::int32_t mask = context_.state.settings.glMaskeBelege;
-        const std::int32_t loaded = oElo().Get(L"PrepareObjectEx", ByRef(asked), none, ByRef(mask)).ToLong();
-        Assert(loaded >= 1, L"Dokument nicht gefunden: " + Decimal(lDokID), errors::invalidArgument);
-        const std::int32_t answer = oElo().Get(L"UpdateObject").ToLong();
-        Assert(answer == updated, L"Fehler beim indizieren des Dokuments: UpdateObject=" + Decimal(answer),
-               errors::invalidArgument);
-        const std::int32_t folder = FolderId(unlinked);
-        std::int32_t moving = lDokID;
-        const Variant parent = oElo().Get(L"ObjMainParent");
-        const std::int32_t moved =
-            oElo().Get(L"InsertRef", ByRef(moving), parent, folder, asReference).ToLong();
-        Assert(moved >= 0, L"Fehler beim Verschieben des Dokuments: " + Decimal(moved),
-               errors::invalidArgument);
-    });
+void OrigELODMS::LoescheVerknuepfung(std::int32_t lDokID) try {
+    std::int32_t asked = lDokID;
+    std::int32_t mask = context_.state.settings.glMaskeBelege;
+    const std::int32_t loaded =
+        oElo().Get(L"PrepareObjectEx", ByRef(asked), archive::none, ByRef(mask)).ToLong();
+    Assert(loaded >= 1, L"Dokument nicht gefunden: " + Decimal(lDokID), errors::invalidArgument);
+    const std::int32_t answer = oElo().Get(L"UpdateObject").ToLong();
+    Assert(answer == updated, L"Fehler beim indizieren des Dokuments: UpdateObject=" + Decimal(answer),
+           errors::invalidArgument);
+    const std::int32_t folder = FolderId(unlinked);
+    std::int32_t moving = lDokID;
+    const Variant parent = oElo().Get(L"ObjMainParent");
+    const std::int32_t moved = oElo().Get(L"InsertRef", ByRef(moving), parent, folder, asReference).ToLong();
+    Assert(moved >= 0, L"Fehler beim Verschieben des Dokuments: " + Decimal(moved), errors::invalidArgument);
+} catch (...) {
+    RecordAndRaise(L"LoescheVerknuepfung");
 }
 
 }  // namespace kandora

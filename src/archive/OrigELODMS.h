@@ -52,14 +52,16 @@ private:
         const wchar_t* missing;
     };
 
-    template <class Body>
-    auto Silent(const wchar_t* procedure, Body&& body);
+    /// Records the error being handled with the procedure as its frame; RecordAndRaise raises it again.
+    void Record(const wchar_t* procedure) const;
+    [[noreturn]] void RecordAndRaise(const wchar_t* procedure) const;
 
     void AnmeldenAnElo();
     void Class_Terminate();
     [[nodiscard]] Text Separator();
     std::int32_t FolderId(const FixedFolder& folder);
     [[nodiscard]] Variant PathLevels(std::int32_t lFallId, Text& separator);
+    void LoadUnverknuepfte();
     std::int32_t FileWithoutIndex(const Text& file, const FixedFolder& folder);
 
     static const FixedFolder unlinked;

@@ -43,11 +43,11 @@ bool WasTurnedAway(std::int32_t hresult) noexcept {
 }
 
 bool Repetition::Wait() {
-    const std::uint64_t waited = BusyPatience().Milliseconds() - begin_;
+    const std::uint64_t waited = BusyPatience().milliseconds() - begin_;
     if (waited >= patienceLimit) {
         return false;
     }
-    BusyPatience().Pause(std::min(pause_, static_cast<std::uint32_t>(patienceLimit - waited)));
+    BusyPatience().pause(std::min(pause_, static_cast<std::uint32_t>(patienceLimit - waited)));
     pause_ = std::min(pause_ * 2, longestPause);
     return true;
 }

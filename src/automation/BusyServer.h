@@ -8,9 +8,9 @@ namespace kandora {
 /// How a call waits for a program that is too busy to take it.
 struct Patience {
     /// A clock that only goes forward, in milliseconds.
-    std::uint64_t (*Milliseconds)();
+    std::uint64_t (*milliseconds)();
     /// Waits without using the processor; the thread stays reachable for calls from other programs.
-    void (*Pause)(std::uint32_t milliseconds);
+    void (*pause)(std::uint32_t milliseconds);
 };
 
 /// Longest time for which one call is repeated, in milliseconds.
@@ -25,7 +25,7 @@ bool WasTurnedAway(std::int32_t hresult) noexcept;
 /// Says when a call that was turned away is to be repeated: after rising pauses, for 10 seconds in all.
 class Repetition {
 public:
-    Repetition() : begin_(BusyPatience().Milliseconds()) {}
+    Repetition() : begin_(BusyPatience().milliseconds()) {}
 
     /// Waits for the next attempt; false when the time is up.
     bool Wait();

@@ -101,21 +101,13 @@ constexpr auto descriptionRows = std::to_array<DescriptionRow>({
     {errors::serverGone, L"Das Programm, mit dem gearbeitet wird, ist beendet oder nicht erreichbar"},
 });
 
-std::string Utf8(const Text& text) {
-    const auto length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), size, nullptr, nullptr);
-    return utf8;
-}
-
 }  // namespace
 
 RuntimeError::RuntimeError(std::int32_t number) : RuntimeError(number, DescriptionOf(number)) {}
 
 RuntimeError::RuntimeError(std::int32_t number, Text description, Text source, std::int32_t line)
     : number_(number), description_(std::move(description)), source_(std::move(source)), line_(line),
-      what_(Utf8(Decimal(number) + L": " + description_)) {}
+      what_(Utf8FromText(Decimal(number) + L": " + description_)) {}
 
 // Not inline: every place that raises or handles an error would carry a copy of its own.
 RuntimeError::RuntimeError(const RuntimeError&) = default;
@@ -163,10 +155,20 @@ RuntimeError CurrentError() {
         throw;
     } catch (const RuntimeError& error) {
         return error;
-    } catch (const std::bad_alloc&) {
-        return RuntimeError(errors::outOfMemory);
     } catch (...) {
-        return RuntimeError(errors::internal);
+        return RuntimeError(CurrentNumber());
+    }
+}
+
+std::int32_t CurrentNumber() noexcept {
+    try {
+        throw;
+    } catch (const RuntimeError& error) {
+        return error.Number();
+    } catch (const std::bad_alloc&) {
+        return errors::outOfMemory;
+    } catch (...) {
+        return errors::internal;
     }
 }
 

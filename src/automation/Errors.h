@@ -83,8 +83,10 @@ std::int32_t HresultOf(std::int32_t number) noexcept;
 /// Raises the error of `hresult` when it is a failure.
 void RequireSuccess(std::int32_t hresult);
 
-/// Whatever exception is being handled, as a RuntimeError. To be called inside a catch block only; never
-/// raises.
+/// Whatever exception is being handled, as a RuntimeError. To be called inside a catch block only. Raises
+/// nothing but std::bad_alloc, when there is no memory even for the error.
 RuntimeError CurrentError();
+/// Its number alone, for which no memory is needed.
+std::int32_t CurrentNumber() noexcept;
 
 }  // namespace kandora

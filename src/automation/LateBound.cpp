@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <memory>
 #include <utility>
 
 #include "automation/BusyServer.h"
 #include "automation/Errors.h"
 #include "automation/OwnArithmetic.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -86,10 +86,7 @@ void Argument::CopyBack() {
 /// The object and what is known of it, owned by all copies together. They are counted without regard to other
 /// threads, which have no business here.
 struct LateBound::Binding {
-    explicit Binding(IDispatch* theObject) : object(theObject) { object->AddRef(); }
-    ~Binding() { object->Release(); }
-    Binding(const Binding&) = delete;
-    Binding& operator=(const Binding&) = delete;
+    explicit Binding(IDispatch* theObject) : object(theObject) {}
 
     DISPID IdOf(MemberName member) {
         for (const Id& known : ids) {
@@ -115,7 +112,7 @@ struct LateBound::Binding {
         DISPID id;
     };
 
-    IDispatch* object;
+    ComPtr<IDispatch> object;
     std::vector<Id> ids;
     long owners = 1;
 };
@@ -139,20 +136,15 @@ LateBound::LateBound(const Variant& value) {
         throw RuntimeError(errors::typeMismatch);
     }
     if (value.ObjectPointer() != nullptr) {
-        IDispatch* object = nullptr;
-        RequireSuccess(WhileBusy([&] {
-            return value.ObjectPointer()->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
-        }));
-        const struct Releaser {
-            IDispatch* pointer;
-            ~Releaser() { pointer->Release(); }
-        } releaser{object};
-        binding_ = new Binding(object);
+        ComPtr<IDispatch> object;
+        RequireSuccess(WhileBusy(
+            [&] { return value.ObjectPointer()->QueryInterface(IID_IDispatch, object.ReceiveVoid()); }));
+        binding_ = new Binding(object.Get());
     }
 }
 
 IDispatch* LateBound::Pointer() const noexcept {
-    return binding_ == nullptr ? nullptr : binding_->object;
+    return binding_ == nullptr ? nullptr : binding_->object.Get();
 }
 
 void LateBound::InvokePut(MemberName member, Argument& value) const {
@@ -175,8 +167,8 @@ Variant LateBound::Invoke(MemberName member, WORD flags, bool wantsResult, Argum
     const bool isPut = (flags & DISPATCH_PROPERTYPUT) != 0;
     DISPPARAMS parameters{count > 0 ? passed.data() : nullptr, isPut ? &put : nullptr,
                           static_cast<UINT>(count), isPut ? 1U : 0U};
-    Variant result =
-        InvokeById(alive.binding_->object, alive.binding_->IdOf(member), flags, parameters, wantsResult);
+    Variant result = InvokeById(alive.binding_->object.Get(), alive.binding_->IdOf(member), flags, parameters,
+                                wantsResult);
     for (std::size_t i = 0; i < count; ++i) {
         arguments[i].CopyBack();
     }
@@ -199,7 +191,8 @@ Variant LateBound::DefaultValue() const {
         throw RuntimeError(errors::objectMissing);
     }
     DISPPARAMS none{};
-    return InvokeById(binding_->object, DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
+    return InvokeById(binding_->object.Get(), DISPID_VALUE, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none,
+                      true);
 }
 
 std::optional<std::vector<Variant>> LateBound::Items() const {
@@ -208,16 +201,13 @@ std::optional<std::vector<Variant>> LateBound::Items() const {
     }
     try {
         DISPPARAMS none{};
-        const Variant enumerator =
-            InvokeById(binding_->object, DISPID_NEWENUM, DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
-        IEnumVARIANT* items = nullptr;
+        const Variant enumerator = InvokeById(binding_->object.Get(), DISPID_NEWENUM,
+                                              DISPATCH_METHOD | DISPATCH_PROPERTYGET, none, true);
+        ComPtr<IEnumVARIANT> items;
         if (!enumerator.IsObject() || enumerator.ObjectPointer() == nullptr ||
-            FAILED(enumerator.ObjectPointer()->QueryInterface(IID_IEnumVARIANT,
-                                                              reinterpret_cast<void**>(&items)))) {
+            FAILED(enumerator.ObjectPointer()->QueryInterface(IID_IEnumVARIANT, items.ReceiveVoid()))) {
             return std::nullopt;
         }
-        const std::unique_ptr<IEnumVARIANT, void (*)(IEnumVARIANT*)> release(
-            items, [](IEnumVARIANT* object) { object->Release(); });
         std::vector<Variant> result;
         Variant item;
         while (items->Next(1, item.Receive(), nullptr) == S_OK) {
@@ -232,12 +222,12 @@ std::optional<std::vector<Variant>> LateBound::Items() const {
 
 LateBound NewObject(const Text& progId) {
     CLSID clsid{};
-    IDispatch* object = nullptr;
+    ComPtr<IDispatch> object;
     HRESULT outcome = CLSIDFromProgID(progId.c_str(), &clsid);
     if (SUCCEEDED(outcome)) {
         outcome = WhileBusy([&] {
             return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_IDispatch,
-                                    reinterpret_cast<void**>(&object));
+                                    object.ReceiveVoid());
         });
     }
     if (FAILED(outcome)) {
@@ -246,9 +236,7 @@ LateBound NewObject(const Text& progId) {
                                ? number
                                : errors::cannotCreateObject);
     }
-    const std::unique_ptr<IDispatch, void (*)(IDispatch*)> release(
-        object, [](IDispatch* created) { created->Release(); });
-    return LateBound(object);
+    return LateBound(object.Get());
 }
 
 }  // namespace kandora

@@ -6,19 +6,15 @@
 
 #include "automation/Clock.h"
 #include "automation/LateBound.h"
+#include "automation/Replaceable.h"
 #include "automation/Text.h"
 
 namespace kandora {
 
 /// Everything that this system asks of the machine outside of its own memory and the user's eyes: one seam,
 /// so that every such call can be recorded, counted and made to fail.
-class Platform {
+class Platform : public Replaceable {
 public:
-    Platform() = default;
-    virtual ~Platform() = default;
-    Platform(const Platform&) = delete;
-    Platform& operator=(const Platform&) = delete;
-
     /// A new automation object of the class; see NewObject.
     virtual LateBound CreateObject(const Text& progId) = 0;
 

@@ -20,6 +20,16 @@ private:
     SAFEARRAY* array_;
 };
 
+/// Writes a value into each element of a new array, which is as long as the values are many.
+template <class Element, class Value, class Write>
+void Fill(SAFEARRAY* array, const std::vector<Value>& values, Write write) {
+    const ArrayLock lock(array);
+    auto* const elements = static_cast<Element*>(array->pvData);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        write(elements[i], values[i]);
+    }
+}
+
 /// This platform's headers declare the sources of copies and conversions without const; none is written to.
 VARIANT* Source(const VARIANT& value) {
     return const_cast<VARIANT*>(&value);
@@ -245,11 +255,7 @@ Variant Variant::ArrayOf(const std::vector<Text>& texts) {
     Variant result;
     result.value_.parray = NewVector(VT_BSTR, texts.size());
     result.value_.vt = VT_ARRAY | VT_BSTR;
-    const ArrayLock lock(result.value_.parray);
-    auto* const elements = static_cast<BSTR*>(result.value_.parray->pvData);
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        elements[i] = NewBstr(texts[i]);
-    }
+    Fill<BSTR>(result.value_.parray, texts, [](BSTR& element, const Text& text) { element = NewBstr(text); });
     return result;
 }
 
@@ -257,11 +263,9 @@ Variant Variant::ArrayOf(const std::vector<Variant>& values) {
     Variant result;
     result.value_.parray = NewVector(VT_VARIANT, values.size());
     result.value_.vt = VT_ARRAY | VT_VARIANT;
-    const ArrayLock lock(result.value_.parray);
-    auto* const elements = static_cast<VARIANT*>(result.value_.parray->pvData);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        RequireSuccess(VariantCopy(&elements[i], Source(values[i].value_)));
-    }
+    Fill<VARIANT>(result.value_.parray, values, [](VARIANT& element, const Variant& value) {
+        RequireSuccess(VariantCopy(&element, Source(value.value_)));
+    });
     return result;
 }
 

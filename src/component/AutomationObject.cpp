@@ -2,23 +2,30 @@
 
 #include "automation/OwnArithmetic.h"
 #include "component/Dispatch.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept {
-    ICreateErrorInfo* created = nullptr;
-    if (SUCCEEDED(CreateErrorInfo(&created))) {
+    ComPtr<ICreateErrorInfo> created;
+    if (SUCCEEDED(CreateErrorInfo(created.Receive()))) {
         created->SetGUID(iid);
         created->SetDescription(const_cast<LPOLESTR>(error.Description().c_str()));
         created->SetSource(const_cast<LPOLESTR>(error.Source().c_str()));
-        IErrorInfo* info = nullptr;
-        if (SUCCEEDED(created->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)))) {
-            SetErrorInfo(0, info);
-            info->Release();
+        ComPtr<IErrorInfo> info;
+        if (SUCCEEDED(created->QueryInterface(IID_IErrorInfo, info.ReceiveVoid()))) {
+            SetErrorInfo(0, info.Get());
         }
-        created->Release();
     }
     return HresultOf(error.Number());
+}
+
+HRESULT ReportCurrentError(REFIID iid) noexcept {
+    try {
+        return ReportError(CurrentError(), iid);
+    } catch (...) {
+        return HresultOf(errors::outOfMemory);
+    }
 }
 
 HRESULT CarryOut(REFIID iid, Work body) noexcept {
@@ -28,7 +35,7 @@ HRESULT CarryOut(REFIID iid, Work body) noexcept {
         body();
         return S_OK;
     } catch (...) {
-        return ReportError(CurrentError(), iid);
+        return ReportCurrentError(iid);
     }
 }
 

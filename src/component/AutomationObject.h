@@ -22,6 +22,8 @@ namespace kandora {
 
 /// Leaves an error for the caller (number, description, source) and returns the HRESULT under which it goes.
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept;
+/// The same with the exception that is being handled; to be called inside a catch block only.
+HRESULT ReportCurrentError(REFIID iid) noexcept;
 
 /// Runs a procedure for an outside caller: nothing but a return value leaves it.
 HRESULT CarryOut(REFIID iid, Work body) noexcept;
@@ -122,8 +124,9 @@ protected:
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
     [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
-    /// Runs a procedure that needs nothing of what the thread's requests share.
-    HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
+    /// Runs a procedure for an outside caller. As it stands it is for one that needs nothing of what the
+    /// thread's requests share.
+    virtual HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
 
     /// The same for a procedure with a result; after an error the result is the empty value of its type.
     template <class Value, class Body>

@@ -1,11 +1,11 @@
 #include "component/Dispatch.h"
 
-#include <memory>
 #include <vector>
 
 #include "automation/Errors.h"
 #include "automation/Text.h"
 #include "automation/Variant.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -18,11 +18,6 @@ HRESULT VtableView(ITypeInfo* description, ITypeInfo** view) {
     const HRESULT found = description->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference);
     return FAILED(found) ? found : description->GetRefTypeInfo(reference, view);
 }
-
-struct TypeInfoRelease {
-    void operator()(ITypeInfo* info) const { info->Release(); }
-};
-using TypeInfoOwner = std::unique_ptr<ITypeInfo, TypeInfoRelease>;
 
 class FunctionDescription {
 public:
@@ -142,15 +137,14 @@ private:
 };
 
 HRESULT ExceptionOf(HRESULT outcome, EXCEPINFO* exception) {
-    IErrorInfo* info = nullptr;
-    if (exception == nullptr || GetErrorInfo(0, &info) != S_OK) {
+    ComPtr<IErrorInfo> info;
+    if (exception == nullptr || GetErrorInfo(0, info.Receive()) != S_OK) {
         return exception == nullptr ? DISP_E_EXCEPTION : outcome;
     }
     *exception = {};
     exception->scode = outcome;
     info->GetDescription(&exception->bstrDescription);
     info->GetSource(&exception->bstrSource);
-    info->Release();
     return DISP_E_EXCEPTION;
 }
 
@@ -168,12 +162,11 @@ HRESULT InvokeChecked(ITypeInfo* description, void* object, DISPID member, WORD 
     if (!NamedArgumentsFit(flags, parameters)) {
         return DISP_E_NONAMEDARGS;
     }
-    ITypeInfo* view = nullptr;
-    if (const HRESULT outcome = VtableView(description, &view); FAILED(outcome)) {
+    ComPtr<ITypeInfo> view;
+    if (const HRESULT outcome = VtableView(description, view.Receive()); FAILED(outcome)) {
         return outcome;
     }
-    const TypeInfoOwner owner(view);
-    FunctionDescription function(view);
+    FunctionDescription function(view.Get());
     if (const HRESULT outcome = function.Find(member, flags); FAILED(outcome)) {
         return outcome;
     }
@@ -250,7 +243,7 @@ HRESULT InvokeByDescription(ITypeInfo* description, void* object, DISPID member,
         return InvokeChecked(description, object, member, flags, *parameters, result, exception,
                              wrongArgument);
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <memory>
 
 #include <windows.h>
 
@@ -14,6 +13,7 @@
 #include "component/Module.h"
 #include "component/Registration.h"
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -34,12 +34,9 @@ public:
         }
         const OwnArithmetic arithmetic;
         try {
-            IUnknown* const created = row_.create();
-            const HRESULT outcome = created->QueryInterface(iid, object);
-            created->Release();
-            return outcome;
+            return ComPtr<IUnknown>::Adopt(row_.create())->QueryInterface(iid, object);
         } catch (...) {
-            return HresultOf(CurrentError().Number());
+            return HresultOf(CurrentNumber());
         }
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
@@ -70,12 +67,11 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* object) {
     if (row == classes.end()) {
         return CLASS_E_CLASSNOTAVAILABLE;
     }
-    auto* const factory = new (std::nothrow) ClassFactory(*row);
-    if (factory == nullptr) {
+    const auto factory = ComPtr<ClassFactory>::Adopt(new (std::nothrow) ClassFactory(*row));
+    if (!factory) {
         return E_OUTOFMEMORY;
     }
     const HRESULT outcome = factory->QueryInterface(iid, object);
-    factory->Release();
     if (SUCCEEDED(outcome)) {
         module::Pin();
     }

@@ -1,5 +1,8 @@
 #include "component/ProviderObject.h"
 
+#include <type_traits>
+#include <utility>
+
 #include "automation/OwnArithmetic.h"
 #include "automation/StackSpace.h"
 #include "component/Registration.h"
@@ -11,6 +14,16 @@ namespace {
 /// Both interfaces number their members from 1. What the provider's own calls by name know of the host's
 /// requests lies beyond this number.
 constexpr DISPID firstRequest = 0x10000;
+
+constexpr VARIANT* noResult = nullptr;
+
+// What the host hands over becomes the component's own.
+Text Owned(BSTR text) {
+    return TextOf(text);
+}
+Variant Owned(const VARIANT& value) {
+    return Variant(value);
+}
 
 }  // namespace
 
@@ -46,8 +59,7 @@ HRESULT ELOProviderObject::Invoke(DISPID member, REFIID reserved, LCID locale, W
                                     wrongArgument);
 }
 
-// The host's interface by name
-// ---------------------------------------------------------------------------------------
+// ---- The host's interface by name ----
 
 HRESULT ELOProviderObject::Requests::GetTypeInfoCount(UINT* count) {
     return owner_.GetTypeInfoCount(count);
@@ -69,114 +81,105 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
                         flags, parameters, result, exception, wrongArgument);
 }
 
-// Requests
-// -----------------------------------------------------------------------------------------------------------
+// ---- Requests ----
+
+/// False when the stack has no room for a request, of which the user is told then.
+bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcept {
+    if (StackLeft() >= requestStack) {
+        return true;
+    }
+    // The box that says so needs more than is left, too.
+    OnAnotherStack([&] {
+        try {
+            throw RuntimeError(errors::outOfStack);
+        } catch (...) {
+            owner_.provider_->Refuse(request);
+        }
+    });
+    return false;
+}
 
 /// Success whatever happens.
-template <class Body>
-HRESULT ELOProviderObject::Requests::Request(const wchar_t* method, Body&& body) noexcept {
+template <class Answer, class... Taken, class Out, class... Given>
+HRESULT ELOProviderObject::Requests::Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...),
+                                          Out* result, const Given&... arguments) noexcept {
     const OwnArithmetic arithmetic;
-    if (StackLeft() < requestStack) {
-        // The box that says so needs more than is left, too.
-        OnAnotherStack([&] { owner_.provider_->Refuse(method, RuntimeError(errors::outOfStack)); });
+    if (result != nullptr) {
+        *result = Out{};
+    }
+    if (!HasRoomFor(request)) {
         return S_OK;
     }
     SetErrorInfo(0, nullptr);
     owner_.AddRef();  // the host may let go of the provider while the request waits
     try {
-        std::forward<Body>(body)(*owner_.provider_);
+        if constexpr (std::is_void_v<Answer>) {
+            (owner_.provider_.get()->*method)(Owned(arguments)...);
+        } else {
+            Answer answer = (owner_.provider_.get()->*method)(Owned(arguments)...);
+            if (result != nullptr) {
+                Deliver(result, std::move(answer));
+            }
+        }
     } catch (...) {
-        owner_.provider_->Refuse(method, CurrentError());
+        owner_.provider_->Refuse(request);
     }
     owner_.Release();
     return S_OK;
 }
 
-template <class Value, class Body>
-HRESULT ELOProviderObject::Requests::RequestResult(const wchar_t* method, Value* result,
-                                                   Body&& body) noexcept {
-    if (result != nullptr) {
-        *result = Value{};
-    }
-    return Request(method, [&](ELOProvider& provider) {
-        auto value = std::forward<Body>(body)(provider);
-        if (result != nullptr) {
-            Deliver(result, std::move(value));
-        }
-    });
-}
-
 HRESULT ELOProviderObject::Requests::ShowDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"ShowDocument", [&](ELOProvider& provider) {
-        provider.ShowDocument(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::showDocument, &ELOProvider::ShowDocument, noResult, sDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::PrintDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"PrintDocument", [&](ELOProvider& provider) {
-        provider.PrintDocument(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::printDocument, &ELOProvider::PrintDocument, noResult, sDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::SaveDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"SaveDocument", [&](ELOProvider& provider) {
-        provider.SaveDocument(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::saveDocument, &ELOProvider::SaveDocument, noResult, sDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::StartProvider(VARIANT vtMetaData) {
-    return Request(L"StartProvider",
-                   [&](ELOProvider& provider) { provider.StartProvider(Variant(vtMetaData)); });
+    return Pass(requests::startProvider, &ELOProvider::StartProvider, noResult, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::FibuVersion(VARIANT vtVerInfo) {
-    return Request(L"FibuVersion", [&](ELOProvider& provider) { provider.FibuVersion(Variant(vtVerInfo)); });
+    return Pass(requests::fibuVersion, &ELOProvider::FibuVersion, noResult, vtVerInfo);
 }
 
 HRESULT ELOProviderObject::Requests::CreateDocID(VARIANT vtMetaData, BSTR* psDocID) {
-    return RequestResult(L"CreateDocID", psDocID,
-                         [&](ELOProvider& provider) { return provider.CreateDocID(Variant(vtMetaData)); });
+    return Pass(requests::createDocID, &ELOProvider::CreateDocID, psDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::GetOpenDocInfo(VARIANT* pvtDocInfo) {
-    return RequestResult(L"GetOpenDocInfo", pvtDocInfo,
-                         [&](ELOProvider& provider) { return provider.GetOpenDocInfo(); });
+    return Pass(requests::getOpenDocInfo, &ELOProvider::GetOpenDocInfo, pvtDocInfo);
 }
 
 HRESULT ELOProviderObject::Requests::SavePendingDocument(VARIANT vtDocInfo, BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"SavePendingDocument", [&](ELOProvider& provider) {
-        provider.SavePendingDocument(Variant(vtDocInfo), TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::savePendingDocument, &ELOProvider::SavePendingDocument, noResult, vtDocInfo, sDocID,
+                vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::GetVirtualPrinterName(BSTR* psName) {
-    return RequestResult(L"GetVirtualPrinterName", psName,
-                         [&](ELOProvider& provider) { return provider.GetVirtualPrinterName(); });
+    return Pass(requests::getVirtualPrinterName, &ELOProvider::GetVirtualPrinterName, psName);
 }
 
+/// The result is always empty.
 HRESULT ELOProviderObject::Requests::InitProvider(VARIANT vtMetaData, VARIANT* pvtResult) {
-    return RequestResult(L"InitProvider", pvtResult, [&](ELOProvider& provider) {
-        provider.InitProvider(Variant(vtMetaData));
-        return Variant();  // the result is always empty
-    });
+    return Pass(requests::initProvider, &ELOProvider::InitProvider, pvtResult, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::DeleteDocument(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"DeleteDocument", [&](ELOProvider& provider) {
-        provider.DeleteDocument(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::deleteDocument, &ELOProvider::DeleteDocument, noResult, sDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::SetDocumentStatus(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"SetDocumentStatus", [&](ELOProvider& provider) {
-        provider.SetDocumentStatus(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::setDocumentStatus, &ELOProvider::SetDocumentStatus, noResult, sDocID, vtMetaData);
 }
 
 HRESULT ELOProviderObject::Requests::DocumentChanged(BSTR sDocID, VARIANT vtMetaData) {
-    return Request(L"DocumentChanged", [&](ELOProvider& provider) {
-        provider.DocumentChanged(TextOf(sDocID), Variant(vtMetaData));
-    });
+    return Pass(requests::documentChanged, &ELOProvider::DocumentChanged, noResult, sDocID, vtMetaData);
 }
 
 }  // namespace kandora

@@ -68,10 +68,10 @@ private:
         HRESULT STDMETHODCALLTYPE DocumentChanged(BSTR sDocID, VARIANT vtMetaData) override;
 
     private:
-        template <class Body>
-        HRESULT Request(const wchar_t* method, Body&& body) noexcept;
-        template <class Value, class Body>
-        HRESULT RequestResult(const wchar_t* method, Value* result, Body&& body) noexcept;
+        [[nodiscard]] bool HasRoomFor(const HostRequest& request) noexcept;
+        template <class Answer, class... Taken, class Out, class... Given>
+        HRESULT Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...), Out* result,
+                     const Given&... arguments) noexcept;
 
         ELOProviderObject& owner_;
     };

@@ -30,8 +30,9 @@ protected:
         return this->Write(newValue, &Record::Name);                                                         \
     }
 
-/// A plain voucher.
-class cBelegObject final : public RecordObject<_cBeleg, IID__cBeleg, DocumentRecord> {
+/// What every kind of voucher has.
+template <class Interface, const IID& iid>
+class VoucherObject : public RecordObject<Interface, iid, DocumentRecord> {
 public:
     KANDORA_TEXT_PROPERTY(DocumentRecord, Kurzbezeichnung)
     KANDORA_TEXT_PROPERTY(DocumentRecord, Barcode)
@@ -43,19 +44,14 @@ public:
     KANDORA_TEXT_PROPERTY(DocumentRecord, Betrag)
 };
 
+/// A plain voucher.
+class cBelegObject final : public VoucherObject<_cBeleg, IID__cBeleg> {};
+
 /// A document of a business partner; debtors and creditors have a class each with the same members.
 template <class Interface, const IID& iid>
-class PartnerObject final : public RecordObject<Interface, iid, DocumentRecord> {
+class PartnerObject final : public VoucherObject<Interface, iid> {
 public:
     KANDORA_TEXT_PROPERTY(DocumentRecord, Rechnungsdatum)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, Kurzbezeichnung)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, Barcode)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, BelegNr)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, BelegIndex)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, BelegStatus)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, SesamDocID)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, Valutadatum)
-    KANDORA_TEXT_PROPERTY(DocumentRecord, Betrag)
     KANDORA_TEXT_PROPERTY(DocumentRecord, OPNr)
     KANDORA_TEXT_PROPERTY(DocumentRecord, PKNr)
     KANDORA_TEXT_PROPERTY(DocumentRecord, AdressNr)

@@ -1,6 +1,5 @@
 #include "component/Registration.h"
 
-#include <memory>
 #include <vector>
 
 #include <oaidl.h>
@@ -11,6 +10,7 @@
 #include "automation/WindowsPlatform.h"
 #include "component/Classes.h"
 #include "component/TypeLibraries.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -32,12 +32,6 @@ constexpr const wchar_t* bitness = L"win32";
 constexpr const wchar_t* otherBitness = L"win64";
 constexpr REGSAM otherView = KEY_WOW64_64KEY;
 #endif
-
-struct ReleaseUnknown {
-    void operator()(IUnknown* object) const { object->Release(); }
-};
-template <class Interface>
-using Owner = std::unique_ptr<Interface, ReleaseUnknown>;
 
 Text TextOfGuid(REFGUID guid) {
     wchar_t text[40] = {};
@@ -94,10 +88,10 @@ Text ClassPath(const PublicClass& row) {
     return L"CLSID\\" + TextOfGuid(row.clsid);
 }
 
-Owner<ITypeLib> Library(int resource) {
-    ITypeLib* library = nullptr;
-    RequireSuccess(LoadLibraryOf(resource, &library));
-    return Owner<ITypeLib>(library);
+ComPtr<ITypeLib> Library(int resource) {
+    ComPtr<ITypeLib> library;
+    RequireSuccess(LoadLibraryOf(resource, library.Receive()));
+    return library;
 }
 
 struct LibraryIdentity {
@@ -127,9 +121,8 @@ std::vector<InterfaceIdentity> InterfacesOf(ITypeLib* library) {
     std::vector<InterfaceIdentity> interfaces;
     const UINT count = library->GetTypeInfoCount();
     for (UINT i = 0; i < count; ++i) {
-        ITypeInfo* described = nullptr;
-        RequireSuccess(library->GetTypeInfo(i, &described));
-        const Owner<ITypeInfo> info(described);
+        ComPtr<ITypeInfo> info;
+        RequireSuccess(library->GetTypeInfo(i, info.Receive()));
         TYPEATTR* attributes = nullptr;
         RequireSuccess(info->GetTypeAttr(&attributes));
         const bool isDual =
@@ -167,15 +160,15 @@ void RegisterClass(const ClassesKey& classes, const PublicClass& row, const Text
 }
 
 void RegisterTypeLibrary(const ClassesKey& classes, int resource, const Text& file, const Text& folder) {
-    const Owner<ITypeLib> library = Library(resource);
-    const LibraryIdentity identity = IdentityOf(library.get());
+    const ComPtr<ITypeLib> library = Library(resource);
+    const LibraryIdentity identity = IdentityOf(library.Get());
     const Text libraryId = TextOfGuid(identity.guid);
     const Text path = L"TypeLib\\" + libraryId + L"\\" + majorMinor;
     classes.Set(path, nullptr, identity.description);
     classes.Set(path + L"\\FLAGS", nullptr, L"0");
     classes.Set(path + L"\\HELPDIR", nullptr, folder);
     classes.Set(path + L"\\0\\" + bitness, nullptr, file + L"\\" + Decimal(resource));
-    for (const InterfaceIdentity& each : InterfacesOf(library.get())) {
+    for (const InterfaceIdentity& each : InterfacesOf(library.Get())) {
         const Text key = L"Interface\\" + each.iid;
         classes.Set(key, nullptr, each.name);
         classes.Set(key + L"\\ProxyStubClsid32", nullptr, automationMarshaller);
@@ -185,11 +178,11 @@ void RegisterTypeLibrary(const ClassesKey& classes, int resource, const Text& fi
 }
 
 void UnregisterTypeLibrary(const ClassesKey& classes, int resource) {
-    const Owner<ITypeLib> library = Library(resource);
-    for (const InterfaceIdentity& each : InterfacesOf(library.get())) {
+    const ComPtr<ITypeLib> library = Library(resource);
+    for (const InterfaceIdentity& each : InterfacesOf(library.Get())) {
         classes.DeleteTree(L"Interface\\" + each.iid);
     }
-    const Text path = L"TypeLib\\" + TextOfGuid(IdentityOf(library.get()).guid);
+    const Text path = L"TypeLib\\" + TextOfGuid(IdentityOf(library.Get()).guid);
     const Text places = path + L"\\" + majorMinor + L"\\0\\";
     classes.DeleteTree(places + bitness);
     if (!classes.Exists(places + otherBitness)) {
@@ -205,7 +198,7 @@ HRESULT Register(RegistrationScope scope) noexcept {
         WindowsPlatform platform;
         const Text file = platform.ComponentFile();
         const Text folder = ComponentFolder(platform);
-        const Text libraryId = TextOfGuid(IdentityOf(Library(ownLibrary).get()).guid);
+        const Text libraryId = TextOfGuid(IdentityOf(Library(ownLibrary).Get()).guid);
         for (const PublicClass& row : PublicClasses()) {
             RegisterClass(classes, row, file, libraryId);
         }
@@ -213,9 +206,9 @@ HRESULT Register(RegistrationScope scope) noexcept {
         RegisterTypeLibrary(classes, hostLibrary, file, folder);
         return S_OK;
     } catch (...) {
-        const RuntimeError error = CurrentError();
+        const std::int32_t number = CurrentNumber();
         Unregister(scope);
-        return HresultOf(error.Number());
+        return HresultOf(number);
     }
 }
 
@@ -233,7 +226,7 @@ HRESULT Unregister(RegistrationScope scope) noexcept {
         UnregisterTypeLibrary(classes, hostLibrary);
         return S_OK;
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

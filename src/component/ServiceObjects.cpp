@@ -5,7 +5,7 @@
 
 namespace kandora {
 
-HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
+HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept try {
     const OwnArithmetic arithmetic;
     if (StackLeft() < requestStack) {
         return ReportError(RuntimeError(errors::outOfStack), iid);
@@ -17,16 +17,19 @@ HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept {
                            iid);
     }
     std::optional<RuntimeError> error;
-    globals.Order().CarryOut([&] {
+    {
+        const RequestOrder::Turn turn(globals.Order());
         try {
             body();
         } catch (...) {
             error = CurrentError();
         }
-    });
+    }
     // Only now: what was carried out after the call may have left an error of its own.
     SetErrorInfo(0, nullptr);
     return error ? ReportError(*error, iid) : S_OK;
+} catch (...) {
+    return ReportCurrentError(iid);  // there was no memory for the error
 }
 
 }  // namespace kandora

@@ -34,16 +34,7 @@ protected:
     }
     ~ServiceObject() override { this->State().Unwatch(*this); }
 
-    HRESULT Guarded(Work body) noexcept { return CarryOutAlone(this->Globals(), iid, body); }
-
-    template <class Value, class Body>
-    HRESULT Result(Value* result, Body&& body) noexcept {
-        if (result == nullptr) {
-            return E_POINTER;
-        }
-        *result = Value{};
-        return Guarded([&] { Deliver(result, std::forward<Body>(body)()); });
-    }
+    HRESULT Guarded(Work body) noexcept final { return CarryOutAlone(this->Globals(), iid, body); }
 
     /// Raises 91 once the thread has left COM.
     [[nodiscard]] Service& Client() {

@@ -4,6 +4,7 @@
 
 #include "automation/Errors.h"
 #include "automation/WindowsPlatform.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora {
 
@@ -44,7 +45,7 @@ HRESULT LoadLibraryOf(int resource, ITypeLib** library) noexcept {
         const Text path = WindowsPlatform().ComponentFile() + L"\\" + Decimal(resource);
         return LoadTypeLibEx(path.c_str(), REGKIND_NONE, library);
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 
@@ -59,13 +60,12 @@ HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcep
                 return S_OK;
             }
         }
-        ITypeLib* library = nullptr;
-        if (const HRESULT loaded = LoadLibraryOf(resource, &library); FAILED(loaded)) {
+        ComPtr<ITypeLib> library;
+        if (const HRESULT loaded = LoadLibraryOf(resource, library.Receive()); FAILED(loaded)) {
             return loaded;
         }
         ITypeInfo* info = nullptr;
         const HRESULT found = library->GetTypeInfoOfGuid(iid, &info);
-        library->Release();
         if (FAILED(found)) {
             return found;
         }
@@ -73,7 +73,7 @@ HRESULT DescriptionOf(REFIID iid, int resource, ITypeInfo** description) noexcep
         *description = info;
         return S_OK;
     } catch (...) {
-        return HresultOf(CurrentError().Number());
+        return HresultOf(CurrentNumber());
     }
 }
 

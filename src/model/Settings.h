@@ -33,19 +33,23 @@ struct ReportIndexPositions {
     std::int16_t DatumBis = 0;
 };
 
+/// What is special about an index field.
+enum class FieldRole { Plain, Barcode, Status };
+
 /// One index field: its key in the settings, its position in a mask and the record's text that belongs there.
 struct IndexField {
     const wchar_t* key;
     std::int16_t IndexPositions::* position;
     Text DocumentRecord::* value;
+    FieldRole role = FieldRole::Plain;
 };
 
 /// The index fields of debtor and creditor documents, in the order in which they are read and written.
 inline constexpr auto indexFieldTable = std::to_array<IndexField>({
-    {L"Barcode", &IndexPositions::Barcode, &DocumentRecord::Barcode},
+    {L"Barcode", &IndexPositions::Barcode, &DocumentRecord::Barcode, FieldRole::Barcode},
     {L"BelegNr", &IndexPositions::BelegNr, &DocumentRecord::BelegNr},
     {L"BelegIndex", &IndexPositions::BelegIndex, &DocumentRecord::BelegIndex},
-    {L"Belegstatus", &IndexPositions::Belegstatus, &DocumentRecord::BelegStatus},
+    {L"Belegstatus", &IndexPositions::Belegstatus, &DocumentRecord::BelegStatus, FieldRole::Status},
     {L"SesamDocID", &IndexPositions::SesamDocID, &DocumentRecord::SesamDocID},
     {L"Valutadatum", &IndexPositions::Valutadatum, &DocumentRecord::Valutadatum},
     {L"Betrag", &IndexPositions::Betrag, &DocumentRecord::Betrag},

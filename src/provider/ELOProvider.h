@@ -5,10 +5,40 @@
 
 #include "automation/Text.h"
 #include "automation/Variant.h"
-#include "automation/Work.h"
 #include "provider/MGlobals.h"
 
 namespace kandora {
+
+/// What a request depends on beyond the turn.
+enum class Gate {
+    None,    ///< nothing
+    Silent,  ///< does nothing unless the settings were read and the archive is on for the client that is open
+    Told,    ///< the same, and the user is told when the archive is off
+};
+
+/// One of the host's requests.
+struct HostRequest {
+    const wchar_t* name;  ///< in the call stack; in the log behind "DMSProvider_"
+    Gate gate = Gate::None;
+    bool isTracedAtFirst = false;  ///< also before it is known whether requests are to be traced
+};
+
+/// All of them.
+namespace requests {
+inline constexpr HostRequest initProvider{L"InitProvider", Gate::None, true};
+inline constexpr HostRequest startProvider{L"StartProvider", Gate::Told};
+inline constexpr HostRequest saveDocument{L"SaveDocument", Gate::Silent};
+inline constexpr HostRequest documentChanged{L"DocumentChanged", Gate::Silent};
+inline constexpr HostRequest deleteDocument{L"DeleteDocument", Gate::Silent};
+inline constexpr HostRequest showDocument{L"ShowDocument", Gate::Silent};
+inline constexpr HostRequest printDocument{L"PrintDocument", Gate::Silent};
+inline constexpr HostRequest createDocID{L"CreateDocID", Gate::Silent};
+inline constexpr HostRequest getOpenDocInfo{L"GetOpenDocInfo", Gate::Silent};
+inline constexpr HostRequest getVirtualPrinterName{L"GetVirtualPrinterName", Gate::Silent};
+inline constexpr HostRequest fibuVersion{L"FibuVersion", Gate::None, true};
+inline constexpr HostRequest savePendingDocument{L"SavePendingDocument"};
+inline constexpr HostRequest setDocumentStatus{L"SetDocumentStatus"};
+}  // namespace requests
 
 /// What the host calls. No request ever fails for the host: an error is shown to the user with its call stack
 /// and then forgotten, and the request returns what it had by then (normally the empty result). No request
@@ -42,10 +72,13 @@ public:
     void SavePendingDocument(const Variant& vtDocInfo, const Text& sDocID, const Variant& vtMetaData);
     void SetDocumentStatus(const Text& sDocID, const Variant& vtMetaData);
 
-    /// A request that failed before it could begin.
-    void Refuse(const wchar_t* method, const RuntimeError& error) noexcept;
+    /// A request that failed before it could begin, with the exception that is being handled. To be called
+    /// inside a catch block only.
+    void Refuse(const HostRequest& request) noexcept;
 
 private:
+    class Visit;
+
     /// A request's argument for the log; becomes a value only when there is a line to write.
     class Traced {
     public:
@@ -58,20 +91,29 @@ private:
         const Variant* value_ = nullptr;
     };
 
-    void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
-    void RefreshClient();
-    void RefreshClientMeanwhile();
-    /// Keeps a request for after the one in progress; false when there is none, and it can begin.
+    /// Begins a request and does its work, or keeps both for after the request in progress.
     template <class... Arguments>
-    bool MustWait(const wchar_t* method, void (ELOProvider::*request)(const Arguments&...),
-                  const Arguments&... arguments) noexcept;
-    void Request(const wchar_t* method, Work body) noexcept;
-    void Attempt(const wchar_t* method, Work body) noexcept;
-    /// Traces the request, and does its work when the settings were read and the archive is on for the open
-    /// client. `otherwise` is what happens when it is not on.
-    void GatedRequest(
-        const wchar_t* method, std::initializer_list<Traced> arguments, Work work,
-        Work otherwise = [] {}) noexcept;
+    void InTurn(const HostRequest& request, void (ELOProvider::*work)(const Arguments&...),
+                const Arguments&... arguments) noexcept;
+    /// Begins a request and does its work, whatever else is in progress.
+    template <class Work>
+    void AtOnce(const HostRequest& request, std::initializer_list<Traced> arguments, Work work) noexcept;
+
+    /// Traces the request; whether its work is to be done.
+    [[nodiscard]] bool Begin(const HostRequest& request, std::initializer_list<Traced> arguments,
+                             bool isMeanwhile);
+    void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
+    void RefreshClient(bool isMeanwhile);
+    void ShowCurrentError(const HostRequest& request) noexcept;
+
+    // What the requests that wait for their turn do.
+    void ReadSettings(const Variant& vtMetaData);
+    void ShowArchive(const Variant& vtMetaData);
+    void FileVoucher(const Text& sDocID, const Variant& vtMetaData);
+    void ChangeVoucher(const Text& sDocID, const Variant& vtMetaData);
+    void DeleteVoucher(const Text& sDocID, const Variant& vtMetaData);
+    void ShowVoucher(const Text& sDocID, const Variant& vtMetaData);
+    void FileReport(const Text& sDocID, const Variant& vtMetaData);
 
     MGlobals& globals_;
 };

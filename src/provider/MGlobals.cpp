@@ -14,6 +14,15 @@ constexpr std::int32_t namesMissing = 5000;
 constexpr std::int32_t loginFailed = 5001;
 constexpr std::int32_t maskMissing = 5002;
 
+/// The object that is created on first use, from what its side gives it.
+template <class Service, class Side>
+std::shared_ptr<Service> MadeOnce(std::shared_ptr<Service>& service, const Side& side) {
+    if (service == nullptr) {
+        service = std::make_shared<Service>(side());
+    }
+    return service;
+}
+
 }  // namespace
 
 /// Filing asks the thread's access to the accounting host.
@@ -67,34 +76,32 @@ void MGlobals::ReleaseServices() noexcept {
     const std::shared_ptr<SOKInterface> sesamSOK = std::exchange(sesamSOK_, nullptr);
 }
 
-std::shared_ptr<ELODMS> MGlobals::goArchiv() {
-    return Inner(errHandler_, {moduleName, L"goArchiv"}, [&] {
-        if (archiv_ == nullptr) {
-            archiv_ = std::make_shared<ELODMS>(ArchiveSide());
-        }
-        return archiv_;
-    });
+void MGlobals::RecordAndRaise(const wchar_t* procedure) {
+    kandora::RecordAndRaise(errHandler_, {moduleName, procedure});
 }
 
-std::shared_ptr<SOKInterface> MGlobals::goSesamSOK() {
-    return Inner(errHandler_, {moduleName, L"goSesamSOK"}, [&] {
-        if (sesamSOK_ == nullptr) {
-            sesamSOK_ = std::make_shared<SOKInterface>(AccountingSide());
-        }
-        return sesamSOK_;
-    });
+std::shared_ptr<ELODMS> MGlobals::goArchiv() try {
+    return MadeOnce(archiv_, [this] { return ArchiveSide(); });
+} catch (...) {
+    RecordAndRaise(L"goArchiv");
 }
 
-std::shared_ptr<cUser> MGlobals::User() {
-    return Inner(errHandler_, {moduleName, L"User"}, [&] {
-        if (user_ == nullptr) {
-            user_ = std::make_shared<cUser>();
-        }
-        user_->sKuerzel = state.settings.gsEloKuerzel;
-        user_->sName = state.settings.gsEloUserName;
-        user_->sPasswort = state.settings.gsEloPasswort;
-        return user_;
-    });
+std::shared_ptr<SOKInterface> MGlobals::goSesamSOK() try {
+    return MadeOnce(sesamSOK_, [this] { return AccountingSide(); });
+} catch (...) {
+    RecordAndRaise(L"goSesamSOK");
+}
+
+std::shared_ptr<cUser> MGlobals::User() try {
+    if (user_ == nullptr) {
+        user_ = std::make_shared<cUser>();
+    }
+    user_->sKuerzel = state.settings.gsEloKuerzel;
+    user_->sName = state.settings.gsEloUserName;
+    user_->sPasswort = state.settings.gsEloPasswort;
+    return user_;
+} catch (...) {
+    RecordAndRaise(L"User");
 }
 
 std::unique_ptr<CIniFile> MGlobals::NewIniFile() {
@@ -124,34 +131,34 @@ bool MGlobals::IsArchiveOnMeanwhile() {
     return active;
 }
 
-bool MGlobals::IniLesen() {
-    return Inner(errHandler_, {moduleName, L"IniLesen"}, [&] {
-        Settings& settings = state.settings;
-        const auto read = [&](const std::vector<Setting>& table) {
-            for (const Setting& setting : table) {
-                Store(setting, NewIniFile()->sString(setting.section, setting.key));
-            }
-        };
-        read(SwitchSettings(settings));
-        if (!settings.gbArchivAktiv) {
-            return false;
+bool MGlobals::IniLesen() try {
+    Settings& settings = state.settings;
+    const auto read = [&](const std::vector<Setting>& table) {
+        for (const Setting& setting : table) {
+            Store(setting, NewIniFile()->sString(setting.section, setting.key));
         }
-        read(ArchiveSettings(settings));
-        Assert(!settings.gsEloUserName.empty() && !settings.gsArchivname.empty() &&
-                   !settings.gsEloKuerzel.empty(),
-               L"Archivname, Benutzername oder Kurzzeichen nicht eingetragen. Das ELO-Interface ist "
-               L"deaktiviert.",
-               namesMissing);
-        const Text failure = goArchiv()->CheckLogin();
-        Assert(failure.empty(), failure, loginFailed);
-        for (const std::int32_t mask :
-             {settings.glMaskeStruktur, settings.glMaskeBelege, settings.glMaskeAuswertung,
-              settings.glMaskeDebi, settings.glMaskeKredi}) {
-            const Text missing = goArchiv()->CheckMaskeVorhanden(mask);
-            Assert(missing.empty(), missing, maskMissing);
-        }
-        return true;
-    });
+    };
+    read(SwitchSettings(settings));
+    if (!settings.gbArchivAktiv) {
+        return false;
+    }
+    read(ArchiveSettings(settings));
+    Assert(!settings.gsEloUserName.empty() && !settings.gsArchivname.empty() &&
+               !settings.gsEloKuerzel.empty(),
+           L"Archivname, Benutzername oder Kurzzeichen nicht eingetragen. Das ELO-Interface ist "
+           L"deaktiviert.",
+           namesMissing);
+    const Text failure = goArchiv()->CheckLogin();
+    Assert(failure.empty(), failure, loginFailed);
+    for (const std::int32_t mask :
+         {settings.glMaskeStruktur, settings.glMaskeBelege, settings.glMaskeAuswertung, settings.glMaskeDebi,
+          settings.glMaskeKredi}) {
+        const Text missing = goArchiv()->CheckMaskeVorhanden(mask);
+        Assert(missing.empty(), missing, maskMissing);
+    }
+    return true;
+} catch (...) {
+    RecordAndRaise(L"IniLesen");
 }
 
 }  // namespace kandora

@@ -67,6 +67,8 @@ private:
     class VouchersOfHost;
     class FoldersOfArchive;
 
+    /// Records the error being handled with the procedure as its frame, and raises it again.
+    [[noreturn]] void RecordAndRaise(const wchar_t* procedure);
     ArchiveContext ArchiveSideWith(SharedState& itsState);
 
     Platform& platform_;

@@ -4,8 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "automation/Work.h"
-
 namespace kandora {
 
 /// The order of one thread's requests. A request needs the archive's object, the host's objects and the
@@ -19,19 +17,34 @@ public:
     /// Keeps a request, which must not raise, for after the one in progress.
     void Postpone(std::function<void()> request) { waiting_.push_back(std::move(request)); }
 
-    /// Carries out a piece of work that must not raise, and then what was postponed meanwhile. Not to be
-    /// called while busy.
-    void CarryOut(Work work) {
-        busy_ = true;
-        work();
-        busy_ = false;
-        if (!isCatchingUp_) {
-            CatchUp();
+    /// One request's turn, for as long as it lives. When the order is free it is busy then, and what was
+    /// postponed meanwhile is carried out at the end. Otherwise another request is in progress and stays so.
+    class Turn {
+    public:
+        explicit Turn(RequestOrder& order) noexcept : order_(order.busy_ ? nullptr : &order) {
+            order.busy_ = true;
         }
-    }
+        ~Turn() {
+            if (order_ != nullptr) {
+                order_->busy_ = false;
+                order_->CatchUp();
+            }
+        }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+        /// True while another request is in progress.
+        [[nodiscard]] bool IsMeanwhile() const noexcept { return order_ == nullptr; }
+
+    private:
+        RequestOrder* order_;  ///< null when it is another one's
+    };
 
 private:
     void CatchUp() {
+        if (isCatchingUp_) {
+            return;  // the turn that this one was postponed by goes on with the next one
+        }
         isCatchingUp_ = true;
         while (!waiting_.empty()) {
             const std::function<void()> next = std::move(waiting_.front());

@@ -1,17 +1,22 @@
 #include "provider/SettingsTable.h"
 
-#include <span>
-
+#include "archive/DocumentKinds.h"
 #include "automation/Variant.h"
 
 namespace kandora {
 
 namespace {
 
-void AppendIndexSettings(std::vector<Setting>& table, const wchar_t* section,
-                         std::span<const IndexField> fields, IndexPositions& positions) {
-    for (const IndexField& field : fields) {
-        table.push_back({section, field.key, &(positions.*field.position)});
+constexpr const wchar_t* maskSection = L"Maske";
+constexpr const wchar_t* reportSection = L"IndexAuswertungen";
+
+Setting MaskSetting(Settings& settings, const DocumentKind& kind) {
+    return {maskSection, kind.maskKey, &(settings.*kind.mask)};
+}
+
+void AppendIndexSettings(std::vector<Setting>& table, Settings& settings, const DocumentKind& kind) {
+    for (const IndexField& field : kind.fields) {
+        table.push_back({kind.indexSection, field.key, &(settings.*kind.positions.*field.position)});
     }
 }
 
@@ -40,26 +45,22 @@ std::vector<Setting> ArchiveSettings(Settings& settings) {
         {L"Archiv", L"Archivname", &settings.gsArchivname},
         {L"Archiv", L"Treuhand", &settings.gbTreuhand},
         {L"Archiv", L"SagePFad", &settings.gsSagePfad},
-        {L"Maske", L"Struktur", &settings.glMaskeStruktur},
-        {L"Maske", L"Belege", &settings.glMaskeBelege},
-        {L"Maske", L"Auswertung", &settings.glMaskeAuswertung},
-        {L"Maske", L"Debi", &settings.glMaskeDebi},
-        {L"Maske", L"Kredi", &settings.glMaskeKredi},
+        {maskSection, L"Struktur", &settings.glMaskeStruktur},
+        MaskSetting(settings, voucherKind),
+        {maskSection, L"Auswertung", &settings.glMaskeAuswertung},
+        MaskSetting(settings, debtorKind),
+        MaskSetting(settings, creditorKind),
     };
-    AppendIndexSettings(table, L"IndexBelege", voucherIndexFields, settings.giIdxBeleg);
-    table.insert(table.end(), {
-                                  {L"IndexAuswertungen", L"Listenbeschreibung",
-                                   &settings.giIdxAuswertung.Listenbeschreibung},
-                                  {L"IndexAuswertungen", L"DatumVon", &settings.giIdxAuswertung.DatumVon},
-                                  {L"IndexAuswertungen", L"DatumBis", &settings.giIdxAuswertung.DatumBis},
-                              });
-    AppendIndexSettings(table, L"IndexDebi", partnerIndexFields, settings.giIdxDebi);
-    AppendIndexSettings(table, L"IndexKredi", partnerIndexFields, settings.giIdxKredi);
-    table.insert(table.end(), {
-                                  {L"Login", L"ELOUSERNAME", &settings.gsEloUserName},
-                                  {L"Login", L"ELOPW", &settings.gsEloPasswort},
-                                  {L"Login", L"ELOKUERZEL", &settings.gsEloKuerzel},
-                              });
+    AppendIndexSettings(table, settings, voucherKind);
+    ReportIndexPositions& report = settings.giIdxAuswertung;
+    table.push_back({reportSection, L"Listenbeschreibung", &report.Listenbeschreibung});
+    table.push_back({reportSection, L"DatumVon", &report.DatumVon});
+    table.push_back({reportSection, L"DatumBis", &report.DatumBis});
+    AppendIndexSettings(table, settings, debtorKind);
+    AppendIndexSettings(table, settings, creditorKind);
+    table.push_back({L"Login", L"ELOUSERNAME", &settings.gsEloUserName});
+    table.push_back({L"Login", L"ELOPW", &settings.gsEloPasswort});
+    table.push_back({L"Login", L"ELOKUERZEL", &settings.gsEloKuerzel});
     return table;
 }
 

@@ -5,6 +5,7 @@
 
 #include "automation/Errors.h"
 #include "automation/StackSpace.h"
+#include "interfaces/ComPtr.h"
 #include "support/MDebug.h"
 #include "support/MOpenAccessADO.h"
 
@@ -59,12 +60,8 @@ Text JoinedTexts(const std::vector<Variant>& values, const Nesting& nesting) {
 }
 
 bool Answers(const LateBound& object, const IID& iid) {
-    IUnknown* answered = nullptr;
-    if (FAILED(object.Pointer()->QueryInterface(iid, reinterpret_cast<void**>(&answered)))) {
-        return false;
-    }
-    answered->Release();
-    return true;
+    ComPtr<IUnknown> answered;
+    return SUCCEEDED(object.Pointer()->QueryInterface(iid, answered.ReceiveVoid()));
 }
 
 bool IsDictionary(const LateBound& object) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "automation/Replaceable.h"
 #include "automation/Text.h"
 
 namespace kandora {
@@ -17,13 +18,8 @@ inline constexpr int systemModal = 4096;
 }  // namespace boxstyle
 
 /// What this floor needs of the user interface.
-class MessageBoxes {
+class MessageBoxes : public Replaceable {
 public:
-    MessageBoxes() = default;
-    virtual ~MessageBoxes() = default;
-    MessageBoxes(const MessageBoxes&) = delete;
-    MessageBoxes& operator=(const MessageBoxes&) = delete;
-
     /// Shows a message box that belongs to no window, in the foreground, and waits until the user has closed
     /// it.
     virtual void ShowMessage(const Text& prompt, int style, const Text& caption) = 0;

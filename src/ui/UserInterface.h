@@ -3,19 +3,15 @@
 #include <cstdint>
 #include <memory>
 
+#include "automation/Replaceable.h"
 #include "automation/Text.h"
 #include "support/MessageBoxes.h"
 
 namespace kandora {
 
 /// The dialog in which the user describes a report; a new one for each report.
-class ReportDialog {
+class ReportDialog : public Replaceable {
 public:
-    ReportDialog() = default;
-    virtual ~ReportDialog() = default;
-    ReportDialog(const ReportDialog&) = delete;
-    ReportDialog& operator=(const ReportDialog&) = delete;
-
     /// Shows the dialog, waits until it is hidden or closed, and tells whether the user confirmed.
     virtual bool GetIndex() = 0;
 

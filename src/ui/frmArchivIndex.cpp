@@ -46,20 +46,20 @@ frmArchivIndex::frmArchivIndex(Platform& platform, MessageBoxes& boxes,
                                std::function<CErrHandler&()> errHandler)
     : Form(platform), platform_(platform), boxes_(boxes), goErrHandler_(std::move(errHandler)) {}
 
-bool frmArchivIndex::GetIndex() {
+bool frmArchivIndex::GetIndex() try {
+    if (!IsLoaded()) {
+        Load(caption, clientWidth, clientHeight, controls);
+    }
+    const Text year = Digits(platform_.Now().year, 4);
+    SetText(id::txtVon, L"1.1." + year);
+    SetText(id::txtBis, L"31.12." + year);
+    Show();
+    WaitForWindow();
+    return confirmed_;
+} catch (...) {
     // The frame's procedure name is not this one's, and is meant so: whoever reads error reports knows it
     // under this name.
-    return Inner(goErrHandler_(), {L"frmArchivIndex", L"InitControls"}, [&] {
-        if (!IsLoaded()) {
-            Load(caption, clientWidth, clientHeight, controls);
-        }
-        const Text year = Digits(platform_.Now().year, 4);
-        SetText(id::txtVon, L"1.1." + year);
-        SetText(id::txtBis, L"31.12." + year);
-        Show();
-        WaitForWindow();
-        return confirmed_;
-    });
+    RecordAndRaise(goErrHandler_(), {L"frmArchivIndex", L"InitControls"});
 }
 
 void frmArchivIndex::OnClick(int id) {
@@ -75,6 +75,7 @@ void frmArchivIndex::cmdArchivierenClick() {
         confirmed_ = true;
         Hide();
     } else {
+        // "midestens" is how the box has always read.
         boxes_.ShowMessage(L"Sie müssen midestens das Feld Beschreibung ausfüllen. ",
                            boxstyle::information | boxstyle::okOnly, L"Indizieren");
     }

@@ -6,11 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Meddler.h"
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
+#include "tools/check/ForwardingPlatform.h"
 
 namespace kandora::test {
 namespace {
@@ -20,7 +20,7 @@ constexpr const char* password = "geheim";
 constexpr const char* barcode = "MU26000001";
 
 /// A machine whose automation objects are meddled with.
-class MeddlingPlatform final : public ForwardingPlatform {
+class MeddlingPlatform final : public check::ForwardingPlatform {
 public:
     using ForwardingPlatform::ForwardingPlatform;
 

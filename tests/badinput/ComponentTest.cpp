@@ -1,8 +1,8 @@
 // The built component behind its vtable and behind calls by name, with everything that a caller can pass; and
 // in surroundings that are not as they should be.
 
-#include "Host.h"
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/component/Host.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,7 @@
 #include "DmsSolution.h"
 #include "Kandora.h"
 #include "tests/badinput/Troublemakers.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::component_tests {
 namespace {
@@ -30,15 +31,13 @@ using test::Troublemakers;
 constexpr std::string_view switchedOffAndTraced = "[Debug]\r\nTest=True\r\n[Archiv]\r\nArchivAktiv=False\r\n";
 
 /// Closes every box that the thread shows, and counts them.
-class BoxCounter {
+class BoxCounter : test::Unique {
 public:
     BoxCounter() : threadId_(GetCurrentThreadId()), thread_([this] { Watch(); }) {}
     ~BoxCounter() {
         ended_ = true;
         thread_.join();
     }
-    BoxCounter(const BoxCounter&) = delete;
-    BoxCounter& operator=(const BoxCounter&) = delete;
 
     [[nodiscard]] int Boxes() const { return boxes_; }
 
@@ -115,8 +114,8 @@ protected:
 
     Apartment apartment_;
     BoxCounter boxes_;
-    Ptr<_ELOProvider> own_;
-    Ptr<DMSProvider> host_;
+    ComPtr<_ELOProvider> own_;
+    ComPtr<DMSProvider> host_;
 };
 
 TEST_F(Vtable, TakesMetadataOfEveryKind) {
@@ -228,15 +227,13 @@ TEST_F(Vtable, AssignsPropertiesOfEveryKind) {
 // Surroundings
 
 /// An environment variable with another value for as long as it lives. Programs started meanwhile inherit it.
-class EnvironmentVariable {
+class EnvironmentVariable : test::Unique {
 public:
     EnvironmentVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
         before_.resize(GetEnvironmentVariableW(name, before_.data(), static_cast<DWORD>(before_.size())));
         SetEnvironmentVariableW(name, value.c_str());
     }
     ~EnvironmentVariable() { SetEnvironmentVariableW(name_, before_.c_str()); }
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
     const wchar_t* name_;
@@ -255,8 +252,7 @@ TEST(ComponentInAHost, TakesWhateverItIsGiven) {
     // Each test has a thread state, and with it a log, of its own.
     const std::vector<std::wstring> files = installation.LogFiles();
     EXPECT_TRUE(std::ranges::any_of(files, [&](const std::wstring& file) {
-        return ReadBytes(installation.Folder() / file).find("DMSProvider_DocumentChanged") !=
-               std::string::npos;
+        return BytesOf(installation.Folder() / file).find("DMSProvider_DocumentChanged") != std::string::npos;
     }));
 }
 
@@ -278,9 +274,9 @@ TEST_F(Surroundings, WithOddNamesLeaveTheLogReadable) {
             EXPECT_EQ(answer.boxes, std::vector<ShownBox>()) << answer.request;
         }
         const std::vector<std::wstring> files = installation.LogFiles();
-        ASSERT_EQ(files.size(), 1U) << Utf8(name.substr(0, 20));
+        ASSERT_EQ(files.size(), 1U) << Utf8FromText(name.substr(0, 20));
         EXPECT_EQ(files[0].find_first_of(L"\\/:*?\"<>|"), std::wstring::npos);
-        EXPECT_NE(ReadBytes(installation.Folder() / files[0]).find("DMSProvider_SaveDocument"),
+        EXPECT_NE(BytesOf(installation.Folder() / files[0]).find("DMSProvider_SaveDocument"),
                   std::string::npos);
     }
 }
@@ -377,12 +373,12 @@ TEST_F(Surroundings, TellNoPasswordWhateverFails) {
         EXPECT_EQ(answers[0].boxes.size(), 1U) << from;
         for (const Answer& answer : answers) {
             for (const ShownBox& box : answer.boxes) {
-                EXPECT_EQ(box.text.find(Wide(password)), std::wstring::npos) << box;
-                EXPECT_EQ(box.caption.find(Wide(password)), std::wstring::npos) << box;
+                EXPECT_EQ(box.text.find(TextFromUtf8(password)), std::wstring::npos) << box;
+                EXPECT_EQ(box.caption.find(TextFromUtf8(password)), std::wstring::npos) << box;
             }
         }
         for (const std::wstring& file : installation.LogFiles()) {
-            EXPECT_EQ(ReadBytes(installation.Folder() / file).find(password), std::string::npos);
+            EXPECT_EQ(BytesOf(installation.Folder() / file).find(password), std::string::npos);
         }
     }
 }
@@ -390,29 +386,10 @@ TEST_F(Surroundings, TellNoPasswordWhateverFails) {
 }  // namespace
 }  // namespace kandora::component_tests
 
-namespace {
-
-std::vector<std::wstring> Arguments() {
-    int count = 0;
-    wchar_t** const given = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::wstring> arguments(given + 1, given + count);
-    LocalFree(given);
-    return arguments;
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     using namespace kandora::component_tests;
-    std::vector<std::wstring> arguments = Arguments();
-    if (!arguments.empty() && arguments.front() == playHost) {
-        try {
-            arguments.erase(arguments.begin());
-            return PlayHost(arguments);
-        } catch (const std::exception& error) {
-            std::cerr << error.what();
-            return 1;
-        }
+    if (const auto played = PlayedHost()) {
+        return *played;
     }
     // They are told by name in the process that another test starts for them.
     testing::GTEST_FLAG(filter) = "-Vtable.*";

@@ -6,7 +6,7 @@
 
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {

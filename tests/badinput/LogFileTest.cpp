@@ -2,29 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/WindowsPlatform.h"
 #include "support/MSimpleLog.h"
-#include "tests/badinput/ForwardingPlatform.h"
+#include "tests/badinput/MachineInFolder.h"
 #include "tests/badinput/Requests.h"
-#include "tests/protocol/ProviderTest.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
 
 /// A machine whose log is a real file.
-class MachineWithFiles final : public ForwardingPlatform {
+class MachineWithFiles final : public MachineInFolder {
 public:
-    MachineWithFiles(Platform& machine, const TemporaryFolder& folder)
-        : ForwardingPlatform(machine), component_(folder / L"Kandora.dll") {}
+    using MachineInFolder::MachineInFolder;
+
     void AppendToFile(const Text& path, const std::string& bytes) override {
         windows_.AppendToFile(path, bytes);
     }
-    Text ComponentFile() override { return component_; }
-
-private:
-    WindowsPlatform windows_;
-    Text component_;
 };
 
 class LogFile : public testing::Test {
@@ -41,7 +34,7 @@ protected:
         log.WriteLog(L"Zeile", {});
         EXPECT_EQ(BytesOf(log.FileName()), "15.11.2026 01.12.58 | Zeile[Kein Parameter]\r\n");
         EXPECT_TRUE(DeleteFileW(log.FileName().c_str()));
-        return log.FileName().substr(folder.Path().size() + 1);
+        return log.FileName().substr(folder.Path().wstring().size() + 1);
     }
 };
 
@@ -98,7 +91,7 @@ TEST_F(UnwritableLog, IsToldInOneBoxPerTracedRequest) {
             request.send(Provider(), L"20261115011258", VoucherMetadata());
             Lines boxes = talk.Take();
             std::erase_if(boxes, [](const std::string& line) { return !line.starts_with("box "); });
-            EXPECT_EQ(boxes, Lines{Box(number, Utf8(DescriptionOf(number)),
+            EXPECT_EQ(boxes, Lines{Box(number, Spelled(DescriptionOf(number)),
                                        std::string("Kandora.") + request.name)});
         }
     }

@@ -49,10 +49,7 @@ private:
 }  // namespace
 
 LateBound Meddled(const LateBound& object, Meddling& meddling) {
-    auto* const standIn = new Meddler(object.Pointer(), meddling);
-    LateBound owner(standIn);
-    standIn->Release();
-    return owner;
+    return LateBound(MakeObject<Meddler>(object.Pointer(), meddling).Get());
 }
 
 }  // namespace kandora::test

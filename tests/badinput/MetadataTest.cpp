@@ -5,10 +5,10 @@
 #include <iostream>
 
 #include "support/MString.h"
-#include "tests/badinput/ForwardingPlatform.h"
 #include "tests/badinput/Requests.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
+#include "tools/check/ForwardingPlatform.h"
 
 namespace kandora::test {
 namespace {
@@ -128,7 +128,7 @@ TEST_F(Metadata, GoodOnesStillWorkAfterwards) {
 }
 
 /// A machine that only counts what is written.
-class CountingPlatform final : public ForwardingPlatform {
+class CountingPlatform final : public check::ForwardingPlatform {
 public:
     using ForwardingPlatform::ForwardingPlatform;
     void AppendToFile(const Text& path, const std::string& bytes) override {
@@ -168,7 +168,7 @@ TEST(Rendering, EndsForAListThatHoldsItselfManyTimes) {
     list->Enumerates({list.AsVariant(), list.AsVariant(), list.AsVariant()});
     const Fake outer("outer");
     outer->Enumerates({list.AsVariant(), list.AsVariant()});
-    EXPECT_EQ(Utf8(ToText(outer.AsVariant())), "[[(...), (...), (...)], [(...), (...), (...)]]");
+    EXPECT_EQ(Spelled(ToText(outer.AsVariant())), "[[(...), (...), (...)], [(...), (...), (...)]]");
     list->Enumerates({});
     outer->Enumerates({});
 }
@@ -179,7 +179,7 @@ TEST(Rendering, TellsTheTypeOfAnArrayThatCannotBeRead) {
     SAFEARRAYBOUND bound{5, 0};
     given.value.parray = SafeArrayCreate(VT_UI1, 1, &bound);
     given.value.parray->fFeatures = 0;
-    EXPECT_EQ(Utf8(ToText(Variant(given.value))), "(Typ 8204)");
+    EXPECT_EQ(Spelled(ToText(Variant(given.value))), "(Typ 8204)");
 }
 
 }  // namespace

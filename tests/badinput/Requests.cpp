@@ -2,49 +2,38 @@
 
 namespace kandora::test {
 
+namespace {
+
+template <auto request>
+void WithData(ELOProvider& provider, const Text& /*docId*/, const Variant& data) {
+    (provider.*request)(data);
+}
+
+template <auto request>
+void OfDocument(ELOProvider& provider, const Text& docId, const Variant& data) {
+    (provider.*request)(docId, data);
+}
+
+void Pending(ELOProvider& provider, const Text& docId, const Variant& data) {
+    provider.SavePendingDocument(data, docId, data);
+}
+
+}  // namespace
+
 const std::vector<HostRequest>& RequestsWithMetadata() {
+    using P = ELOProvider;
     static const std::vector<HostRequest> all{
-        {"InitProvider",
-         [](ELOProvider& provider, const Text&, const Variant& data) { provider.InitProvider(data); }, true,
-         false},
-        {"StartProvider",
-         [](ELOProvider& provider, const Text&, const Variant& data) { provider.StartProvider(data); }, true,
-         false},
-        {"FibuVersion",
-         [](ELOProvider& provider, const Text&, const Variant& data) { provider.FibuVersion(data); }, false,
-         false},
-        {"CreateDocID",
-         [](ELOProvider& provider, const Text&, const Variant& data) { provider.CreateDocID(data); }, false,
-         false},
-        {"SaveDocument",
-         [](ELOProvider& provider, const Text& id, const Variant& data) { provider.SaveDocument(id, data); },
-         true, true},
-        {"DocumentChanged",
-         [](ELOProvider& provider, const Text& id, const Variant& data) {
-             provider.DocumentChanged(id, data);
-         },
-         true, true},
-        {"DeleteDocument",
-         [](ELOProvider& provider, const Text& id, const Variant& data) {
-             provider.DeleteDocument(id, data);
-         },
-         true, true},
-        {"ShowDocument",
-         [](ELOProvider& provider, const Text& id, const Variant& data) { provider.ShowDocument(id, data); },
-         true, true},
-        {"PrintDocument",
-         [](ELOProvider& provider, const Text& id, const Variant& data) { provider.PrintDocument(id, data); },
-         true, false},
-        {"SavePendingDocument",
-         [](ELOProvider& provider, const Text& id, const Variant& data) {
-             provider.SavePendingDocument(data, id, data);
-         },
-         false, false},
-        {"SetDocumentStatus",
-         [](ELOProvider& provider, const Text& id, const Variant& data) {
-             provider.SetDocumentStatus(id, data);
-         },
-         false, false},
+        {"InitProvider", WithData<&P::InitProvider>, true, false},
+        {"StartProvider", WithData<&P::StartProvider>, true, false},
+        {"FibuVersion", WithData<&P::FibuVersion>, false, false},
+        {"CreateDocID", WithData<&P::CreateDocID>, false, false},
+        {"SaveDocument", OfDocument<&P::SaveDocument>, true, true},
+        {"DocumentChanged", OfDocument<&P::DocumentChanged>, true, true},
+        {"DeleteDocument", OfDocument<&P::DeleteDocument>, true, true},
+        {"ShowDocument", OfDocument<&P::ShowDocument>, true, true},
+        {"PrintDocument", OfDocument<&P::PrintDocument>, true, false},
+        {"SavePendingDocument", Pending, false, false},
+        {"SetDocumentStatus", OfDocument<&P::SetDocumentStatus>, false, false},
     };
     return all;
 }

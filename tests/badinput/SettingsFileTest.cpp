@@ -6,30 +6,22 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/WindowsPlatform.h"
-#include "tests/badinput/ForwardingPlatform.h"
+#include "tests/badinput/MachineInFolder.h"
 #include "tests/badinput/Troublemakers.h"
-#include "tests/protocol/ProviderTest.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
 
 /// A machine whose INI file is a real one.
-class MachineWithProfile final : public ForwardingPlatform {
+class MachineWithProfile final : public MachineInFolder {
 public:
-    MachineWithProfile(Platform& machine, const TemporaryFolder& folder)
-        : ForwardingPlatform(machine), component_(folder / L"Kandora.dll") {}
+    using MachineInFolder::MachineInFolder;
 
     void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
                                  const std::string& file) override {
         windows_.GetPrivateProfileString(section, key, buffer, file);
     }
-    Text ComponentFile() override { return component_; }
-
-private:
-    WindowsPlatform windows_;
-    Text component_;
 };
 
 /// A file with all keys.

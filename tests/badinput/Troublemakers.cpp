@@ -9,6 +9,7 @@
 #include "automation/Text.h"
 #include "automation/Variant.h"
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora::test {
 
@@ -393,10 +394,10 @@ void AddObjects(std::vector<Troublemaker>& all) {
                        given.value.vt = VT_BYREF | VT_RECORD;
                    }});
     all.push_back({"an array of records", [](Given& given) {
-                       auto* const records = new OpaqueRecords;
+                       const auto records = MakeObject<OpaqueRecords>();
                        SAFEARRAYBOUND bound{3, 0};
-                       SetArray(given.value, VT_RECORD, SafeArrayCreateEx(VT_RECORD, 1, &bound, records));
-                       records->Release();
+                       SetArray(given.value, VT_RECORD,
+                                SafeArrayCreateEx(VT_RECORD, 1, &bound, records.Get()));
                    }});
     for (std::uint32_t seed = 1; seed <= 20; ++seed) {
         all.push_back({"odd object " + std::to_string(seed), [=](Given& given) {

@@ -13,6 +13,8 @@
 
 #include <oaidl.h>
 
+#include "tests/support/Unique.h"
+
 namespace kandora::test {
 
 using Random = std::mt19937;
@@ -23,12 +25,10 @@ inline std::uint32_t Below(Random& random, std::uint32_t count) {
 }
 
 /// A value as a careless or hostile caller hands it over, and the memory that it refers to.
-class Given {
+class Given : Unique {
 public:
     Given() { VariantInit(&value); }
     ~Given();
-    Given(const Given&) = delete;
-    Given& operator=(const Given&) = delete;
 
     VARIANT value;
 

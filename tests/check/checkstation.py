@@ -5,10 +5,9 @@ import json
 import os
 import pathlib
 import signal
-import subprocess
 
 import workstation
-from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, started_hosts, wait_for_started_hosts, windows,
+from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, started_hosts, wait_for_started_hosts, windows,
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
@@ -94,15 +93,8 @@ class CheckStation(Workstation):
     def checking(self, *arguments):
         """A run that goes on while the block runs."""
         wait_for_started_hosts()
-        with (self.folder / "laufend.txt").open("wb") as output:
-            process = subprocess.Popen(self.command(*arguments), stdin=subprocess.DEVNULL, stdout=output,
-                                       stderr=subprocess.STDOUT)
-        try:
+        with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
-        finally:
-            if process.poll() is None:
-                process.kill()
-            process.wait()
 
     def running_output(self):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")

@@ -1,4 +1,4 @@
-#include "Host.h"
+#include "tests/component/Host.h"
 
 #include <gtest/gtest.h>
 
@@ -84,7 +84,7 @@ TEST_F(ErrorRecord, KeepsARaisedErrorToo) {
     frames += " <- CArchiv.AnmeldenAnElo <- CArchiv.LoescheVerknuepfung";
     EXPECT_EQ(answers[3].code, objectMissing);
     EXPECT_EQ(answers[3].result, frames);
-    EXPECT_EQ(answers[4].boxes, Box(L"13 (5) ", Wide(frames + " <- ")));
+    EXPECT_EQ(answers[4].boxes, Box(L"13 (5) ", TextFromUtf8(frames + " <- ")));
     EXPECT_EQ(answers[5].result, "ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin");
 }
 

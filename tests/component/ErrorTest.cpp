@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ struct Information {
 };
 
 Information TakeInformation() {
-    Ptr<IErrorInfo> info;
+    ComPtr<IErrorInfo> info;
     if (GetErrorInfo(0, info.Receive()) != S_OK) {
         return {L"(keine)", L"(keine)", L"(keine)"};
     }
@@ -41,7 +41,7 @@ protected:
     ArchiveClient() : client_(Component::Built().Create<_ELODMS>(CLSID_ELODMS, IID__ELODMS)) {}
 
     Apartment apartment_;
-    Ptr<_ELODMS> client_;
+    ComPtr<_ELODMS> client_;
 };
 
 TEST_F(ArchiveClient, LeavesErrorInformation) {

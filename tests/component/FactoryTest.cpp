@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +15,13 @@ class EveryClass : public testing::TestWithParam<PublicClass> {
 protected:
     static CLSID ClassId() { return GuidOf(GetParam().clsid); }
     static IID DefaultId() { return GuidOf(GetParam().iid); }
-    static Ptr<IClassFactory> Factory() {
-        Ptr<IClassFactory> factory;
+    static ComPtr<IClassFactory> Factory() {
+        ComPtr<IClassFactory> factory;
         EXPECT_EQ(Component::Built().GetClassObject(ClassId(), IID_IClassFactory, factory.ReceiveVoid()),
                   S_OK);
         return factory;
     }
-    static Ptr<IUnknown> Object() { return Component::Built().Create<IUnknown>(ClassId(), IID_IUnknown); }
+    static ComPtr<IUnknown> Object() { return Component::Built().Create<IUnknown>(ClassId(), IID_IUnknown); }
     /// Everything that the class answers to.
     static std::vector<IID> Interfaces() {
         std::vector<IID> interfaces{IID_IUnknown, IID_IDispatch, IID_ISupportErrorInfo, DefaultId()};
@@ -35,34 +35,35 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Component, EveryClass, testing::ValuesIn(PublicClasses()),
-                         [](const auto& each) { return Utf8(each.param.name); });
+                         [](const auto& each) { return Utf8FromText(each.param.name); });
 
 TEST_P(EveryClass, IsMadeByItsFactory) {
-    Ptr<IUnknown> factoryItself;
+    ComPtr<IUnknown> factoryItself;
     EXPECT_EQ(Component::Built().GetClassObject(ClassId(), IID_IUnknown, factoryItself.ReceiveVoid()), S_OK);
     EXPECT_TRUE(factoryItself);
 
-    const Ptr<IClassFactory> factory = Factory();
+    const ComPtr<IClassFactory> factory = Factory();
     ASSERT_TRUE(factory);
     for (const IID& iid : Interfaces()) {
-        Ptr<IUnknown> object;
-        EXPECT_EQ(factory->CreateInstance(nullptr, iid, object.ReceiveVoid()), S_OK) << Utf8(TextOf(iid));
+        ComPtr<IUnknown> object;
+        EXPECT_EQ(factory->CreateInstance(nullptr, iid, object.ReceiveVoid()), S_OK)
+            << Utf8FromText(TextOf(iid));
         EXPECT_TRUE(object);
     }
 }
 
 TEST_P(EveryClass, MakesANewObjectEachTime) {
-    const Ptr<IClassFactory> factory = Factory();
-    Ptr<IUnknown> first;
-    Ptr<IUnknown> second;
+    const ComPtr<IClassFactory> factory = Factory();
+    ComPtr<IUnknown> first;
+    ComPtr<IUnknown> second;
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, first.ReceiveVoid()), S_OK);
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, second.ReceiveVoid()), S_OK);
     EXPECT_NE(first.Get(), second.Get());
 }
 
 TEST_P(EveryClass, RefusesAggregation) {
-    const Ptr<IClassFactory> factory = Factory();
-    const Ptr<IUnknown> outer = Object();
+    const ComPtr<IClassFactory> factory = Factory();
+    const ComPtr<IUnknown> outer = Object();
     auto* object = reinterpret_cast<void*>(1);
     EXPECT_EQ(factory->CreateInstance(outer.Get(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(object, nullptr);
@@ -73,12 +74,12 @@ TEST_P(EveryClass, RefusesUnknownInterfaces) {
     EXPECT_EQ(Component::Built().GetClassObject(ClassId(), GuidOf(unknownId), &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
 
-    const Ptr<IClassFactory> factory = Factory();
+    const ComPtr<IClassFactory> factory = Factory();
     object = reinterpret_cast<void*>(1);
     EXPECT_EQ(factory->CreateInstance(nullptr, GuidOf(unknownId), &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
 
-    const Ptr<IUnknown> made = Object();
+    const ComPtr<IUnknown> made = Object();
     object = reinterpret_cast<void*>(1);
     EXPECT_EQ(made->QueryInterface(GuidOf(unknownId), &object), E_NOINTERFACE);
     EXPECT_EQ(object, nullptr);
@@ -89,22 +90,22 @@ TEST_P(EveryClass, RefusesUnknownInterfaces) {
 
 TEST_P(EveryClass, RefusesAMissingPlaceForTheResult) {
     EXPECT_EQ(Component::Built().GetClassObject(ClassId(), IID_IClassFactory, nullptr), E_POINTER);
-    const Ptr<IClassFactory> factory = Factory();
+    const ComPtr<IClassFactory> factory = Factory();
     EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(Object()->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
 TEST_P(EveryClass, IsOneObjectBehindAllItsInterfaces) {
-    const Ptr<IUnknown> object = Object();
+    const ComPtr<IUnknown> object = Object();
     for (const IID& from : Interfaces()) {
-        const Ptr<IUnknown> start = object.As<IUnknown>(from);
-        ASSERT_TRUE(start) << Utf8(TextOf(from));
+        const ComPtr<IUnknown> start = object.As<IUnknown>(from);
+        ASSERT_TRUE(start) << Utf8FromText(TextOf(from));
         // The same identity from everywhere, and from everywhere to everywhere and back.
         EXPECT_EQ(start.As<IUnknown>(IID_IUnknown).Get(), object.Get());
         for (const IID& to : Interfaces()) {
-            const Ptr<IUnknown> reached = start.As<IUnknown>(to);
-            ASSERT_TRUE(reached) << Utf8(TextOf(from)) << " to " << Utf8(TextOf(to));
+            const ComPtr<IUnknown> reached = start.As<IUnknown>(to);
+            ASSERT_TRUE(reached) << Utf8FromText(TextOf(from)) << " to " << Utf8FromText(TextOf(to));
             EXPECT_EQ(reached.As<IUnknown>(from).Get(), start.Get());
             EXPECT_EQ(object.As<IUnknown>(to).Get(), reached.Get());
         }
@@ -112,7 +113,7 @@ TEST_P(EveryClass, IsOneObjectBehindAllItsInterfaces) {
 }
 
 TEST_P(EveryClass, CountsItsReferences) {
-    const Ptr<IUnknown> object = Object();
+    const ComPtr<IUnknown> object = Object();
     EXPECT_EQ(object->AddRef(), 2U);
     for (const IID& iid : Interfaces()) {
         // All interfaces share one count.
@@ -126,7 +127,7 @@ TEST_P(EveryClass, CountsItsReferences) {
 }
 
 TEST_P(EveryClass, TellsThatItLeavesErrorInformation) {
-    const Ptr<IUnknown> object = Object();
+    const ComPtr<IUnknown> object = Object();
     const auto support = object.As<ISupportErrorInfo>(IID_ISupportErrorInfo);
     ASSERT_TRUE(support);
     EXPECT_EQ(support->InterfaceSupportsErrorInfo(DefaultId()), S_OK);
@@ -134,22 +135,7 @@ TEST_P(EveryClass, TellsThatItLeavesErrorInformation) {
 }
 
 TEST_P(EveryClass, DescribesItsDefaultInterface) {
-    const auto object = Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch);
-    UINT count = 0;
-    EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(object->GetTypeInfoCount(nullptr), E_POINTER);
-
-    Ptr<ITypeInfo> info;
-    ASSERT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(TextOf(attributes->guid), GetParam().iid);
-    info->ReleaseTypeAttr(attributes);
-
-    EXPECT_EQ(object->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
-    EXPECT_FALSE(info);
-    EXPECT_EQ(object->GetTypeInfo(0, LOCALE_USER_DEFAULT, nullptr), E_POINTER);
+    ExpectDescribed(Component::Built().Create<IDispatch>(ClassId(), IID_IDispatch).Get(), GetParam().iid);
 }
 
 TEST_P(EveryClass, KnowsNoOtherNamesAndMembers) {

@@ -1,4 +1,6 @@
-#include "Host.h"
+#include "tests/component/Host.h"
+#include "tests/support/ComponentWindows.h"
+#include "tests/support/Unique.h"
 
 #include <gtest/gtest.h>
 
@@ -20,32 +22,17 @@ namespace {
 
 using nlohmann::json;
 
-std::wstring WindowText(HWND window) {
-    std::array<wchar_t, 4096> text{};
-    DWORD_PTR length = 0;
-    if (SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
-                            SMTO_NORMAL, 60'000, &length) == 0) {
-        return {};
-    }
-    return {text.data(), static_cast<std::size_t>(length)};
-}
-
-std::wstring WindowClass(HWND window) {
-    std::array<wchar_t, 64> name{};
-    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return {name.data(), static_cast<std::size_t>(length)};
-}
+/// First argument of the process that plays the host.
+constexpr const wchar_t* playHost = L"--play-host";
 
 /// The user: reads the boxes that a thread shows, and confirms each one.
-class User {
+class User : test::Unique {
 public:
     explicit User(DWORD thread) : threadId_(thread), thread_([this] { Watch(); }) {}
     ~User() {
         ended_ = true;
         thread_.join();
     }
-    User(const User&) = delete;
-    User& operator=(const User&) = delete;
 
     std::vector<ShownBox> TakeBoxes() {
         const std::lock_guard guard(lock_);
@@ -66,7 +53,7 @@ private:
     }
 
     void Look(HWND window) {
-        if (window == answered_ || IsWindowVisible(window) == FALSE || WindowClass(window) != L"#32770") {
+        if (window == answered_ || IsWindowVisible(window) == FALSE || test::ClassOf(window) != L"#32770") {
             return;
         }
         const HWND prompt = GetDlgItem(window, 0xFFFF);
@@ -76,7 +63,7 @@ private:
         }
         {
             const std::lock_guard guard(lock_);
-            boxes_.push_back({WindowText(window), WindowText(prompt)});
+            boxes_.push_back({test::TextOf(window), test::TextOf(prompt)});
         }
         answered_ = window;
         SendMessageW(button, BM_CLICK, 0, 0);
@@ -100,7 +87,7 @@ json ToJson(const VARIANT& value) {
         return nullptr;
     }
     if (value.vt == VT_BSTR) {
-        return Utf8({value.bstrVal == nullptr ? L"" : value.bstrVal, SysStringLen(value.bstrVal)});
+        return Utf8FromText({value.bstrVal == nullptr ? L"" : value.bstrVal, SysStringLen(value.bstrVal)});
     }
     if (value.vt == (VT_ARRAY | VT_VARIANT)) {
         json list = json::array();
@@ -156,7 +143,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"CreateDocID") {
         Bstr text(L"vorher");
         const HRESULT code = provider->CreateDocID(voucher.Raw(), text.Receive());
-        result = Utf8(text.Text());
+        result = Utf8FromText(text.Text());
         return code;
     }
     if (request == L"GetOpenDocInfo") {
@@ -171,7 +158,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"GetVirtualPrinterName") {
         Bstr text(L"vorher");
         const HRESULT code = provider->GetVirtualPrinterName(text.Receive());
-        result = Utf8(text.Text());
+        result = Utf8FromText(text.Text());
         return code;
     }
     if (request == L"InitProvider") {
@@ -189,7 +176,7 @@ HRESULT Send(DMSProvider* provider, const std::wstring& request, json& result) {
     if (request == L"DocumentChanged") {
         return provider->DocumentChanged(id.Get(), voucher.Raw());
     }
-    throw std::invalid_argument("no such request: " + Utf8(request));
+    throw std::invalid_argument("no such request: " + Utf8FromText(request));
 }
 
 HRESULT ReadRunning(_ELOProvider* provider, json& result) {
@@ -219,7 +206,7 @@ HRESULT CallFromOutside(const Component& component, const std::wstring& call, js
     if (called.outcome != DISP_E_EXCEPTION) {
         return called.outcome;
     }
-    result = Utf8(called.source);
+    result = Utf8FromText(called.source);
     return called.code;
 }
 
@@ -238,10 +225,47 @@ std::wstring Environment(const wchar_t* name) {
     return {text.data(), length};
 }
 
+/// Returns the exit code.
+int PlayHost(const std::vector<std::wstring>& arguments) {
+    const fs::path file = arguments.at(0);
+    json answers = json::array();
+    {
+        const Apartment apartment;
+        const Component component(file);
+        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
+        auto provider = own.As<DMSProvider>(IID_DMSProvider);
+        User user(GetCurrentThreadId());
+        for (std::size_t at = 1; at < arguments.size(); ++at) {
+            const std::wstring& request = arguments[at];
+            constexpr std::wstring_view settings = L"settings ";
+            constexpr std::wstring_view outside = L"outside ";
+            json result;
+            HRESULT code = S_OK;
+            if (request == L"bRunning") {
+                code = ReadRunning(own.Get(), result);
+            } else if (request.starts_with(settings)) {
+                TakeSettings(file, request.substr(settings.size()));
+            } else if (request.starts_with(outside)) {
+                code = CallFromOutside(component, request.substr(outside.size()), result);
+            } else {
+                code = Send(provider.Get(), request, result);
+            }
+            json boxes = json::array();
+            for (const ShownBox& box : user.TakeBoxes()) {
+                boxes.push_back({Utf8FromText(box.caption), Utf8FromText(box.text)});
+            }
+            answers.push_back(
+                {{"request", Utf8FromText(request)}, {"code", code}, {"result", result}, {"boxes", boxes}});
+        }
+    }
+    std::cout << answers.dump() << std::flush;
+    return 0;
+}
+
 }  // namespace
 
 std::ostream& operator<<(std::ostream& stream, const ShownBox& box) {
-    return stream << "[" << Utf8(box.caption) << "] " << Utf8(box.text);
+    return stream << "[" << Utf8FromText(box.caption) << "] " << Utf8FromText(box.text);
 }
 
 Installation::Installation(const std::wstring& name) : name_(name) {
@@ -249,7 +273,7 @@ Installation::Installation(const std::wstring& name) : name_(name) {
 }
 
 void Installation::WriteSettings(const std::string& text) const {
-    WriteAnsi(folder_.Path() / (name_ + L".ini"), text);
+    WriteBytes(folder_.Path() / (name_ + L".ini"), text);
 }
 
 std::vector<Answer> Installation::Play(const std::vector<std::wstring>& requests) const {
@@ -263,7 +287,7 @@ std::vector<Answer> Installation::Play(const std::vector<std::wstring>& requests
     for (const json& told : json::parse(ended.output, nullptr, false)) {
         Answer answer{told["request"], told["code"], told["result"], {}};
         for (const json& box : told["boxes"]) {
-            answer.boxes.push_back({Wide(std::string(box[0])), Wide(std::string(box[1]))});
+            answer.boxes.push_back({TextFromUtf8(std::string(box[0])), TextFromUtf8(std::string(box[1]))});
         }
         answers.push_back(std::move(answer));
     }
@@ -291,8 +315,8 @@ std::vector<std::wstring> Installation::LogLines() const {
     EXPECT_EQ(files.size(), 1U);
     const std::wstring name = L"\\d{8}_\\d{6}_" + name_ + L"_" + Environment(L"USERNAME") + L"_" +
                               Environment(L"COMPUTERNAME") + L"_\\.log";
-    EXPECT_TRUE(std::regex_match(files[0], std::wregex(name))) << Utf8(files[0]);
-    std::string text = ReadBytes(folder_.Path() / files[0]);
+    EXPECT_TRUE(std::regex_match(files[0], std::wregex(name))) << Utf8FromText(files[0]);
+    std::string text = BytesOf(folder_.Path() / files[0]);
     const std::regex line(R"((\d\d\.\d\d\.\d{4} \d\d\.\d\d\.\d\d \| )([^\r\n]*)\r\n)");
     std::smatch parts;
     while (std::regex_search(text, parts, line, std::regex_constants::match_continuous)) {
@@ -309,40 +333,18 @@ std::vector<std::wstring> Installation::LogLines() const {
     return lines;
 }
 
-int PlayHost(const std::vector<std::wstring>& arguments) {
-    const fs::path file = arguments.at(0);
-    json answers = json::array();
-    {
-        const Apartment apartment;
-        const Component component(file);
-        auto own = component.Create<_ELOProvider>(CLSID_ELOProvider, IID__ELOProvider);
-        auto provider = own.As<DMSProvider>(IID_DMSProvider);
-        User user(GetCurrentThreadId());
-        for (std::size_t at = 1; at < arguments.size(); ++at) {
-            const std::wstring& request = arguments[at];
-            constexpr std::wstring_view settings = L"settings ";
-            constexpr std::wstring_view outside = L"outside ";
-            json result;
-            HRESULT code = S_OK;
-            if (request == L"bRunning") {
-                code = ReadRunning(own.Get(), result);
-            } else if (request.starts_with(settings)) {
-                TakeSettings(file, request.substr(settings.size()));
-            } else if (request.starts_with(outside)) {
-                code = CallFromOutside(component, request.substr(outside.size()), result);
-            } else {
-                code = Send(provider.Get(), request, result);
-            }
-            json boxes = json::array();
-            for (const ShownBox& box : user.TakeBoxes()) {
-                boxes.push_back({Utf8(box.caption), Utf8(box.text)});
-            }
-            answers.push_back(
-                {{"request", Utf8(request)}, {"code", code}, {"result", result}, {"boxes", boxes}});
-        }
+std::optional<int> PlayedHost() {
+    std::vector<std::wstring> arguments = OwnArguments();
+    if (arguments.empty() || arguments.front() != playHost) {
+        return std::nullopt;
     }
-    std::cout << answers.dump() << std::flush;
-    return 0;
+    arguments.erase(arguments.begin());
+    try {
+        return PlayHost(arguments);
+    } catch (const std::exception& error) {
+        std::cerr << error.what();
+        return 1;
+    }
 }
 
 }  // namespace kandora::component_tests

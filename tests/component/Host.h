@@ -1,10 +1,11 @@
 #pragma once
 
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <nlohmann/json.hpp>
 
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,10 +57,8 @@ private:
     TemporaryFolder folder_;
 };
 
-/// The other side: runs in the new process. Returns its exit code.
-int PlayHost(const std::vector<std::wstring>& arguments);
-
-/// First argument of that process.
-inline constexpr const wchar_t* playHost = L"--play-host";
+/// The other side: plays the host when this process was started for it, and returns the exit code. None in
+/// any other process.
+std::optional<int> PlayedHost();
 
 }  // namespace kandora::component_tests

@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ constexpr std::uintmax_t largestFile = 614'400;
 /// A PE file, read as a file.
 class Image {
 public:
-    explicit Image(const fs::path& file) : bytes_(ReadBytes(file)) {
+    explicit Image(const fs::path& file) : bytes_(BytesOf(file)) {
         const auto& dos = At<IMAGE_DOS_HEADER>(0);
         headers_ = static_cast<std::size_t>(dos.e_lfanew);
         if (dos.e_magic != IMAGE_DOS_SIGNATURE || At<DWORD>(headers_) != IMAGE_NT_SIGNATURE) {
@@ -268,8 +268,8 @@ TEST_F(VersionResource, TellsTheVersion) {
     EXPECT_EQ(fixed->dwFileVersionMS, fixed->dwProductVersionMS);
     const bool isLibrary = fixed->dwFileType == VFT_DLL;
     EXPECT_TRUE(isLibrary);
-    EXPECT_EQ(Utf8(Text(L"FileVersion")), KANDORA_VERSION);
-    EXPECT_EQ(Utf8(Text(L"ProductVersion")), KANDORA_VERSION);
+    EXPECT_EQ(Utf8FromText(Text(L"FileVersion")), KANDORA_VERSION);
+    EXPECT_EQ(Utf8FromText(Text(L"ProductVersion")), KANDORA_VERSION);
 }
 
 TEST_F(VersionResource, NamesTheComponent) {

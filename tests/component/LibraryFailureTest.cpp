@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "StackGuardTest.h"
 #include "automation/Errors.h"
+#include "tests/component/ToldStackGuard.h"
 
-namespace kandora {
+namespace kandora::component_tests {
 namespace {
 
 /// The number under which the component tells of what the action raises.
@@ -60,12 +60,12 @@ TEST(LibraryFailuresDeathTest, EndingTheProcessTellsNothing) {
 }
 
 }  // namespace
-}  // namespace kandora
+}  // namespace kandora::component_tests
 
 int main(int argc, char** argv) {
-    if (argc == 2 &&
-        std::wstring(kandora::tellStackGuard) == std::wstring(argv[1], argv[1] + std::strlen(argv[1]))) {
-        return kandora::ToldStackGuard();
+    if (argc == 2 && std::wstring(kandora::component_tests::tellStackGuard) ==
+                         std::wstring(argv[1], argv[1] + std::strlen(argv[1]))) {
+        return kandora::component_tests::ToldStackGuard();
     }
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -1,5 +1,5 @@
-#include "Inside.h"
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,20 @@ HRESULT CanUnload() {
     return Component::Built().CanUnloadNow();
 }
 
+ComPtr<IClassFactory> FactoryOf(const CLSID& clsid) {
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(Component::Built().GetClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid()), S_OK);
+    return factory;
+}
+
 TEST(Lifetime, NothingKeepsItAtFirst) {
     EXPECT_EQ(CanUnload(), S_OK);
 }
 
 TEST(Lifetime, AFactoryKeepsIt) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
-    ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    ComPtr<IClassFactory> factory = FactoryOf(RecordClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(CanUnload(), S_FALSE);
     factory.Reset();
     EXPECT_EQ(CanUnload(), S_OK);
@@ -37,16 +42,15 @@ TEST(Lifetime, AFactoryKeepsIt) {
 
 TEST(Lifetime, ALockKeepsIt) {
     const Apartment apartment;
-    Ptr<IClassFactory> factory;
-    ASSERT_EQ(Component::Built().GetClassObject(RecordClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    ComPtr<IClassFactory> factory = FactoryOf(RecordClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     factory.Reset();
     EXPECT_EQ(CanUnload(), S_FALSE);
     // Another factory, even of another class, gives the locks back.
-    ASSERT_EQ(Component::Built().GetClassObject(ProviderClass(), IID_IClassFactory, factory.ReceiveVoid()),
-              S_OK);
+    factory = FactoryOf(ProviderClass());
+    ASSERT_TRUE(factory);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
     factory.Reset();
@@ -85,15 +89,15 @@ TEST(Lifetime, EveryThreadHasAStateOfItsOwn) {
 
 TEST(Lifetime, AnObjectMayOutliveItsThreadsStay) {
     for (const PublicClass& each : PublicClasses()) {
-        Ptr<IUnknown> object;
+        ComPtr<IUnknown> object;
         {
             const Apartment apartment;
             object = Component::Built().Create<IUnknown>(GuidOf(each.clsid), IID_IUnknown);
-            ASSERT_TRUE(object) << Utf8(each.name);
+            ASSERT_TRUE(object) << Utf8FromText(each.name);
         }
-        EXPECT_EQ(CanUnload(), S_FALSE) << Utf8(each.name);
+        EXPECT_EQ(CanUnload(), S_FALSE) << Utf8FromText(each.name);
         object.Reset();
-        EXPECT_EQ(CanUnload(), S_OK) << Utf8(each.name);
+        EXPECT_EQ(CanUnload(), S_OK) << Utf8FromText(each.name);
     }
 }
 

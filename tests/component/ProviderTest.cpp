@@ -1,4 +1,4 @@
-#include "Host.h"
+#include "tests/component/Host.h"
 
 #include <gtest/gtest.h>
 
@@ -242,7 +242,7 @@ TEST_F(Provider, BeginsEachErrorAnew) {
 
 TEST_F(Provider, ReadsTheSettingsAtEachInitialisation) {
     installation_.WriteSettings("");
-    WriteAnsi(installation_.Folder() / L"spaeter.txt", std::string(switchedOffAndTraced));
+    WriteBytes(installation_.Folder() / L"spaeter.txt", std::string(switchedOffAndTraced));
     const std::vector<Answer> answers = installation_.Play(
         {L"InitProvider", L"settings spaeter.txt", L"InitProvider", L"GetVirtualPrinterName"});
     EXPECT_EQ(answers[0].boxes, SettingsBox(13, mismatch));
@@ -254,7 +254,7 @@ TEST_F(Provider, ReadsTheSettingsAtEachInitialisation) {
 TEST_F(Provider, LivesUnderAnyName) {
     const Installation renamed(L"Archivanbindung Süd.neu");
     renamed.WriteSettings(std::string(switchedOff));
-    WriteAnsi(renamed.Folder() / L"Kandora.ini", std::string(switchedOffAndTraced));
+    WriteBytes(renamed.Folder() / L"Kandora.ini", std::string(switchedOffAndTraced));
     ExpectNothingDone(renamed.Play({L"InitProvider", L"GetOpenDocInfo"}));
     EXPECT_EQ(renamed.LogLines(), (std::vector{initLine, offLine}));
 }

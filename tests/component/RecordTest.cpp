@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ CLSID ClassIdOf(std::wstring_view name) {
             return GuidOf(each.clsid);
         }
     }
-    ADD_FAILURE() << "no class " << Utf8(name);
+    ADD_FAILURE() << "no class " << Utf8FromText(name);
     return {};
 }
 
@@ -48,7 +48,7 @@ struct TextPropertyTable {
 
 class EveryRecord : public testing::TestWithParam<RecordClass> {
 protected:
-    static Ptr<IDispatch> Record() {
+    static ComPtr<IDispatch> Record() {
         return Component::Built().Create<IDispatch>(ClassIdOf(GetParam().name), IID_IDispatch);
     }
     /// The slots of the property at a position: they follow the seven of IDispatch in pairs.
@@ -61,10 +61,10 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Component, EveryRecord, testing::ValuesIn(recordClasses),
-                         [](const auto& each) { return Utf8(each.param.name); });
+                         [](const auto& each) { return Utf8FromText(each.param.name); });
 
 TEST_P(EveryRecord, StartsEmpty) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     for (std::size_t at = 0; at < GetParam().properties.size(); ++at) {
         const Called got = Get(record.Get(), GetParam().properties[at]);
         EXPECT_EQ(got.outcome, S_OK);
@@ -76,7 +76,7 @@ TEST_P(EveryRecord, StartsEmpty) {
 }
 
 TEST_P(EveryRecord, KeepsEachPropertyForItselfAndInItsSlot) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     const std::vector<const wchar_t*>& properties = GetParam().properties;
     for (const wchar_t* property : properties) {
         EXPECT_EQ(Put(record.Get(), property, Value::Text(L"nach Namen "s + property)).outcome, S_OK);
@@ -93,7 +93,7 @@ TEST_P(EveryRecord, KeepsEachPropertyForItselfAndInItsSlot) {
 }
 
 TEST_P(EveryRecord, KeepsATextAsItIs) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     const std::vector<std::wstring> texts{L"  vorne und hinten  ",
                                           L"Zeile\r\nZeile\tTab",
                                           L"äöü ÄÖÜ é – „x“ \u4E2D\U0001F4CE"s,
@@ -115,7 +115,7 @@ TEST_P(EveryRecord, KeepsATextAsItIs) {
 }
 
 TEST_P(EveryRecord, TakesACopy) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     const Bstr given(L"gegeben");
     EXPECT_EQ(Slots(record.Get(), 0).put(record.Get(), given.Get()), S_OK);
     given.Get()[0] = L'X';
@@ -129,14 +129,14 @@ TEST_P(EveryRecord, TakesACopy) {
 }
 
 TEST_P(EveryRecord, TakesNoTextForTheEmptyText) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     EXPECT_EQ(Slots(record.Get(), 0).put(record.Get(), Bstr(L"voll").Get()), S_OK);
     EXPECT_EQ(Slots(record.Get(), 0).put(record.Get(), nullptr), S_OK);
     EXPECT_EQ(Get(record.Get(), GetParam().properties[0]).result.AsText(), L"");
 }
 
 TEST_P(EveryRecord, NeedsAPlaceForTheResult) {
-    const Ptr<IDispatch> record = Record();
+    const ComPtr<IDispatch> record = Record();
     EXPECT_EQ(Slots(record.Get(), 0).get(record.Get(), nullptr), E_POINTER);
     // By name the result may be left out.
     DISPPARAMS none{};
@@ -167,7 +167,7 @@ protected:
     }
 
     Apartment apartment_;
-    Ptr<IDispatch> record_;
+    ComPtr<IDispatch> record_;
     DISPID barcode_;
 };
 
@@ -248,15 +248,19 @@ TEST_F(CallsByName, OnlyTheNewValueHasAName) {
     EXPECT_EQ(Barcode(), L"x");
 }
 
+void ExpectByName(IDispatch* object, const wchar_t* name, VARIANT_BOOL value) {
+    const Called called = Get(object, name);
+    EXPECT_EQ(called.result.Type(), VT_BOOL);
+    EXPECT_EQ(called.result.Raw().boolVal, value);
+}
+
 TEST(User, IsLoggedOnAsSoonAsNameOrPasswordIsThere) {
     const Apartment apartment;
     const auto user = Component::Built().Create<_cUser>(ClassIdOf(L"cUser"), IID__cUser);
     const auto loggedOn = [&] {
         VARIANT_BOOL value = 7;
         EXPECT_EQ(user->get_bLoggedOn(&value), S_OK);
-        const Called byName = Get(user.Get(), L"bLoggedOn");
-        EXPECT_EQ(byName.result.Type(), VT_BOOL);
-        EXPECT_EQ(byName.result.Raw().boolVal, value);
+        ExpectByName(user.Get(), L"bLoggedOn", value);
         return value;
     };
     EXPECT_EQ(loggedOn(), VARIANT_FALSE);
@@ -278,9 +282,7 @@ protected:
     VARIANT_BOOL Running() {
         VARIANT_BOOL value = 7;
         EXPECT_EQ(provider_->get_bRunning(&value), S_OK);
-        const Called byName = Get(provider_.Get(), L"bRunning");
-        EXPECT_EQ(byName.result.Type(), VT_BOOL);
-        EXPECT_EQ(byName.result.Raw().boolVal, value);
+        ExpectByName(provider_.Get(), L"bRunning", value);
         return value;
     }
     VARIANT_BOOL After(Value value) {
@@ -289,7 +291,7 @@ protected:
     }
 
     Apartment apartment_;
-    Ptr<_ELOProvider> provider_;
+    ComPtr<_ELOProvider> provider_;
 };
 
 TEST_F(ProvidersFlag, IsOffAtFirst) {

@@ -1,5 +1,5 @@
-#include "Host.h"
-#include "Inside.h"
+#include "tests/component/Host.h"
+#include "tests/component/OwnProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -7,12 +7,16 @@
 #include <set>
 #include <sstream>
 
-#include "tests/cost/ModuleHook.h"
+#include "tests/support/ModuleHook.h"
+#include "tools/check/Registry.h"
 
 // Registration as administrators do it, and what it opens: creation by ProgID, scripts, calls across
 // apartments. Every test leaves the registry as it found it.
 namespace kandora::component_tests {
 namespace {
+
+using check::ownView;
+using check::RegistryKey;
 
 using namespace std::literals;
 
@@ -25,7 +29,6 @@ const std::wstring hostLibrary = L"{07DCC125-329B-4325-B2C4-E4AC26DC100E}";
 constexpr bool is64Bit = sizeof(void*) == 8;
 constexpr const wchar_t* ownBitness = is64Bit ? L"win64" : L"win32";
 constexpr const wchar_t* otherBitness = is64Bit ? L"win32" : L"win64";
-constexpr REGSAM ownView = is64Bit ? KEY_WOW64_64KEY : KEY_WOW64_32KEY;
 constexpr REGSAM otherView = is64Bit ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 
 /// What lies below a key: one text for each key and each value. Of keys that have nothing to do with the
@@ -46,17 +49,17 @@ private:
 
     void Add(HKEY parent, REGSAM view, const std::wstring& name, const std::wstring& path, bool isOurs,
              int level) {
-        HKEY key = nullptr;
-        if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+        const RegistryKey key(parent, name, view);
+        if (!key) {
             return;
         }
         if (isOurs) {
-            AddValues(key, path);
+            AddValues(key.Get(), path);
         }
         std::vector<wchar_t> child(256);
         for (DWORD at = 0;; ++at) {
             auto length = static_cast<DWORD>(child.size());
-            if (RegEnumKeyExW(key, at, child.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+            if (RegEnumKeyExW(key.Get(), at, child.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
                 ERROR_SUCCESS) {
                 break;
             }
@@ -69,10 +72,9 @@ private:
                 items_.insert(childPath);
             }
             if (childIsOurs || (level == 0 && isContainer)) {
-                Add(key, view, childName, childPath, childIsOurs, level + 1);
+                Add(key.Get(), view, childName, childPath, childIsOurs, level + 1);
             }
         }
-        RegCloseKey(key);
     }
 
     void AddValues(HKEY key, const std::wstring& path) {
@@ -107,10 +109,10 @@ std::set<std::wstring> AllRegistrations() {
 std::string Difference(const std::set<std::wstring>& from, const std::set<std::wstring>& to) {
     std::string text;
     for (const std::wstring& each : from) {
-        text += to.contains(each) ? "" : "- " + Utf8(each) + "\n";
+        text += to.contains(each) ? "" : "- " + Utf8FromText(each) + "\n";
     }
     for (const std::wstring& each : to) {
-        text += from.contains(each) ? "" : "+ " + Utf8(each) + "\n";
+        text += from.contains(each) ? "" : "+ " + Utf8FromText(each) + "\n";
     }
     return text;
 }
@@ -118,17 +120,15 @@ std::string Difference(const std::set<std::wstring>& from, const std::set<std::w
 /// A value below the classes key; "(fehlt)" without one.
 std::wstring Registered(HKEY root, const std::wstring& path, const wchar_t* name = nullptr,
                         REGSAM view = ownView) {
-    HKEY key = nullptr;
-    const std::wstring full = classesPath + L"\\"s + path;
-    if (RegOpenKeyExW(root, full.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+    const RegistryKey key(root, classesPath + L"\\"s + path, view);
+    if (!key) {
         return L"(fehlt)";
     }
     std::vector<wchar_t> text(1024);
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
     DWORD type = REG_NONE;
     const LSTATUS status =
-        RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size);
-    RegCloseKey(key);
+        RegQueryValueExW(key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size);
     return status == ERROR_SUCCESS && type == REG_SZ ? text.data() : L"(fehlt)";
 }
 
@@ -147,7 +147,7 @@ protected:
     /// The script host registers something of its own when it runs for the first time.
     static void SetUpTestSuite() {
         const TemporaryFolder folder;
-        WriteAnsi(folder.Path() / L"empty.vbs", "WScript.Quit 7");
+        WriteBytes(folder.Path() / L"empty.vbs", "WScript.Quit 7");
         EXPECT_EQ(
             RunProgram(SystemProgram(L"cscript.exe"), {L"//nologo", folder.Path() / L"empty.vbs"}).exitCode,
             7U);
@@ -159,7 +159,7 @@ protected:
     /// What a registration for the machine or the user consists of.
     static void ExpectRegistered(HKEY root, const fs::path& component) {
         for (const PublicClass& each : PublicClasses()) {
-            SCOPED_TRACE(Utf8(each.name));
+            SCOPED_TRACE(Utf8FromText(each.name));
             const std::wstring path = L"CLSID\\"s + each.clsid;
             const std::wstring programId = L"Kandora."s + each.name;
             EXPECT_EQ(Registered(root, path + L"\\InprocServer32"), component.wstring());
@@ -275,7 +275,7 @@ protected:
         return exported(install, commandLine);
     }
     template <class Function>
-    static cost::ModuleHook Diverted(const char* library, const char* name, Function* replacement) {
+    static test::ModuleHook Diverted(const char* library, const char* name, Function* replacement) {
         return {Component::Built().Module(), library, name, reinterpret_cast<void*>(replacement)};
     }
 
@@ -329,7 +329,7 @@ protected:
     }
     void ExpectOtherRegistered() {
         for (const PublicClass& each : PublicClasses()) {
-            SCOPED_TRACE(Utf8(each.name));
+            SCOPED_TRACE(Utf8FromText(each.name));
             EXPECT_EQ(Registered(HKEY_LOCAL_MACHINE, L"CLSID\\"s + each.clsid + L"\\InprocServer32", nullptr,
                                  otherView),
                       component_.wstring());

@@ -1,4 +1,4 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -30,8 +30,8 @@ protected:
     std::vector<IDispatch*> Faces() { return {own_.Get(), host_.Get()}; }
 
     Apartment apartment_;
-    Ptr<_ELOProvider> own_;
-    Ptr<DMSProvider> host_;
+    ComPtr<_ELOProvider> own_;
+    ComPtr<DMSProvider> host_;
 };
 
 TEST_F(RequestsByName, AreFoundOnBothInterfaces) {
@@ -44,17 +44,7 @@ TEST_F(RequestsByName, AreFoundOnBothInterfaces) {
 }
 
 TEST_F(RequestsByName, BelongToTheInterfaceThatDescribesThem) {
-    UINT count = 0;
-    EXPECT_EQ(host_->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(host_->GetTypeInfoCount(nullptr), E_POINTER);
-    Ptr<ITypeInfo> info;
-    ASSERT_EQ(host_->GetTypeInfo(0, LOCALE_USER_DEFAULT, info.Receive()), S_OK);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(TextOf(attributes->guid), TextOf(IID_DMSProvider));
-    info->ReleaseTypeAttr(attributes);
-    EXPECT_EQ(host_->GetTypeInfo(1, LOCALE_USER_DEFAULT, info.Receive()), DISP_E_BADINDEX);
+    ExpectDescribed(host_.Get(), TextOf(IID_DMSProvider));
     // The property is the provider's own.
     auto* name = const_cast<LPOLESTR>(L"bRunning");
     DISPID id = 0;
@@ -66,8 +56,8 @@ TEST_F(RequestsByName, SucceedWithTheirArguments) {
         for (const wchar_t* request : {L"ShowDocument", L"PrintDocument", L"SaveDocument", L"DeleteDocument",
                                        L"SetDocumentStatus", L"DocumentChanged"}) {
             const Called called = Call(face, request, Voucher());
-            EXPECT_EQ(called.outcome, S_OK) << Utf8(request);
-            EXPECT_EQ(called.result.Type(), VT_EMPTY) << Utf8(request);
+            EXPECT_EQ(called.outcome, S_OK) << Utf8FromText(request);
+            EXPECT_EQ(called.result.Type(), VT_EMPTY) << Utf8FromText(request);
         }
         EXPECT_EQ(Call(face, L"StartProvider", List(Value())).outcome, S_OK);
         EXPECT_EQ(Call(face, L"SavePendingDocument", List(Value(), Value::Text(L"1"), Value())).outcome,

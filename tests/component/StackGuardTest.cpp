@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <set>
 
-#include "../support/StartedProgram.h"
-#include "StackGuardTest.h"
+#include "tests/component/ToldStackGuard.h"
+#include "tests/support/StartedProgram.h"
 
 extern "C" std::uintptr_t __stack_chk_guard;  // NOLINT(bugprone-reserved-identifier): the compiler's name
 
-namespace kandora {
+namespace kandora::component_tests {
 
 int ToldStackGuard() {
     const auto guard = static_cast<std::uint64_t>(__stack_chk_guard);
@@ -68,4 +68,4 @@ TEST(StackGuard, CannotBeCarriedByAText) {
 }
 
 }  // namespace
-}  // namespace kandora
+}  // namespace kandora::component_tests

@@ -1,14 +1,20 @@
-#include "Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <regex>
 
+#include "tools/check/TypeDescriptions.h"
+
 // The type libraries. The table below pins what outside programs were compiled against: names, identifiers,
 // the order of the slots, member numbers and types. A change here breaks them.
 namespace kandora::component_tests {
 namespace {
+
+using check::FunctionDescription;
+using check::LibraryAttributes;
+using check::TypeAttributes;
 
 constexpr const wchar_t* hostsInterfaces = LR"(
 interface DMSProvider {CC5421A5-6F61-4DA2-BC42-D0C3E160672A}
@@ -27,7 +33,26 @@ interface DMSProvider {CC5421A5-6F61-4DA2-BC42-D0C3E160672A}
   13 DocumentChanged(BSTR sDocID, VARIANT vtMetaData)
 )";
 
-constexpr const wchar_t* componentsInterfaces = LR"(
+/// What a debtors' and a creditors' voucher have alike.
+constexpr const wchar_t* partnerMembers = LR"(  1 text Rechnungsdatum
+  2 text Kurzbezeichnung
+  3 text Barcode
+  4 text BelegNr
+  5 text BelegIndex
+  6 text BelegStatus
+  7 text SesamDocID
+  8 text Valutadatum
+  9 text Betrag
+  10 text OPNr
+  11 text PKNr
+  12 text AdressNr
+  13 text Kundenname
+  14 text Kundenort
+)";
+
+/// All but the host's.
+std::wstring ComponentsInterfaces() {
+    return LR"(
 interface _ELOProvider {C61A0F87-AADD-4B38-9A38-1ECB7341001B}
   1 get bRunning() BOOL
   1 put bRunning(BOOL newValue)
@@ -90,60 +115,36 @@ interface _cBeleg {D35F0BF9-7DB1-4142-B1A7-C4FE7CC03C7F}
   8 text Betrag
 
 interface _cDebiBeleg {5000F3E7-DFA6-44F2-BEA8-DDC06A71BCD7}
-  1 text Rechnungsdatum
-  2 text Kurzbezeichnung
-  3 text Barcode
-  4 text BelegNr
-  5 text BelegIndex
-  6 text BelegStatus
-  7 text SesamDocID
-  8 text Valutadatum
-  9 text Betrag
-  10 text OPNr
-  11 text PKNr
-  12 text AdressNr
-  13 text Kundenname
-  14 text Kundenort
-
+)" + std::wstring(partnerMembers) +
+           LR"(
 interface _cKrediBeleg {5BF7AE62-EB89-4584-85DC-616A4C5BCCE9}
-  1 text Rechnungsdatum
-  2 text Kurzbezeichnung
-  3 text Barcode
-  4 text BelegNr
-  5 text BelegIndex
-  6 text BelegStatus
-  7 text SesamDocID
-  8 text Valutadatum
-  9 text Betrag
-  10 text OPNr
-  11 text PKNr
-  12 text AdressNr
-  13 text Kundenname
-  14 text Kundenort
-
+)" + std::wstring(partnerMembers) +
+           LR"(
 interface _cAuswertung {16D83923-165E-4F07-9FBD-BEE0CC836CB7}
   1 text Kurzbezeichnung
   2 text Listenbeschreibung
   3 text DatumVon
   4 text DatumBis
 )";
+}
 
 constexpr std::wstring_view componentLibrary = L"{30FCF751-6858-4A17-9CD0-B9022EFD4E11}";
 constexpr std::wstring_view hostLibrary = L"{07DCC125-329B-4325-B2C4-E4AC26DC100E}";
 
 constexpr int slotsOfIDispatch = 7;
 
-Ptr<ITypeLib> Load(const fs::path& file) {
-    Ptr<ITypeLib> library;
-    EXPECT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK) << Utf8(file.wstring());
+ComPtr<ITypeLib> Load(const fs::path& file) {
+    ComPtr<ITypeLib> library;
+    EXPECT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK)
+        << Utf8FromText(file.wstring());
     return library;
 }
 
-Ptr<ITypeLib> ComponentsLibrary() {
+ComPtr<ITypeLib> ComponentsLibrary() {
     return Load(ComponentFile());
 }
 
-Ptr<ITypeLib> HostsLibrary() {
+ComPtr<ITypeLib> HostsLibrary() {
     return Load(BinFolder() / L"DmsSolution.tlb");
 }
 
@@ -152,20 +153,6 @@ std::wstring NameOf(ITypeInfo* info) {
     info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
     return name.Text();
 }
-
-/// A type's attributes for as long as this lives.
-class Attributes {
-public:
-    explicit Attributes(ITypeInfo* info) : info_(info) { info->GetTypeAttr(&attributes_); }
-    ~Attributes() { info_->ReleaseTypeAttr(attributes_); }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
-    const TYPEATTR* operator->() const { return attributes_; }
-
-private:
-    ITypeInfo* info_;
-    TYPEATTR* attributes_ = nullptr;
-};
 
 std::wstring TypeName(const TYPEDESC& type, ITypeInfo* info) {
     switch (type.vt) {
@@ -182,7 +169,7 @@ std::wstring TypeName(const TYPEDESC& type, ITypeInfo* info) {
     case VT_DISPATCH:
         return L"DISPATCH";
     case VT_USERDEFINED: {
-        Ptr<ITypeInfo> other;
+        ComPtr<ITypeInfo> other;
         return SUCCEEDED(info->GetRefTypeInfo(type.hreftype, other.Receive())) ? NameOf(other.Get()) : L"?";
     }
     case VT_PTR: {
@@ -220,37 +207,37 @@ std::wstring DescribeSlot(ITypeInfo* info, const FUNCDESC& function) {
         if ((flags & PARAMFLAG_FRETVAL) != 0) {
             EXPECT_NE(flags & PARAMFLAG_FOUT, 0);
             EXPECT_EQ(at + 1, static_cast<std::size_t>(function.cParams));
-            EXPECT_EQ(type.back(), L'&') << Utf8(text);
+            EXPECT_EQ(type.back(), L'&') << Utf8FromText(text);
             type.pop_back();
             result = L" " + type;
             continue;
         }
-        EXPECT_EQ(flags, type.back() == L'&' ? PARAMFLAG_FIN | PARAMFLAG_FOUT : PARAMFLAG_FIN) << Utf8(text);
+        EXPECT_EQ(flags, type.back() == L'&' ? PARAMFLAG_FIN | PARAMFLAG_FOUT : PARAMFLAG_FIN)
+            << Utf8FromText(text);
         text += (at == 0 ? L"" : L", ") + type + L" " + names[at + 1];
     }
-    EXPECT_EQ(function.elemdescFunc.tdesc.vt, VT_HRESULT) << Utf8(text);
-    EXPECT_EQ(function.callconv, CC_STDCALL) << Utf8(text);
+    EXPECT_EQ(function.elemdescFunc.tdesc.vt, VT_HRESULT) << Utf8FromText(text);
+    EXPECT_EQ(function.callconv, CC_STDCALL) << Utf8FromText(text);
     return text + L")" + result;
 }
 
 /// The interface as its vtable is laid out. Getter and setter of a text, one after the other, make one line.
 std::wstring DescribeInterface(ITypeInfo* dispatch) {
     HREFTYPE reference = 0;
-    Ptr<ITypeInfo> vtable;
+    ComPtr<ITypeInfo> vtable;
     EXPECT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
     EXPECT_EQ(dispatch->GetRefTypeInfo(reference, vtable.Receive()), S_OK);
-    const Attributes attributes(vtable.Get());
+    const TypeAttributes attributes(vtable.Get());
     EXPECT_EQ(attributes->cbSizeVft, (attributes->cFuncs + slotsOfIDispatch) * sizeof(void*));
     EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FDUAL, 0);
     EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION, 0);
     std::wstring text = L"\ninterface " + NameOf(vtable.Get()) + L" " + TextOf(attributes->guid) + L"\n";
     std::wstring before;
     for (UINT at = 0; at < attributes->cFuncs; ++at) {
-        FUNCDESC* function = nullptr;
-        EXPECT_EQ(vtable->GetFuncDesc(at, &function), S_OK);
+        const FunctionDescription function(vtable.Get(), at);
         const std::wstring slot = DescribeSlot(vtable.Get(), *function);
-        EXPECT_EQ(function->oVft, static_cast<SHORT>((slotsOfIDispatch + at) * sizeof(void*))) << Utf8(slot);
-        vtable->ReleaseFuncDesc(function);
+        EXPECT_EQ(function->oVft, static_cast<SHORT>((slotsOfIDispatch + at) * sizeof(void*)))
+            << Utf8FromText(slot);
         std::wsmatch setter;
         if (std::regex_match(slot, setter, std::wregex(L"(\\d+) put (\\w+)\\(BSTR newValue\\)")) &&
             before == setter.str(1) + L" get " + setter.str(2) + L"() BSTR") {
@@ -268,9 +255,9 @@ std::wstring DescribeInterface(ITypeInfo* dispatch) {
 std::wstring DescribeInterfaces(ITypeLib* library) {
     std::wstring text;
     for (UINT at = 0; at < library->GetTypeInfoCount(); ++at) {
-        Ptr<ITypeInfo> info;
+        ComPtr<ITypeInfo> info;
         EXPECT_EQ(library->GetTypeInfo(at, info.Receive()), S_OK);
-        if (Attributes(info.Get())->typekind == TKIND_DISPATCH) {
+        if (TypeAttributes(info.Get())->typekind == TKIND_DISPATCH) {
             text += DescribeInterface(info.Get());
         }
     }
@@ -288,18 +275,15 @@ struct LibraryIdentity {
 LibraryIdentity IdentityOf(ITypeLib* library) {
     Bstr name;
     library->GetDocumentation(-1, name.Receive(), nullptr, nullptr, nullptr);
-    TLIBATTR* attributes = nullptr;
-    library->GetLibAttr(&attributes);
-    LibraryIdentity identity{name.Text(), TextOf(attributes->guid), attributes->wMajorVerNum,
-                             attributes->wMinorVerNum, attributes->syskind};
-    library->ReleaseTLibAttr(attributes);
-    return identity;
+    const LibraryAttributes attributes(library);
+    return {name.Text(), TextOf(attributes->guid), attributes->wMajorVerNum, attributes->wMinorVerNum,
+            attributes->syskind};
 }
 
 constexpr SYSKIND ownSystem = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
 
 TEST(TypeLibraries, TheComponentCarriesItsOwnAsResourceOne) {
-    const Ptr<ITypeLib> library = ComponentsLibrary();
+    const ComPtr<ITypeLib> library = ComponentsLibrary();
     ASSERT_TRUE(library);
     const LibraryIdentity identity = IdentityOf(library.Get());
     EXPECT_EQ(identity.name, L"Kandora");
@@ -311,7 +295,7 @@ TEST(TypeLibraries, TheComponentCarriesItsOwnAsResourceOne) {
 }
 
 TEST(TypeLibraries, TheHostsInterfaceHasOneOfItsOwn) {
-    const Ptr<ITypeLib> library = HostsLibrary();
+    const ComPtr<ITypeLib> library = HostsLibrary();
     ASSERT_TRUE(library);
     const LibraryIdentity identity = IdentityOf(library.Get());
     EXPECT_EQ(identity.name, L"DmsSolution");
@@ -320,38 +304,35 @@ TEST(TypeLibraries, TheHostsInterfaceHasOneOfItsOwn) {
     EXPECT_EQ(identity.minor, 0);
     EXPECT_EQ(identity.system, ownSystem);
     // The component brings the same one along.
-    const Ptr<ITypeLib> carried = Load(ComponentFile().wstring() + L"\\2");
+    const ComPtr<ITypeLib> carried = Load(ComponentFile().wstring() + L"\\2");
     ASSERT_TRUE(carried);
     EXPECT_EQ(IdentityOf(carried.Get()).guid, hostLibrary);
     EXPECT_EQ(DescribeInterfaces(carried.Get()), DescribeInterfaces(library.Get()));
 }
 
 TEST(TypeLibraries, InterfacesStayAsTheyAre) {
-    EXPECT_EQ(Utf8(DescribeInterfaces(HostsLibrary().Get())), Utf8(hostsInterfaces));
+    EXPECT_EQ(Utf8FromText(DescribeInterfaces(HostsLibrary().Get())), Utf8FromText(hostsInterfaces));
     // The interface compiler repeats the host's interface in the library of the class that implements it.
-    EXPECT_EQ(Utf8(DescribeInterfaces(ComponentsLibrary().Get())),
-              Utf8(componentsInterfaces) + Utf8(hostsInterfaces));
+    EXPECT_EQ(Utf8FromText(DescribeInterfaces(ComponentsLibrary().Get())),
+              Utf8FromText(ComponentsInterfaces()) + Utf8FromText(hostsInterfaces));
 }
 
 TEST(TypeLibraries, EveryMemberIsExplained) {
-    for (const Ptr<ITypeLib>& library : {HostsLibrary(), ComponentsLibrary()}) {
+    for (const ComPtr<ITypeLib>& library : {HostsLibrary(), ComponentsLibrary()}) {
         for (UINT at = 0; at < library->GetTypeInfoCount(); ++at) {
-            Ptr<ITypeInfo> info;
+            ComPtr<ITypeInfo> info;
             ASSERT_EQ(library->GetTypeInfo(at, info.Receive()), S_OK);
             Bstr help;
             info->GetDocumentation(MEMBERID_NIL, nullptr, help.Receive(), nullptr, nullptr);
-            EXPECT_NE(help.Text(), L"") << Utf8(NameOf(info.Get()));
-            const Attributes attributes(info.Get());
+            EXPECT_NE(help.Text(), L"") << Utf8FromText(NameOf(info.Get()));
+            const TypeAttributes attributes(info.Get());
             // A dual interface lists IDispatch's members too; those have no member number of ours.
             for (UINT slot = 0; slot < attributes->cFuncs; ++slot) {
-                FUNCDESC* function = nullptr;
-                ASSERT_EQ(info->GetFuncDesc(slot, &function), S_OK);
-                const MEMBERID member = function->memid;
-                info->ReleaseFuncDesc(function);
+                const MEMBERID member = FunctionDescription(info.Get(), slot)->memid;
                 Bstr name;
                 info->GetDocumentation(member, name.Receive(), help.Receive(), nullptr, nullptr);
                 if (member > 0 && member < 100) {
-                    EXPECT_NE(help.Text(), L"") << Utf8(NameOf(info.Get()) + L"." + name.Text());
+                    EXPECT_NE(help.Text(), L"") << Utf8FromText(NameOf(info.Get()) + L"." + name.Text());
                 }
             }
         }
@@ -361,10 +342,10 @@ TEST(TypeLibraries, EveryMemberIsExplained) {
 /// Interfaces of a class in their order, a star behind the default one.
 std::vector<std::wstring> ImplementedBy(ITypeInfo* coclass) {
     std::vector<std::wstring> names;
-    const UINT count = Attributes(coclass)->cImplTypes;
+    const UINT count = TypeAttributes(coclass)->cImplTypes;
     for (UINT at = 0; at < count; ++at) {
         HREFTYPE reference = 0;
-        Ptr<ITypeInfo> implemented;
+        ComPtr<ITypeInfo> implemented;
         int flags = 0;
         EXPECT_EQ(coclass->GetRefTypeOfImplType(at, &reference), S_OK);
         EXPECT_EQ(coclass->GetRefTypeInfo(reference, implemented.Receive()), S_OK);
@@ -376,22 +357,22 @@ std::vector<std::wstring> ImplementedBy(ITypeInfo* coclass) {
 }
 
 TEST(TypeLibraries, TheComponentsOwnDeclaresNineCreatableClasses) {
-    const Ptr<ITypeLib> library = ComponentsLibrary();
+    const ComPtr<ITypeLib> library = ComponentsLibrary();
     std::map<std::wstring, std::wstring> identifiers;
     for (UINT at = 0; at < library->GetTypeInfoCount(); ++at) {
-        Ptr<ITypeInfo> info;
+        ComPtr<ITypeInfo> info;
         ASSERT_EQ(library->GetTypeInfo(at, info.Receive()), S_OK);
-        const Attributes attributes(info.Get());
+        const TypeAttributes attributes(info.Get());
         if (attributes->typekind != TKIND_COCLASS) {
             continue;
         }
         const std::wstring name = NameOf(info.Get());
         identifiers[name] = TextOf(attributes->guid);
-        EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FCANCREATE, 0) << Utf8(name);
+        EXPECT_NE(attributes->wTypeFlags & TYPEFLAG_FCANCREATE, 0) << Utf8FromText(name);
         const std::vector<std::wstring> expected =
             name == L"ELOProvider" ? std::vector<std::wstring>{L"_ELOProvider*", L"DMSProvider"}
                                    : std::vector<std::wstring>{L"_" + name + L"*"};
-        EXPECT_EQ(ImplementedBy(info.Get()), expected) << Utf8(name);
+        EXPECT_EQ(ImplementedBy(info.Get()), expected) << Utf8FromText(name);
     }
     std::map<std::wstring, std::wstring> expected;
     for (const PublicClass& each : PublicClasses()) {

@@ -5,10 +5,10 @@
 
 #include <ostream>
 
-#include "Workbench.h"
-#include "tests/component/Support.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/cost/Workbench.h"
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 // NOLINTNEXTLINE(misc-use-internal-linkage): the test framework looks for it beside Cost
 std::ostream& operator<<(std::ostream& stream, const Cost& cost) {
@@ -26,7 +26,7 @@ protected:
     }
     void TearDown() override {
         for (const std::wstring& box : Workbench::Boxes()) {
-            ADD_FAILURE() << "a box: " << component_tests::Utf8(box);
+            ADD_FAILURE() << "a box: " << Utf8FromText(box);
         }
     }
 
@@ -46,14 +46,14 @@ protected:
         return Workbench::CostOf(request);
     }
 
-    component_tests::TemporaryFolder folder_;
+    test::TemporaryFolder folder_;
     component_tests::Bstr docId_{L"20261120093000"};
     MetaData voucher_{L"1001", L"1", L"4711"};
     MetaData withoutBarcode_{L"1001", L"1", L""};
     // What the session's end calls must live until the thread has left COM.
     Workbench bench;
-    component_tests::Apartment apartment_;
-    std::shared_ptr<DMSProvider> provider;
+    Apartment apartment_;
+    ComPtr<DMSProvider> provider;
 };
 
 TEST_F(CostTest, InitProvider) {
@@ -161,7 +161,7 @@ TEST_F(CostTest, TracedRequests) {
 
 }  // namespace
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

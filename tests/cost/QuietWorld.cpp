@@ -1,6 +1,6 @@
-#include "QuietWorld.h"
+#include "tests/cost/QuietWorld.h"
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 namespace {
 
@@ -148,4 +148,4 @@ QuietWorld::QuietWorld() {
     address.Answers(L"Ort", L"Zürich");
 }
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests

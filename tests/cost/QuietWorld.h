@@ -14,7 +14,7 @@
 
 #include "interfaces/ComObject.h"
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 /// An automation object that answers quickly and keeps no record; it only counts. Its owner keeps
 /// one reference, so that nobody else deletes it.
@@ -81,4 +81,4 @@ private:
 /// A number among arguments, by value or by reference.
 std::int32_t NumberIn(const VARIANT& argument);
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests

@@ -1,10 +1,10 @@
-#include "Workbench.h"
+#include "tests/cost/Workbench.h"
 
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 namespace {
 
@@ -180,7 +180,7 @@ Workbench::Workbench(const std::filesystem::path& component, const std::filesyst
         throw std::runtime_error("the component cannot be loaded");
     }
     const auto divert = [this](const char* library, const char* function, void* replacement) {
-        hooks_.push_back(std::make_unique<ModuleHook>(module_, library, function, replacement));
+        hooks_.push_back(std::make_unique<test::ModuleHook>(module_, library, function, replacement));
     };
     isQuiet = surroundings == Surroundings::Quiet;
     if (isQuiet) {
@@ -215,23 +215,20 @@ void Workbench::Watch(Watcher watcher) {
     currentWatcher = std::move(watcher);
 }
 
-std::shared_ptr<DMSProvider> Workbench::NewProvider() const {
+ComPtr<DMSProvider> Workbench::NewProvider() const {
     using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
     const auto getClassObject = reinterpret_cast<GetClassObject>(
         reinterpret_cast<void*>(GetProcAddress(module_, "DllGetClassObject")));
-    IClassFactory* factory = nullptr;
-    DMSProvider* provider = nullptr;
+    ComPtr<IClassFactory> factory;
+    ComPtr<DMSProvider> provider;
     if (getClassObject == nullptr ||
-        FAILED(getClassObject(CLSID_ELOProvider, IID_IClassFactory, reinterpret_cast<void**>(&factory)))) {
+        FAILED(getClassObject(CLSID_ELOProvider, IID_IClassFactory, factory.ReceiveVoid()))) {
         throw std::runtime_error("the component has no class object");
     }
-    const HRESULT made =
-        factory->CreateInstance(nullptr, IID_DMSProvider, reinterpret_cast<void**>(&provider));
-    factory->Release();
-    if (FAILED(made)) {
+    if (FAILED(factory->CreateInstance(nullptr, IID_DMSProvider, provider.ReceiveVoid()))) {
         throw std::runtime_error("the plug-in object cannot be made");
     }
-    return {provider, [](DMSProvider* object) { object->Release(); }};
+    return provider;
 }
 
 Cost Workbench::CostOf(const std::function<void()>& work) {
@@ -260,4 +257,4 @@ MetaData::MetaData(const wchar_t* number, const wchar_t* index, const wchar_t* b
     value_.parray = array;
 }
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests

@@ -8,10 +8,12 @@
 
 #include "DmsSolution.h"
 #include "Kandora.h"
-#include "ModuleHook.h"
-#include "QuietWorld.h"
+#include "interfaces/ComPtr.h"
+#include "tests/cost/QuietWorld.h"
+#include "tests/support/ModuleHook.h"
+#include "tests/support/Unique.h"
 
-namespace kandora::cost {
+namespace kandora::cost_tests {
 
 /// What a piece of work made the component do.
 struct Cost {
@@ -43,22 +45,20 @@ enum class Surroundings { Quiet, Registered };
 
 /// The built component, loaded into this process, with an INI file in a folder of its own. Its calls into the
 /// system are counted when archive and host are quiet. One at a time.
-class Workbench {
+class Workbench : test::Unique {
 public:
     /// `component` is the file to load; it finds its INI file and writes its log in `folder`. Throws
     /// std::exception.
     Workbench(const std::filesystem::path& component, const std::filesystem::path& folder,
               Surroundings surroundings = Surroundings::Quiet);
     ~Workbench();
-    Workbench(const Workbench&) = delete;
-    Workbench& operator=(const Workbench&) = delete;
 
     /// Writes the INI file anew; takes effect with the next InitProvider.
     void SetTracing(bool isTraced) const;
     /// The same with another number for the vouchers' mask.
     void SetVoucherMask(int mask) const;
     /// A new plug-in object.
-    [[nodiscard]] std::shared_ptr<DMSProvider> NewProvider() const;
+    [[nodiscard]] ComPtr<DMSProvider> NewProvider() const;
     /// Sees every object that the component gets from now on before the component does, and may put another
     /// one in its place, which it then owns.
     using Watcher = std::function<IDispatch*(REFCLSID clsid, IDispatch* made)>;
@@ -73,17 +73,15 @@ public:
 private:
     std::filesystem::path folder_;
     HMODULE module_ = nullptr;
-    std::vector<std::unique_ptr<ModuleHook>> hooks_;
+    std::vector<std::unique_ptr<test::ModuleHook>> hooks_;
 };
 
 /// The host's metadata: a zero-based array of values, element 2 the voucher's number, 3 its index, 4 the
 /// barcode. Owns it.
-class MetaData {
+class MetaData : test::Unique {
 public:
     MetaData(const wchar_t* number, const wchar_t* index, const wchar_t* barcode);
     ~MetaData() { VariantClear(&value_); }
-    MetaData(const MetaData&) = delete;
-    MetaData& operator=(const MetaData&) = delete;
 
     [[nodiscard]] const VARIANT& Value() const noexcept { return value_; }
 
@@ -91,4 +89,4 @@ private:
     VARIANT value_{};
 };
 
-}  // namespace kandora::cost
+}  // namespace kandora::cost_tests

@@ -1,14 +1,12 @@
 #!/usr/bin/env python3
-"""Runs test modules of this folder inside a Windows session that run.sh has made."""
+"""Runs test modules of this folder inside a Windows session that run_in_session.sh has made."""
 import argparse
 import pathlib
 import sys
 import unittest
 
-import workstation
-
-sys.path.insert(0, str(workstation.ROOT / "tests" / "support"))
 import cases
+import workstation
 
 
 def main():

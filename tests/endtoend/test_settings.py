@@ -56,20 +56,19 @@ class Settings(unittest.TestCase):
         finally:
             self.workstation.register_archive()
 
-    def test_the_password_is_wrong(self):
-        self.configure("Login", "ELOPW", "falsch")
+    def assert_login_refused(self, section, key, value, answer):
+        self.configure(section, key, value)
         self.assert_boxes(SAVING, [error_box(
-            5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", *LOGGING_IN)], [])
+            5, f"Unbekannter Loginname, Passwort oder Archiv: Login={answer}", *LOGGING_IN)], [])
+
+    def test_the_password_is_wrong(self):
+        self.assert_login_refused("Login", "ELOPW", "falsch", -2)
 
     def test_the_user_is_unknown(self):
-        self.configure("Login", "ELOUSERNAME", "Niemand")
-        self.assert_boxes(SAVING, [error_box(
-            5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2", *LOGGING_IN)], [])
+        self.assert_login_refused("Login", "ELOUSERNAME", "Niemand", -2)
 
     def test_the_archive_is_unknown(self):
-        self.configure("Archiv", "Archivname", "Anderes")
-        self.assert_boxes(SAVING, [error_box(
-            5, "Unbekannter Loginname, Passwort oder Archiv: Login=-3", *LOGGING_IN)], [])
+        self.assert_login_refused("Archiv", "Archivname", "Anderes", -3)
 
     def test_a_name_is_missing(self):
         self.configure("Login", "ELOKUERZEL", "")

@@ -11,14 +11,13 @@ import re
 import shutil
 import signal
 import subprocess
-import sys
 import time
 import urllib.parse
 
+from judge import FAULT
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build"
-sys.path.insert(0, str(ROOT / "scripts"))
-from judge import FAULT
 
 # Set by run.py.
 options = None
@@ -82,6 +81,22 @@ def run_to_end(command, **streams):
             kill(started_hosts())
             raise AssertionError(f"does not end: {command}\n{told}") from expired
         return subprocess.CompletedProcess(command, process.returncode, output)
+
+
+@contextlib.contextmanager
+def running(command, output, stdin=subprocess.DEVNULL):
+    """A program while the block runs; what it says goes to a file."""
+    # No pipe: an archive that is started on the way inherits its other end and keeps it open.
+    with output.open("wb") as file:
+        process = subprocess.Popen(command, stdin=stdin, stdout=file, stderr=subprocess.STDOUT)
+    try:
+        yield process
+    finally:
+        if process.poll() is None:
+            process.kill()
+        process.wait()
+        if process.stdin is not None:
+            process.stdin.close()
 
 
 def windows(program, *arguments, expected=0):
@@ -252,8 +267,10 @@ class Workstation:
         (self.install / "Kandora.ini").write_bytes("".join(line + "\r\n" for line in lines).encode("cp1252"))
 
     def register_archive(self, *arguments):
-        """From now on COM starts the archive with these arguments."""
-        windows("ArchiveSimulator.exe", "--register", "--hidden", "--store", windows_path(self.store), *arguments)
+        """From now on COM starts the archive with these arguments. It stays until it is ended: one that is just about to
+        end of itself would be lost to a client that has found it already."""
+        windows("ArchiveSimulator.exe", "--register", "--hidden", "--linger", 3600, "--store", windows_path(self.store),
+                *arguments)
 
     def script(self, rules, name="Probe.json"):
         """A rehearsal script for the archive, as arguments."""
@@ -277,60 +294,39 @@ class Workstation:
             return finish()
 
     @contextlib.contextmanager
+    def _accounting(self, arguments, **streams):
+        """The accounting while the block runs: its process, and what waits for its end and answers the report."""
+        report, output = self.folder / "Bericht.json", self.folder / "Ausgabe.txt"
+        report.unlink(missing_ok=True)
+        with running(self._host_command(arguments), output, **streams) as process:
+            def finish():
+                process.wait(LIMIT)
+                told = output.read_text("utf-8", "replace")
+                if process.returncode != 0:
+                    raise AssertionError(f"the accounting ended with {process.returncode}:\n{told}")
+                without_fault(told)
+                return Report(report.read_text(encoding="utf-8"))
+
+            yield process, finish
+
+    @contextlib.contextmanager
     def host_running(self, requests=None, arguments=()):
         """The same while the block runs; calling what it is given waits for the end and answers the report."""
-        report = self.folder / "Bericht.json"
-        report.unlink(missing_ok=True)
         given = ("--year",) if requests is None else self._request_arguments(requests)
-        output = self.folder / "Ausgabe.txt"
-        # No pipe: an archive that is started on the way inherits its other end and keeps it open.
-        with output.open("wb") as file:
-            process = subprocess.Popen(self._host_command([*given, *arguments]), stdin=subprocess.DEVNULL,
-                                       stdout=file, stderr=subprocess.STDOUT)
-
-        def finish():
-            process.wait(LIMIT)
-            if process.returncode != 0:
-                raise AssertionError(f"the accounting ended with {process.returncode}:\n{output.read_text('utf-8')}")
-            without_fault(output.read_text("utf-8", "replace"))
-            return Report(report.read_text(encoding="utf-8"))
-
-        try:
+        with self._accounting([*given, *arguments]) as (_, finish):
             yield finish
-        finally:
-            if process.poll() is None:
-                process.kill()
-            process.wait()
 
     @contextlib.contextmanager
     def menu(self):
         """The accounting at its menu, already started, while the block runs. Calling what is given makes a choice, with
         what it asks for; "0" ends it and answers the report."""
-        report = self.folder / "Bericht.json"
-        report.unlink(missing_ok=True)
-        output = self.folder / "Ausgabe.txt"
-        with output.open("wb") as file:
-            process = subprocess.Popen(self._host_command(["--menu"]), stdin=subprocess.PIPE, stdout=file,
-                                       stderr=subprocess.STDOUT)
+        with self._accounting(["--menu"], stdin=subprocess.PIPE) as (process, finish):
+            def choose(*lines):
+                process.stdin.write("".join(line + "\n" for line in lines).encode("utf-8"))
+                process.stdin.flush()
+                return finish() if lines[0] == "0" else None
 
-        def choose(*lines):
-            process.stdin.write("".join(line + "\n" for line in lines).encode("utf-8"))
-            process.stdin.flush()
-            if lines[0] != "0":
-                return None
-            process.wait(LIMIT)
-            if process.returncode != 0:
-                raise AssertionError(f"the accounting ended with {process.returncode}:\n{output.read_text('utf-8')}")
-            without_fault(output.read_text("utf-8", "replace"))
-            return Report(report.read_text(encoding="utf-8"))
-
-        try:
             yield choose
-        finally:
-            if process.poll() is None:
-                process.kill()
-            process.wait()
-            process.stdin.close()
 
     def wait_for_menu(self, times):
         """Until the accounting has shown its menu so many times: what was chosen before is carried out then."""

@@ -12,7 +12,9 @@
 
 #include "interfaces/ComObject.h"
 #include "tests/faults/Sweep.h"
+#include "tests/support/PassingMallocSpy.h"
 #include "tests/support/Rendering.h"
+#include "tests/support/Unique.h"
 
 namespace {
 
@@ -48,24 +50,10 @@ void* Allocated(std::size_t size) {
 
 /// The same for automation's own memory: texts and arrays. The program has to be started with the
 /// environment variable OANOCACHE set, or texts come out of a cache.
-class TextMemory final : public kandora::LentComObject<IMallocSpy> {
+class TextMemory final : public kandora::test::PassingMallocSpy {
 public:
     /// No memory is made for no bytes.
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return Fails() ? 0 : size; }
-    void* STDMETHODCALLTYPE PostAlloc(void* memory) override { return memory; }
-    void* STDMETHODCALLTYPE PreFree(void* memory, BOOL) override { return memory; }
-    void STDMETHODCALLTYPE PostFree(BOOL) override {}
-    SIZE_T STDMETHODCALLTYPE PreRealloc(void* memory, SIZE_T size, void** request, BOOL) override {
-        *request = memory;
-        return size;
-    }
-    void* STDMETHODCALLTYPE PostRealloc(void* memory, BOOL) override { return memory; }
-    void* STDMETHODCALLTYPE PreGetSize(void* memory, BOOL) override { return memory; }
-    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) override { return size; }
-    void* STDMETHODCALLTYPE PreDidAlloc(void* memory, BOOL) override { return memory; }
-    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int actual) override { return actual; }
-    void STDMETHODCALLTYPE PreHeapMinimize() override {}
-    void STDMETHODCALLTYPE PostHeapMinimize() override {}
 };
 
 TextMemory textMemory;
@@ -105,14 +93,12 @@ public:
 const testing::Environment* const summary = testing::AddGlobalTestEnvironment(new Summary);
 
 /// For as long as it lives, allocations are counted, and those from the first to the last number fail.
-class Shortage {
+class Shortage : Unique {
 public:
     Shortage(const Conductor& conductor, std::size_t first, std::size_t last) {
         scarcity = {&conductor, 0, first, last};
     }
     ~Shortage() { scarcity.conductor = nullptr; }
-    Shortage(const Shortage&) = delete;
-    Shortage& operator=(const Shortage&) = delete;
 };
 
 /// The request with a shortage; false when an exception reached the host.
@@ -217,7 +203,8 @@ private:
             complaints.emplace_back("an exception reached the host when the request was repeated");
         }
         if (ErrorBoxes(stage) != 0) {
-            complaints.push_back("the repeated request fails: " + Utf8(stage.conductor.boxes.front().prompt));
+            complaints.push_back("the repeated request fails: " +
+                                 Spelled(stage.conductor.boxes.front().prompt));
         }
         if (!SameContent(stage.archive.entries, stage.After(before))) {
             complaints.push_back("after the repetition the archive holds\n" + Told(stage.archive.entries));

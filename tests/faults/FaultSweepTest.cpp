@@ -20,14 +20,6 @@ public:
 
 const testing::Environment* const summary = testing::AddGlobalTestEnvironment(new Summary);
 
-std::string Joined(const Complaints& complaints) {
-    std::string text;
-    for (const std::string& complaint : complaints) {
-        text += complaint + "\n";
-    }
-    return text;
-}
-
 class FaultSweep : public testing::TestWithParam<Variation> {};
 
 INSTANTIATE_TEST_SUITE_P(Requests, FaultSweep, testing::ValuesIn(Variations()),

@@ -7,6 +7,7 @@
 
 #include "automation/Variant.h"
 #include "tests/support/Seam.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::test {
 
@@ -93,12 +94,10 @@ public:
 
     /// For as long as it lives, calls are counted for themselves: what answers at once in the middle of a
     /// request must not shift that one's numbers.
-    class Aside {
+    class Aside : test::Unique {
     public:
         explicit Aside(Conductor& conductor) : conductor_(conductor) { conductor_.isAside_ = true; }
         ~Aside() { conductor_.isAside_ = false; }
-        Aside(const Aside&) = delete;
-        Aside& operator=(const Aside&) = delete;
 
     private:
         Conductor& conductor_;

@@ -1,5 +1,7 @@
 #include "tests/faults/HostModel.h"
 
+#include "tests/protocol/World.h"
+
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -56,7 +58,7 @@ Fake HostModel::NewPart(const char* name, const wchar_t* key, Text Booking::* nu
 Fake HostModel::NewObject() {
     Fake object("host");
     object->GoesThrough(seam_);
-    const auto open = std::make_shared<bool>(false);
+    const auto open = OpensAndCloses(object, client);
     const auto whenOpen = [open](auto answer) {
         return [open, answer](Call& call) -> Variant {
             if (!*open) {
@@ -65,16 +67,6 @@ Fake HostModel::NewObject() {
             return answer(call);
         };
     };
-    object->Answers(L"letztermandant", [this](Call&) { return Variant(client); });
-    object->Answers(L"istoffen", [open](Call&) { return Variant(*open); });
-    object->Answers(L"Login", [open](Call&) {
-        *open = true;
-        return Variant(std::int32_t{0});
-    });
-    object->Answers(L"Logout", [open](Call&) {
-        *open = false;
-        return Variant(std::int32_t{0});
-    });
     object->Answers(L"IniLesen", whenOpen([this](Call& call) {
                         const auto found = options.find(call.LongAt(1));
                         return Variant(found == options.end() ? Text() : found->second);

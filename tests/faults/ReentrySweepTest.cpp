@@ -53,7 +53,8 @@ bool AsksAtOnce(const std::string& request) {
 }
 
 Request Other(const std::string& name) {
-    return RequestFor(name, other::docId, other::number, other::index, other::barcode);
+    return RequestFor(name, otherVoucher.docId, otherVoucher.number, otherVoucher.index,
+                      otherVoucher.barcode);
 }
 
 std::vector<Box> ErrorBoxes(const Stage& stage) {
@@ -104,14 +105,7 @@ public:
                                      Ways().front(), Duration::Once);
             }
             stage.conductor.Meanwhile(call, [&] { Enter(stage, entering, faulty, complaints); });
-            stage.conductor.Begin();
-            Variant result;
-            try {
-                result = stage.Ask(RequestOf(variation_));
-            } catch (...) {
-                complaints.emplace_back("an exception reached the host");
-            }
-            stage.conductor.End();
+            const Variant result = Sent(stage, variation_, complaints);
             for (const Box& box : stage.conductor.boxes) {
                 story += "\n    box " + Quoted(box.prompt);
             }
@@ -139,7 +133,7 @@ public:
             complaints.insert(
                 complaints.begin(),
                 variation_.name + ", call " + std::to_string(call) + " " + calls_[call - 1].side + "." +
-                    Utf8(calls_[call - 1].operation) + ", entered:" + names +
+                    Spelled(calls_[call - 1].operation) + ", entered:" + names +
                     (faulty == Faulty::None         ? ""
                      : faulty == Faulty::InProgress ? ", fault in progress"
                      : faulty == Faulty::Asking     ? ", fault at its call " + std::to_string(distance)
@@ -203,7 +197,7 @@ private:
                 complaints.emplace_back("the error of the request in progress is not shown");
             }
             for (const Box& box : errors) {
-                const std::string prompt = Utf8(box.prompt);
+                const std::string prompt = Spelled(box.prompt);
                 if (verdict.number && !prompt.starts_with("[" + std::to_string(*verdict.number) + "] ")) {
                     complaints.push_back("the error should have the number " +
                                          std::to_string(*verdict.number));
@@ -259,8 +253,8 @@ private:
                 continue;
             }
             for (const auto& [position, value] : entry.fields) {
-                ownId = value == own::docId ? id : ownId;
-                otherId = value == other::docId ? id : otherId;
+                ownId = value == ownVoucher.docId ? id : ownId;
+                otherId = value == otherVoucher.docId ? id : otherId;
             }
         }
         if (ownId != 0 && otherId != 0 && otherId < ownId) {
@@ -301,14 +295,6 @@ private:
     std::vector<Site> sites_;
 };
 
-std::string All(const Complaints& complaints) {
-    std::string text;
-    for (const std::string& complaint : complaints) {
-        text += complaint + "\n";
-    }
-    return text;
-}
-
 class Reentry : public testing::TestWithParam<Variation> {};
 
 INSTANTIATE_TEST_SUITE_P(Requests, Reentry, testing::ValuesIn(Variations()),
@@ -336,7 +322,7 @@ TEST_P(Reentry, WhatEntersTakesItsTurn) {
         run(call, everythingThatEnters[call % 7], Faulty::Entered, 1 + (5 * call) % 67);
         run(call, everythingThatEnters[7 + call % 3], Faulty::Asking, 1 + (7 * call) % 41);
     }
-    EXPECT_TRUE(all.empty()) << All(all);
+    EXPECT_TRUE(all.empty()) << Joined(all);
 }
 
 /// A component that deals in its own way with what enters.
@@ -380,7 +366,7 @@ std::string FoundAbout(const Mistaken::Treatment& treatment, const Entering& ent
     sweep.Rehearse();
     const Complaints found = sweep.Run(sweep.Calls() - 8, entering, faulty);
     Counts() = before;  // only cases about the component are told
-    return All(found);
+    return Joined(found);
 }
 
 void ExpectFound(const std::string& found, const std::string& complaint) {

@@ -48,7 +48,7 @@ private:
                                                                                  : "ELODMS.AddDokument";
     }
     [[nodiscard]] std::string EntryFrame() const {
-        const std::string kind(Utf8(variation_.kind.name));
+        const std::string kind(Spelled(variation_.kind.name));
         if (variation_.request == "PrintDocument") {
             return "ELODMS.SaveAuswertung";
         }
@@ -65,7 +65,7 @@ private:
         if (variation_.request == "PrintDocument") {
             return "ELODMS.lAuswertungsDokumente";
         }
-        return std::string("ELODMS.l") + Utf8(variation_.kind.name) + "Dokumente";
+        return std::string("ELODMS.l") + Spelled(variation_.kind.name) + "Dokumente";
     }
     [[nodiscard]] std::string OutermostFrame() const { return "Kandora." + variation_.request; }
 
@@ -163,6 +163,13 @@ private:
         }
     }
 
+    /// A step whose answer is checked: the number of the error that a bad one becomes, and the frame.
+    static void Check(Site& site, Step step, std::int32_t number, const char* frame) {
+        site.step = step;
+        site.detail = number;
+        site.frame = frame;
+    }
+
     void Archive(const SeenCall& call, Site& site) {
         const auto is = [&](const wchar_t* member) { return call.operation == member; };
         site.phase = phase_;
@@ -176,13 +183,9 @@ private:
         } else if (is(L"EloWindow") && call.TextAt(0) == L"MINIMIZE") {
             site.frame = "ELODMS.AnmeldenAnElo";
         } else if (is(L"SelectView")) {
-            site.step = Step::SelectView;
-            site.detail = 5001;
-            site.frame = "ELODMS.CheckLogin";
+            Check(site, Step::SelectView, 5001, "ELODMS.CheckLogin");
         } else if (is(L"ReadObjMask")) {
-            site.step = Step::ReadMask;
-            site.detail = 5002;
-            site.frame = "ELODMS.CheckMaskeVorhanden";
+            Check(site, Step::ReadMask, 5002, "ELODMS.CheckMaskeVorhanden");
         } else if (is(L"LookupDelimiter") || is(L"LookupIndex") || is(L"CreateStructure")) {
             Folder(call, site);
         } else if (is(L"PrepareObjectEx") && call.LongAt(1) != documentEntry) {
@@ -246,13 +249,9 @@ private:
         } else if (is(L"GetEntryId")) {
             site.step = call.answered ? Step::FiledId : Step::Statement;
         } else if (is(L"GotoId")) {
-            site.step = Step::Exactly1;
-            site.detail = 5;
-            site.frame = "ELODMS.ShowDokument";
+            Check(site, Step::Exactly1, 5, "ELODMS.ShowDokument");
         } else if (is(L"DeleteObj")) {
-            site.step = Step::Exactly1;
-            site.detail = 5;
-            site.frame = "ELODMS.LoescheDokument";
+            Check(site, Step::Exactly1, 5, "ELODMS.LoescheDokument");
             site.afterFiling = true;
             phase_ = Phase::Idle;
         } else if (is(L"UpdateObject")) {

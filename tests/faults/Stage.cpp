@@ -4,7 +4,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 #include "tests/support/Rendering.h"
 
 namespace kandora::test {
@@ -91,7 +91,7 @@ std::vector<Variation> AllVariations() {
         all.push_back(std::move(variation));
     };
     for (const KindRow& kind : {voucherKind, debtorKind, creditorKind}) {
-        const std::string suffix = "Of" + Utf8(kind.name);
+        const std::string suffix = "Of" + Spelled(kind.name);
         add("Save" + suffix, "SaveDocument", [&](Variation& v) { v.kind = kind; });
         add("Change" + suffix, "DocumentChanged", [&](Variation& v) {
             v.kind = kind;
@@ -189,8 +189,8 @@ Request RequestFor(const std::string& name, const wchar_t* docId, const wchar_t*
 }
 
 Request RequestOf(const Variation& variation) {
-    return RequestFor(variation.request, own::docId, own::number, own::index,
-                      variation.barcode ? own::barcode : L"");
+    return RequestFor(variation.request, ownVoucher.docId, ownVoucher.number, ownVoucher.index,
+                      variation.barcode ? ownVoucher.barcode : L"");
 }
 
 Variant Player::Carry(const Request& request) {
@@ -279,8 +279,8 @@ void Stage::SetUpHost() {
                     {110, folders.strPfadAuswertungen},
                     {111, folders.strPfadDebi},
                     {112, folders.strPfadKredi}};
-    host.bookings[{own::number, own::index}] = BookingOf(variation.kind, own::number);
-    host.bookings[{other::number, other::index}] = BookingOf(variation.kind, other::number);
+    host.bookings[{ownVoucher.number, ownVoucher.index}] = BookingOf(variation.kind, ownVoucher.number);
+    host.bookings[{otherVoucher.number, otherVoucher.index}] = BookingOf(variation.kind, otherVoucher.number);
 }
 
 void Stage::SetUpArchive() {
@@ -296,7 +296,8 @@ void Stage::SetUpArchive() {
     archive.AddEntry(
         {reportMask, L"alt", {{std::int16_t{21}, L"alt"}}, L"/Sesam/Muster/Auswertungen", L"alt"});
     if (variation.filedBefore) {
-        Entry entry = NewEntry(variation.kind, own::docId, own::number, own::index, L"BC-alt");
+        Entry entry =
+            NewEntry(variation.kind, ownVoucher.docId, ownVoucher.number, ownVoucher.index, L"BC-alt");
         entry.shortName = L"alt";
         entry.fields[At(variation.kind, 5)] = L"alt";
         archive.AddEntry(entry);
@@ -313,8 +314,8 @@ bool Stage::IsOwn(const Entry& entry) {
         return entry.shortName == report.txtKurzbezeichnung;
     }
     return std::ranges::any_of(entry.fields, [](const auto& position) {
-        return position.second == own::number || position.second == other::number ||
-               position.second == own::docId || position.second == other::docId;
+        return position.second == ownVoucher.number || position.second == otherVoucher.number ||
+               position.second == ownVoucher.docId || position.second == otherVoucher.docId;
     });
 }
 

@@ -14,6 +14,7 @@
 #include "tests/support/Conversation.h"
 #include "tests/support/FakePlatform.h"
 #include "tests/support/FakeUserInterface.h"
+#include "tests/support/Unique.h"
 #include "tests/support/VirtualPatience.h"
 
 namespace kandora::test {
@@ -64,33 +65,27 @@ struct Request {
     Variant metadata;
 };
 
+struct SentVoucher {
+    const wchar_t* docId;
+    const wchar_t* number;
+    const wchar_t* index;
+    const wchar_t* barcode;
+};
 /// The voucher that all variations are about.
-namespace own {
-inline constexpr const wchar_t* docId = L"20261115011258";
-inline constexpr const wchar_t* number = L"17";
-inline constexpr const wchar_t* index = L"2";
-inline constexpr const wchar_t* barcode = L"BC-17";
-}  // namespace own
+inline constexpr SentVoucher ownVoucher{L"20261115011258", L"17", L"2", L"BC-17"};
 /// A second one, for requests that enter during another one. It has no document before.
-namespace other {
-inline constexpr const wchar_t* docId = L"20261115011300";
-inline constexpr const wchar_t* number = L"18";
-inline constexpr const wchar_t* index = L"1";
-inline constexpr const wchar_t* barcode = L"BC-18";
-}  // namespace other
+inline constexpr SentVoucher otherVoucher{L"20261115011300", L"18", L"1", L"BC-18"};
 
 Request RequestOf(const Variation& variation);
 Request RequestFor(const std::string& name, const wchar_t* docId, const wchar_t* number, const wchar_t* index,
                    const wchar_t* barcode);
 
 /// The component on the stage; the harness's own tests put a broken one there.
-class Player {
+class Player : Unique {
 public:
     Player(Platform& platform, UserInterface& userInterface)
         : globals(platform, userInterface), provider(std::make_shared<ELOProvider>(globals)) {}
     virtual ~Player() = default;
-    Player(const Player&) = delete;
-    Player& operator=(const Player&) = delete;
 
     /// The request's result; empty when it has none.
     virtual Variant Carry(const Request& request);

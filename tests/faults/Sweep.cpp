@@ -119,7 +119,7 @@ private:
             Complain("more than one error box");
         }
         if (const auto box = std::ranges::find_if(boxes, isAboutFault); box != boxes.end()) {
-            CheckErrorBox(Utf8(box->prompt));
+            CheckErrorBox(Spelled(box->prompt));
         }
         std::vector<Text> hostBoxes;
         for (const Box& box : boxes) {
@@ -139,9 +139,9 @@ private:
             Complain("the error box should tell number " + std::to_string(*verdict_.number));
         }
         if (verdict_.number && verdict_.description &&
-            !prompt.starts_with("[" + std::to_string(*verdict_.number) + "] " + Utf8(*verdict_.description) +
-                                " | ")) {
-            Complain("the error box should tell: " + Utf8(*verdict_.description));
+            !prompt.starts_with("[" + std::to_string(*verdict_.number) + "] " +
+                                Spelled(*verdict_.description) + " | ")) {
+            Complain("the error box should tell: " + Spelled(*verdict_.description));
         }
         const std::vector<std::string> frames = FramesIn(prompt);
         if (!verdict_.frame.empty() && (frames.empty() || frames.front() != verdict_.frame)) {
@@ -214,6 +214,26 @@ private:
 
 }  // namespace
 
+std::string Joined(const Complaints& complaints) {
+    std::string text;
+    for (const std::string& complaint : complaints) {
+        text += complaint + "\n";
+    }
+    return text;
+}
+
+Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints, const char* when) {
+    Variant result;
+    stage.conductor.Begin();
+    try {
+        result = stage.Ask(RequestOf(variation));
+    } catch (...) {
+        complaints.push_back(std::string("an exception reached the host") + when);
+    }
+    stage.conductor.End();
+    return result;
+}
+
 Tally& Counts() {
     static Tally tally;
     return tally;
@@ -259,7 +279,7 @@ void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Co
         if (box.caption != L"Kandora") {
             complaints.emplace_back("the error box has the caption " + Quoted(box.caption));
         }
-        const std::vector<std::string> frames = FramesIn(Utf8(box.prompt));
+        const std::vector<std::string> frames = FramesIn(Spelled(box.prompt));
         if (frames.empty() ||
             !(IsWithoutError(box) ? frames.back() == "Kandora.StartProvider" : isOutermost(frames.back()))) {
             complaints.emplace_back("the call stack does not end in the request");
@@ -329,14 +349,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
             stage.conductor.Plan(call, way, duration);
         }
         stage.archive.filed = 0;
-        stage.conductor.Begin();
-        Variant result;
-        try {
-            result = stage.Ask(RequestOf(variation_));
-        } catch (...) {
-            complaints.emplace_back("an exception reached the host");
-        }
-        stage.conductor.End();
+        Variant result = Sent(stage, variation_, complaints);
         if (stage.conductor.Failed() == 0) {
             complaints.emplace_back("the fault was not made");
         }
@@ -344,7 +357,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         story = ToldBoxes(stage.conductor.boxes);
         if (check.IsHalfDone()) {
             ++Counts()
-                  .halfDone[variation_.request + ", fault in " + Utf8(site.call->operation) + ": " +
+                  .halfDone[variation_.request + ", fault in " + Spelled(site.call->operation) + ": " +
                             (check.Failed()                               ? "done, and reported as failed"
                              : SameContent(before, stage.archive.entries) ? "not done, and not noticed"
                                                                           : "done anew, and not noticed")];
@@ -355,13 +368,7 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
         const bool isAstray = verdict.outcome == Outcome::SetUpAstray;
         const Entries left = stage.archive.entries;
         stage.conductor.Plan(0, way, Duration::Once);
-        stage.conductor.Begin();
-        try {
-            result = stage.Ask(RequestOf(variation_));
-        } catch (...) {
-            complaints.emplace_back("an exception reached the host when the request was repeated");
-        }
-        stage.conductor.End();
+        result = Sent(stage, variation_, complaints, " when the request was repeated");
         const std::size_t errors = CountStyle(stage.conductor.boxes, errorBoxStyle);
         if (isKnown && !isAstray && errors != WithoutFault(variation_).errors) {
             complaints.emplace_back("the repeated request fails");
@@ -389,8 +396,8 @@ Complaints Sweep::Run(std::size_t call, const Way& way, Duration duration) {
     if (!complaints.empty()) {
         const std::string duringWhat[] = {"once", "from then on", "and no box can be shown"};
         complaints.insert(complaints.begin(), variation_.name + ", call " + std::to_string(call) + " " +
-                                                  site.call->side + "." + Utf8(site.call->operation) + ", " +
-                                                  way.name + ", " +
+                                                  site.call->side + "." + Spelled(site.call->operation) +
+                                                  ", " + way.name + ", " +
                                                   duringWhat[static_cast<std::size_t>(duration)] + story);
     }
     return complaints;

@@ -12,6 +12,8 @@ namespace kandora::test {
 
 /// What is wrong; empty when all is well.
 using Complaints = std::vector<std::string>;
+/// One line each.
+std::string Joined(const Complaints& complaints);
 
 /// How many cases have run in this program, and what became of them where the prescribed sequences leave
 /// something half-done.
@@ -50,6 +52,9 @@ private:
 /// left of an error.
 void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Complaints& complaints);
 void CheckNothingIsLeft(Stage& stage, Complaints& complaints);
+/// Sends the request, in which no exception may reach the host; `when` goes behind the complaint.
+[[nodiscard]] Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints,
+                           const char* when = "");
 /// What the request answers when it succeeds.
 Variant RightResult(const Variation& variation);
 /// Same entries; those that came later may have other ids.

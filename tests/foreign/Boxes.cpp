@@ -1,4 +1,4 @@
-#include "Boxes.h"
+#include "tests/foreign/Boxes.h"
 
 #include <array>
 #include <chrono>
@@ -8,8 +8,6 @@
 
 namespace kandora::foreign_tests {
 
-using test::boxText;
-using test::okButton;
 using test::reportDescription;
 using test::reportTitle;
 using test::TextOf;
@@ -48,25 +46,17 @@ void Boxes::LookAt(HWND window) {
 
 /// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.
 void Boxes::Look(HWND window) {
-    std::array<wchar_t, 64> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    const bool isBox = std::wstring(name.data()) == L"#32770";
-    if (IsWindowVisible(window) == FALSE || !(isBox || std::wstring(name.data()) == L"KandoraForm")) {
+    const auto question = test::QuestionIn(window, reportTitle);
+    if (!question) {
         return;
-    }
-    const HWND button =
-        isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
-    const HWND prompt = GetDlgItem(window, isBox ? boxText : reportTitle);
-    if (button == nullptr || prompt == nullptr) {
-        return;  // it is still coming up
     }
     if (!open_.contains(window)) {
         const std::wstring caption = TextOf(window);
-        const std::wstring text = isBox ? TextOf(prompt) : L"(Formular)";
+        const std::wstring text = question->isBox ? TextOf(question->prompt) : L"(Formular)";
         if (caption.empty() || text.empty()) {
             return;
         }
-        if (!isBox) {
+        if (!question->isBox) {
             Type(window, reportTitle, L"Bilanz");
             Type(window, reportDescription, L"Größe per Ende Jahr");
         }
@@ -74,7 +64,7 @@ void Boxes::Look(HWND window) {
         answered_.push_back(L"[" + caption + L"] " + text);
     }
     open_[window] = true;
-    PostMessageW(button, BM_CLICK, 0, 0);
+    PostMessageW(question->button, BM_CLICK, 0, 0);
 }
 
 }  // namespace kandora::foreign_tests

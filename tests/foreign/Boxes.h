@@ -9,16 +9,16 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/Unique.h"
+
 namespace kandora::foreign_tests {
 
 /// The user of this process: reads each message box, whichever thread shows it, and confirms it; fills in and
 /// confirms the description of a report.
-class Boxes {
+class Boxes : test::Unique {
 public:
     Boxes();
     ~Boxes();
-    Boxes(const Boxes&) = delete;
-    Boxes& operator=(const Boxes&) = delete;
 
     /// "[caption] text" of what was answered since the last time, in its order.
     [[nodiscard]] std::vector<std::wstring> Take();

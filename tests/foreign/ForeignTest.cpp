@@ -1,18 +1,19 @@
-#include "ForeignTest.h"
+#include "tests/foreign/PlayCourse.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 
-#include "Surroundings.h"
+#include "tests/foreign/ForeignSurroundings.h"
 
 // The component in a process that others have changed: it does there what it does anywhere.
 namespace kandora::foreign_tests {
 namespace {
 
 using component_tests::Ended;
-using component_tests::TemporaryFolder;
+using test::BytesOf;
+using test::TemporaryFolder;
 
 /// Plays the course in a process of its own.
 std::string Told(const char* surroundings) {
@@ -20,10 +21,10 @@ std::string Told(const char* surroundings) {
     GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
     const TemporaryFolder folder;
     const fs::path file = folder.Path() / L"told.txt";
-    const Ended ended = component_tests::RunProgram(
-        self.data(), {playCourse, component_tests::Wide(surroundings), file.wstring()});
+    const Ended ended =
+        component_tests::RunProgram(self.data(), {playCourse, TextFromUtf8(surroundings), file.wstring()});
     EXPECT_EQ(ended.exitCode, 0U) << ended.output;
-    return fs::exists(file) ? component_tests::ReadBytes(file) : "nothing";
+    return fs::exists(file) ? BytesOf(file) : "nothing";
 }
 
 const std::string& ToldWithoutDisturbance() {

@@ -13,10 +13,8 @@ namespace {
 using simulators::Arguments;
 using simulators::AutomationError;
 using simulators::Call;
-using simulators::ComPtr;
 using simulators::DispatchObject;
 using simulators::HresultError;
-using simulators::MakeObject;
 using simulators::MemberTable;
 using simulators::MemberTableOf;
 using simulators::Value;
@@ -589,12 +587,12 @@ Text Archive::PathOf(std::int32_t folder) const {
     return found == folders.end() ? Text() : found->first;
 }
 
-simulators::ComPtr<IDispatch> NewSession(Archive& archive) {
-    return simulators::ComPtr<IDispatch>(MakeObject<ArchiveObject>(archive).Get());
+ComPtr<IDispatch> NewSession(Archive& archive) {
+    return ComPtr<IDispatch>(MakeObject<ArchiveObject>(archive).Get());
 }
 
-simulators::ComPtr<IDispatch> NewClient(Accounting& accounting) {
-    return simulators::ComPtr<IDispatch>(MakeObject<ClientObject>(accounting).Get());
+ComPtr<IDispatch> NewClient(Accounting& accounting) {
+    return ComPtr<IDispatch>(MakeObject<ClientObject>(accounting).Get());
 }
 
 std::vector<IniKey> SuitableSettings() {

@@ -11,9 +11,10 @@
 #include <vector>
 
 #include "automation/Platform.h"
-#include "simulators/common/dispatch_object.h"
-#include "tests/model/Faults.h"
+#include "interfaces/ComPtr.h"
+#include "simulators/common/DispatchObject.h"
 #include "tests/model/Ledger.h"
+#include "tests/model/ModelFaults.h"
 #include "tests/support/FakeProfile.h"
 #include "ui/UserInterface.h"
 
@@ -82,8 +83,8 @@ struct Accounting {
 };
 
 /// "ELO.professional" and "FibuNT.Mandant"; the programs outlive their objects.
-simulators::ComPtr<IDispatch> NewSession(Archive& archive);
-simulators::ComPtr<IDispatch> NewClient(Accounting& accounting);
+ComPtr<IDispatch> NewSession(Archive& archive);
+ComPtr<IDispatch> NewClient(Accounting& accounting);
 
 /// A key of the component's INI file; together they suit the archive.
 struct IniKey {

@@ -1,18 +1,20 @@
 #include "tests/model/Runner.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <sstream>
 
 #include "provider/ELOProvider.h"
 #include "provider/MGlobals.h"
 #include "tests/support/Rendering.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::model_tests {
 
 namespace {
 
-using test::Utf8;
+using test::Spelled;
 
 constexpr std::size_t mostBoxes = 6;
 
@@ -24,7 +26,7 @@ Variant MetadataOf(const Booking& booking) {
 }
 
 /// A workstation: the component in its surroundings, and the model beside it.
-class Workstation {
+class Workstation : test::Unique {
 public:
     explicit Workstation(const Subject& subject) : model_(ledger_, subject.mistake) {
         archive_.defect = subject.defect;
@@ -45,8 +47,6 @@ public:
         state_.folders = Folders();
     }
     ~Workstation() { EndComponent(); }
-    Workstation(const Workstation&) = delete;
-    Workstation& operator=(const Workstation&) = delete;
 
     std::optional<std::string> Play(const Steps& steps, Totals& totals) {
         std::optional<std::string> difference = Do({Event::Restart, 0, {}}, totals);
@@ -93,7 +93,7 @@ private:
         }
         totals.entriesCompared += archive_.entries.size();
         if (globals_->goErrHandler().lOriginalNumber() != 0) {
-            return "the error is still recorded: " + Utf8(globals_->goErrHandler().sToString());
+            return "the error is still recorded: " + Spelled(globals_->goErrHandler().sToString());
         }
         return isDisturbed ? JudgeDisturbed(step, outcome, archive_.logins != logins, totals)
                            : JudgeClean(step, outcome);
@@ -110,7 +110,7 @@ private:
             return "ready: " + std::to_string(static_cast<int>(globals_->state.gbIniOK));
         }
         if (step.event == Event::Ask && step.which == 0 && answer_.empty() == CanAnswer(outcome)) {
-            return "document id \"" + Utf8(answer_) + "\"";
+            return "document id \"" + Spelled(answer_) + "\"";
         }
         return std::nullopt;
     }
@@ -166,7 +166,7 @@ private:
         for (auto& [client, options] : accounting_.options) {
             for (auto& [option, value] : options) {
                 if (value != state_.options[client][option] && value != after.options[client][option]) {
-                    return "option " + std::to_string(option) + " is " + Utf8(value);
+                    return "option " + std::to_string(option) + " is " + Spelled(value);
                 }
             }
         }
@@ -292,6 +292,16 @@ private:
         const Booking booking = BookingOf(ledger_, step.which);
         const Variant metadata = MetadataOf(booking);
         answer_.clear();
+        static const std::map<Event, void (ELOProvider::*)(const Text&, const Variant&)> ofDocuments{
+            {Event::Save, &ELOProvider::SaveDocument},
+            {Event::Change, &ELOProvider::DocumentChanged},
+            {Event::Delete, &ELOProvider::DeleteDocument},
+            {Event::Show, &ELOProvider::ShowDocument},
+        };
+        if (const auto found = ofDocuments.find(step.event); found != ofDocuments.end()) {
+            (provider_.get()->*found->second)(booking.docId, metadata);
+            return;
+        }
         switch (step.event) {
         case Event::Restart:
             EndComponent();
@@ -301,18 +311,6 @@ private:
         case Event::Init:
             machine_.TurnTracing(step.which % 2 == 1);
             provider_->InitProvider(Variant());
-            break;
-        case Event::Save:
-            provider_->SaveDocument(booking.docId, metadata);
-            break;
-        case Event::Change:
-            provider_->DocumentChanged(booking.docId, metadata);
-            break;
-        case Event::Delete:
-            provider_->DeleteDocument(booking.docId, metadata);
-            break;
-        case Event::Show:
-            provider_->ShowDocument(booking.docId, metadata);
             break;
         case Event::Print:
             provider_->PrintDocument(Text(), Variant());
@@ -397,22 +395,22 @@ private:
 
     static std::optional<std::string> Differs(const Entry& entry, const ExpectedEntry& expected) {
         if (entry.mask != expected.mask || entry.folder != expected.folder) {
-            return "mask " + std::to_string(entry.mask) + " in " + Utf8(entry.folder) + " instead of " +
-                   std::to_string(expected.mask) + " in " + Utf8(expected.folder);
+            return "mask " + std::to_string(entry.mask) + " in " + Spelled(entry.folder) + " instead of " +
+                   std::to_string(expected.mask) + " in " + Spelled(expected.folder);
         }
         if (entry.document != (entry.mask == reports ? printedFile : placeholderFile)) {
-            return "document " + Utf8(entry.document);
+            return "document " + Spelled(entry.document);
         }
         if (!expected.title.contains(entry.title)) {
-            return "title " + Utf8(entry.title);
+            return "title " + Spelled(entry.title);
         }
         std::int16_t line = FirstLine(entry.mask);
         for (const Text& field : Model::FieldsOf(entry.mask)) {
             const auto found = entry.fields.find(line++);
             const Text value = found == entry.fields.end() ? Text() : found->second;
             if (!expected.fields.at(field).contains(value)) {
-                return Utf8(field) + " is \"" + Utf8(value) + "\" instead of \"" +
-                       Utf8(*expected.fields.at(field).begin()) + "\"";
+                return Spelled(field) + " is \"" + Spelled(value) + "\" instead of \"" +
+                       Spelled(*expected.fields.at(field).begin()) + "\"";
             }
         }
         return std::nullopt;
@@ -440,7 +438,7 @@ private:
     [[nodiscard]] std::string Boxes() const {
         std::string text;
         for (const Text& box : user_.boxes) {
-            text += " [box: " + Utf8(box) + "]";
+            text += " [box: " + Spelled(box) + "]";
         }
         return text;
     }

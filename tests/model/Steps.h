@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/model/Faults.h"
+#include "tests/model/ModelFaults.h"
 
 namespace kandora::model_tests {
 

@@ -1,6 +1,6 @@
-#include "Course.h"
+#include "tests/outside/Course.h"
 
-#include "../component/Support.h"
+#include "tests/component/ComponentSupport.h"
 
 #include "DmsSolution.h"
 #include "Kandora.h"
@@ -26,7 +26,7 @@ struct Site {
     /// Calls the method of the interface with what the caller hands over.
     template <class Interface, class... Parameters, class... Given>
     HRESULT Call(HRESULT (STDMETHODCALLTYPE Interface::*method)(Parameters...), Given... given) const {
-        Ptr<Interface> typed;
+        ComPtr<Interface> typed;
         const HRESULT found = object->QueryInterface(__uuidof(Interface), typed.ReceiveVoid());
         return FAILED(found) ? found : (typed.Get()->*method)(given...);
     }
@@ -209,14 +209,14 @@ public:
 
     void Make(const std::wstring& name) {
         CLSID clsid{};
-        Ptr<IDispatch> object;
+        ComPtr<IDispatch> object;
         HRESULT made = CLSIDFromProgID((L"Kandora." + name).c_str(), &clsid);
         if (SUCCEEDED(made)) {
             made =
                 CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, object.ReceiveVoid());
         }
         if (FAILED(made)) {
-            throw std::runtime_error("cannot make " + Utf8(name));
+            throw std::runtime_error("cannot make " + Utf8FromText(name));
         }
         objects_[name] = std::move(object);
         Say(L"new " + name);
@@ -266,7 +266,7 @@ private:
         }
         const HRESULT outcome = Slots().at(member)({object, arguments, result});
         if (FAILED(outcome)) {
-            Ptr<IErrorInfo> info;
+            ComPtr<IErrorInfo> info;
             Bstr description;
             Bstr source;
             if (GetErrorInfo(0, info.Receive()) == S_OK) {
@@ -328,7 +328,7 @@ private:
     }
 
     std::wstring way_;
-    std::map<std::wstring, Ptr<IDispatch>> objects_;
+    std::map<std::wstring, ComPtr<IDispatch>> objects_;
 };
 
 Value T(std::wstring_view text) {
@@ -502,7 +502,7 @@ std::string Escaped(const std::wstring& text) {
                 {L'<', hex[code >> 12 & 15], hex[code >> 8 & 15], hex[code >> 4 & 15], hex[code & 15], L'>'};
         }
     }
-    return Utf8(escaped);
+    return Utf8FromText(escaped);
 }
 
 int PlayCourse(const std::wstring& way, const std::wstring& document) {

@@ -1,5 +1,6 @@
-#include "Course.h"
-#include "Workplace.h"
+#include "tests/outside/Course.h"
+#include "tests/outside/Workplace.h"
+#include "tools/check/TypeDescriptions.h"
 
 #include <gtest/gtest.h>
 
@@ -232,13 +233,13 @@ void ExpectFiled(const Workplace& place) {
     EXPECT_EQ(mailing["ordner"], "Wiederanschlusskontrolle/Unverknüpfte Dokumente") << "it was moved back";
     EXPECT_EQ(mailing["maske"], 2);
     EXPECT_TRUE(mailing["felder"].empty());
-    EXPECT_EQ(ReadBytes(place.File(L"Archiv") / L"Ordner" / L"Wiederanschlusskontrolle" /
-                        L"Unverknüpfte Dokumente" / L"23.pdf"),
-              ReadBytes(place.File(L"Beleg.pdf")));
+    EXPECT_EQ(BytesOf(place.File(L"Archiv") / L"Ordner" / L"Wiederanschlusskontrolle" /
+                      L"Unverknüpfte Dokumente" / L"23.pdf"),
+              BytesOf(place.File(L"Beleg.pdf")));
 
     const nlohmann::json options = place.Client()["optionen"]["600"];
     EXPECT_EQ(options["100"], "true");
-    EXPECT_EQ(options["105"], Utf8(place.File(L"Platzhalter.pdf").wstring()));
+    EXPECT_EQ(options["105"], Utf8FromText(place.File(L"Platzhalter.pdf").wstring()));
     EXPECT_EQ(options["109"], "/Buchhaltung/Muster AG/Buchungen");
     EXPECT_EQ(options["110"], "/Buchhaltung/Muster AG/Auswertungen");
     EXPECT_EQ(options["111"], "/Buchhaltung/Muster AG/Debi");
@@ -287,7 +288,7 @@ std::vector<std::string> PlayedByScript(const Workplace& place, const wchar_t* s
                    {L"//nologo", place.File(script).wstring(), place.File(L"Beleg.pdf").wstring(),
                     protocol.wstring(), L"/Wiederanschlusskontrolle/Unverknüpfte Dokumente", L"¶"});
     EXPECT_EQ(ended.exitCode, 0U) << ended.output;
-    const std::string bytes = ReadBytes(protocol);
+    const std::string bytes = BytesOf(protocol);
     if (!bytes.starts_with("\xFF\xFE")) {
         ADD_FAILURE() << "the protocol has no byte order mark";
         return {};
@@ -353,30 +354,23 @@ TEST_F(Course, InJScript) {
 
 /// All members of the interfaces that a library declares, as "Class.Member".
 void CollectMembers(const fs::path& file, std::set<std::string>& members) {
-    Ptr<ITypeLib> library;
+    ComPtr<ITypeLib> library;
     ASSERT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK);
     for (UINT at = 0; at < library->GetTypeInfoCount(); ++at) {
-        Ptr<ITypeInfo> info;
+        ComPtr<ITypeInfo> info;
         ASSERT_EQ(library->GetTypeInfo(at, info.Receive()), S_OK);
-        TYPEATTR* attributes = nullptr;
-        ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-        const TYPEKIND kind = attributes->typekind;
-        const UINT count = attributes->cFuncs;
-        info->ReleaseTypeAttr(attributes);
-        if (kind != TKIND_DISPATCH) {
+        const check::TypeAttributes attributes(info.Get());
+        if (attributes->typekind != TKIND_DISPATCH) {
             continue;
         }
         Bstr name;
         info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
         const std::wstring owner = name.Text() == L"DMSProvider" ? L"ELOProvider" : name.Text().substr(1);
-        for (UINT slot = 0; slot < count; ++slot) {
-            FUNCDESC* function = nullptr;
-            ASSERT_EQ(info->GetFuncDesc(slot, &function), S_OK);
-            const MEMBERID member = function->memid;
-            info->ReleaseFuncDesc(function);
+        for (UINT slot = 0; slot < attributes->cFuncs; ++slot) {
+            const MEMBERID member = check::FunctionDescription(info.Get(), slot)->memid;
             if (member > 0 && member < 100) {  // the others are IDispatch's own
                 info->GetDocumentation(member, name.Receive(), nullptr, nullptr, nullptr);
-                members.insert(Utf8(owner + L"." + name.Text()));
+                members.insert(Utf8FromText(owner + L"." + name.Text()));
             }
         }
     }

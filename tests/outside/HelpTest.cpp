@@ -1,10 +1,11 @@
-#include "Workplace.h"
+#include "tests/outside/Workplace.h"
 
 #include <gtest/gtest.h>
 
 #include <regex>
 
 #include "Kandora.h"
+#include "tools/check/TypeDescriptions.h"
 
 // What an outside caller reads in an object browser.
 namespace kandora::outside_tests {
@@ -32,29 +33,23 @@ std::vector<std::wstring> ArgumentsOf(ITypeInfo* info, const FUNCDESC& function)
 /// Returns the number of members.
 int ExpectExplained(ITypeInfo* info) {
     int members = 0;
-    TYPEATTR* attributes = nullptr;
-    EXPECT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    const UINT count = attributes->cFuncs;
-    const TYPEKIND kind = attributes->typekind;
-    info->ReleaseTypeAttr(attributes);
-    for (UINT slot = 0; kind == TKIND_DISPATCH && slot < count; ++slot) {
-        FUNCDESC* function = nullptr;
-        EXPECT_EQ(info->GetFuncDesc(slot, &function), S_OK);
+    const check::TypeAttributes attributes(info);
+    for (UINT slot = 0; attributes->typekind == TKIND_DISPATCH && slot < attributes->cFuncs; ++slot) {
+        const check::FunctionDescription function(info, slot);
         if (function->memid > 0 && function->memid < 100) {  // the others are IDispatch's own
             ++members;
             Bstr name;
             Bstr help;
             info->GetDocumentation(function->memid, name.Receive(), help.Receive(), nullptr, nullptr);
-            SCOPED_TRACE(Utf8(name.Text() + L": " + help.Text()));
+            SCOPED_TRACE(Utf8FromText(name.Text() + L": " + help.Text()));
             for (const std::wstring& argument : ArgumentsOf(info, *function)) {
                 EXPECT_TRUE(std::regex_search(help.Text(), std::wregex(L"\\b" + argument + L"\\b")))
-                    << "not a word about " << Utf8(argument);
+                    << "not a word about " << Utf8FromText(argument);
             }
             EXPECT_TRUE(std::regex_search(help.Text(), std::wregex(L"Fehler|fehl")))
                 << "not a word about errors";
             EXPECT_EQ(help.Text().find(L'\x00C3'), std::wstring::npos) << "stored in another encoding";
         }
-        info->ReleaseFuncDesc(function);
     }
     return members;
 }
@@ -62,11 +57,11 @@ int ExpectExplained(ITypeInfo* info) {
 TEST(Help, TellsArgumentsAndErrorsOfEveryMember) {
     for (const auto& [file, expected] :
          {std::pair(ComponentFile(), 137), std::pair(BinFolder() / L"DmsSolution.tlb", 13)}) {
-        Ptr<ITypeLib> library;
+        ComPtr<ITypeLib> library;
         ASSERT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Receive()), S_OK);
         int members = 0;
         for (UINT at = 0; at < library->GetTypeInfoCount(); ++at) {
-            Ptr<ITypeInfo> info;
+            ComPtr<ITypeInfo> info;
             ASSERT_EQ(library->GetTypeInfo(at, info.Receive()), S_OK);
             members += ExpectExplained(info.Get());
         }
@@ -76,9 +71,9 @@ TEST(Help, TellsArgumentsAndErrorsOfEveryMember) {
 
 /// After a refused login there is an object, and its answers are what the operations tell.
 TEST(Help, PromisesNoMissingObjectAfterARefusedLogin) {
-    Ptr<ITypeLib> library;
+    ComPtr<ITypeLib> library;
     ASSERT_EQ(LoadTypeLibEx(ComponentFile().c_str(), REGKIND_NONE, library.Receive()), S_OK);
-    Ptr<ITypeInfo> info;
+    ComPtr<ITypeInfo> info;
     ASSERT_EQ(library->GetTypeInfoOfGuid(IID__OrigELODMS, info.Receive()), S_OK);
     for (const wchar_t* const name : {L"oElo", L"PrintDokument", L"LoescheVerknuepfung"}) {
         MEMBERID member = MEMBERID_NIL;
@@ -87,8 +82,8 @@ TEST(Help, PromisesNoMissingObjectAfterARefusedLogin) {
         ASSERT_EQ(info->GetDocumentation(member, nullptr, help.Receive(), nullptr, nullptr), S_OK);
         EXPECT_TRUE(std::regex_search(help.Text(),
                                       std::wregex(L"Anmeldung abgelehnt|abgelehnten Anmeldung|Lehnt das")))
-            << Utf8(help.Text());
-        EXPECT_FALSE(std::regex_search(help.Text(), std::wregex(L"Nothing|91"))) << Utf8(help.Text());
+            << Utf8FromText(help.Text());
+        EXPECT_FALSE(std::regex_search(help.Text(), std::wregex(L"Nothing|91"))) << Utf8FromText(help.Text());
     }
 }
 

@@ -1,4 +1,4 @@
-#include "Workplace.h"
+#include "tests/outside/Workplace.h"
 
 #include <gtest/gtest.h>
 
@@ -9,27 +9,19 @@
 #include <sstream>
 #include <system_error>
 
-#include "../support/ComponentWindows.h"
-#include "../support/ServedClasses.h"
+#include "tests/support/ComponentWindows.h"
+#include "tests/support/ServedClasses.h"
 
 namespace kandora::outside_tests {
 
 namespace {
 
 using nlohmann::json;
-using test::boxText;
 using test::inputText;
-using test::okButton;
 using test::reportDescription;
 using test::reportTitle;
 using test::TextOf;
 using test::Type;
-
-std::wstring ClassOf(HWND window) {
-    std::array<wchar_t, 64> name{};
-    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return {name.data(), static_cast<std::size_t>(length)};
-}
 
 json Mask(int number, const char* name, const std::vector<std::string>& fields) {
     json mask{{"nummer", number}, {"name", name}, {"felder", json::array()}};
@@ -96,7 +88,7 @@ std::string Settings(const fs::path& printerFile) {
            "[Archiv]\r\nArchivAktiv=True\r\nArchivname=Testarchiv\r\nTreuhand=False\r\nSagePFad="
            "Buchhaltung\r\n"
            "EloPrinterFile=" +
-           Utf8(printerFile.wstring()) +
+           Utf8FromText(printerFile.wstring()) +
            "\r\n"
            "[Maske]\r\nStruktur=1\r\nBelege=2\r\nAuswertung=3\r\nDebi=4\r\nKredi=5\r\n" +
            IndexSection("IndexBelege", voucherFields) + IndexSection("IndexAuswertungen", reportFields) +
@@ -129,12 +121,12 @@ RunningProgram::Output::Output(const fs::path& file) {
 }
 
 RunningProgram::RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments)
-    : name_(Utf8(program.filename().wstring())), output_(folder_.Path() / L"output.txt"),
+    : name_(Utf8FromText(program.filename().wstring())), output_(folder_.Path() / L"output.txt"),
       program_({CommandLine(program, arguments), output_.Handle(), output_.Handle()}) {}
 
 bool RunningProgram::Says(const std::string& text) {
     return program_.ShowsLife(
-        [&] { return ReadBytes(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
+        [&] { return BytesOf(folder_.Path() / L"output.txt").find(text) != std::string::npos; });
 }
 
 bool RunningProgram::Ends(DWORD patience, bool isAsked) {
@@ -174,22 +166,17 @@ std::vector<std::wstring> User::Answered() const {
 
 /// A click can be lost while a window is coming up, so it is repeated for as long as the window stays.
 void User::Look(HWND window) {
-    const std::wstring windowClass = ClassOf(window);
-    const bool isBox = windowClass == L"#32770";
-    if (!IsWindowVisible(window) || !(isBox || windowClass == L"KandoraForm")) {
-        return;
+    if (IsWindowVisible(window) != FALSE) {
+        seen_.insert(window);
     }
-    seen_.insert(window);
-    const HWND button =
-        isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
-    const HWND prompt = GetDlgItem(window, isBox ? boxText : inputText);
-    if (button == nullptr || prompt == nullptr) {
-        return;  // it is still coming up
+    const auto question = test::QuestionIn(window, inputText);
+    if (!question) {
+        return;
     }
     if (!open_.contains(window)) {
         const std::wstring caption = TextOf(window);
-        const std::wstring text = TextOf(prompt);
-        if (caption.empty() || (isBox && text.empty())) {
+        const std::wstring text = TextOf(question->prompt);
+        if (caption.empty() || (question->isBox && text.empty())) {
             return;
         }
         if (caption == L"Auswertung Indizieren") {
@@ -200,7 +187,7 @@ void User::Look(HWND window) {
         const std::lock_guard guard(lock_);
         answered_.push_back(L"[" + caption + L"] " + text);
     }
-    PostMessageW(button, BM_CLICK, 0, 0);
+    PostMessageW(question->button, BM_CLICK, 0, 0);
 }
 
 // The workplace
@@ -223,12 +210,12 @@ Workplace::~Workplace() {
 void Workplace::SetUp() {
     fs::copy_file(ComponentFile(), File(L"Kandora.dll"));
     fs::copy_file(BinFolder() / L"Platzhalter.pdf", File(L"Platzhalter.pdf"));
-    WriteAnsi(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
-    WriteAnsi(File(L"Druck.pdf"), "%PDF-1.4 Auswertung");
-    WriteAnsi(File(L"Beleg.pdf"), "%PDF-1.4 Beleg");
-    WriteAnsi(File(L"Mandant.json"), ClientAtFirst().dump());
+    WriteBytes(File(L"Kandora.ini"), Settings(File(L"Druck.pdf")));
+    WriteBytes(File(L"Druck.pdf"), "%PDF-1.4 Auswertung");
+    WriteBytes(File(L"Beleg.pdf"), "%PDF-1.4 Beleg");
+    WriteBytes(File(L"Mandant.json"), ClientAtFirst().dump());
     fs::create_directory(File(L"Archiv"));
-    WriteAnsi(File(L"Archiv") / L"archiv.json", Archive().dump());
+    WriteBytes(File(L"Archiv") / L"archiv.json", Archive().dump());
 
     const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
     const fs::path accounting = BinFolder() / L"HostSimulator.exe";
@@ -268,7 +255,7 @@ void Workplace::TidyUp() {
 }
 
 std::vector<std::string> Workplace::Trace() const {
-    return LinesOf(ReadBytes(File(L"Gespräch.txt")));
+    return LinesOf(BytesOf(File(L"Gespräch.txt")));
 }
 
 std::ptrdiff_t Workplace::Traced(const std::string& beginning) const {
@@ -281,8 +268,9 @@ std::map<int, json> Workplace::Entries() const {
     const fs::path folders = File(L"Archiv") / L"Ordner";
     for (const fs::directory_entry& file : fs::recursive_directory_iterator(folders)) {
         if (file.path().extension() == L".json" && file.path().filename() != L"ordner.json") {
-            json entry = json::parse(ReadBytes(file.path()));
-            entry["ordner"] = Utf8(file.path().parent_path().lexically_relative(folders).generic_wstring());
+            json entry = json::parse(BytesOf(file.path()));
+            entry["ordner"] =
+                Utf8FromText(file.path().parent_path().lexically_relative(folders).generic_wstring());
             const int id = entry["id"];
             entries[id] = std::move(entry);
         }
@@ -291,7 +279,7 @@ std::map<int, json> Workplace::Entries() const {
 }
 
 json Workplace::Client() const {
-    return json::parse(ReadBytes(File(L"Mandant.json")));
+    return json::parse(BytesOf(File(L"Mandant.json")));
 }
 
 std::vector<std::string> LinesOf(const std::string& output) {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "../component/Support.h"
-#include "../support/StartedProgram.h"
+#include "tests/component/ComponentSupport.h"
+#include "tests/support/StartedProgram.h"
+#include "tests/support/Unique.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,12 +22,10 @@ namespace kandora::outside_tests {
 using namespace component_tests;
 
 /// A program that runs beside the test; what it prints is kept. Ended by force when it still runs at the end.
-class RunningProgram {
+class RunningProgram : test::Unique {
 public:
     RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments);
     ~RunningProgram() = default;
-    RunningProgram(const RunningProgram&) = delete;
-    RunningProgram& operator=(const RunningProgram&) = delete;
 
     /// Waits until it has printed the text.
     [[nodiscard]] bool Says(const std::string& text);
@@ -39,12 +38,10 @@ public:
 
 private:
     /// A file that the program writes to.
-    class Output {
+    class Output : test::Unique {
     public:
         explicit Output(const fs::path& file);
         ~Output() { CloseHandle(handle_); }
-        Output(const Output&) = delete;
-        Output& operator=(const Output&) = delete;
         [[nodiscard]] HANDLE Handle() const { return handle_; }
 
     private:
@@ -58,12 +55,10 @@ private:
 };
 
 /// Confirms what other programs ask: message boxes, the proposed archive path, the description of a report.
-class User {
+class User : test::Unique {
 public:
     User();
     ~User();
-    User(const User&) = delete;
-    User& operator=(const User&) = delete;
 
     /// "[caption] text" of every window answered so far, in their order.
     [[nodiscard]] std::vector<std::wstring> Answered() const;
@@ -79,13 +74,11 @@ private:
     std::thread thread_;
 };
 
-class Workplace {
+class Workplace : test::Unique {
 public:
     Workplace();
     /// Leaves nothing to the next one: programs that do not end are ended by force, which is a failure.
     ~Workplace();
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
 
     [[nodiscard]] fs::path File(const wchar_t* name) const { return folder_.Path() / name; }
     /// What the archive was asked so far, one line a call.

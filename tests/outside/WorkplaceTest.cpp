@@ -1,5 +1,5 @@
-#include "Workplace.h"
-#include "Course.h"
+#include "tests/outside/Workplace.h"
+#include "tests/outside/Course.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>

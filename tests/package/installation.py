@@ -1,9 +1,11 @@
 """What installing leaves on a machine: its registry and its disk before and after, as comparable values."""
+import json
 import os
 import pathlib
 import re
 import subprocess
 
+import fill_ini
 import workstation
 from workstation import LIMIT, Workstation, run_to_end, wait_for_started_hosts, windows, windows_path
 
@@ -107,7 +109,7 @@ class InstalledWorkstation(Workstation):
     """The accounting, an archive with the sample's masks, and a component that an installer put there."""
 
     # The parent class lays out and registers a component of its own, which is just what is not wanted here.
-    def __init__(self, name):  # pylint: disable=super-init-not-called
+    def __init__(self, name):
         self.folder = workstation.options.work / name
         self.folder.mkdir(parents=True)
         self.install = program_folder()
@@ -123,8 +125,6 @@ class InstalledWorkstation(Workstation):
 
     def fill_settings(self):
         """What an administrator does after installing: the required values into the installed file."""
-        import fill_ini  # pylint: disable=import-outside-toplevel
-        import json  # pylint: disable=import-outside-toplevel
         file = self.install / "Kandora.ini"
         archive = json.loads((self.store / "archiv.json").read_text(encoding="utf-8"))
         values = fill_ini.values_of(archive, "Buchhaltung", windows_path(self.printed))

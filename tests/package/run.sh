@@ -12,4 +12,4 @@ shift 5
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
 rm -rf "$work"
 export PYTHONPATH="$here:$here/../../packaging:$here/../../scripts"
-exec "$here/../endtoend/run.sh" "$architecture" "$bin" "$work" "$@"
+exec "$here/../endtoend/run_in_session.sh" "$architecture" "$bin" "$work" "$@"

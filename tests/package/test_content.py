@@ -7,10 +7,10 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 import zipfile
 
-import cabinet
-import make_packages
+import installer
 import registration
 import settings_template
 import sources
@@ -18,7 +18,7 @@ import sources
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
 BIN = pathlib.Path(os.environ["KANDORA_BIN"])
 ARCHITECTURE = os.environ["KANDORA_ARCHITECTURE"]
-VERSION = make_packages.project_version()
+VERSION = os.environ["KANDORA_VERSION"]
 NAME = f"Kandora-{VERSION}-{ARCHITECTURE}"
 NEVER_OVERWRITE, PERMANENT = 0x80, 0x10
 # Rights to a file or folder, as Windows numbers them.
@@ -47,7 +47,7 @@ def rights(sddl):
 
 
 def build(output, **environment):
-    subprocess.run([sys.executable, str(sources.ROOT / "packaging" / "make_packages.py"), ARCHITECTURE, str(BIN),
+    subprocess.run([sys.executable, str(sources.ROOT / "packaging" / "make_packages.py"), str(BIN.parent),
                     str(output)], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                    env=os.environ | environment)
 
@@ -107,10 +107,8 @@ class Content(unittest.TestCase):
         self.assertEqual(packed, zipped)
         for name in ("Kandora.dll", "DmsSolution.tlb", "Platzhalter.pdf", "Kandora.ini.template"):
             self.assertEqual(packed[name], (BIN / name).read_bytes())
-        check = BIN / "kandora-check.exe"
-        if check.is_file():
-            self.assertEqual(packed["Werkzeuge/kandora-check.exe"], check.read_bytes())
-            self.assertIn("CLI11", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
+        self.assertEqual(packed["Werkzeuge/kandora-check.exe"], (BIN / "kandora-check.exe").read_bytes())
+        self.assertIn("CLI11", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
         self.assertIn("Runtime Library Exception", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig"))
         for line in re.findall(r"Texte?: (.*)", packed["Lizenzen/Lizenzen.txt"].decode("utf-8-sig")):
             for name in line.strip().split(" und "):
@@ -207,17 +205,27 @@ class Content(unittest.TestCase):
 class Template(unittest.TestCase):
     def test_the_template_has_every_setting_in_the_order_of_reading(self):
         keys = settings_template.keys_of(settings_template.TEMPLATE.read_text(encoding="utf-8"))
-        code = (sources.ROOT / "src" / "provider" / "SettingsTable.cpp").read_text(encoding="utf-8")
-        settings = (sources.ROOT / "src" / "model" / "Settings.h").read_text(encoding="utf-8")
+
+        def source(*path):
+            return sources.ROOT.joinpath("src", *path).read_text(encoding="utf-8")
+
+        code, settings = source("provider", "SettingsTable.cpp"), source("model", "Settings.h")
+        constants = dict(re.findall(r'(\w+Section) = L"(\w+)"', code))
         partner = re.findall(r'\{L"(\w+)"', re.search(r"indexFieldTable = (.*?)\}\);", settings, flags=re.DOTALL)[1])
         voucher = partner[:int(re.search(r"voucherIndexFields = partnerIndexFields\.first\((\d+)\)", settings)[1])]
-        lists = {"partnerIndexFields": partner, "voucherIndexFields": voucher}
+        fields = {"partnerIndexFields": partner, "voucherIndexFields": voucher}
+        kinds = {row[1]: (row[2], [(row[3], key) for key in fields[row[4]]]) for row in re.finditer(
+            r'(\w+Kind)\{.*?glMaske\w+,\s*L"(\w+)",\s*&Settings::giIdx\w+,\s*L"(\w+)",\s*(\w+)',
+            source("archive", "DocumentKinds.h"), flags=re.DOTALL)}
         expected = []
-        for row in re.finditer(r'\{L"(\w+)",\s*L"(\w+)",|AppendIndexSettings\(table, L"(\w+)", (\w+),', code):
-            if row[3]:
-                expected += [(row[3], key) for key in lists[row[4]]]
+        for row in re.finditer(r'\{(?:L"(\w+)"|(\w+Section)), L"(\w+)",|MaskSetting\(settings, (\w+)\)|'
+                               r'AppendIndexSettings\(table, settings, (\w+)\)', code):
+            if row[4]:
+                expected.append((constants["maskSection"], kinds[row[4]][0]))
+            elif row[5]:
+                expected += kinds[row[5]][1]
             else:
-                expected.append((row[1], row[2]))
+                expected.append((row[1] or constants[row[2]], row[3]))
         self.assertEqual(len(expected), 50)
         self.assertEqual(keys, expected)
 
@@ -246,17 +254,22 @@ class Template(unittest.TestCase):
 
 
 class Cabinet(unittest.TestCase):
-    def test_the_checksum_counts_words_and_rest(self):
-        self.assertEqual(cabinet.checksum(struct.pack("<II", 0x01020304, 0xF0F0F0F0)), 0x01020304 ^ 0xF0F0F0F0)
-        self.assertEqual(cabinet.checksum(b"\x01\x00\x00\x00\xaa\xbb\xcc"), 1 ^ 0xAABBCC)
-        self.assertEqual(cabinet.checksum(b"\xaa"), 0xAA)
+    def test_the_same_files_give_the_same_bytes(self):
+        files = [("b.bin", bytes(range(256)) * 500), ("a.txt", b"Text")]
+        first = installer.cabinet(files, 1700000000)
+        mask = os.umask(0o077)
+        self.addCleanup(os.umask, mask)
+        with unittest.mock.patch.dict(os.environ, TZ="Pacific/Auckland"):
+            self.assertEqual(installer.cabinet(files, 1700000000), first)
+        self.assertNotEqual(installer.cabinet(files, 1700086400), first)
+        self.assertNotEqual(installer.cabinet(files[::-1], 1700000000), first)
 
     def test_an_extractor_reads_it_back(self):
         """More than one block, an empty file, and one that does not compress."""
         files = [("a.bin", bytes(range(256)) * 500), ("leer.txt", b""), ("zufall.bin", os.urandom(70000))]
         with tempfile.TemporaryDirectory() as folder:
             work = pathlib.Path(folder)
-            (work / "x.cab").write_bytes(cabinet.cabinet(files, 1700000000))
+            (work / "x.cab").write_bytes(installer.cabinet(files, 1700000000))
             # The extractor of packages needs one around it.
             tables = {
                 "File": "File\tComponent_\tFileName\tFileSize\tVersion\tLanguage\tAttributes\tSequence\r\n"

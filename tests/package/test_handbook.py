@@ -81,6 +81,13 @@ class Handbook(unittest.TestCase):
             self.assertEqual((HANDBOOK.parent / picture).read_bytes()[:8], b"\x89PNG\r\n\x1a\n")
         self.assertEqual(self.page.count("<img "), len(pictures))
 
+    def test_the_contents_lead_to_every_heading(self):
+        contents = re.search(r'<div class="toc">.*?</div>', self.page, flags=re.DOTALL)[0]
+        self.assertIn("Inhalt", contents)
+        told = [html.unescape(text) for _, text in re.findall(r'<a href="#([^"]+)">([^<]+)</a>', contents)]
+        self.assertEqual(told, re.findall(r"^##+ (.*)$", self.text, flags=re.MULTILINE))
+        self.assertLess(self.page.index(contents), self.page.index("<h2 "))
+
     def test_the_page_says_what_the_source_says(self):
         """Nothing of the text is lost on the way, and no mark of the source form is left."""
         body = re.sub(r"<style>.*</style>", "", self.page, flags=re.DOTALL)

@@ -2,7 +2,7 @@
 // nothing, the other raises it.
 
 #include "archive/OrigELODMS.h"
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -26,7 +26,7 @@ protected:
     }
     /// What the error handler holds; it is clear afterwards.
     std::string Recorded() {
-        std::string recorded = Utf8(handler.sToString());
+        std::string recorded = Spelled(handler.sToString());
         handler.Clear();
         return recorded;
     }
@@ -147,7 +147,7 @@ TEST_F(Alternate, AnswersNothingWithoutAnArchive) {
     EXPECT_FALSE(Original().IsDokumentVorhanden(7));
     Expect({"create ELO.professional !! 429"});
     EXPECT_EQ(Recorded(),
-              "[91 (429) ] " + Utf8(DescriptionOf(91)) +
+              "[91 (429) ] " + Spelled(DescriptionOf(91)) +
                   " | ON LINE 0 | CALLSTACK: CArchiv.AnmeldenAnElo <- CArchiv.IsDokumentVorhanden");
 }
 
@@ -270,8 +270,8 @@ TEST_F(Case, HasNoParentWithoutASeparatorAboveIt) {
     for (const wchar_t* const path : {L"Archiv¶Fall", L"Fall", L""}) {
         LiesAt(path);
         EXPECT_EQ(Original().GetParentFolderId(321), 0);
-        Expect(Probed(Asked(Utf8(path))));
-        EXPECT_EQ(Recorded(), Shown(5, Utf8(DescriptionOf(5)), "CArchiv.GetParentFolderId"));
+        Expect(Probed(Asked(Spelled(path))));
+        EXPECT_EQ(Recorded(), Shown(5, Spelled(DescriptionOf(5)), "CArchiv.GetParentFolderId"));
     }
 }
 
@@ -298,8 +298,8 @@ TEST_F(Case, HasTheDateOfTheLevelsAboveIt) {
                                            {L"2004¶14¶1¶Fall", 38384},
                                            {L"2004¶3¶0¶Fall", 38046}}) {
         LiesAt(row.path);
-        EXPECT_EQ(Original().CurrentRegisterDate(321), row.date) << Utf8(row.path);
-        Expect(Probed(Asked(Utf8(row.path))));
+        EXPECT_EQ(Original().CurrentRegisterDate(321), row.date) << Spelled(row.path);
+        Expect(Probed(Asked(Spelled(row.path))));
     }
     EXPECT_EQ(handler.lOriginalNumber(), 0);
 }
@@ -318,9 +318,9 @@ TEST_F(Case, HasNoDateWhenALevelIsNoNumberOrMissing) {
                                            {L"5¶17¶Fall", 9},
                                            {L"Fall", 9}}) {
         LiesAt(row.path);
-        EXPECT_EQ(Original().CurrentRegisterDate(321), 0) << Utf8(row.path);
+        EXPECT_EQ(Original().CurrentRegisterDate(321), 0) << Spelled(row.path);
         EXPECT_EQ(Recorded(),
-                  Shown(row.number, Utf8(DescriptionOf(row.number)), "CArchiv.CurrentRegisterDate"));
+                  Shown(row.number, Spelled(DescriptionOf(row.number)), "CArchiv.CurrentRegisterDate"));
     }
     talk.Take();
 }
@@ -393,7 +393,7 @@ TEST_P(PlainFiling, StopsAtEachUnexpectedAnswer) {
              {L"MoveToArchive", -1, "Fehler beim Hinzufügen des Dokuments: MoveToArchive=-1"}}) {
         archive->Next(step.member, step.answer);
         EXPECT_EQ(File(), 0);
-        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Utf8(step.member)));
+        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Spelled(step.member)));
         EXPECT_EQ(Recorded(), Shown(5, step.message, GetParam().frame));
     }
 }
@@ -462,7 +462,7 @@ TEST_F(Loud, UnlinkingRaisesEachUnexpectedAnswer) {
         archive->Next(step.member, step.answer);
         EXPECT_EQ(Failing([&] { Original().LoescheVerknuepfung(321); }),
                   Shown(5, step.message, "CArchiv.LoescheVerknuepfung"));
-        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Utf8(step.member)));
+        EXPECT_TRUE(talk.Take().back().starts_with("archive." + Spelled(step.member)));
     }
 }
 

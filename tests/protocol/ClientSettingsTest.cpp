@@ -3,12 +3,20 @@
 
 #include <algorithm>
 
-#include "tests/protocol/AccountingTest.h"
+#include "tests/protocol/AccountingFixture.h"
 
 namespace kandora::test {
 namespace {
 
 const std::string open = "fibu.istoffen -> BOOL True";
+
+void ExpectFolders(const ClientFolders& folders) {
+    EXPECT_EQ(folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
+    EXPECT_EQ(folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
+    EXPECT_EQ(folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
+    EXPECT_EQ(folders.strPfadDebi, L"/Sesam/Muster/Debi");
+    EXPECT_EQ(folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+}
 
 class ClientSettings : public AccountingTest {
 protected:
@@ -48,11 +56,7 @@ protected:
 TEST_F(ClientSettings, AreReadThroughAFreshLoginAndChecked) {
     EXPECT_TRUE(Read());
     Expect(Together({FirstOption(R"(BSTR "true")"), placeholder, allFolders}));
-    EXPECT_EQ(state.folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
-    EXPECT_EQ(state.folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
-    EXPECT_EQ(state.folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
-    EXPECT_EQ(state.folders.strPfadDebi, L"/Sesam/Muster/Debi");
-    EXPECT_EQ(state.folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+    ExpectFolders(state.folders);
 }
 
 TEST_F(ClientSettings, AreReadThroughAFreshLoginEachTime) {
@@ -222,7 +226,7 @@ TEST_F(ClientSettings, CannotBeReadWithoutTheHost) {
     machine.RefusesOnce(hostProgId, 429);
     const auto [result, failure] = FailedReading();
     EXPECT_FALSE(result);
-    EXPECT_EQ(failure, Shown(91, Utf8(DescriptionOf(91)), "SOKInterface.EinstellungenLesen"));
+    EXPECT_EQ(failure, Shown(91, Spelled(DescriptionOf(91)), "SOKInterface.EinstellungenLesen"));
     Expect({"create FibuNT.Mandant !! 429", R"(box "429 SOKInterface AnmeldenAnSage" 0)"});
 }
 
@@ -283,11 +287,7 @@ TEST_F(SetUp, CreatesTheProposedFoldersWhenTheUserCancels) {
     EXPECT_TRUE(Sok().EinstellungenSchreiben());
     Expect(Together(
         {placeholderWritten, Asked("/Sesam/Muster", ""), Folders("/Sesam/Muster"), Written(100, "true")}));
-    EXPECT_EQ(state.folders.strPlatzhalterDatei, L"C:\\Kandora\\Platzhalter.pdf");
-    EXPECT_EQ(state.folders.strPfadBuchungen, L"/Sesam/Muster/Buchungen");
-    EXPECT_EQ(state.folders.strPfadAuswertungen, L"/Sesam/Muster/Auswertungen");
-    EXPECT_EQ(state.folders.strPfadDebi, L"/Sesam/Muster/Debi");
-    EXPECT_EQ(state.folders.strPfadKredi, L"/Sesam/Muster/Kredi");
+    ExpectFolders(state.folders);
 }
 
 TEST_F(SetUp, PutsTheYearAboveTheClientForATrustee) {
@@ -302,7 +302,7 @@ TEST_F(SetUp, TakesWhatTheUserTypesWithoutJudgingIt) {
     for (const wchar_t* const typed : {L"/Kunden/Müller & Co", L" ", L"//"}) {
         screen.typed.assign(1, typed);
         EXPECT_TRUE(Sok().EinstellungenSchreiben());
-        Expect(Together({placeholderWritten, Asked("/Sesam/Muster", Utf8(typed)), Folders(Utf8(typed)),
+        Expect(Together({placeholderWritten, Asked("/Sesam/Muster", Spelled(typed)), Folders(Spelled(typed)),
                          Written(100, "true")}));
     }
 }
@@ -396,7 +396,7 @@ TEST_F(SetUp, StopsAtTheFirstFolderThatCannotBeCreated) {
         EXPECT_EQ(Failing([&] { Sok().EinstellungenSchreiben(); }),
                   Shown(1580, "Fehler Nr. -3", "SOKInterface.EinstellungenSchreiben"));
         const Lines said = talk.Take();
-        EXPECT_EQ(said.back(), Created(Utf8(row.path), "Fehler Nr. -3"));
+        EXPECT_EQ(said.back(), Created(Spelled(row.path), "Fehler Nr. -3"));
         EXPECT_EQ(std::ranges::count_if(said, [](const auto& line) { return line.starts_with("folders."); }),
                   row.foldersAsked);
     }

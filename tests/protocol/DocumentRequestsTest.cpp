@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -69,6 +69,23 @@ protected:
     static Lines NothingFound() { return Together({EmptyPass(2), EmptyPass(5), EmptyPass(4)}); }
 
     const Text id = L"20261115011258";
+
+    /// `origin` is the booking's, `module` the host's for the partner; `line` takes the partner's place.
+    void ExpectFiledWithPartner(int origin, const std::string& host, const std::string& module,
+                                const std::string& line, const std::string& folder) {
+        booking->Answers(L"ursprung", origin);
+        machine.HandsOut(hostProgId, NewHost("fibu"));
+        machine.HandsOut(hostProgId, NewHost(host));
+        Provider().SaveDocument(id, Metadata(L"BC-1"));
+        const Lines work = Work();
+        EXPECT_EQ(Occurrences(work, host + ".Login(I2 " + module + R"(, BSTR& "C:\Daten\Muster") -> I4 0)"),
+                  1);
+        EXPECT_EQ(Occurrences(work, "archive.setobjAttrib(I2& " + line + R"(, BSTR "8000 Zürich"))"), 1);
+        EXPECT_EQ(
+            Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶)" + folder + R"(") -> I4 800)"),
+            1);
+        EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    }
 };
 
 TEST_F(DocumentRequest, SaveFilesThePlaceholderAsPending) {
@@ -94,27 +111,11 @@ TEST_F(DocumentRequest, SaveRendersWhatIsNoText) {
 }
 
 TEST_F(DocumentRequest, SaveFilesADebtorDocumentWithItsPartner) {
-    booking->Answers(L"ursprung", 1);
-    machine.HandsOut(hostProgId, NewHost("fibu"));
-    machine.HandsOut(hostProgId, NewHost("debi"));
-    Provider().SaveDocument(id, Metadata(L"BC-1"));
-    const Lines work = Work();
-    EXPECT_EQ(Occurrences(work, R"(debi.Login(I2 2, BSTR& "C:\Daten\Muster") -> I4 0)"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.setobjAttrib(I2& 43, BSTR "8000 Zürich"))"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Debi") -> I4 800)"), 1);
-    EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    ExpectFiledWithPartner(1, "debi", "2", "43", "Debi");
 }
 
 TEST_F(DocumentRequest, SaveFilesACreditorDocumentWithItsPartner) {
-    booking->Answers(L"ursprung", 2);
-    machine.HandsOut(hostProgId, NewHost("fibu"));
-    machine.HandsOut(hostProgId, NewHost("kredi"));
-    Provider().SaveDocument(id, Metadata(L"BC-1"));
-    const Lines work = Work();
-    EXPECT_EQ(Occurrences(work, R"(kredi.Login(I2 3, BSTR& "C:\Daten\Muster") -> I4 0)"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.setobjAttrib(I2& 63, BSTR "8000 Zürich"))"), 1);
-    EXPECT_EQ(Occurrences(work, R"(archive.LookupIndex(BSTR& "¶Sesam¶Muster¶Kredi") -> I4 800)"), 1);
-    EXPECT_EQ(work.back(), "archive.GetEntryId(I2 -2) -> I4 4711");
+    ExpectFiledWithPartner(2, "kredi", "3", "63", "Kredi");
 }
 
 TEST_F(DocumentRequest, SetsANewClientUpFirst) {
@@ -166,7 +167,7 @@ TEST_F(DocumentRequest, ColoursNotTheNextOne) {
     booking->Next(L"lesen", -1);
     Provider().SaveDocument(id, Metadata(L"BC-1"));
     talk.Take();
-    EXPECT_EQ(Utf8(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
+    EXPECT_EQ(Spelled(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
     Provider().SaveDocument(id, Metadata(L"BC-1"));
     ExpectLines(Work(), Filed("BC-1"));
     archive->Next(L"AddPostboxFile", 0);
@@ -267,7 +268,7 @@ TEST_F(DocumentRequest, ShowNeedsTheFirstElementOfTheMetadataAlone) {
     Provider().ShowDocument(id, Variant::ArrayOf(std::vector<Text>{L"a"}));
     EXPECT_EQ(talk.Take().back(), R"(box "Das Dokument konnte nicht im Archiv gefunden werden" 64)");
     Provider().ShowDocument(id, Variant::ArrayOf(std::vector<Text>()));
-    EXPECT_EQ(talk.Take().back(), Box(9, Utf8(DescriptionOf(9)), "Kandora.ShowDocument"));
+    EXPECT_EQ(talk.Take().back(), Box(9, Spelled(DescriptionOf(9)), "Kandora.ShowDocument"));
 }
 
 TEST_F(DocumentRequest, PrintFilesTheReportThatTheUserDescribes) {
@@ -308,10 +309,10 @@ TEST_F(DocumentRequest, PendingAndStatusShowThatTheLogCannotBeWritten) {
     machine.appendFailure = RuntimeError(61);
     Provider().SavePendingDocument(Variant(), L"ID", Variant());
     Expect({Logged("DMSProvider_SavePendingDocument  [(Empty)]  [ID]  [(Empty)]") + " !! 61",
-            Box(61, Utf8(DescriptionOf(61)), "Kandora.SavePendingDocument")});
+            Box(61, Spelled(DescriptionOf(61)), "Kandora.SavePendingDocument")});
     Provider().SetDocumentStatus(L"ID", Variant());
     Expect({Logged("DMSProvider_SetDocumentStatus  [ID]  [(Empty)]") + " !! 61",
-            Box(61, Utf8(DescriptionOf(61)), "Kandora.SetDocumentStatus")});
+            Box(61, Spelled(DescriptionOf(61)), "Kandora.SetDocumentStatus")});
 }
 
 TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
@@ -328,11 +329,11 @@ TEST_F(DocumentRequest, NeedsMetadataWithTheElementsThatItReads) {
         const std::string frame = std::string("Kandora.") + row.method;
         for (std::size_t count = 0; count < row.elements; ++count) {
             row.request(Provider(), Variant::ArrayOf(std::vector<Text>(count, L"x")));
-            ExpectLines(Work(), {Box(9, Utf8(DescriptionOf(9)), frame)});
+            ExpectLines(Work(), {Box(9, Spelled(DescriptionOf(9)), frame)});
         }
         for (const Variant& none : {Variant(), Variant(L"text"), Variant(std::int32_t{1}), Variant::Null()}) {
             row.request(Provider(), none);
-            ExpectLines(Work(), {Box(13, Utf8(DescriptionOf(13)), frame)});
+            ExpectLines(Work(), {Box(13, Spelled(DescriptionOf(13)), frame)});
         }
     }
 }

@@ -1,6 +1,6 @@
 // What filing a printed report says to the user and the archive.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -69,7 +69,7 @@ TEST_F(Report, OverwritesWhatTheRecordHeld) {
 TEST_F(Report, TellsThatTheDialogFailed) {
     screen.dialogs.front().failure = RuntimeError(7);
     EXPECT_EQ(Failing([&] { Client().SaveAuswertung(); }),
-              Shown(7, Utf8(DescriptionOf(7)), "ELODMS.SaveAuswertung"));
+              Shown(7, Spelled(DescriptionOf(7)), "ELODMS.SaveAuswertung"));
     Expect({"dialog !! 7"});
 }
 
@@ -97,7 +97,7 @@ TEST_F(Report, StopsAtEachUnexpectedAnswer) {
         archive->Next(step.member, step.answer);
         EXPECT_EQ(Failing([&] { Client().SaveAuswertung(); }), Shown(5, step.message, step.frames));
         const Lines said = talk.Take();
-        EXPECT_TRUE(said.back().starts_with("archive." + Utf8(step.member))) << said.back();
+        EXPECT_TRUE(said.back().starts_with("archive." + Spelled(step.member))) << said.back();
         EXPECT_EQ(Occurrences(said, R"(archive.clickon(BSTR "mmrefresh"))"), 0);
     }
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -22,7 +22,7 @@ struct KindCase {
 };
 
 void PrintTo(const KindCase& row, std::ostream* stream) {
-    *stream << Utf8(row.kind);
+    *stream << Spelled(row.kind);
 }
 
 const KindCase beleg{L"Beleg",
@@ -78,7 +78,7 @@ std::string Prepared(const KindCase& row, const std::string& id, int answer) {
 
 Lines AskedForKind(const KindCase& row) {
     return {R"(file "C:\Kandora\Platzhalter.pdf" -> True)",
-            R"(vouchers.GetBuchungsType("17", "2") -> ")" + Utf8(row.kind) + "\"",
+            R"(vouchers.GetBuchungsType("17", "2") -> ")" + Spelled(row.kind) + "\"",
             std::string("vouchers.") + row.dataCall + R"(("17", "2"))"};
 }
 
@@ -110,7 +110,7 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Filing, testing::Values(beleg, debi, kredi),
-                         [](const auto& row) { return Utf8(row.param.kind); });
+                         [](const auto& row) { return Spelled(row.param.kind); });
 
 TEST_P(Filing, CreatesAnEntryWithAllItsIndexFields) {
     EXPECT_EQ(File(), 4711);
@@ -211,7 +211,7 @@ TEST_P(Filing, PassesOnWhateverFailsOnTheWay) {
                                               {L"LookupIndex", Trail(GetParam().folderFrame)},
                                               {L"MoveToArchive", Trail("")}}) {
         archive->Next(step.member, Failure::Exception(1234, L"Archiv voll", L"ELO"));
-        EXPECT_EQ(Failing([&] { File(); }), Shown(1234, "Archiv voll", step.frames)) << Utf8(step.member);
+        EXPECT_EQ(Failing([&] { File(); }), Shown(1234, "Archiv voll", step.frames)) << Spelled(step.member);
         const Lines said = talk.Take();
         EXPECT_TRUE(said.back().ends_with("!! 1234 \"Archiv voll\"")) << "nothing may follow " << said.back();
     }
@@ -221,7 +221,7 @@ TEST_P(Filing, CannotReturnAnIdThatIsNoNumber) {
     archive->Answers(L"GetEntryId", [](Call& call) {
         return call.LongAt(0) == -2 ? Variant(L"unbekannt") : Variant(std::int32_t{0});
     });
-    EXPECT_EQ(Failing([&] { File(); }), Shown(13, Utf8(DescriptionOf(13)), "ELODMS.AddDokument"));
+    EXPECT_EQ(Failing([&] { File(); }), Shown(13, Spelled(DescriptionOf(13)), "ELODMS.AddDokument"));
     talk.Take();
 }
 
@@ -259,9 +259,9 @@ TEST_P(Filing, StopsWhenTheHostCannotTellTheKind) {
 
 TEST_P(Filing, StopsWhenTheHostCannotTellTheData) {
     vouchers.dataFailure = RuntimeError(91);
-    EXPECT_EQ(Failing([&] { File(); }), Shown(91, Utf8(DescriptionOf(91)), "ELODMS.AddDokument"));
+    EXPECT_EQ(Failing([&] { File(); }), Shown(91, Spelled(DescriptionOf(91)), "ELODMS.AddDokument"));
     Expect({R"(file "C:\Kandora\Platzhalter.pdf" -> True)",
-            R"(vouchers.GetBuchungsType("17", "2") -> ")" + Utf8(GetParam().kind) + "\"",
+            R"(vouchers.GetBuchungsType("17", "2") -> ")" + Spelled(GetParam().kind) + "\"",
             std::string("vouchers.") + GetParam().dataCall + R"(("17", "2") !! 91)"});
 }
 
@@ -273,7 +273,7 @@ TEST_F(Voucher, OfNoKnownKindIsNotFiled) {
         EXPECT_EQ(
             Client().AddDokument(L"C:\\Kandora\\Platzhalter.pdf", L"BC-1", L"17", L"2", L"Pendent", L"1"), 0);
         Expect({R"(file "C:\Kandora\Platzhalter.pdf" -> True)",
-                R"(vouchers.GetBuchungsType("17", "2") -> ")" + Utf8(kind) + "\""});
+                R"(vouchers.GetBuchungsType("17", "2") -> ")" + Spelled(kind) + "\""});
     }
 }
 
@@ -319,13 +319,13 @@ protected:
         return said;
     }
     [[nodiscard]] static Lines Asked() {
-        return {R"(vouchers.GetBuchungsType("17", "2") -> ")" + Utf8(GetParam().kind) + "\"",
+        return {R"(vouchers.GetBuchungsType("17", "2") -> ")" + Spelled(GetParam().kind) + "\"",
                 std::string("vouchers.") + GetParam().dataCall + R"(("17", "2"))"};
     }
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ReIndexing, testing::Values(beleg, debi, kredi),
-                         [](const auto& row) { return Utf8(row.param.kind); });
+                         [](const auto& row) { return Spelled(row.param.kind); });
 
 TEST_P(ReIndexing, RewritesTheIndexFieldsOfTheEntry) {
     ExpectLines(Changed(L"BC-1"),

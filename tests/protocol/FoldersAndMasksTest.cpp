@@ -1,7 +1,7 @@
 // How folder paths and masks are checked, and how paths are created. The folders of the document kinds are
 // resolved when documents are filed; see there.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -10,8 +10,8 @@ class Folder : public OpenArchiveTest {
 protected:
     /// The answer of a creation, and the path as it stands afterwards.
     std::pair<std::string, std::string> Created(Text path) {
-        std::string answer = Utf8(Client().PFadErstellen(path));
-        return {std::move(answer), Utf8(path)};
+        std::string answer = Spelled(Client().PFadErstellen(path));
+        return {std::move(answer), Spelled(path)};
     }
 };
 

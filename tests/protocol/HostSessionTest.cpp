@@ -1,6 +1,6 @@
 // How the host's client is opened once for each of its modules.
 
-#include "tests/protocol/AccountingTest.h"
+#include "tests/protocol/AccountingFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -21,6 +21,12 @@ protected:
     HostModule() {
         machine.Makes(hostProgId, [this] { return NewHost(GetParam().name); });
     }
+    /// The host that the next creation of its object gives.
+    Fake NextHost() {
+        const Fake host = NewHost(GetParam().name);
+        machine.HandsOut(hostProgId, host);
+        return host;
+    }
     LateBound Object() { return (Sok().*GetParam().object)(); }
     [[nodiscard]] static Lines Opening() { return Opened(GetParam().name, GetParam().module); }
     [[nodiscard]] static std::string Line(const std::string& call) { return GetParam().name + ("." + call); }
@@ -38,8 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST_P(HostModule, OpensTheLatestClientUnderItsNumber) {
-    const Fake host = NewHost(GetParam().name);
-    machine.HandsOut(hostProgId, host);
+    const Fake host = NextHost();
     EXPECT_EQ(Object().Pointer(), host.Get());
     Expect(Opening());
 }
@@ -52,10 +57,8 @@ TEST_P(HostModule, IsAskedBeforeEachUseWhetherItsClientIsOpen) {
 }
 
 TEST_P(HostModule, IsCreatedAnewWhenTheHostHasClosedTheClient) {
-    const Fake first = NewHost(GetParam().name);
-    const Fake second = NewHost(GetParam().name);
-    machine.HandsOut(hostProgId, first);
-    machine.HandsOut(hostProgId, second);
+    const Fake first = NextHost();
+    const Fake second = NextHost();
     Object();
     first->Next(L"istoffen", false);
     EXPECT_EQ(Object().Pointer(), second.Get());
@@ -64,29 +67,26 @@ TEST_P(HostModule, IsCreatedAnewWhenTheHostHasClosedTheClient) {
 }
 
 TEST_P(HostModule, IsNotLoggedInWhenItsClientIsOpenFromTheStart) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Answers(L"istoffen", true);
-    machine.HandsOut(hostProgId, host);
     Object();
     Expect({"create FibuNT.Mandant", Line(R"(letztermandant -> BSTR "C:\Daten\Muster")"),
             Line("istoffen -> BOOL True")});
 }
 
 TEST_P(HostModule, IsHandedOutWhateverTheLoginAnswered) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Next(L"Login", -1);
-    machine.HandsOut(hostProgId, host);
     EXPECT_EQ(Object().Pointer(), host.Get());
     talk.Take();
 }
 
 TEST_P(HostModule, KeepsTheClientsTextWhenTheHostWritesIntoIt) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Next(L"Login", [](Call& call) {
         call.Store(1, Variant(L"C:\\Andere"));
         return Variant(std::int32_t{0});
     });
-    machine.HandsOut(hostProgId, host);
     Object();
     Expect(Opening());
 }
@@ -99,9 +99,8 @@ TEST_P(HostModule, TellsTheUserThatTheHostIsMissing) {
 }
 
 TEST_P(HostModule, KeepsAnObjectWhoseLoginFailed) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Next(L"Login", Failure::Exception(3021, L"Mandant gesperrt"));
-    machine.HandsOut(hostProgId, host);
     EXPECT_EQ(Object().Pointer(), host.Get());
     Expect({"create FibuNT.Mandant", Line(R"(letztermandant -> BSTR "C:\Daten\Muster")"),
             Line("istoffen -> BOOL False"),
@@ -111,8 +110,7 @@ TEST_P(HostModule, KeepsAnObjectWhoseLoginFailed) {
 }
 
 TEST_P(HostModule, KeepsTheOldObjectWhenANewOneCannotBeCreated) {
-    const Fake host = NewHost(GetParam().name);
-    machine.HandsOut(hostProgId, host);
+    const Fake host = NextHost();
     machine.RefusesOnce(hostProgId, 462);
     Object();
     host->Next(L"istoffen", false);
@@ -121,24 +119,21 @@ TEST_P(HostModule, KeepsTheOldObjectWhenANewOneCannotBeCreated) {
 }
 
 TEST_P(HostModule, TellsTheUserThatTheClientCannotBeRead) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Next(L"letztermandant", Variant::Null());
-    machine.HandsOut(hostProgId, host);
     Object();
     Expect({"create FibuNT.Mandant", Line("letztermandant -> Null"), Box(94)});
 }
 
 TEST_P(HostModule, TellsTheUserThatALoginAnswersNoNumber) {
-    const Fake host = NewHost(GetParam().name);
+    const Fake host = NextHost();
     host->Next(L"Login", L"nein");
-    machine.HandsOut(hostProgId, host);
     Object();
     EXPECT_EQ(talk.Take().back(), Box(13));
 }
 
 TEST_P(HostModule, TellsTheUserTheTextAloneWhenTheQuestionFails) {
-    const Fake host = NewHost(GetParam().name);
-    machine.HandsOut(hostProgId, host);
+    const Fake host = NextHost();
     Object();
     host->Next(L"istoffen", Failure::Exception(3022, L"Verbindung verloren"));
     EXPECT_TRUE(Object().IsNothing());
@@ -148,10 +143,8 @@ TEST_P(HostModule, TellsTheUserTheTextAloneWhenTheQuestionFails) {
 }
 
 TEST_P(HostModule, IsOpenedAnewOnceItsProgramHasDied) {
-    const Fake host = NewHost(GetParam().name);
-    const Fake successor = NewHost(GetParam().name);
-    machine.HandsOut(hostProgId, host);
-    machine.HandsOut(hostProgId, successor);
+    const Fake host = NextHost();
+    const Fake successor = NextHost();
     Object();
     host->Dies(HRESULT_FROM_WIN32(RPC_S_CALL_FAILED));
     EXPECT_TRUE(Object().IsNothing());
@@ -197,7 +190,7 @@ TEST_F(HostSession, NamesTheClientByWhatFollowsTheLastBackslash) {
                             "Mandanten an. Trennzeichen für Ordner ist '/'\" \"" +
                                 row.proposal + "\" -2500 -1500 -> \"\""),
                   1)
-            << Utf8(row.client);
+            << Spelled(row.client);
     }
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -132,7 +132,7 @@ TEST_F(Lookup, ComparesExactly) {
                                              {Variant(L"17"), L"17", 100}}) {
         fields[{100, 15}] = row.field;
         EXPECT_EQ(Client().FindSageDocumentByID(row.wanted), row.found)
-            << Shown(row.field) << " as " << Utf8(row.wanted);
+            << Shown(row.field) << " as " << Spelled(row.wanted);
     }
     talk.Take();
 }
@@ -275,7 +275,7 @@ TEST_F(Lookup, TellsThatAnIdIsNoNumber) {
         return call.LongAt(0) == -1 ? Variant(std::int32_t{0}) : Variant(L"viele");
     });
     EXPECT_EQ(Failing([&] { Client().FindSageDocumentByID(L"ID"); }),
-              Shown(13, Utf8(DescriptionOf(13)), "ELODMS.FindSageDocumentByID"));
+              Shown(13, Spelled(DescriptionOf(13)), "ELODMS.FindSageDocumentByID"));
     talk.Take();
 }
 
@@ -294,7 +294,7 @@ TEST_F(Lookup, OfAnObjectIdIsTheArchivesAnswer) {
     }
     archive->Next(L"PrepareObjectEx", Failure::Code(E_INVALIDARG));
     EXPECT_EQ(Failing([&] { Client().IsDokumentVorhanden(7); }),
-              Shown(5, Utf8(DescriptionOf(5)), "ELODMS.IsDokumentVorhanden"));
+              Shown(5, Spelled(DescriptionOf(5)), "ELODMS.IsDokumentVorhanden"));
     talk.Take();
 }
 

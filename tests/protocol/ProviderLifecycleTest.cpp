@@ -1,6 +1,6 @@
 // What the host's start requests and its questions of identity cause, and the gate in front of every request.
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -82,7 +82,7 @@ TEST_F(Start, KeepsItsReadinessWhenALaterReadingFails) {
     talk.Take();
     SetIni("Maske", "Debi", "");
     Provider().InitProvider(Variant());
-    Expect({Box(13, Utf8(DescriptionOf(13)), "MGlobals.IniLesen <- Kandora.InitProvider")});
+    Expect({Box(13, Spelled(DescriptionOf(13)), "MGlobals.IniLesen <- Kandora.InitProvider")});
     EXPECT_TRUE(State().gbIniOK);
 }
 
@@ -93,7 +93,7 @@ TEST_F(Start, IsReadyEvenWhenTheClientCannotBeAsked) {
         {{logged},
          ArchiveChecked(),
          {"create FibuNT.Mandant !! 429", R"(box "429 SOKInterface AnmeldenAnSage" 0)",
-          Box(91, Utf8(DescriptionOf(91)), "SOKInterface.EinstellungenLesen <- Kandora.InitProvider")}}));
+          Box(91, Spelled(DescriptionOf(91)), "SOKInterface.EinstellungenLesen <- Kandora.InitProvider")}}));
     EXPECT_TRUE(State().gbIniOK);
     EXPECT_FALSE(State().gbMandantArchivAktiv);
 }
@@ -101,7 +101,7 @@ TEST_F(Start, IsReadyEvenWhenTheClientCannotBeAsked) {
 TEST_F(Start, ShowsThatTheLogCannotBeWrittenAndReadsNothing) {
     machine.appendFailure = RuntimeError(70);
     Provider().InitProvider(Variant(std::int32_t{4711}));
-    Expect({logged + " !! 70", Box(70, Utf8(DescriptionOf(70)), "Kandora.InitProvider")});
+    Expect({logged + " !! 70", Box(70, Spelled(DescriptionOf(70)), "Kandora.InitProvider")});
     EXPECT_FALSE(Provider().bRunning);
     EXPECT_TRUE(machine.profileCalls.empty());
 }
@@ -136,7 +136,7 @@ TEST_F(StartProvider, ShowsABoxWithoutAnErrorWhenTheClientHasNoArchive) {
             "fibu.istoffen -> BOOL False", R"(fibu.Login(I2 1, BSTR& "C:\Daten\Muster") -> I4 0)",
             R"(fibu.IniLesen(I2 600, I2 100) -> BSTR "false")", "fibu.istoffen -> BOOL True",
             "fibu.Logout -> I4 0", Box(0, "", "Kandora.StartProvider")});
-    EXPECT_EQ(Utf8(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
+    EXPECT_EQ(Spelled(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
 }
 
 TEST_F(StartProvider, ShowsAnErrorOnceAndNoBoxWithoutOne) {
@@ -181,7 +181,7 @@ TEST_F(VersionRequest, ShowsThatTheLogCannotBeWritten) {
     machine.appendFailure = RuntimeError(61);
     Provider().FibuVersion(Variant(L"2026.1"));
     Expect({Logged("DMSProvider_FibuVersion  [2026.1]") + " !! 61",
-            Box(61, Utf8(DescriptionOf(61)), "Kandora.FibuVersion")});
+            Box(61, Spelled(DescriptionOf(61)), "Kandora.FibuVersion")});
 }
 
 class Identity : public StartedProviderTest {};
@@ -343,8 +343,8 @@ TEST_P(Gate, ShowsAnErrorOfTheTraceWithTheRequestsFrame) {
     State().settings.gbDebug = true;
     machine.appendFailure = RuntimeError(75);
     Request();
-    Expect(
-        {Traced() + " !! 75", Box(75, Utf8(DescriptionOf(75)), std::string("Kandora.") + GetParam().method)});
+    Expect({Traced() + " !! 75",
+            Box(75, Spelled(DescriptionOf(75)), std::string("Kandora.") + GetParam().method)});
 }
 
 TEST_P(Gate, ShowsAnErrorOfTheClientOnceWithAllItsFramesAndForgetsIt) {
@@ -362,7 +362,7 @@ TEST_P(Gate, ShowsAnErrorOfTheClientOnceWithAllItsFramesAndForgetsIt) {
         EXPECT_EQ(said.back(), box);
         EXPECT_EQ(Occurrences(said, box), 1);
     }
-    EXPECT_EQ(Utf8(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
+    EXPECT_EQ(Spelled(Globals().goErrHandler().sToString()), "[0]  | ON LINE 0 | CALLSTACK: ");
     EXPECT_TRUE(State().gbMandantArchivAktiv) << "an error decides nothing about the client";
 }
 

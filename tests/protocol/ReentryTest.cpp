@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "archive/OrigELODMS.h"
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -213,7 +213,10 @@ TEST_F(AnotherClient, IsAnsweredForDuringAnOutsideCallersCall) {
         Open(L"false");
         ExpectAnswers(false);
     });
-    Globals().Order().CarryOut([&] { older.ShowDokument(7); });
+    {
+        const RequestOrder::Turn turn(Globals().Order());
+        older.ShowDokument(7);
+    }
     EXPECT_EQ(Globals().goErrHandler().lOriginalNumber(), 0);
 }
 

@@ -1,17 +1,38 @@
 // How the archive client opens, keeps and closes its session.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
 
 class Session : public ArchiveTest {
 protected:
-    const Lines opened{
-        "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(archive.EloWindow(BSTR "MINIMIZE"))",
-    };
+    static std::string Login(const std::string& answer, const std::string& object = "archive") {
+        return object + R"(.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 )" + answer;
+    }
+    static Lines Opened(const std::string& object) {
+        return {
+            "create ELO.professional",
+            Login("0", object),
+            object + R"(.EloWindow(BSTR "MINIMIZE"))",
+        };
+    }
+    const Lines opened = Opened("archive");
+
+    /// With an open session that ends: the next use opens one with a new object.
+    void ExpectAnewAfter(const char* probed) {
+        const Fake second = NewArchive("second");
+        machine.HandsOut(archiveProgId, second);
+        EXPECT_EQ(Client().oElo().Pointer(), second.Get());
+        Expect(Together({{probed}, Opened("second")}));
+        EXPECT_EQ(handler.lOriginalNumber(), 0);
+    }
+
+    /// What the archive's answer to the login makes of it.
+    static std::string Refused(const std::string& answer) {
+        return Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=" + answer,
+                     "ELODMS.AnmeldenAnElo <- ELODMS.oElo");
+    }
 };
 
 TEST_F(Session, OpensAtTheFirstUseAndMinimisesTheArchive) {
@@ -59,43 +80,37 @@ TEST_F(Session, TriesOnceMoreAfterHalfASecondWhenTheArchiveAsksForIt) {
     Client().oElo();
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
         "sleep 500",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
+        Login("0"),
         R"(archive.EloWindow(BSTR "MINIMIZE"))",
     });
 }
 
 TEST_F(Session, TriesOnlyOnceMore) {
     archive->Answers(L"Login", -1);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-1",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-1"));
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
         "sleep 500",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -1)",
+        Login("-1"),
     });
 }
 
 TEST_F(Session, DoesNotTryAgainAfterAnyOtherRefusal) {
     archive->Answers(L"Login", -2);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-2",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-2"));
     Expect({
         "create ELO.professional",
-        R"(archive.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 -2)",
+        Login("-2"),
     });
 }
 
 TEST_F(Session, JudgesTheSecondAnswerLikeTheFirst) {
     archive->Next(L"Login", -1);
     archive->Next(L"Login", -7);
-    EXPECT_EQ(Failing([&] { Client().oElo(); }),
-              Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=-7",
-                    "ELODMS.AnmeldenAnElo <- ELODMS.oElo"));
+    EXPECT_EQ(Failing([&] { Client().oElo(); }), Refused("-7"));
     talk.Take();
 }
 
@@ -132,32 +147,14 @@ TEST_F(Session, KeepsTheObjectOfAFailedLoginAndAsksItFirst) {
 
 TEST_F(Session, OpensANewOneWhenTheProbeSaysNo) {
     LogIn();
-    const Fake second = NewArchive("second");
-    machine.HandsOut(archiveProgId, second);
     archive->Next(L"GetEntryId", -1);
-    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
-    Expect({
-        "archive.GetEntryId(I2 -1) -> I4 -1",
-        "create ELO.professional",
-        R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(second.EloWindow(BSTR "MINIMIZE"))",
-    });
-    EXPECT_EQ(handler.lOriginalNumber(), 0);
+    ExpectAnewAfter("archive.GetEntryId(I2 -1) -> I4 -1");
 }
 
 TEST_F(Session, OpensANewOneWhenTheProbeFails) {
     LogIn();
-    const Fake second = NewArchive("second");
-    machine.HandsOut(archiveProgId, second);
     archive->Dies(static_cast<HRESULT>(0x800706BAU));
-    EXPECT_EQ(Client().oElo().Pointer(), second.Get());
-    Expect({
-        "archive.GetEntryId !! 0x800706BA",
-        "create ELO.professional",
-        R"(second.Login(BSTR& "anna", BSTR& "geheim", BSTR& "Hauptarchiv") -> I4 0)",
-        R"(second.EloWindow(BSTR "MINIMIZE"))",
-    });
-    EXPECT_EQ(handler.lOriginalNumber(), 0);
+    ExpectAnewAfter("archive.GetEntryId !! 0x800706BA");
     EXPECT_EQ(archive->References(), 2U) << "the references of this test; the client has let go of its own";
 }
 
@@ -205,7 +202,7 @@ TEST_F(Session, EndsQuietlyWhenTheArchiveHasGone) {
 TEST_F(Session, KeepsAnErrorThatIsOnItsWayWhenAClientEnds) {
     handler.Log(RuntimeError(5000, L"Text"), L"MGlobals", L"IniLesen");
     ReleaseComponent();
-    EXPECT_EQ(Utf8(handler.sToString()), Shown(5000, "Text", "MGlobals.IniLesen"));
+    EXPECT_EQ(Spelled(handler.sToString()), Shown(5000, "Text", "MGlobals.IniLesen"));
 }
 
 class Visibility : public OpenArchiveTest {};
@@ -248,7 +245,7 @@ TEST_F(LoginCheck, AnswersTheReasonForZeroAndLess) {
     LogIn();
     for (const int answer : {0, -1}) {
         archive->Next(L"SelectView", answer);
-        EXPECT_EQ(Utf8(Client().CheckLogin()),
+        EXPECT_EQ(Spelled(Client().CheckLogin()),
                   "Das Anmelden an ELO ist Fehlgeschlagen. Das ELO-Interface ist deaktiviert.");
         Expect(Probed({"archive.SelectView(I2 3) -> I4 " + std::to_string(answer)}));
     }
@@ -265,7 +262,8 @@ TEST_F(LoginCheck, RaisesAFailedLoginWithAllItsFrames) {
 TEST_F(LoginCheck, RaisesAFailingView) {
     LogIn();
     archive->Next(L"SelectView", Failure::Code(E_OUTOFMEMORY));
-    EXPECT_EQ(Failing([&] { Client().CheckLogin(); }), Shown(7, Utf8(DescriptionOf(7)), "ELODMS.CheckLogin"));
+    EXPECT_EQ(Failing([&] { Client().CheckLogin(); }),
+              Shown(7, Spelled(DescriptionOf(7)), "ELODMS.CheckLogin"));
     talk.Take();
 }
 

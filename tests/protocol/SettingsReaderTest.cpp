@@ -1,6 +1,6 @@
 // How the settings are read from the INI file and checked against the archive.
 
-#include "tests/protocol/ProviderTest.h"
+#include "tests/protocol/ProviderFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -48,23 +48,22 @@ TEST_F(SettingsReader, StoresEveryValueInItsPlace) {
     EXPECT_TRUE(read.gbDebug);
     EXPECT_TRUE(read.gbArchivAktiv);
     EXPECT_TRUE(read.gbTreuhand);
-    EXPECT_EQ(read.gsEloPrinterFile, sample.gsEloPrinterFile);
-    EXPECT_EQ(read.gsArchivname, sample.gsArchivname);
-    EXPECT_EQ(read.gsSagePfad, sample.gsSagePfad);
-    EXPECT_EQ(read.gsEloUserName, sample.gsEloUserName);
-    EXPECT_EQ(read.gsEloPasswort, sample.gsEloPasswort);
-    EXPECT_EQ(read.gsEloKuerzel, sample.gsEloKuerzel);
+    for (Text Settings::* const text :
+         {&Settings::gsEloPrinterFile, &Settings::gsArchivname, &Settings::gsSagePfad,
+          &Settings::gsEloUserName, &Settings::gsEloPasswort, &Settings::gsEloKuerzel}) {
+        EXPECT_EQ(read.*text, sample.*text);
+    }
     for (std::int32_t Settings::* const mask :
          {&Settings::glMaskeStruktur, &Settings::glMaskeBelege, &Settings::glMaskeAuswertung,
           &Settings::glMaskeDebi, &Settings::glMaskeKredi}) {
         EXPECT_EQ(read.*mask, sample.*mask);
     }
     for (const IndexField& field : voucherIndexFields) {
-        EXPECT_EQ(read.giIdxBeleg.*field.position, sample.giIdxBeleg.*field.position) << Utf8(field.key);
+        EXPECT_EQ(read.giIdxBeleg.*field.position, sample.giIdxBeleg.*field.position) << Spelled(field.key);
     }
     for (const IndexField& field : partnerIndexFields) {
-        EXPECT_EQ(read.giIdxDebi.*field.position, sample.giIdxDebi.*field.position) << Utf8(field.key);
-        EXPECT_EQ(read.giIdxKredi.*field.position, sample.giIdxKredi.*field.position) << Utf8(field.key);
+        EXPECT_EQ(read.giIdxDebi.*field.position, sample.giIdxDebi.*field.position) << Spelled(field.key);
+        EXPECT_EQ(read.giIdxKredi.*field.position, sample.giIdxKredi.*field.position) << Spelled(field.key);
     }
     EXPECT_EQ(read.giIdxAuswertung.Listenbeschreibung, 21);
     EXPECT_EQ(read.giIdxAuswertung.DatumVon, 22);
@@ -100,7 +99,7 @@ TEST_F(SettingsReader, ReadsTheTraceSwitchEvenWhenTheArchiveIsOff) {
 
 TEST_F(SettingsReader, FailsAtTheFirstKeyOfAMissingFile) {
     machine.componentFile = L"C:\\Anderswo\\Kandora.dll";
-    EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames));
+    EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames));
     ExpectLines(KeysRead(), FirstKeys(1));
     EXPECT_EQ(machine.profileFile, "C:\\Anderswo\\Kandora.ini");
 }
@@ -116,11 +115,12 @@ TEST_F(SettingsReader, FailsAtEachTruthValueAndNumberThatIsMissingOrNone) {
         }
         for (const char* const wrong : {"", "zwölf", "1 2"}) {
             SetIni(row.section, row.key, wrong);
-            EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
+            EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames))
+                << row.section << "/" << row.key;
             ExpectLines(KeysRead(), FirstKeys(i + 1));
         }
         RemoveIni(row.section, row.key);
-        EXPECT_EQ(Failing(), Shown(13, Utf8(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
+        EXPECT_EQ(Failing(), Shown(13, Spelled(DescriptionOf(13)), frames)) << row.section << "/" << row.key;
         SetIni(row.section, row.key, row.value);
         KeysRead();
     }

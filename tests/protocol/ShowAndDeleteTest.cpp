@@ -1,6 +1,6 @@
 // How a document is shown in the archive's own window, and how an entry is deleted.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -94,7 +94,7 @@ TEST_F(DeletingAnEntry, FailsWithTheArchivesAnswer) {
 TEST_F(DeletingAnEntry, PassesOnAFailure) {
     archive->Next(L"DeleteObj", Failure::Code(E_ACCESSDENIED));
     EXPECT_EQ(Failing([&] { Client().LoescheDokument(321); }),
-              Shown(70, Utf8(DescriptionOf(70)), "ELODMS.LoescheDokument"));
+              Shown(70, Spelled(DescriptionOf(70)), "ELODMS.LoescheDokument"));
     talk.Take();
 }
 

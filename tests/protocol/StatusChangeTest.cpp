@@ -1,6 +1,6 @@
 // How the archive follows when a voucher is changed or deleted. Re-indexing itself is examined with filing.
 
-#include "tests/protocol/ArchiveTest.h"
+#include "tests/protocol/ArchiveClientFixture.h"
 
 namespace kandora::test {
 namespace {
@@ -97,7 +97,7 @@ TEST_F(StatusChange, StopsWhenTheHostCannotTellTheKind) {
 TEST_F(StatusChange, StopsWhenTheHostCannotTellTheData) {
     Hold(321);
     vouchers.dataFailure = RuntimeError(91);
-    EXPECT_EQ(Failing([&] { Change(); }), Shown(91, Utf8(DescriptionOf(91)), "ELODMS.ChangeDocument"));
+    EXPECT_EQ(Failing([&] { Change(); }), Shown(91, Spelled(DescriptionOf(91)), "ELODMS.ChangeDocument"));
     EXPECT_EQ(talk.Take().back(), R"(vouchers.GetBelegDaten("17", "2") !! 91)");
 }
 
@@ -117,7 +117,7 @@ struct BlankCase {
 };
 
 void PrintTo(const BlankCase& row, std::ostream* stream) {
-    *stream << Utf8(row.kind);
+    *stream << Spelled(row.kind);
 }
 
 class Deletion : public StatusChange, public testing::WithParamInterface<BlankCase> {
@@ -128,7 +128,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Kinds, Deletion,
                          testing::Values(BlankCase{L"Beleg", 11, 7}, BlankCase{L"Debi", 31, 13},
                                          BlankCase{L"Kredi", 51, 13}),
-                         [](const auto& row) { return Utf8(row.param.kind); });
+                         [](const auto& row) { return Spelled(row.param.kind); });
 
 TEST_P(Deletion, BlanksTheFieldsMarksTheStatusAndDeletesAtOnce) {
     Hold(321);

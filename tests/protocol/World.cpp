@@ -93,7 +93,7 @@ void World::TearDown() {
     talk.Take();
     for (const Fake& fake : made_) {
         for (const Text& member : fake->AskedRepeatedly()) {
-            ADD_FAILURE() << "the id of " << fake->Name() << "." << Utf8(member) << " was asked "
+            ADD_FAILURE() << "the id of " << fake->Name() << "." << Spelled(member) << " was asked "
                           << fake->TimesAsked(member) << " times";
         }
     }
@@ -139,17 +139,7 @@ Fake World::NewArchive(const std::string& name) {
 
 Fake World::NewHost(const std::string& name) {
     Fake fake = NewObject(name);
-    const auto open = std::make_shared<bool>(false);
-    fake->Answers(L"letztermandant", [this](Call&) { return Variant(client); });
-    fake->Answers(L"istoffen", [open](Call&) { return Variant(*open); });
-    fake->Answers(L"Login", [open](Call&) {
-        *open = true;
-        return Variant(std::int32_t{0});
-    });
-    fake->Answers(L"Logout", [open](Call&) {
-        *open = false;
-        return Variant(std::int32_t{0});
-    });
+    OpensAndCloses(fake, client);
     fake->Answers(L"IniLesen", [this](Call& call) { return options[call.LongAt(1)]; });
     fake->Answers(L"Inischreiben", [this](Call& call) {
         options[call.LongAt(1)] = call.arguments.at(2);
@@ -204,6 +194,21 @@ void FakeVouchers::Fill(const char* operation, DocumentRecord& record, const Tex
         record.Kundenname = L"Muster & Co";
         record.Kundenort = L"8000 Zürich";
     }
+}
+
+std::shared_ptr<const bool> OpensAndCloses(Fake& host, const Text& client) {
+    const auto open = std::make_shared<bool>(false);
+    host->Answers(L"letztermandant", [&client](Call&) { return Variant(client); });
+    host->Answers(L"istoffen", [open](Call&) { return Variant(*open); });
+    host->Answers(L"Login", [open](Call&) {
+        *open = true;
+        return Variant(std::int32_t{0});
+    });
+    host->Answers(L"Logout", [open](Call&) {
+        *open = false;
+        return Variant(std::int32_t{0});
+    });
+    return open;
 }
 
 std::string Shown(std::int32_t number, const std::string& description, const std::string& frames) {

@@ -108,14 +108,17 @@ std::string FailureOf(CErrHandler& handler, Action&& action) {
         EXPECT_EQ(handler.lOriginalNumber(), 0) << "an error was recorded, but not raised";
         return {};
     }
-    std::string shown = Utf8(handler.sToString());
+    std::string shown = Spelled(handler.sToString());
     EXPECT_EQ(error.Number(), handler.lNumber());
-    EXPECT_EQ(Utf8(error.Description()), Utf8(handler.sDescription()));
-    EXPECT_EQ("CALLSTACK: " + Utf8(error.Source()), shown.substr(shown.rfind("CALLSTACK: ")));
+    EXPECT_EQ(Spelled(error.Description()), Spelled(handler.sDescription()));
+    EXPECT_EQ("CALLSTACK: " + Spelled(error.Source()), shown.substr(shown.rfind("CALLSTACK: ")));
     handler.Clear();
     return shown;
 }
 
+/// An object of the host's on which clients are opened and closed; tells whether one is open. `client`, the
+/// one that was open last, outlives it.
+std::shared_ptr<const bool> OpensAndCloses(Fake& host, const Text& client);
 /// How the error box shows a first error of that number, raised below the frames.
 std::string Shown(std::int32_t number, const std::string& description, const std::string& frames);
 

@@ -1,11 +1,17 @@
 """What lint finds and what it looks at. A small project and stand-ins for the programs that judge; nothing is compiled."""
+import contextlib
+import io
 import json
 import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
+from unittest import mock
+
+import tidy
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
@@ -28,9 +34,10 @@ PROJECT = {
 SOURCES = sorted(path for path in PROJECT if path.endswith(".cpp"))
 
 # Finds the word PLANTED in a source and in what it includes.
+VERSION = "22.1"
 CLANG_TIDY = r"""#!/bin/bash
 if [[ $1 == --version ]]; then
-    echo "${CLANG_VERSION:-22.1}"
+    echo "VERSION"
     exit
 fi
 echo "$*" >>"$CALLS.words"
@@ -44,26 +51,31 @@ done
 echo "${source#"$PWD/"} $target$only" >>"$CALLS"
 text=$(<"$source")
 for file in "$source" product/*.h; do
-    if [[ $file == "$source" || $text == *"${file#product/}"* ]] && line=$(grep -n PLANTED "$file"); then
+    if [[ $file == "$source" || $text == *"${file#product/}"* ]] && [[ $(<"$file") == *PLANTED* ]]; then
+        line=$(grep -n PLANTED "$file")
         echo "$PWD/${file#"$PWD/"}:${line%%:*}:1: error: this was planted [fake-check,-warnings-as-errors]"
         result=1
     fi
 done
 [[ $text != *CRASH* ]] || kill -SEGV $$
 exit "$result"
-"""
+""".replace("VERSION", VERSION)
 
-COMPILER = r"""#!/bin/bash
-printf '#include <...> search starts here:\n /opt/gcc/include/c++\n /opt/gcc/include\nEnd of search list.\n' >&2
+COMPILER_SAYS = """#include <...> search starts here:
+ /opt/gcc/include/c++
+ /opt/gcc/include
+End of search list.
 """
+COMPILER = f"#!/bin/sh\ncat >&2 <<END\n{COMPILER_SAYS}END\n"
 
 # Judges of other files: fail when one of them holds the word.
-JUDGE = r"""#!/bin/bash
+JUDGE = r"""#!/bin/sh
 echo "$0 $*" >>"$CALLS.judges"
-for file in "$@"; do
-    [[ ! -f $file ]] || ! grep -q "MISPLACED" "$file" || { echo "$file: misplaced"; exit 1; }
-done
+found=$(grep -sH MISPLACED -- "$@")
+[ -z "$found" ] || { echo "$found"; exit 1; }
 """
+
+REAL_RUN = subprocess.run
 
 SHELL = r"""
 set -euo pipefail
@@ -89,6 +101,9 @@ prepare_analysis() { [[ ${PREPARED:-yes} == yes ]]; }
 
 
 class Lint(unittest.TestCase):
+    """The whole command, with a program for every step. A few sources are enough."""
+    sources = ["product/Alone.cpp", "product/Sum.cpp", "tests/SumTest.cpp"]
+
     def setUp(self):
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.project, self.calls, self.bin = folder / "project", folder / "calls", folder / "bin"
@@ -101,10 +116,11 @@ class Lint(unittest.TestCase):
         self.bin.mkdir()
         programs = {"clang-tidy-22": CLANG_TIDY, "clang-tidy-19": CLANG_TIDY, "i686-w64-mingw32-g++-posix": COMPILER,
                     "x86_64-w64-mingw32-g++-posix": COMPILER, "clang-format-22": JUDGE, "clang-format-19": JUDGE,
-                    "shellcheck": JUDGE}
+                    "shellcheck": JUDGE, "flake8": JUDGE}
         for name, text in programs.items():
             (self.bin / name).write_text(text, encoding="utf-8")
             (self.bin / name).chmod(0o755)
+        (self.bin / "python3").symlink_to(sys.executable)
         self.configure()
 
     def write(self, path, text):
@@ -121,7 +137,7 @@ class Lint(unittest.TestCase):
         for architecture in ("x86", "x64"):
             build = self.project / "build" / f"lint-{architecture}"
             entries = []
-            for target, path in [*((os.path.dirname(path), path) for path in SOURCES), *more]:
+            for target, path in [*((os.path.dirname(path), path) for path in self.sources), *more]:
                 entries.append({"directory": str(build), "file": str(self.project / path),
                                 "output": f"{target}/CMakeFiles/some.dir/{path}.obj",
                                 "command": f"g++ -I{self.project} -isystem {build}/made {options} -DOF={target} -Werror -MD "
@@ -138,7 +154,7 @@ class Lint(unittest.TestCase):
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
                               env=os.environ | {"PATH": f"{self.bin}:{os.environ['PATH']}", "CALLS": str(self.calls),
                                                 "PROJECT": str(self.project),
-                                                "INSTALLED": "shellcheck clang-format-22 clang-tidy-22"} | environment)
+                                                "INSTALLED": "shellcheck flake8 clang-format-22 clang-tidy-22"} | environment)
         return done.returncode, done.stdout, self.lines("calls")
 
     def lines(self, name):
@@ -155,8 +171,41 @@ class Lint(unittest.TestCase):
         code, said, calls = self.lint(*arguments, **environment)
         self.assertEqual(code, 0, said)
         self.assertEqual(sorted({call.split()[0] for call in calls}), sorted(sources), said)
-        self.assertIn(f"{len(SOURCES)} sources, {len(sources)} analysed, 0 with findings", said)
+        self.assertIn(f"{len(self.sources)} sources, {len(sources)} analysed, 0 with findings", said)
         return calls
+
+
+class Analysis(Lint):
+    """Only the analysis, and no program at all."""
+    sources = SOURCES
+
+    def setUp(self):
+        super().setUp()
+        self.enterContext(mock.patch.object(tidy.Linter, "check", self.check))
+        self.enterContext(mock.patch.object(tidy.subprocess, "run", self.run_program))
+
+    def run_program(self, words, **_):
+        """What is asked of clang-tidy and of the compiler before the analysis."""
+        said = self.version if words[-1] == "--version" else ""
+        return subprocess.CompletedProcess(words, 0, said + "\n", COMPILER_SAYS)
+
+    def check(self, job):
+        self.calls_made.append(f"{job.source.path} {job.architecture}{' only warnings' if job.options else ''}")
+        self.words.append(" ".join(job.command("clang-tidy", str(self.project))))
+        return ""
+
+    def lint(self, *arguments, version=VERSION):
+        self.version, self.calls_made, self.words = version, [], []
+        command = ["tidy.py", "--clang-tidy", "clang-tidy-22", "--root", str(self.project), "--build",
+                   str(self.project / "build"), "--base", str(self.project / "scripts" / "lint-base.json"), *arguments]
+        with mock.patch.object(sys, "argv", command), contextlib.redirect_stdout(io.StringIO()) as said:
+            code = tidy.main()
+        return code, said.getvalue(), sorted(self.calls_made)
+
+    def whole_command(self, text, *arguments):
+        """Expects a finding of the command itself."""
+        with mock.patch.object(tidy.subprocess, "run", REAL_RUN), mock.patch.object(type(self), "lint", Lint.lint):
+            self.expect_findings(text, *arguments)
 
     def forget(self):
         """As in a fresh clone."""
@@ -182,11 +231,14 @@ class Findings(Lint):
         said, _ = self.expect_findings("clang-tidy ended with -11")
         self.assertIn("product/Alone.cpp (x86)", said)
 
+    def expect_judged(self, command, file):
+        judged = [line for line in self.lines("calls.judges") if command in line]
+        self.assertTrue(judged and file in judged[0], judged)
+
     def test_of_the_formatting(self):
         self.append("product/Deep.h", "// MISPLACED\n")
-        self.expect_findings("product/Deep.h: misplaced")
-        judges = self.lines("calls.judges")
-        self.assertTrue([line for line in judges if "clang-format-22 --dry-run --Werror " in line and "Alone.cpp" in line], judges)
+        self.expect_findings("product/Deep.h:// MISPLACED")
+        self.expect_judged("clang-format-22 --dry-run --Werror ", "product/Alone.cpp")
 
     def test_of_the_floors(self):
         self.write("src/automation/Text.cpp", '#include "support/Log.h"\n')
@@ -195,17 +247,18 @@ class Findings(Lint):
 
     def test_of_shell_scripts(self):
         self.append("run.sh", "# MISPLACED\n")
-        self.expect_findings("run.sh: misplaced")
+        self.expect_findings("run.sh:# MISPLACED")
 
     def test_of_python_scripts(self):
-        self.append("check.py", "def broken(:\n")
-        self.expect_findings("SyntaxError")
+        self.append("check.py", "# MISPLACED\n")
+        self.expect_findings("check.py:# MISPLACED")
+        self.expect_judged("flake8 --config ", "scripts/tidy.py")
 
     def test_of_one_kind_do_not_hide_another(self):
         self.append("run.sh", "# MISPLACED\n")
         self.append("product/Alone.cpp", "// PLANTED\n")
         said, _ = self.expect_findings("this was planted")
-        self.assertIn("run.sh: misplaced", said)
+        self.assertIn("run.sh:# MISPLACED", said)
 
     def test_are_needed_for_a_failure(self):
         self.assertEqual(self.lint()[0], 0)
@@ -223,7 +276,7 @@ class Findings(Lint):
         self.expect_findings("lint does not know '--change'", "--change")
 
 
-class Analysed(Lint):
+class Analysed(Analysis):
     def test_is_each_source_once_and_its_warnings_for_the_other_architecture(self):
         calls = self.expect_analysed(SOURCES)
         self.assertEqual(calls, sorted([
@@ -236,17 +289,17 @@ class Analysed(Lint):
         self.configure(more=[("tests", "product/Alone.cpp"), ("another", "product/Alone.cpp")])
         calls = self.expect_analysed(SOURCES)
         self.assertEqual(calls.count("product/Alone.cpp x86"), 1)
-        own = [line for line in self.lines("calls.words") if "Alone.cpp" in line]
+        own = [line for line in self.words if "Alone.cpp" in line]
         self.assertTrue(own and all("-DOF=product" in line for line in own), own)
 
     def test_is_what_clang_understands_of_the_commands(self):
         self.lint()
-        line = next(line for line in self.lines("calls.words") if "SumTest.cpp" in line)
+        line = next(line for line in self.words if "SumTest.cpp" in line)
         self.assertIn("--warnings-as-errors=*", line)
         self.assertIn("-isystem /opt/gcc/include/c++ ", line)
         self.assertRegex(line, r" -- .*-DSOME=1.* -analyzer-config -Xclang mode=shallow")
         self.assertNotRegex(line, r" -- .*(-Werror|some\.d|some\.obj|SumTest| -c | -MD)")
-        product = next(line for line in self.lines("calls.words") if "Sum.cpp" in line)
+        product = next(line for line in self.words if "Sum.cpp" in line)
         self.assertNotIn("mode=shallow", product)
 
     def test_is_not_again_what_was_clean(self):
@@ -269,10 +322,10 @@ class Analysed(Lint):
 
     def test_is_everything_with_another_clang(self):
         self.lint()
-        self.expect_analysed(SOURCES, CLANG_VERSION="22.2")
+        self.expect_analysed(SOURCES, version="22.2")
 
 
-class Changed(Lint):
+class Changed(Analysis):
     def setUp(self):
         super().setUp()
         self.expect_analysed(SOURCES, "--record")
@@ -313,7 +366,9 @@ class Changed(Lint):
 
     def test_is_found_fault_with(self):
         self.append("product/Sum.h", "// PLANTED\n")
-        self.expect_findings("product/Sum.h:2:1: error", "--changed")
+        self.whole_command("product/Sum.h:2:1: error", "--changed")
+        # Of all that includes the header, only that.
+        self.assertEqual({call.split()[0] for call in self.lines("calls")}, {"product/Sum.cpp"})
 
     def test_is_all_of_it_without_a_base(self):
         for text in (None, "", "{", "[]", "{}", '{"texts": {}}'):
@@ -334,7 +389,7 @@ class Changed(Lint):
         self.expect_changed(*SOURCES)
 
     def test_is_not_what_another_clang_or_checkout_would_see(self):
-        self.expect_changed(CLANG_VERSION="23")
+        self.expect_changed(version="23")
         elsewhere = self.project.parent / "elsewhere"
         self.project.rename(elsewhere)
         self.project = elsewhere
@@ -357,7 +412,7 @@ class Changed(Lint):
         base = self.project / "scripts" / "lint-base.json"
         before = base.read_text(encoding="utf-8")
         self.append("product/Alone.cpp", "// PLANTED\n")
-        self.expect_findings("this was planted", "--record")
+        self.whole_command("this was planted", "--record")
         self.assertEqual(base.read_text(encoding="utf-8"), before)
 
 
@@ -367,19 +422,19 @@ class Clang(Lint):
         return said, self.lines("calls.judges")
 
     def test_is_the_reference(self):
-        said, judges = self.format_and_lint(INSTALLED="shellcheck clang-format-19 clang-tidy-19")
+        said, judges = self.format_and_lint(INSTALLED="shellcheck flake8 clang-format-19 clang-tidy-19")
         self.assertIn("install clang-format-22 clang-tidy-22", judges)
         self.assertTrue([line for line in judges if "clang-format-22 --dry-run" in line])
         self.assertNotIn("cannot be had", said)
 
     def test_is_another_one_where_the_reference_cannot_be_had(self):
-        said, judges = self.format_and_lint(INSTALLED="shellcheck", UNAVAILABLE="clang-tidy-22")
+        said, judges = self.format_and_lint(INSTALLED="shellcheck flake8", UNAVAILABLE="clang-tidy-22")
         self.assertIn("clang 22 cannot be had; 19 judges instead", said)
         self.assertTrue([line for line in judges if "clang-format-19 --dry-run" in line])
         self.assertIn("0 with findings", said)
 
     def test_is_needed(self):
-        self.expect_findings("can be installed", INSTALLED="shellcheck", UNAVAILABLE="clang-tidy-22 clang-tidy-19")
+        self.expect_findings("can be installed", INSTALLED="shellcheck flake8", UNAVAILABLE="clang-tidy-22 clang-tidy-19")
 
     def test_formats_in_place(self):
         code, said, _ = self.lint(function="run_format")

@@ -5,7 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/stress/Desk.h"
+#include "tests/stress/StressPlace.h"
+#include "tests/support/Unique.h"
 
 // One process with several apartments, each of which files a year of its own into the same archive.
 namespace kandora::stress_tests {
@@ -35,7 +36,7 @@ struct Office {
 };
 
 /// Whatever processor the tests were given; for as long as it lives.
-class OnAllProcessors {
+class OnAllProcessors : test::Unique {
 public:
     OnAllProcessors() {
         DWORD_PTR all = 0;
@@ -43,8 +44,6 @@ public:
         EXPECT_TRUE(SetProcessAffinityMask(GetCurrentProcess(), all));
     }
     ~OnAllProcessors() { EXPECT_TRUE(SetProcessAffinityMask(GetCurrentProcess(), own_)); }
-    OnAllProcessors(const OnAllProcessors&) = delete;
-    OnAllProcessors& operator=(const OnAllProcessors&) = delete;
 
 private:
     DWORD_PTR own_ = 0;

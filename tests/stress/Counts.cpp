@@ -12,7 +12,8 @@
 #include <vector>
 
 #include "interfaces/ComObject.h"
-#include "simulators/common/dispatch_object.h"
+#include "simulators/common/DispatchObject.h"
+#include "tests/support/PassingMallocSpy.h"
 
 namespace kandora::stress_tests {
 
@@ -21,9 +22,8 @@ namespace {
 std::atomic<long> outstanding =
     0;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): COM has one spy
 
-class Spy final : public kandora::LentComObject<IMallocSpy> {
+class Spy final : public test::PassingMallocSpy {
 public:
-    SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }
     void* STDMETHODCALLTYPE PostAlloc(void* block) override {
         outstanding += block != nullptr ? 1 : 0;
         return block;
@@ -32,18 +32,6 @@ public:
         outstanding -= isSpied && block != nullptr ? 1 : 0;
         return block;
     }
-    void STDMETHODCALLTYPE PostFree(BOOL) override {}
-    SIZE_T STDMETHODCALLTYPE PreRealloc(void* block, SIZE_T size, void** passed, BOOL) override {
-        *passed = block;
-        return size;
-    }
-    void* STDMETHODCALLTYPE PostRealloc(void* block, BOOL) override { return block; }
-    void* STDMETHODCALLTYPE PreGetSize(void* block, BOOL) override { return block; }
-    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) override { return size; }
-    void* STDMETHODCALLTYPE PreDidAlloc(void* block, BOOL) override { return block; }
-    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int answer) override { return answer; }
-    void STDMETHODCALLTYPE PreHeapMinimize() override {}
-    void STDMETHODCALLTYPE PostHeapMinimize() override {}
 };
 
 Spy& TheSpy() {

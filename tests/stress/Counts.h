@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <iosfwd>
 
+#include "tests/support/Unique.h"
+
 namespace kandora::stress_tests {
 
 /// What this process holds at the moment.
@@ -25,12 +27,10 @@ std::ostream& operator<<(std::ostream& stream, const Counts& counts);
 
 /// Counts COM's allocations while it lives. Only complete when the texts are not kept for later use, which
 /// the environment variable OANOCACHE forbids from the start of the process.
-class AllocationSpy {
+class AllocationSpy : test::Unique {
 public:
     AllocationSpy();
     ~AllocationSpy();
-    AllocationSpy(const AllocationSpy&) = delete;
-    AllocationSpy& operator=(const AllocationSpy&) = delete;
 
     static long Outstanding() noexcept;
 };

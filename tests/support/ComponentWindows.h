@@ -2,7 +2,10 @@
 
 #include <array>
 #include <cstddef>
+#include <cwchar>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <windows.h>
 
@@ -15,18 +18,47 @@ constexpr int inputText = 101;
 constexpr int reportTitle = 101;
 constexpr int reportDescription = 104;
 
-/// Looks at every message box and every form of the component on the desktop. Asking for them by class takes
-/// a fraction of what going through all windows does, and whoever waits for boxes asks all the time.
+struct WindowSearch {
+    const wchar_t* className;
+    std::vector<HWND> found;
+};
+
+inline BOOL CALLBACK TakeWindow(HWND window, LPARAM state) {
+    auto& search = *reinterpret_cast<WindowSearch*>(state);
+    std::array<wchar_t, 64> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    if (std::wcscmp(name.data(), search.className) == 0) {
+        search.found.push_back(window);
+    }
+    return TRUE;
+}
+
+/// The windows of a class on the desktop.
+inline std::vector<HWND> WindowsOf(const wchar_t* className) {
+    WindowSearch search{className, {}};
+    EnumWindows(TakeWindow, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+/// Looks at every message box and every form of the component on the desktop. Asking for the first one of a
+/// class takes a fraction of what going through all windows does, and whoever waits for boxes asks all the
+/// time. To ask for the one behind another one does not serve: when that one is just going, wine 10's server
+/// looks for it for ever, and all programs stand still.
 template <class Look>
 void ForEachBox(Look look) {
-    constexpr int mostBoxes = 100;  // while windows change their order, one may be found again and again
     for (const wchar_t* const name : {L"#32770", L"KandoraForm"}) {
-        HWND window = FindWindowExW(nullptr, nullptr, name, nullptr);
-        for (int seen = 0; window != nullptr && seen < mostBoxes; ++seen) {
-            look(window);
-            window = FindWindowExW(nullptr, window, name, nullptr);
+        if (FindWindowExW(nullptr, nullptr, name, nullptr) != nullptr) {
+            for (const HWND window : WindowsOf(name)) {
+                look(window);
+            }
         }
     }
+}
+
+inline std::wstring ClassOf(HWND window) {
+    std::array<wchar_t, 64> name{};
+    const int length = GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return {name.data(), static_cast<std::size_t>(length)};
 }
 
 /// A window's text, at most 4095 units of it, or empty when its thread does not answer within a minute.
@@ -38,6 +70,27 @@ inline std::wstring TextOf(HWND window) {
         return {};
     }
     return {text.data(), static_cast<std::size_t>(length)};
+}
+
+/// What somebody who answers looks at in a message box or in a form.
+struct Question {
+    bool isBox = false;
+    HWND button = nullptr;
+    HWND prompt = nullptr;
+};
+/// None when the window is neither, or while it is still coming up. `formPrompt`: which control of a form
+/// tells what it asks for.
+inline std::optional<Question> QuestionIn(HWND window, int formPrompt) {
+    const std::wstring windowClass = ClassOf(window);
+    Question question;
+    question.isBox = windowClass == L"#32770";
+    if (IsWindowVisible(window) == FALSE || !(question.isBox || windowClass == L"KandoraForm")) {
+        return std::nullopt;
+    }
+    question.button =
+        question.isBox ? FindWindowExW(window, nullptr, L"Button", nullptr) : GetDlgItem(window, okButton);
+    question.prompt = GetDlgItem(window, question.isBox ? boxText : formPrompt);
+    return question.button != nullptr && question.prompt != nullptr ? std::optional(question) : std::nullopt;
 }
 
 /// Puts the text into a control of the window.

@@ -109,7 +109,7 @@ std::string Oddities(REFIID interfaceId, WORD flags, const DISPPARAMS& parameter
 
 std::string ShownCall(const std::string& object, const Text& member, WORD flags,
                       const DISPPARAMS& parameters) {
-    const std::string name = object + (member.empty() ? "" : "." + Utf8(member));
+    const std::string name = object + (member.empty() ? "" : "." + Spelled(member));
     if ((flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0) {
         const std::string index = ShownArguments(parameters, 1);
         return name + (index.empty() ? "" : "(" + index + ")") +
@@ -130,28 +130,14 @@ std::string ShownFailure(const Failure& failure) {
 }  // namespace
 
 Fake::Fake(std::string name, Conversation* conversation)
-    : object_(new FakeObject(std::move(name), conversation)) {
-    object_->AddRef();
-}
-
-Fake::~Fake() {
-    if (object_ != nullptr) {
-        object_->Release();
-    }
-}
-
-Fake::Fake(const Fake& other) : object_(other.object_) {
-    if (object_ != nullptr) {
-        object_->AddRef();
-    }
-}
+    : object_(new FakeObject(std::move(name), conversation)) {}
 
 Variant Fake::AsVariant() const {
-    return Variant(static_cast<IDispatch*>(object_));
+    return Variant(static_cast<IDispatch*>(object_.Get()));
 }
 
 LateBound Fake::AsLateBound() const {
-    return LateBound(static_cast<IDispatch*>(object_));
+    return LateBound(static_cast<IDispatch*>(object_.Get()));
 }
 
 Call::Call(FakeObject& theObject, const DISPPARAMS& parameters) : object(theObject), parameters_(parameters) {
@@ -238,13 +224,10 @@ void FakeObject::ForgetAsked() {
 }
 
 const FakeObject* FakeObject::Of(IUnknown* object) {
-    void* fake = nullptr;
-    if (FAILED(object->QueryInterface(fakeInterface, &fake))) {
-        return nullptr;
-    }
-    const auto* const found = static_cast<FakeObject*>(static_cast<IDispatch*>(fake));
-    object->Release();
-    return found;
+    ComPtr<IDispatch> fake;
+    return SUCCEEDED(object->QueryInterface(fakeInterface, fake.ReceiveVoid()))
+               ? static_cast<const FakeObject*>(fake.Get())
+               : nullptr;
 }
 
 int FakeObject::Alive() noexcept {
@@ -300,12 +283,12 @@ void* FakeObject::Further(REFIID wanted) noexcept {
 HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
     *ids = DISPID_UNKNOWN;
     if (FAILED(dead_)) {
-        Record(name_ + "." + Utf8(*names) + " !! " + HexCode(dead_));
+        Record(name_ + "." + Spelled(*names) + " !! " + HexCode(dead_));
         return dead_;
     }
     const auto found = std::ranges::find(members_, TextView(*names), &Member::name);
     if (count != 1 || found == members_.end()) {
-        Record(name_ + "." + Utf8(*names) + " !! unknown");
+        Record(name_ + "." + Spelled(*names) + " !! unknown");
         return DISP_E_UNKNOWNNAME;
     }
     ++found->asked;
@@ -315,11 +298,7 @@ HRESULT FakeObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DIS
 
 HRESULT FakeObject::Invoke(DISPID id, REFIID interfaceId, LCID, WORD flags, DISPPARAMS* parameters,
                            VARIANT* result, EXCEPINFO* exception, UINT*) {
-    AddRef();  // the caller may let go of this object while it answers
-    const struct Keeper {
-        FakeObject* object;
-        ~Keeper() { object->Release(); }
-    } keeper{this};
+    const ComPtr<FakeObject> keeper(this);  // the caller may let go of this object while it answers
     Member* const member = MemberWith(id);
     if (member == nullptr) {
         return DISP_E_MEMBERNOTFOUND;

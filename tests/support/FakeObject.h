@@ -19,6 +19,7 @@
 #include "automation/Text.h"
 #include "automation/Variant.h"
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/Seam.h"
 
@@ -36,21 +37,14 @@ public:
     Fake() = default;
     /// A new fake. Its calls go to the conversation, when there is one; its name leads each line.
     explicit Fake(std::string name, Conversation* conversation = nullptr);
-    ~Fake();
-    Fake(const Fake& other);
-    Fake(Fake&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-    Fake& operator=(Fake other) noexcept {
-        std::swap(object_, other.object_);
-        return *this;
-    }
 
-    FakeObject* operator->() const noexcept { return object_; }
-    [[nodiscard]] FakeObject* Get() const noexcept { return object_; }
+    FakeObject* operator->() const noexcept { return object_.Get(); }
+    [[nodiscard]] FakeObject* Get() const noexcept { return object_.Get(); }
     [[nodiscard]] Variant AsVariant() const;
     [[nodiscard]] LateBound AsLateBound() const;
 
 private:
-    FakeObject* object_ = nullptr;
+    ComPtr<FakeObject> object_;
 };
 
 /// One call that a fake has to answer.

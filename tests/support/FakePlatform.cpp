@@ -10,7 +10,7 @@ namespace kandora::test {
 namespace {
 
 std::string NameOrDash(const char* name) {
-    return name == nullptr ? "-" : "\"" + Utf8(TextFromAnsi(name)) + "\"";
+    return name == nullptr ? "-" : "\"" + Spelled(TextFromAnsi(name)) + "\"";
 }
 
 }  // namespace
@@ -39,7 +39,7 @@ LateBound FakePlatform::CreateObject(const Text& progId) {
 }
 
 Fake FakePlatform::NewObject(const Text& progId) {
-    const std::size_t place = conversation_.Add("create " + Utf8(progId));
+    const std::size_t place = conversation_.Add("create " + Spelled(progId));
     std::variant<Fake, std::int32_t> outcome = errors::cannotCreateObject;
     if (auto& waiting = prepared_[progId]; !waiting.empty()) {
         outcome = std::move(waiting.front());

@@ -5,6 +5,7 @@
 #include <oaidl.h>
 
 #include "interfaces/ComObject.h"
+#include "interfaces/ComPtr.h"
 
 namespace kandora::test {
 
@@ -12,8 +13,7 @@ namespace kandora::test {
 /// no interface but IDispatch, is made with one reference, and keeps one to its object.
 class ForwardingDispatch : public ComObject<IDispatch> {
 public:
-    explicit ForwardingDispatch(IDispatch* object) : object_(object) { object_->AddRef(); }
-    ~ForwardingDispatch() override { object_->Release(); }
+    explicit ForwardingDispatch(IDispatch* object) : object_(object) {}
 
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
         return object_->GetTypeInfoCount(count);
@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    IDispatch* object_;
+    ComPtr<IDispatch> object_;
 };
 
 }  // namespace kandora::test

@@ -83,7 +83,7 @@ std::string ShownValue(const Variant& value) {
     case VT_BOOL:
         return value.Raw().boolVal != VARIANT_FALSE ? " True" : " False";
     default:
-        return " " + Utf8(value.ToText());
+        return " " + Spelled(value.ToText());
     }
 }
 
@@ -109,19 +109,12 @@ std::string Spelled(std::string_view utf8) {
     return spelled;
 }
 
-std::string Utf8(TextView text) {
-    if (text.empty()) {
-        return {};
-    }
-    const auto length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), size, nullptr, nullptr);
-    return Spelled(utf8);
+std::string Spelled(TextView text) {
+    return Spelled(Utf8FromText(text));
 }
 
 std::string Quoted(TextView text) {
-    return "\"" + Utf8(text) + "\"";
+    return "\"" + Spelled(text) + "\"";
 }
 
 std::string HexCode(HRESULT code) {

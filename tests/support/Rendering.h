@@ -13,7 +13,7 @@
 namespace kandora::test {
 
 /// In UTF-8, with control characters spelled out ("\r", "\0", "\x1B").
-std::string Utf8(TextView text);
+std::string Spelled(TextView text);
 std::string Spelled(std::string_view utf8);
 /// The text between quotation marks.
 std::string Quoted(TextView text);

@@ -6,6 +6,7 @@
 
 #include "automation/Text.h"
 #include "automation/Variant.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::test {
 
@@ -21,12 +22,10 @@ struct OutsideCall {
 /// (asking an object for a member's id belongs to the call that follows), may answer in place of the fake,
 /// may fail it, may do something of its own meanwhile. Reading clock and environment and sleeping do not pass
 /// here.
-class Seam {
+class Seam : Unique {
 public:
     Seam() = default;
     virtual ~Seam() = default;
-    Seam(const Seam&) = delete;
-    Seam& operator=(const Seam&) = delete;
 
     /// The answer to the call; `carryOut` lets the fake do what it is asked for. May throw a Failure (on
     /// objects) or any other exception.
@@ -38,7 +37,7 @@ public:
 };
 
 /// The stretch of a fake's work.
-class OutsideStretch {
+class OutsideStretch : Unique {
 public:
     explicit OutsideStretch(Seam* seam) noexcept : seam_(seam) {
         if (seam_ != nullptr) {
@@ -50,8 +49,6 @@ public:
             seam_->Leave();
         }
     }
-    OutsideStretch(const OutsideStretch&) = delete;
-    OutsideStretch& operator=(const OutsideStretch&) = delete;
 
 private:
     Seam* seam_;

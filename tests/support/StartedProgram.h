@@ -5,11 +5,14 @@
 #include <tlhelp32.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <iostream>
 #include <string>
 #include <system_error>
 #include <utility>
+
+#include "tests/support/Unique.h"
 
 namespace kandora::test {
 
@@ -23,12 +26,10 @@ struct Command {
 };
 
 /// What the system does with programs and knows of them; a test of StartedProgram answers instead.
-class Processes {
+class Processes : Unique {
 public:
     Processes() = default;
     virtual ~Processes() = default;
-    Processes(const Processes&) = delete;
-    Processes& operator=(const Processes&) = delete;
 
     /// 0, or the system's error; both handles are the caller's.
     virtual DWORD Start(const Command& command, PROCESS_INFORMATION& process) = 0;
@@ -53,7 +54,7 @@ public:
 /// any more, and its handle was never signalled. wine's server learns of an end by the program's sockets and
 /// pipes only: a program that is killed while somebody else holds copies of them stays in the list of
 /// processes, without any memory, and nothing tells its end. Who held copies in that case is not known.
-class StartedProgram {
+class StartedProgram : Unique {
 public:
     /// True once the program has given a sign of life. Asked again and again while the program is waited for.
     using Sign = std::function<bool()>;
@@ -77,8 +78,6 @@ public:
         End();
         processes_.Close(process_);
     }
-    StartedProgram(const StartedProgram&) = delete;
-    StartedProgram& operator=(const StartedProgram&) = delete;
 
     /// Waits for its sign of life; a program that is lost before it is started again. False when there is no
     /// sign: it has ended, was lost too often, or the time is over.
@@ -177,13 +176,8 @@ private:
     }
 
     [[nodiscard]] std::string Name() const {
-        const auto length = static_cast<int>(command_.line.size());
-        std::string name(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, command_.line.data(),
-                                                                      length, nullptr, 0, nullptr, nullptr)),
-                         '\0');
-        WideCharToMultiByte(CP_UTF8, 0, command_.line.data(), length, name.data(),
-                            static_cast<int>(name.size()), nullptr, nullptr);
-        return name;
+        const std::u8string name = std::filesystem::path(command_.line).u8string();
+        return {name.begin(), name.end()};
     }
 
     Command command_;

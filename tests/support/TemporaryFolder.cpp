@@ -1,38 +1,85 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <atomic>
-#include <filesystem>
+#include <chrono>
 #include <fstream>
 #include <iterator>
+#include <thread>
+
+#include <gtest/gtest.h>
 
 #include <windows.h>
 
 namespace kandora::test {
 
-TemporaryFolder::TemporaryFolder() {
-    static std::atomic<int> counter = 0;
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() /
-        (L"kandora_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++counter));
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    path_ = folder.wstring();
-}
+namespace fs = std::filesystem;
 
-TemporaryFolder::~TemporaryFolder() {
+namespace {
+
+constexpr const wchar_t* keptName = L"Kandora-kept-";
+
+void RemoveKept(const fs::path& parent) {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    for (const fs::directory_entry& each : fs::directory_iterator(parent)) {
+        if (each.path().filename().wstring().starts_with(keptName)) {
+            fs::remove_all(each.path(), ignored);
+        }
+    }
 }
 
-Text TemporaryFolder::Write(const Text& name, const std::string& bytes) const {
-    Text path = *this / name;
-    std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
+}  // namespace
+
+TemporaryFolder::TemporaryFolder(Removal removal) : removal_(removal) {
+    static std::atomic<int> counter = 0;
+    const fs::path parent = fs::temp_directory_path();
+    if (removal == Removal::ByTheNext) {
+        RemoveKept(parent);
+    }
+    path_ = parent / ((removal == Removal::ByTheNext ? keptName : L"Kandora-") +
+                      std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter));
+    fs::remove_all(path_);
+    fs::create_directories(path_);
+}
+
+// NOLINTNEXTLINE(bugprone-exception-escape): a folder that cannot be removed ends the program
+TemporaryFolder::~TemporaryFolder() {
+    if (removal_ == Removal::ByTheNext) {
+        return;
+    }
+    // A program that has just ended may still hold a file for a moment.
+    EXPECT_TRUE(Eventually([this] {
+        std::error_code error;
+        fs::remove_all(path_, error);
+        return !error && !fs::exists(path_);
+    })) << path_
+        << " stays behind";
+}
+
+fs::path TemporaryFolder::Write(const fs::path& name, const std::string& bytes) const {
+    fs::path path = *this / name;
+    WriteBytes(path, bytes);
     return path;
 }
 
-std::string BytesOf(const Text& path) {
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+void WriteBytes(const fs::path& file, const std::string& bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+std::string BytesOf(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.good()) << file;
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 }  // namespace kandora::test

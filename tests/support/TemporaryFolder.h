@@ -1,31 +1,42 @@
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <string>
 
-#include "automation/Text.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::test {
 
 /// A new, empty folder below the system's one for temporary files; it goes with this object, and what is in
-/// it too.
-class TemporaryFolder {
+/// it too. That it stays behind is a failure of the test.
+class TemporaryFolder : Unique {
 public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    enum class Removal {
+        AtItsEnd,
+        /// For what this process has loaded out of it: the next process that makes such a folder removes it.
+        ByTheNext,
+    };
 
-    [[nodiscard]] const Text& Path() const noexcept { return path_; }
+    explicit TemporaryFolder(Removal removal = Removal::AtItsEnd);
+    ~TemporaryFolder();
+
+    [[nodiscard]] const std::filesystem::path& Path() const noexcept { return path_; }
     /// The path of something in it.
-    Text operator/(const Text& name) const { return path_ + L"\\" + name; }
+    std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
     /// Writes a file into it and answers its path.
-    Text Write(const Text& name, const std::string& bytes) const;
+    std::filesystem::path Write(const std::filesystem::path& name, const std::string& bytes) const;
 
 private:
-    Text path_;
+    Removal removal_;
+    std::filesystem::path path_;
 };
 
-/// The bytes of a file.
-std::string BytesOf(const Text& path);
+void WriteBytes(const std::filesystem::path& file, const std::string& bytes);
+/// The bytes of a file, which must be there.
+std::string BytesOf(const std::filesystem::path& file);
+
+/// Waits until the condition holds; false when it does not come to hold in a minute.
+bool Eventually(const std::function<bool()>& condition);
 
 }  // namespace kandora::test

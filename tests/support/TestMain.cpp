@@ -1,9 +1,6 @@
-#include <windows.h>
-
-#include <objbase.h>
-
 #include <gtest/gtest.h>
 
+#include "automation/Apartment.h"
 #include "tests/support/FakeObject.h"
 
 namespace {
@@ -24,10 +21,6 @@ class LeakCheck final : public testing::EmptyTestEventListener {
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
-    if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
-        return 2;
-    }
-    const int result = RUN_ALL_TESTS();
-    CoUninitialize();
-    return result;
+    const kandora::Apartment apartment;
+    return RUN_ALL_TESTS();
 }

@@ -4,12 +4,13 @@
 #include <vector>
 
 #include "automation/BusyServer.h"
+#include "tests/support/Unique.h"
 
 namespace kandora::test {
 
 /// For as long as it lives, calls that are turned away are repeated in no time: the pauses are only noted,
 /// and a clock of its own goes forward by them. One at a time.
-class VirtualPatience {
+class VirtualPatience : Unique {
 public:
     VirtualPatience() : before_(BusyPatience()) {
         time_ = 0;
@@ -21,8 +22,6 @@ public:
                           }};
     }
     ~VirtualPatience() { BusyPatience() = before_; }
-    VirtualPatience(const VirtualPatience&) = delete;
-    VirtualPatience& operator=(const VirtualPatience&) = delete;
 
     /// In milliseconds, in the order in which they were made.
     static std::vector<std::uint32_t>& Pauses() {

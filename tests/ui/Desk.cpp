@@ -1,4 +1,4 @@
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 #include <gtest/gtest.h>
 
@@ -7,19 +7,13 @@
 
 #include "automation/Errors.h"
 
-namespace kandora::desk {
+namespace kandora::ui_tests {
 
 namespace {
-
-constexpr auto limit = std::chrono::seconds(60);
 
 std::mutex turns;
 /// The turn of the calling thread, when that is a host's.
 thread_local std::unique_lock<std::mutex>* ownTurn = nullptr;
-
-[[noreturn]] void Unexpected() {
-    throw std::logic_error("the user interface has no business with this");
-}
 
 BOOL CALLBACK Collect(HWND window, LPARAM parameter) {
     reinterpret_cast<std::vector<HWND>*>(parameter)->push_back(window);
@@ -55,48 +49,9 @@ void ServeWindows() {
     }
 }
 
-bool Eventually(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
 bool RunsUnderWine() {
     const HMODULE platform = GetModuleHandleW(L"ntdll.dll");
     return platform != nullptr && GetProcAddress(platform, "wine_get_version") != nullptr;
-}
-
-LateBound DeskPlatform::CreateObject(const Text&) {
-    Unexpected();
-}
-bool DeskPlatform::FileExists(const Text&) {
-    Unexpected();
-}
-bool DeskPlatform::FolderExists(const Text&) {
-    Unexpected();
-}
-void DeskPlatform::GetPrivateProfileString(const char*, const char*, std::span<char>, const std::string&) {
-    Unexpected();
-}
-void DeskPlatform::GetPrivateProfileSection(const char*, std::span<char>, const std::string&) {
-    Unexpected();
-}
-bool DeskPlatform::WritePrivateProfileString(const char*, const char*, const char*, const std::string&) {
-    Unexpected();
-}
-void DeskPlatform::AppendToFile(const Text&, const std::string&) {
-    Unexpected();
-}
-Text DeskPlatform::Environment(const wchar_t*) {
-    Unexpected();
-}
-Text DeskPlatform::ComponentFile() {
-    Unexpected();
 }
 
 LocalTime DeskPlatform::Now() {
@@ -221,6 +176,14 @@ LRESULT CALLBACK HostWindow::Procedure(HWND window, UINT message, WPARAM wParam,
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
+void Behind::Show(const std::function<void()>& show) {
+    const HostWindow own(L"Fibu");
+    window = own.Handle();
+    show();
+    isEnabledAgain = IsWindowEnabled(own.Handle()) != FALSE;
+    hasKeyboardAgain = GetFocus() == own.Field();
+}
+
 std::vector<HWND> ControlsOf(HWND window) {
     std::vector<HWND> controls;
     for (HWND control = GetWindow(window, GW_CHILD); control != nullptr;
@@ -235,6 +198,9 @@ std::vector<HWND> ControlsOf(HWND window, const wchar_t* windowClass) {
     std::erase_if(controls, [&](HWND control) { return ClassOf(control) != windowClass; });
     return controls;
 }
+
+ShownForm::ShownForm(const HostThread& host, const wchar_t* caption, bool withKeyboard)
+    : form(host.Window(L"KandoraForm", caption, withKeyboard)), cancel(ButtonOf(form, L"Abbrechen")) {}
 
 HWND ButtonOf(HWND window, const std::wstring& caption) {
     for (const HWND button : ControlsOf(window, L"Button")) {
@@ -276,4 +242,4 @@ void Click(HWND button) {
     PostMessageW(button, WM_LBUTTONUP, 0, MAKELPARAM(5, 5));
 }
 
-}  // namespace kandora::desk
+}  // namespace kandora::ui_tests

@@ -13,12 +13,16 @@
 #include <utility>
 #include <vector>
 
-#include "automation/Platform.h"
 #include "support/CErrHandler.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Unique.h"
+#include "tests/support/UnneededPlatform.h"
 #include "ui/WindowsUserInterface.h"
 
 /// The user at the desk: finds the windows that another thread shows, reads them, types and clicks.
-namespace kandora::desk {
+namespace kandora::ui_tests {
+
+using test::Eventually;
 
 /// Lets the other hosts' threads work. Each of them works, from its start to its end, only while all the
 /// others are in here. Two that lay out text in the same font at the same moment would end the process: wine
@@ -30,31 +34,16 @@ void Pause();
 /// Processes the calling thread's messages until one tells it to end, with a pause whenever there are none.
 void ServeWindows();
 
-/// Waits until the condition holds; false when it does not come to hold in a minute.
-bool Eventually(const std::function<bool()>& condition);
-
 bool RunsUnderWine();
 
 /// A clock that stands still, and waits that are counted.
-class DeskPlatform final : public Platform {
+class DeskPlatform final : public test::UnneededPlatform {
 public:
     LocalTime now{2026, 3, 5, 10, 20, 30};
     bool clockFails = false;
 
-    LateBound CreateObject(const Text& progId) override;
-    bool FileExists(const Text& path) override;
-    bool FolderExists(const Text& path) override;
-    void GetPrivateProfileString(const char* section, const char* key, std::span<char> buffer,
-                                 const std::string& file) override;
-    void GetPrivateProfileSection(const char* section, std::span<char> buffer,
-                                  const std::string& file) override;
-    bool WritePrivateProfileString(const char* section, const char* key, const char* value,
-                                   const std::string& file) override;
-    void AppendToFile(const Text& path, const std::string& bytes) override;
-    Text Environment(const wchar_t* name) override;
     LocalTime Now() override;
     void Sleep(std::uint32_t milliseconds) override;
-    Text ComponentFile() override;
 
     [[nodiscard]] int Waits() const { return waits_; }
     [[nodiscard]] bool AllWaitsWere10Milliseconds() const { return !otherWait_; }
@@ -73,12 +62,10 @@ struct Office {
 
 /// A thread as the host's: the body runs on it while the test plays the user. Whatever it still shows when
 /// this object dies is closed.
-class HostThread {
+class HostThread : test::Unique {
 public:
     explicit HostThread(std::function<void()> body);
     ~HostThread();
-    HostThread(const HostThread&) = delete;
-    HostThread& operator=(const HostThread&) = delete;
 
     [[nodiscard]] DWORD Id() const { return id_; }
     /// Waits for the body's end; false when it does not come.
@@ -101,12 +88,10 @@ private:
 
 /// A window that the host itself shows, with a text box that has the keyboard. Lives on the thread that makes
 /// it.
-class HostWindow {
+class HostWindow : test::Unique {
 public:
     explicit HostWindow(const wchar_t* caption);
     ~HostWindow();
-    HostWindow(const HostWindow&) = delete;
-    HostWindow& operator=(const HostWindow&) = delete;
 
     [[nodiscard]] HWND Handle() const { return window_; }
     [[nodiscard]] HWND Field() const { return field_; }
@@ -122,6 +107,25 @@ private:
     std::atomic<int> paintings_ = 0;
 };
 
+/// What happens to the host's own window while something is shown before it.
+struct Behind {
+    std::atomic<HWND> window = nullptr;
+    bool isEnabledAgain = false;
+    bool hasKeyboardAgain = false;
+
+    /// On the host's thread: shows it over a window of the host.
+    void Show(const std::function<void()>& show);
+};
+
+/// A form of the component as the user sees it.
+struct ShownForm {
+    HWND form;
+    HWND cancel;
+
+    /// Waits for the form with this caption.
+    explicit ShownForm(const HostThread& host, const wchar_t* caption, bool withKeyboard = true);
+};
+
 /// Direct children, the front one first, which is also their tab order.
 std::vector<HWND> ControlsOf(HWND window);
 std::vector<HWND> ControlsOf(HWND window, const wchar_t* windowClass);
@@ -133,4 +137,4 @@ void Type(HWND control, const std::wstring& text);
 void Press(HWND control, WPARAM key);
 void Click(HWND button);
 
-}  // namespace kandora::desk
+}  // namespace kandora::ui_tests

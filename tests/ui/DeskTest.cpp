@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
-namespace kandora::desk {
+namespace kandora::ui_tests {
 namespace {
 
 TEST(HostThreads, WorkInTurns) {
@@ -42,4 +42,4 @@ TEST(HostThreads, AreThereAtOnce) {
 }
 
 }  // namespace
-}  // namespace kandora::desk
+}  // namespace kandora::ui_tests

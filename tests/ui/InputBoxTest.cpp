@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "Desk.h"
+#include "tests/ui/Desk.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 
@@ -12,22 +12,18 @@ constexpr const wchar_t* prompt =
     L"Bitte passen Sie allenfalls den Archivpfad des Mandanten an. Trennzeichen für Ordner ist '/'";
 constexpr const wchar_t* proposal = L"/Sesam/2026/Muster & Söhne";
 
-struct Shown {
-    HWND form = nullptr;
-    HWND box = nullptr;
-    HWND ok = nullptr;
-    HWND cancel = nullptr;
-    HWND question = nullptr;
+/// The form's only control of the class; null when there are others.
+HWND OnlyControlOf(HWND form, const wchar_t* windowClass) {
+    const auto controls = ControlsOf(form, windowClass);
+    return controls.size() == 1 ? controls[0] : nullptr;
+}
 
-    explicit Shown(const HostThread& host, const wchar_t* caption = title)
-        : form(host.Window(L"KandoraForm", caption)) {
-        const auto boxes = ControlsOf(form, L"Edit");
-        const auto labels = ControlsOf(form, L"Static");
-        box = boxes.size() == 1 ? boxes[0] : nullptr;
-        question = labels.size() == 1 ? labels[0] : nullptr;
-        ok = ButtonOf(form, L"OK");
-        cancel = ButtonOf(form, L"Abbrechen");
-    }
+struct Shown : ShownForm {
+    HWND box = OnlyControlOf(form, L"Edit");
+    HWND question = OnlyControlOf(form, L"Static");
+    HWND ok = ButtonOf(form, L"OK");
+
+    explicit Shown(const HostThread& host, const wchar_t* caption = title) : ShownForm(host, caption) {}
     [[nodiscard]] bool Complete() const {
         return box != nullptr && ok != nullptr && cancel != nullptr && question != nullptr;
     }
@@ -39,6 +35,14 @@ protected:
         answer = office.userInterface.InputBox(prompt, title, proposed, -2500, -1500);
     }
 
+    /// Types the text over the proposal and clicks "OK".
+    void ConfirmWith(const std::wstring& text);
+
+    void ExpectEmptyText(const HostThread& host) const {
+        ASSERT_TRUE(host.Ends());
+        EXPECT_EQ(answer, L"");
+    }
+
     Office office;
     Text answer = L"(none)";
 };
@@ -47,6 +51,13 @@ protected:
     const HostThread host([this] { Ask(); });                                                                \
     const Shown shown(host);                                                                                 \
     ASSERT_TRUE(shown.Complete())
+
+void InputBoxTest::ConfirmWith(const std::wstring& text) {
+    OPEN_INPUT_BOX();
+    Type(shown.box, text);
+    Click(shown.ok);
+    ASSERT_TRUE(host.Ends());
+}
 
 TEST_F(InputBoxTest, ShowsPromptAndSelectedProposal) {
     OPEN_INPUT_BOX();
@@ -70,19 +81,13 @@ TEST_F(InputBoxTest, EnterTakesTheProposal) {
 }
 
 TEST_F(InputBoxTest, TypingReplacesTheProposal) {
-    OPEN_INPUT_BOX();
-    Type(shown.box, L"/Anders/Zürich");
-    Click(shown.ok);
-    ASSERT_TRUE(host.Ends());
+    ConfirmWith(L"/Anders/Zürich");
     EXPECT_EQ(answer, L"/Anders/Zürich");
 }
 
 TEST_F(InputBoxTest, TakesLongTexts) {
-    OPEN_INPUT_BOX();
     const std::wstring text(1000, L'x');
-    Type(shown.box, text);
-    Click(shown.ok);
-    ASSERT_TRUE(host.Ends());
+    ConfirmWith(text);
     EXPECT_EQ(answer, text);
 }
 
@@ -90,22 +95,19 @@ TEST_F(InputBoxTest, AnEmptiedBoxAnswersTheEmptyText) {
     OPEN_INPUT_BOX();
     SetWindowTextW(shown.box, L"");
     Click(shown.ok);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_EQ(answer, L"");
+    ExpectEmptyText(host);
 }
 
 TEST_F(InputBoxTest, EscAnswersTheEmptyText) {
     OPEN_INPUT_BOX();
     Press(shown.box, VK_ESCAPE);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_EQ(answer, L"");
+    ExpectEmptyText(host);
 }
 
 TEST_F(InputBoxTest, AbbrechenAnswersTheEmptyText) {
     OPEN_INPUT_BOX();
     Click(shown.cancel);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_EQ(answer, L"");
+    ExpectEmptyText(host);
 }
 
 TEST_F(InputBoxTest, EnterOnAbbrechenAnswersTheEmptyText) {
@@ -115,15 +117,13 @@ TEST_F(InputBoxTest, EnterOnAbbrechenAnswersTheEmptyText) {
     Press(shown.ok, VK_TAB);
     ASSERT_TRUE(Eventually([&] { return host.Focus() == shown.cancel; }));
     Press(shown.cancel, VK_RETURN);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_EQ(answer, L"");
+    ExpectEmptyText(host);
 }
 
 TEST_F(InputBoxTest, ClosingAnswersTheEmptyText) {
     OPEN_INPUT_BOX();
     PostMessageW(shown.form, WM_SYSCOMMAND, SC_CLOSE, 0);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_EQ(answer, L"");
+    ExpectEmptyText(host);
 }
 
 TEST_F(InputBoxTest, StandsWhereItIsTold) {
@@ -160,24 +160,16 @@ TEST_F(InputBoxTest, TextsWithoutLengthAndWithNulCharactersAreShown) {
 }
 
 TEST_F(InputBoxTest, DisablesTheThreadsOtherWindowsAndGivesTheKeyboardBack) {
-    std::atomic<HWND> other = nullptr;
-    bool enabled = false;
-    bool keyboardBack = false;
-    const HostThread host([&] {
-        const HostWindow window(L"Fibu");
-        other = window.Handle();
-        Ask();
-        enabled = IsWindowEnabled(window.Handle()) != FALSE;
-        keyboardBack = GetFocus() == window.Field();
-    });
+    Behind behind;
+    const HostThread host([&] { behind.Show([&] { Ask(); }); });
     const Shown shown(host);
     ASSERT_TRUE(shown.Complete());
-    EXPECT_FALSE(IsWindowEnabled(other));
+    EXPECT_FALSE(IsWindowEnabled(behind.window));
     EXPECT_TRUE(Eventually([&] { return GetForegroundWindow() == shown.form; }));
     Press(shown.box, VK_RETURN);
     ASSERT_TRUE(host.Ends());
-    EXPECT_TRUE(enabled);
-    EXPECT_TRUE(keyboardBack);
+    EXPECT_TRUE(behind.isEnabledAgain);
+    EXPECT_TRUE(behind.hasKeyboardAgain);
 }
 
 }  // namespace

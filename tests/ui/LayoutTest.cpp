@@ -4,11 +4,11 @@
 #include <array>
 #include <optional>
 
-#include "../support/StartedProgram.h"
-#include "Desk.h"
+#include "tests/support/StartedProgram.h"
+#include "tests/ui/Desk.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "Desk.h"
 #include "automation/Errors.h"
+#include "tests/ui/Desk.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 
@@ -84,24 +84,17 @@ TEST_F(MessageBoxTest, NulCharactersDoNotCutTheText) {
 class MessageBoxModalityTest : public MessageBoxTest, public testing::WithParamInterface<int> {};
 
 TEST_P(MessageBoxModalityTest, DisablesTheThreadsWindowsAndGivesTheKeyboardBack) {
-    std::atomic<HWND> other = nullptr;
-    bool enabled = false;
-    bool keyboardBack = false;
-    const HostThread host([&] {
-        const HostWindow window(L"Fibu");
-        other = window.Handle();
-        office.userInterface.ShowMessage(L"Text", GetParam(), L"Titel");
-        enabled = IsWindowEnabled(window.Handle()) != FALSE;
-        keyboardBack = GetFocus() == window.Field();
-    });
+    Behind behind;
+    const HostThread host(
+        [&] { behind.Show([&] { office.userInterface.ShowMessage(L"Text", GetParam(), L"Titel"); }); });
     const HWND box = host.MessageBoxWindow(L"Titel");
     ASSERT_NE(box, nullptr);
-    EXPECT_FALSE(IsWindowEnabled(other));
+    EXPECT_FALSE(IsWindowEnabled(behind.window));
     EXPECT_TRUE(Eventually([&] { return GetForegroundWindow() == box; }));
     Press(ButtonOf(box, L"OK"), VK_RETURN);
     ASSERT_TRUE(host.Ends());
-    EXPECT_TRUE(enabled);
-    EXPECT_TRUE(keyboardBack);
+    EXPECT_TRUE(behind.isEnabledAgain);
+    EXPECT_TRUE(behind.hasKeyboardAgain);
 }
 
 INSTANTIATE_TEST_SUITE_P(Styles, MessageBoxModalityTest,

@@ -2,16 +2,15 @@
 
 #include <new>
 
-#include "Desk.h"
 #include "automation/Errors.h"
+#include "tests/ui/Desk.h"
 #include "ui/frmArchivIndex.h"
 
 using namespace kandora;
-using namespace kandora::desk;
+using namespace kandora::ui_tests;
 
 namespace {
 
-constexpr const wchar_t* formClass = L"KandoraForm";
 constexpr const wchar_t* formCaption = L"Auswertung Indizieren";
 constexpr const wchar_t* boxCaption = L"Indizieren";
 
@@ -35,17 +34,15 @@ Answer Ask(Office& office) {
 }
 
 /// The dialog as the user sees it.
-struct Shown {
-    HWND form = nullptr;
+struct Shown : ShownForm {
     HWND name = nullptr;
     HWND from = nullptr;
     HWND to = nullptr;
     HWND description = nullptr;
-    HWND archive = nullptr;
-    HWND cancel = nullptr;
+    HWND archive = ButtonOf(form, L"Archivieren");
 
     explicit Shown(const HostThread& host, bool withKeyboard = true)
-        : form(host.Window(formClass, formCaption, withKeyboard)) {
+        : ShownForm(host, formCaption, withKeyboard) {
         const auto boxes = ControlsOf(form, L"Edit");
         if (boxes.size() == 4) {
             name = boxes[0];
@@ -53,8 +50,6 @@ struct Shown {
             to = boxes[2];
             description = boxes[3];
         }
-        archive = ButtonOf(form, L"Archivieren");
-        cancel = ButtonOf(form, L"Abbrechen");
     }
     [[nodiscard]] bool Complete() const { return name != nullptr && archive != nullptr && cancel != nullptr; }
 };
@@ -77,6 +72,15 @@ protected:
         Settle();
     }
 
+    /// Closes the dialog by its own means, which ends the question.
+    static void Close(const HostThread& host, const Shown& shown) {
+        PostMessageW(shown.form, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(host.Ends());
+    }
+
+    /// Types the description alone, clicks "Archivieren" and sees it confirmed.
+    void ArchiveWith(const wchar_t* description);
+
     Office office;
     Answer answer;
 };
@@ -86,14 +90,21 @@ protected:
     const Shown shown(host);                                                                                 \
     ASSERT_TRUE(shown.Complete())
 
+void ReportDialogTest::ArchiveWith(const wchar_t* description) {
+    OPEN_DIALOG();
+    Type(shown.description, description);
+    Click(shown.archive);
+    ASSERT_TRUE(host.Ends());
+    EXPECT_TRUE(answer.confirmed);
+}
+
 TEST_F(ReportDialogTest, ProposesTheCurrentCalendarYear) {
     OPEN_DIALOG();
     EXPECT_EQ(TextIn(shown.from), L"1.1.2026");
     EXPECT_EQ(TextIn(shown.to), L"31.12.2026");
     EXPECT_EQ(TextIn(shown.name), L"");
     EXPECT_EQ(TextIn(shown.description), L"");
-    PostMessageW(shown.form, WM_CLOSE, 0, 0);
-    ASSERT_TRUE(host.Ends());
+    Close(host, shown);
     EXPECT_FALSE(answer.confirmed);
     EXPECT_EQ(answer.from, L"1.1.2026");
     EXPECT_EQ(answer.to, L"31.12.2026");
@@ -125,20 +136,12 @@ TEST_F(ReportDialogTest, ArchivierenConfirmsWithTheTypedTexts) {
 }
 
 TEST_F(ReportDialogTest, OnlyTheDescriptionIsRequired) {
-    OPEN_DIALOG();
-    Type(shown.description, L"x");
-    Click(shown.archive);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_TRUE(answer.confirmed);
+    ArchiveWith(L"x");
     EXPECT_EQ(answer.name, L"");
 }
 
 TEST_F(ReportDialogTest, BlanksAreADescription) {
-    OPEN_DIALOG();
-    Type(shown.description, L"   ");
-    Click(shown.archive);
-    ASSERT_TRUE(host.Ends());
-    EXPECT_TRUE(answer.confirmed);
+    ArchiveWith(L"   ");
     EXPECT_EQ(answer.description, L"   ");
 }
 
@@ -165,8 +168,7 @@ TEST_F(ReportDialogTest, AsksForTheMissingDescriptionAndStaysOpen) {
 TEST_F(ReportDialogTest, ClosingAfterArchivierenWithoutDescriptionConfirms) {
     OPEN_DIALOG();
     ArchiveWithoutDescription(host, shown);
-    PostMessageW(shown.form, WM_CLOSE, 0, 0);
-    ASSERT_TRUE(host.Ends());
+    Close(host, shown);
     EXPECT_TRUE(answer.confirmed);
     EXPECT_EQ(answer.description, L"");
 }
@@ -177,8 +179,7 @@ TEST_F(ReportDialogTest, TheLastButtonDecides) {
     Click(shown.cancel);
     Settle();
     EXPECT_TRUE(IsWindowVisible(shown.form));
-    PostMessageW(shown.form, WM_CLOSE, 0, 0);
-    ASSERT_TRUE(host.Ends());
+    Close(host, shown);
     EXPECT_FALSE(answer.confirmed);
 }
 
@@ -205,8 +206,7 @@ TEST_F(ReportDialogTest, EscIsAbbrechenInEveryControlAndDoesNotClose) {
         Settle();
         ASSERT_TRUE(IsWindowVisible(shown.form));
     }
-    PostMessageW(shown.form, WM_CLOSE, 0, 0);
-    ASSERT_TRUE(host.Ends());
+    Close(host, shown);
     EXPECT_FALSE(answer.confirmed);
 }
 

@@ -8,27 +8,23 @@
 
 #include <gtest/gtest.h>
 
+#include "automation/Apartment.h"
 #include "automation/LateBound.h"
 #include "interfaces/ComObject.h"
-#include "tests/cost/ModuleHook.h"
+#include "interfaces/ComPtr.h"
 #include "tests/support/FakeObject.h"
+#include "tests/support/ModuleHook.h"
 #include "tests/support/Raised.h"
 #include "tests/support/VirtualPatience.h"
 
-namespace kandora {
+namespace kandora::test {
 namespace {
 
-using test::Call;
-using test::ErrorOf;
-using test::Failure;
-using test::Fake;
-using test::Lines;
-using test::VirtualPatience;
 using PauseList = std::vector<std::uint32_t>;
 
 class BusyServer : public testing::TestWithParam<HRESULT> {
 protected:
-    test::Conversation talk;
+    Conversation talk;
     Fake archive{"archive", &talk};
     VirtualPatience patience;
 };
@@ -99,21 +95,18 @@ private:
 };
 
 TEST_F(BusyServer, MayTurnAwayTheCreationOfAnObject) {
-    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
-    {
-        ReluctantClass reluctant(3);
-        // Any class of the system that has a name will do: this registration goes before it.
-        CLSID clsid{};
-        ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
-        DWORD cookie = 0;
-        ASSERT_EQ(CoRegisterClassObject(clsid, &reluctant, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
-                  S_OK);
-        EXPECT_EQ(NewObject(L"Scripting.Dictionary").Pointer(), reluctant.made.Get());
-        EXPECT_EQ(reluctant.asked, 4);
-        EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40}));
-        CoRevokeClassObject(cookie);
-    }
-    CoUninitialize();
+    const Apartment apartment;
+    ReluctantClass reluctant(3);
+    // Any class of the system that has a name will do: this registration goes before it.
+    CLSID clsid{};
+    ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
+    DWORD cookie = 0;
+    ASSERT_EQ(CoRegisterClassObject(clsid, &reluctant, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+              S_OK);
+    EXPECT_EQ(NewObject(L"Scripting.Dictionary").Pointer(), reluctant.made.Get());
+    EXPECT_EQ(reluctant.asked, 4);
+    EXPECT_EQ(VirtualPatience::Pauses(), PauseList({10, 20, 40}));
+    CoRevokeClassObject(cookie);
 }
 
 /// Turns the first calls of both kinds away.
@@ -149,52 +142,47 @@ TEST_F(BusyServer, EveryKindOfCallIsRepeated) {
 // The pauses as they are, without the virtual ones.
 
 TEST(RealPause, TakesItsTime) {
-    const std::uint64_t before = BusyPatience().Milliseconds();
-    BusyPatience().Pause(50);  // longer than a step of the clock
-    EXPECT_GT(BusyPatience().Milliseconds(), before);
+    const std::uint64_t before = BusyPatience().milliseconds();
+    BusyPatience().pause(50);  // longer than a step of the clock
+    EXPECT_GT(BusyPatience().milliseconds(), before);
 }
 
 TEST(RealPause, LetsCallsIn) {
-    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
-    {
-        Fake archive("archive");
-        archive->Answers(L"Version", 702);
-        IStream* handedOver = nullptr;
-        ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);
-        std::int32_t answer = 0;
-        std::atomic<bool> done = false;
-        std::thread caller([&] {
-            EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-            IDispatch* proxy = nullptr;
-            EXPECT_EQ(
-                CoGetInterfaceAndReleaseStream(handedOver, IID_IDispatch, reinterpret_cast<void**>(&proxy)),
-                S_OK);
-            if (proxy != nullptr) {
-                answer = LateBound(proxy).Get(L"Version").ToLong();
-                proxy->Release();
+    const Apartment apartment;
+    const Fake archive("archive");
+    archive->Answers(L"Version", 702);
+    IStream* handedOver = nullptr;
+    ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IDispatch, archive.Get(), &handedOver), S_OK);
+    std::int32_t answer = 0;
+    std::atomic<bool> done = false;
+    std::thread caller([&] {
+        {
+            const Apartment other(COINIT_MULTITHREADED);
+            ComPtr<IDispatch> proxy;
+            EXPECT_EQ(CoGetInterfaceAndReleaseStream(handedOver, IID_IDispatch, proxy.ReceiveVoid()), S_OK);
+            if (proxy) {
+                answer = LateBound(proxy.Get()).Get(L"Version").ToLong();
             }
-            CoUninitialize();
-            done = true;
-        });
-        for (int pause = 0; pause < 6000 && !done; ++pause) {
-            BusyPatience().Pause(10);
         }
-        EXPECT_TRUE(done) << "the other thread waits for this one";
-        for (MSG message{}; !done;) {
-            PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
-            DispatchMessageW(&message);
-        }
-        caller.join();
-        EXPECT_EQ(answer, 702);
-        CoDisconnectObject(archive.Get(), 0);
+        done = true;
+    });
+    for (int pause = 0; pause < 6000 && !done; ++pause) {
+        BusyPatience().pause(10);
     }
-    CoUninitialize();
+    EXPECT_TRUE(done) << "the other thread waits for this one";
+    for (MSG message{}; !done;) {
+        PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
+        DispatchMessageW(&message);
+    }
+    caller.join();
+    EXPECT_EQ(answer, 702);
+    CoDisconnectObject(archive.Get(), 0);
 }
 
-std::vector<DWORD> slept;
+std::vector<DWORD> paused;
 
-void WINAPI NoteSleep(DWORD milliseconds) {
-    slept.push_back(milliseconds);
+void WINAPI NotePause(DWORD milliseconds) {
+    paused.push_back(milliseconds);
 }
 HRESULT WINAPI RefuseToWait(DWORD, DWORD, ULONG, HANDLE*, DWORD*) {
     return CO_E_NOTINITIALIZED;
@@ -205,21 +193,20 @@ HANDLE WINAPI MakeNoEvent(SECURITY_ATTRIBUTES*, BOOL, BOOL, const wchar_t*) {
 
 TEST(RealPause, IsMadeWithoutComToo) {
     const HMODULE self = GetModuleHandleW(nullptr);
-    const cost::ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NoteSleep));
-    slept.clear();
+    const ModuleHook sleep(self, "kernel32.dll", "Sleep", reinterpret_cast<void*>(&NotePause));
+    paused.clear();
     {
-        const cost::ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
-                                   reinterpret_cast<void*>(&RefuseToWait));
-        BusyPatience().Pause(20);
+        const ModuleHook com(self, "ole32.dll", "CoWaitForMultipleHandles",
+                             reinterpret_cast<void*>(&RefuseToWait));
+        BusyPatience().pause(20);
     }
-    EXPECT_EQ(slept, std::vector<DWORD>({20}));
+    EXPECT_EQ(paused, std::vector<DWORD>({20}));
     {
-        const cost::ModuleHook event(self, "kernel32.dll", "CreateEventW",
-                                     reinterpret_cast<void*>(&MakeNoEvent));
-        BusyPatience().Pause(30);
+        const ModuleHook event(self, "kernel32.dll", "CreateEventW", reinterpret_cast<void*>(&MakeNoEvent));
+        BusyPatience().pause(30);
     }
-    EXPECT_EQ(slept, std::vector<DWORD>({20, 30}));
+    EXPECT_EQ(paused, std::vector<DWORD>({20, 30}));
 }
 
 }  // namespace
-}  // namespace kandora
+}  // namespace kandora::test

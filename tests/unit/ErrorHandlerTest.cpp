@@ -17,7 +17,7 @@ namespace {
 
 class ErrorHandler : public testing::Test {
 protected:
-    std::string Shown() { return Utf8(handler.sToString()); }
+    std::string Shown() { return Spelled(handler.sToString()); }
 
     Conversation talk;
     FakeUserInterface screen{talk};
@@ -182,21 +182,23 @@ TEST_F(ErrorHandler, ShowsItselfInACriticalSystemModalBox) {
 
 class Convention : public ErrorHandler {
 protected:
-    int Innermost(bool fails) {
-        return Inner(handler, {L"C", L"innermost"}, [&] {
-            if (fails) {
-                throw RuntimeError(5, L"Text", L"Woher", 9);
-            }
-            return 17;
-        });
+    int Innermost(bool fails) try {
+        if (fails) {
+            throw RuntimeError(5, L"Text", L"Woher", 9);
+        }
+        return 17;
+    } catch (...) {
+        RecordAndRaise(handler, {L"C", L"innermost"});
     }
-    int Middle(bool fails) {
-        return Inner(handler, {L"B", L"middle"}, [&] { return Innermost(fails) + 1; });
+    int Middle(bool fails) try { return Innermost(fails) + 1; } catch (...) {
+        RecordAndRaise(handler, {L"B", L"middle"});
     }
-    int Outer(bool fails) {
-        int result = -1;
-        Outermost(handler, {L"A", L"outer"}, [&] { result = Middle(fails); });
-        return result;
+    int Outer(bool fails) try { return Middle(fails); } catch (...) {
+        ShowAndClear(handler, CurrentError(), {L"A", L"outer"});
+        return -1;
+    }
+    void Foreign() try { throw std::bad_alloc(); } catch (...) {
+        RecordAndRaise(handler, {L"B", L"inner"});
     }
 };
 
@@ -223,10 +225,10 @@ TEST_F(Convention, RaisesTheSameNumberAndTextWithTheFramesAsSource) {
 }
 
 TEST_F(Convention, HoldsForForeignExceptionsToo) {
-    Outermost(handler, {L"A", L"outer"},
-              [&]() { Inner(handler, {L"B", L"inner"}, []() { throw std::bad_alloc(); }); });
-    ExpectConversation(talk, {"box \"[7] " + Utf8(DescriptionOf(7)) +
-                              R"( | ON LINE 0 | CALLSTACK: B.inner <- A.outer" 4112 "Kandora")"});
+    const RuntimeError error = ErrorOf([&] { Foreign(); });
+    EXPECT_EQ(error.Number(), 7);
+    EXPECT_EQ(error.Description(), DescriptionOf(7));
+    EXPECT_EQ(error.Source(), L"B.inner");
 }
 
 TEST_F(Convention, KeepsAnErrorAsideWhileOthersAreIgnored) {

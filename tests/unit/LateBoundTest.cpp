@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "automation/Apartment.h"
 #include "automation/Errors.h"
 #include "interfaces/ComObject.h"
 #include "tests/support/Conversation.h"
@@ -317,7 +318,7 @@ TEST(NewObjects, TellWhyTheyCannotBeMade) {
         HRESULT reason;
         std::int32_t number;
     };
-    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
+    const Apartment apartment;
     CLSID clsid{};
     ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
     for (const Case& row : std::vector<Case>{{E_OUTOFMEMORY, 7},
@@ -332,7 +333,6 @@ TEST(NewObjects, TellWhyTheyCannotBeMade) {
         EXPECT_EQ(NumberRaisedBy([] { NewObject(L"Scripting.Dictionary"); }), row.number) << row.reason;
         CoRevokeClassObject(cookie);
     }
-    CoUninitialize();
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
-#include "tests/cost/ModuleHook.h"
 #include "tests/support/FakePlatform.h"
+#include "tests/support/ModuleHook.h"
 #include "tests/support/Raised.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -15,7 +15,7 @@ namespace kandora::test {
 namespace {
 
 /// Diverts what this program, and with it the tested code, imports from the system.
-class Diverted : public cost::ModuleHook {
+class Diverted : public test::ModuleHook {
 public:
     template <class Function>
     Diverted(const char* name, Function* replacement)

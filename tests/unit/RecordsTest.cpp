@@ -14,7 +14,7 @@ TEST(Records, StartEmpty) {
     for (const DocumentRecord* const record : {&records.cBeleg, &records.cDebiBeleg, &records.cKrediBeleg}) {
         EXPECT_EQ(record->Kurzbezeichnung, L"");
         for (const IndexField& field : partnerIndexFields) {
-            EXPECT_EQ(record->*field.value, L"") << Utf8(field.key);
+            EXPECT_EQ(record->*field.value, L"") << Spelled(field.key);
         }
     }
     const ReportRecord& report = records.cAuswertung;

@@ -24,7 +24,7 @@ Variant Raw(VARTYPE type, std::int64_t bits) {
 }
 
 std::string Rendered(const Variant& value) {
-    return Utf8(ToText(value));
+    return Spelled(ToText(value));
 }
 
 std::string ByAddress(const Fake& object) {
@@ -107,7 +107,7 @@ TEST(Rendering, OfDictionariesInTheirOrder) {
     dictionary.Call(L"Add", L"leer", Variant());
     dictionary.Call(L"Add", L"liste", Variant::ArrayOf(std::vector<Text>{L"x", L"y"}));
     EXPECT_EQ(Rendered(value), "{a=1, 7=b, leer=(Empty), liste=[x, y]}");
-    EXPECT_EQ(Utf8(DictionaryToText(dictionary)), "{a=1, 7=b, leer=(Empty), liste=[x, y]}");
+    EXPECT_EQ(Spelled(DictionaryToText(dictionary)), "{a=1, 7=b, leer=(Empty), liste=[x, y]}");
 }
 
 TEST(Rendering, OfDictionariesInDictionaries) {
@@ -143,7 +143,7 @@ protected:
 
 TEST_F(Recordset, IsRenderedAsItsCurrentRecord) {
     EXPECT_EQ(Rendered(set.AsVariant()), "{Recordset: ID=17, Name=Muster}");
-    EXPECT_EQ(Utf8(RecordsetToText(set.AsLateBound())), "{Recordset: ID=17, Name=Muster}");
+    EXPECT_EQ(Spelled(RecordsetToText(set.AsLateBound())), "{Recordset: ID=17, Name=Muster}");
     name->Answers(L"Value", Variant::Null());
     EXPECT_EQ(Rendered(set.AsVariant()), "{Recordset: ID=17, Name=(Null)}");
     EXPECT_EQ(set->TimesAsked(L"MoveNext"), 0) << "the position stays";

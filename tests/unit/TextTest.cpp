@@ -90,5 +90,20 @@ TEST(CodePage, TakesNoSimilarCharacterForAMissingOne) {
     EXPECT_EQ(AnsiFromText(L"\u0101"), "?") << "a with macron is no a";
 }
 
+TEST(Utf8, KeepsEveryCharacter) {
+    EXPECT_EQ(Utf8FromText(L""), "");
+    EXPECT_EQ(Utf8FromText(L"Zürich \u4E2D"), "Z\xC3\xBCrich \xE4\xB8\xAD");
+    EXPECT_EQ(Utf8FromText(L"\U0001F4C1"), "\xF0\x9F\x93\x81");
+    EXPECT_EQ(Utf8FromText(Text(L"a\0b", 3)), std::string("a\0b", 3));
+    for (const Text& text : {Text(), Text(L"Zürich"), Text(L"\u4E2D\U0001F4C1"), Text(L"a\0b", 3)}) {
+        EXPECT_EQ(TextFromUtf8(Utf8FromText(text)), text);
+    }
+}
+
+TEST(Utf8, MarksWhatIsNoCharacter) {
+    EXPECT_EQ(Utf8FromText(L"a\xD83D"), "a\xEF\xBF\xBD") << "half a character";
+    EXPECT_EQ(TextFromUtf8("a\xFF"), L"a\uFFFD");
+}
+
 }  // namespace
 }  // namespace kandora::test

@@ -125,13 +125,13 @@ TEST(ValueAsNumber, OfAText) {
 
 TEST(ValueAsTruth, IsAWordInAnyLetterCaseOrANumber) {
     for (const wchar_t* const word : {L"True", L"TRUE", L"true", L"1", L"-1", L"17"}) {
-        EXPECT_TRUE(Variant(word).ToBoolean()) << Utf8(word);
+        EXPECT_TRUE(Variant(word).ToBoolean()) << Spelled(word);
     }
     for (const wchar_t* const word : {L"False", L"FALSE", L"false", L"0", L"-0"}) {
-        EXPECT_FALSE(Variant(word).ToBoolean()) << Utf8(word);
+        EXPECT_FALSE(Variant(word).ToBoolean()) << Spelled(word);
     }
     for (const wchar_t* const word : {L"", L"ja", L"wahr ", L"T"}) {
-        EXPECT_EQ(NumberRaisedBy([&] { return Variant(word).ToBoolean(); }), 13) << Utf8(word);
+        EXPECT_EQ(NumberRaisedBy([&] { return Variant(word).ToBoolean(); }), 13) << Spelled(word);
     }
     EXPECT_TRUE(Variant(std::int32_t{2}).ToBoolean());
     EXPECT_TRUE(Double(0.1).ToBoolean());

@@ -16,11 +16,10 @@ import subprocess
 import sys
 import unittest
 
+import cases
 from archive_model import Archive, Formats
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
-sys.path.insert(0, str(ROOT / "tests" / "support"))
-import cases
 
 CLIENTS = ROOT / "simulators" / "clients"
 CLIENT = CLIENTS / "Muster AG.json"

@@ -1,0 +1,18 @@
+# How the compilers for Windows are called. What differs between the architectures is set by whoever includes this.
+set(CMAKE_SYSTEM_NAME Windows)
+# The plain compiler names follow whichever thread flavour was installed last; the suffix pins the one that has std::thread.
+set(CMAKE_C_COMPILER ${KANDORA_TRIPLET}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${KANDORA_TRIPLET}-g++-posix)
+set(CMAKE_RC_COMPILER ${KANDORA_TRIPLET}-windres)
+set(KANDORA_WIDL ${KANDORA_TRIPLET}-widl ${KANDORA_WIDL_TARGET})
+set(KANDORA_OBJDUMP ${KANDORA_TRIPLET}-objdump)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-${KANDORA_ARCHITECTURE})
+set(CMAKE_FIND_ROOT_PATH /usr/${KANDORA_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_CXX_FLAGS_INIT "-finput-charset=UTF-8 -ffunction-sections -fdata-sections -fstack-protector-strong")
+set(CMAKE_C_FLAGS_INIT "-ffunction-sections -fdata-sections -fstack-protector-strong")
+set(linkFlags "-static -Wl,--gc-sections -Wl,--no-insert-timestamp -Wl,--nxcompat -Wl,--dynamicbase")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${linkFlags}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linkFlags}")

@@ -1,0 +1,99 @@
+# The pictures of README and handbook, made anew: two of them by the demo, three of a workstation whose folders have the names
+# that an administrator knows.
+# shellcheck shell=bash
+# shellcheck source=scripts/demo.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/demo.sh"
+
+pictures="$root/docs/images"
+sessionDrive="$demo/wine/drive_c"
+
+# save_picture NAME: of what comes on stdin, with no more colours than are seen and nothing that tells of its making.
+save_picture() { convert - -strip -colors 256 "PNG8:$pictures/$1.png"; }
+
+# photograph NAME TITLE: the window of that title once it stands still.
+photograph() {
+    local windowTitle=$2
+    wait_until "the window «$2» is there" window_is_there && wait_until "it stands still" settled &&
+        import -window "$(the_window)" png:- | save_picture "$1"
+}
+
+the_window() { xdotool search --onlyvisible --name "^$windowTitle\$" 2>/dev/null | head -n 1; }
+
+window_is_there() { [[ -n $(the_window) ]]; }
+
+# click TITLE X Y: at this place of the window.
+click() {
+    local windowTitle=$1
+    xdotool mousemove --window "$(the_window)" "$2" "$3" click 1
+}
+
+# Where an administrator would have them. The demo's entries are replaced.
+install_workstation() {
+    local bin="$build/$demoArchitecture/bin" programs="$sessionDrive/Program Files (x86)/Kandora" name
+    mkdir -p "$programs/Werkzeuge" "$sessionDrive/Demo" "$sessionDrive/Daten/Druck" "$sessionDrive/Daten/Mandanten" &&
+        cp "$bin/Kandora.dll" "$bin/Platzhalter.pdf" "$programs" &&
+        cp "$bin/kandora-check.exe" "$programs/Werkzeuge" &&
+        cp "$bin/ArchiveSimulator.exe" "$bin/HostSimulator.exe" "$sessionDrive/Demo" &&
+        cp "$root/simulators/clients/Muster AG.json" "$sessionDrive/Daten/Mandanten" || return
+    demo_run 'C:\Demo\ArchiveSimulator.exe' --create-sample-store 'C:\Daten\Archiv' &&
+        demo_run 'C:\Demo\ArchiveSimulator.exe' --register --store 'C:\Daten\Archiv' &&
+        demo_run 'C:\Demo\HostSimulator.exe' --register --client 'C:\Daten\Mandanten\Muster AG.json' &&
+        demo_tool regsvr32.exe /s 'C:\Program Files (x86)\Kandora\Kandora.dll' &&
+        python3 "$root/scripts/fill_ini.py" "$bin/Kandora.ini.template" "$sessionDrive/Daten/Archiv/archiv.json" \
+            "$programs/Kandora.ini" --folder Buchhaltung --printer-file 'C:\Daten\Druck\Auswertung.pdf'
+    for name in CodePage:65001 "WindowSize:$((45 << 16 | 105))" "ScreenBufferSize:$((45 << 16 | 105))"; do
+        demo_tool reg.exe add 'HKCU\Console' /v "${name%:*}" /t REG_DWORD /d "${name#*:}" /f || return
+    done
+}
+
+# start_accounting: the host's start, with the window that comes with it left open.
+start_accounting() {
+    echo InitProvider >"$demo/Start.txt"
+    demo_run 'C:\Demo\HostSimulator.exe' --client 'C:\Daten\Mandanten\Muster AG.json' \
+        --requests "$(windows_path "$demo/Start.txt")" </dev/null >"$logs/pictures-host.log" 2>&1 &
+    accountingPid=$!
+}
+
+# A new client is set up.
+photograph_input() {
+    local accountingPid
+    start_accounting
+    photograph archivpfad "Archivpfad erstellen" && click "Archivpfad erstellen" 305 46 && wait "$accountingPid"
+}
+
+photograph_check() {
+    printf '@%s\r\n' cls '"C:\Program Files (x86)\Kandora\Werkzeuge\kandora-check.exe"' 'echo >C:\Demo\geprueft.txt' \
+        'pause >nul' >"$sessionDrive/Demo/pruefen.cmd"
+    demo_tool wineconsole.exe 'C:\windows\system32\cmd.exe' /c 'C:\Demo\pruefen.cmd' </dev/null >/dev/null 2>&1 &
+    wait_until "everything is checked" everything_is_checked && photograph kandora-check '.*cmd.exe'
+}
+
+everything_is_checked() { [[ -e $sessionDrive/Demo/geprueft.txt ]]; }
+
+photograph_error() {
+    local accountingPid settings="$sessionDrive/Program Files (x86)/Kandora/Kandora.ini"
+    sed -i 's/^ELOPW=[^\r]*/ELOPW=falsch/' "$settings"
+    start_accounting
+    photograph fehler Kandora && click Kandora 165 108
+    wait "$accountingPid" || true
+}
+
+# The demo's pictures as they are.
+take_over_pictures() {
+    save_picture archiv <"$demoPicture" && save_picture auswertung <"$demoDialogPicture"
+}
+
+run_pictures() {
+    local demoArchitecture=x86
+    run_demo
+    say ""
+    step pictures-build "Build kandora-check" build_preset "$demoArchitecture" kandora-check
+    step pictures-demo "Pictures of the demo" take_over_pictures
+    step pictures-install "Install a workstation" install_workstation
+    demoStore="$sessionDrive/Daten/Archiv"
+    step pictures-archive "Start its archive" start_archive
+    step pictures-input "A picture of the input box" photograph_input
+    step pictures-check "A picture of kandora-check" photograph_check
+    step pictures-error "A picture of an error" photograph_error
+    step pictures-stop "Close the archive" stop_archive
+}

@@ -1,0 +1,28 @@
+#include "simulators/archive/FolderIcons.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <shellapi.h>
+
+namespace kandora::simulators {
+
+ImageList FolderIcons(int size) {
+    // The shell wants COM; an apartment that is there already stays as it is.
+    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
+    const UINT nearest = size > GetSystemMetrics(SM_CXSMICON) ? SHGFI_LARGEICON : SHGFI_SMALLICON;
+    ImageList images(ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, 2, 0));
+    for (const UINT state : {UINT{0}, UINT{SHGFI_OPENICON}}) {
+        SHFILEINFOW info{};
+        SHGetFileInfoW(L"Ordner", FILE_ATTRIBUTE_DIRECTORY, &info, sizeof(info),
+                       SHGFI_ICON | SHGFI_USEFILEATTRIBUTES | nearest | state);
+        ImageList_AddIcon(images.get(), info.hIcon);
+        DestroyIcon(info.hIcon);
+    }
+    if (SUCCEEDED(apartment)) {
+        CoUninitialize();
+    }
+    return images;
+}
+
+}  // namespace kandora::simulators

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "archive/ELODMS.h"
+#include "tools/check/Report.h"
+#include "tools/check/Subject.h"
+#include "tools/check/Surroundings.h"
+
+namespace kandora::check {
+
+/// Areas of the findings.
+namespace area {
+inline constexpr const wchar_t* component = L"Komponente";
+inline constexpr const wchar_t* settings = L"Einstellungen";
+inline constexpr const wchar_t* archive = L"Archiv";
+inline constexpr const wchar_t* host = L"Finanzbuchhaltung";
+inline constexpr const wchar_t* hostInterface = L"Schnittstelle";
+inline constexpr const wchar_t* folders = L"Ordner";
+inline constexpr const wchar_t* preview = L"Vorschau";
+inline constexpr const wchar_t* probe = L"Probe";
+}  // namespace area
+
+/// The resource of the component's DLL that is the type library of the host's plug-in interface.
+inline constexpr int hostLibrary = 2;
+
+/// File, version, architecture, registration, type libraries, and that an object can be made.
+void CheckComponent(Report& report, const Subject& subject);
+
+/// Reads every setting as the component does and keeps it in the shared state. False when there is no file to
+/// read.
+bool CheckSettings(Report& report, Surroundings& surroundings);
+
+/// Class, login, masks and separator. True when the archive can be used.
+bool CheckArchive(Report& report, const Subject& subject, Surroundings& surroundings);
+
+/// Class, client, the client's options, folders and placeholder. True when the client's settings are complete
+/// and kept in the shared state. The folders are looked for only when the archive can be used.
+bool CheckHost(Report& report, const Subject& subject, Surroundings& surroundings, bool isArchiveUsable);
+
+/// The folders in which files must appear.
+void CheckFolders(Report& report, Surroundings& surroundings);
+
+/// Compares the host's plug-in interface with the component's. With `adopt` the component is told to answer
+/// to the host's identifier; nothing changes when it cannot serve the interface. `typeLibrary` is a file;
+/// when it is empty, the registered library is looked for.
+void CheckHostInterface(Report& report, const Subject& subject, const Text& typeLibrary, bool adopt);
+
+/// What filing the voucher would write. Nothing is written: the filing runs against an archive that only
+/// notes what it is told.
+void PreviewVoucher(Report& report, Surroundings& surroundings, const Text& number, const Text& index);
+
+/// Files a placeholder into each of the client's folders, reads it back and removes it, also when the user
+/// interrupts; removes first what an earlier probe that was killed has left.
+void Probe(Report& report, Surroundings& surroundings);
+
+}  // namespace kandora::check
