@@ -83,4 +83,6 @@ def main(root):
 
 
 if __name__ == "__main__":
+    if len(sys.argv) != 2:
+        sys.exit("usage: floors.py ROOT")
     sys.exit(main(sys.argv[1]))

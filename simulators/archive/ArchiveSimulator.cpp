@@ -252,6 +252,10 @@ std::wstring GermanMessage(const CLI::ParseError& error) {
         return L"Unbekannte Angabe:" +
                (colon == std::wstring::npos ? L" " + detail : detail.substr(colon + 1));
     }
+    if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr ||
+        dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
+        return L"Der Wert von --linger ist eine Zahl von 0 bis " + std::to_wstring(longestLinger) + L".";
+    }
     const std::wstring option = detail.substr(0, detail.find(L' '));
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         return L"Zur Angabe " + option.substr(0, option.find(L':')) + L" gehört genau ein Wert.";

@@ -115,12 +115,14 @@ bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<Traced
         return false;
     }
     RefreshClient(isMeanwhile);
-    if (!globals_.state.gbMandantArchivAktiv && request.gate == Gate::Told) {
+    // What holds now decides: while the box is open, another request may ask anew.
+    const bool isOn = globals_.state.gbMandantArchivAktiv;
+    if (!isOn && request.gate == Gate::Told) {
         // An error box without an error (number 0) is how the user learns that the open client has no
         // archive.
         ShowAndClear(globals_.goErrHandler(), RuntimeError(0), {className, request.name});
     }
-    return globals_.state.gbMandantArchivAktiv;
+    return isOn;
 }
 
 void ELOProvider::Trace(const wchar_t* method, std::initializer_list<Traced> arguments) {

@@ -250,6 +250,17 @@ TEST_F(AnotherClient, IsNotSetUpUnderTheOneInProgress) {
     EXPECT_EQ(Told("CreateStructure"), Lines{});
 }
 
+TEST_F(AnotherClient, DoesNotShowTheArchiveBehindTheBoxThatThereIsNone) {
+    OpenFirst(L"false");
+    screen.duringBox = [&] {
+        Open(L"true");
+        ExpectAnswers(true);
+    };
+    Provider().StartProvider(Variant());
+    EXPECT_EQ(Boxes(), Lines{Box(0, "", "Kandora.StartProvider")});
+    EXPECT_EQ(Told("BringToFront"), Lines{});
+}
+
 /// The archive's session is lost at the moment of the question. A session that is opened for it is ended
 /// again, and the one in progress goes on with what it has.
 TEST_F(Reentry, WhatAsksMeanwhileLogsInForItselfWhenItMust) {

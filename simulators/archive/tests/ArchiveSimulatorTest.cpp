@@ -198,7 +198,8 @@ TEST_F(ProgramTest, EndsOfItselfWhenComStartedItAndNobodyComes) {
     EXPECT_EQ(Run(L"--hidden --linger 0 --store \"" + StorePath() + L"\" -Embedding"), 0U);
     EXPECT_FALSE(IsFile(StorePath() + L"\\archive.lock")) << Errors();
     EXPECT_EQ(Run(L"--hidden --linger bald --store \"" + StorePath() + L"\""), 2U);
-    EXPECT_NE(Errors().find("--linger"), std::string::npos) << Errors();
+    EXPECT_NE(Errors().find("Der Wert von --linger ist eine Zahl von 0 bis 86400."), std::string::npos)
+        << Errors();
 }
 
 TEST_F(ProgramTest, EndsWhenItsWindowIsClosed) {
