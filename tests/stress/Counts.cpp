@@ -78,14 +78,19 @@ BOOL CALLBACK CountWindow(HWND, LPARAM count) {
     return TRUE;
 }
 
+BOOL CALLBACK CountOwnWindow(HWND window, LPARAM count) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    return process == GetCurrentProcessId() ? CountWindow(window, count) : TRUE;
+}
+
+// To ask for one window behind the other does not serve: wine 10's server looks for ever for the one behind
+// a window that is just going.
 int Windows() {
     int count = 0;
     EnumThreadWindows(GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&count));
-    HWND window = nullptr;
-    while ((window = FindWindowExW(HWND_MESSAGE, window, nullptr, nullptr)) != nullptr) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        count += process == GetCurrentProcessId() ? 1 : 0;
+    if (const HWND message = FindWindowExW(HWND_MESSAGE, nullptr, nullptr, nullptr); message != nullptr) {
+        EnumChildWindows(GetAncestor(message, GA_PARENT), CountOwnWindow, reinterpret_cast<LPARAM>(&count));
     }
     return count;
 }
