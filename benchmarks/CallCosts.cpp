@@ -2,10 +2,10 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "automation/Apartment.h"
 #include "automation/LateBound.h"
 #include "benchmarks/Figures.h"
 #include "benchmarks/RecordedRequests.h"
+#include "interfaces/Apartment.h"
 
 // What a late-bound call costs beside a bare one, in this process and out of it, and beside a script's.
 namespace kandora::benchmarks {

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "benchmarks/Figures.h"
+#include "interfaces/CodePages.h"
 #include "simulators/archive/Store.h"
 #include "simulators/archive/Window.h"
 #include "simulators/common/Unicode.h"
@@ -69,8 +70,8 @@ void MeasureLargeArchive(Figures& figures) {
     window.upper = window.upper * window.floor / 1e6;
     figures.Add(window, Row::Aim::AtMost, 1.0);
 
-    simulators::ArchiveStore large(simulators::FromUtf8(figures.Given().large));
-    simulators::ArchiveStore small(simulators::FromUtf8(figures.Given().small));
+    simulators::ArchiveStore large(TextFromUtf8(figures.Given().large));
+    simulators::ArchiveStore small(TextFromUtf8(figures.Given().small));
     const std::wstring document = (fs::path(figures.Given().directory) / "Platzhalter.pdf").wstring();
     const auto filing = [&](simulators::ArchiveStore& store) {
         return [&store, &document, folder = *store.CreateFolders(L"\u00b6Sesam\u00b6Muster\u00b6Kredi")] {

@@ -2,8 +2,8 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "automation/Apartment.h"
 #include "benchmarks/Figures.h"
+#include "interfaces/Apartment.h"
 
 namespace kandora::benchmarks {
 

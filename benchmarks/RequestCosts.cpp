@@ -2,9 +2,9 @@
 #include <filesystem>
 #include <iostream>
 
-#include "automation/Apartment.h"
 #include "benchmarks/Figures.h"
 #include "benchmarks/RecordedRequests.h"
+#include "interfaces/Apartment.h"
 
 // What a request costs beside the calls that it has to make, and what stays of many of them.
 namespace kandora::benchmarks {

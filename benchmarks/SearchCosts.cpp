@@ -2,9 +2,9 @@
 #include <fstream>
 #include <thread>
 
-#include "automation/Apartment.h"
 #include "benchmarks/Figures.h"
 #include "benchmarks/RecordedRequests.h"
+#include "interfaces/Apartment.h"
 
 namespace kandora::benchmarks {
 

@@ -11,7 +11,7 @@ import sys
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"')
 
-# What everybody may know: the public interfaces, and what classes with COM's interfaces are made of.
+# What everybody may know: the public interfaces, and what everything that works with COM is made of.
 FACE = {"interfaces"}
 # Each floor with those below it. `archive` and `accounting` stand side by side.
 GROUND = FACE | {"automation"}

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
 #include "simulators/common/Unicode.h"
@@ -31,7 +32,7 @@ std::vector<IndexField> ReadFields(const JsonFile& file, const Json& list) {
 }
 
 Json Text(std::wstring_view text) {
-    return ToUtf8(text);
+    return Utf8FromText(text);
 }
 
 nlohmann::ordered_json SampleMask(std::int32_t number, std::wstring_view name,

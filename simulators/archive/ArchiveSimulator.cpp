@@ -8,10 +8,11 @@
 #include <array>
 #include <memory>
 
+#include "interfaces/Apartment.h"
+#include "interfaces/CodePages.h"
 #include "interfaces/ComPtr.h"
 #include "simulators/archive/ArchiveObject.h"
 #include "simulators/archive/Window.h"
-#include "simulators/common/ComApartment.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/LocalServer.h"
@@ -50,7 +51,7 @@ struct Options {
 };
 
 std::wstring FullPath(const std::string& path) {
-    std::wstring full = LongPath(FromUtf8(path)).substr(4);
+    std::wstring full = LongPath(TextFromUtf8(path)).substr(4);
     while (full.size() > 3 && (full.back() == L'\\' || full.back() == L'/')) {
         full.pop_back();
     }
@@ -196,7 +197,7 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
 
     // Leaving the apartment takes the objects of clients that are still there along, so it must come before
     // what the objects use goes.
-    const ComApartment apartment(L"COM ist nicht verfügbar");
+    const Apartment apartment;
     std::optional<ClassObject> classObject;
     classObject.emplace(archiveClassId,
                         [&program] { return ComPtr<IDispatch>(MakeObject<ArchiveObject>(program).Get()); });
@@ -246,7 +247,7 @@ int Run(const Options& options) {
 }
 
 std::wstring GermanMessage(const CLI::ParseError& error) {
-    const std::wstring detail = FromUtf8(error.what());
+    const std::wstring detail = TextFromUtf8(error.what());
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         const std::size_t colon = detail.rfind(L':');
         return L"Unbekannte Angabe:" +
@@ -267,8 +268,8 @@ int Main(std::vector<std::string> arguments) {
     Options options;
     // COM adds this one, which is no option of the usual form.
     const auto isEmbedding = [](const std::string& argument) {
-        return EqualIgnoringCase(FromUtf8(argument), L"-Embedding") ||
-               EqualIgnoringCase(FromUtf8(argument), L"/Embedding");
+        return EqualIgnoringCase(TextFromUtf8(argument), L"-Embedding") ||
+               EqualIgnoringCase(TextFromUtf8(argument), L"/Embedding");
     };
     options.isStartedByCom = std::erase_if(arguments, isEmbedding) > 0;
 
@@ -301,7 +302,7 @@ int Main(std::vector<std::string> arguments) {
         app.parse(std::move(arguments));
         return Run(options);
     } catch (const CLI::CallForHelp&) {
-        std::wstring help = FromUtf8(app.help());
+        std::wstring help = TextFromUtf8(app.help());
         while (!help.empty() && help.back() == L'\n') {
             help.pop_back();
         }
@@ -313,7 +314,7 @@ int Main(std::vector<std::string> arguments) {
     } catch (const Failure& failure) {
         PrintErrorLine(failure.Message());
     } catch (const std::exception& error) {
-        PrintErrorLine(L"Unerwarteter Fehler: " + FromUtf8(error.what()));
+        PrintErrorLine(L"Unerwarteter Fehler: " + TextFromUtf8(error.what()));
     }
     return exitUsage;
 }
@@ -325,7 +326,7 @@ int Main(std::vector<std::string> arguments) {
 int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     std::vector<std::string> texts;
     for (int index = 1; index < count; ++index) {
-        texts.push_back(kandora::simulators::ToUtf8(arguments[index]));
+        texts.push_back(kandora::Utf8FromText(arguments[index]));
     }
     return kandora::simulators::Main(std::move(texts));
 }

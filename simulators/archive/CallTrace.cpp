@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 
 namespace kandora::simulators {
 
@@ -35,7 +35,7 @@ CallTrace::CallTrace(const std::wstring& path)
 }
 
 void CallTrace::Write(std::wstring_view line) {
-    const std::string bytes = ToUtf8(line) + "\r\n";
+    const std::string bytes = Utf8FromText(line) + "\r\n";
     DWORD written = 0;
     WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }

@@ -2,14 +2,15 @@
 
 #include <windows.h>
 
-#include <objbase.h>
 #include <shellapi.h>
+
+#include "interfaces/Apartment.h"
 
 namespace kandora::simulators {
 
 ImageList FolderIcons(int size) {
-    // The shell wants COM; an apartment that is there already stays as it is.
-    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
+    // The shell wants COM.
+    const Apartment apartment;
     const UINT nearest = size > GetSystemMetrics(SM_CXSMICON) ? SHGFI_LARGEICON : SHGFI_SMALLICON;
     ImageList images(ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, 2, 0));
     for (const UINT state : {UINT{0}, UINT{SHGFI_OPENICON}}) {
@@ -18,9 +19,6 @@ ImageList FolderIcons(int size) {
                        SHGFI_ICON | SHGFI_USEFILEATTRIBUTES | nearest | state);
         ImageList_AddIcon(images.get(), info.hIcon);
         DestroyIcon(info.hIcon);
-    }
-    if (SUCCEEDED(apartment)) {
-        CoUninitialize();
     }
     return images;
 }

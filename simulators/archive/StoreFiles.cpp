@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/StoreNames.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/JsonFile.h"
@@ -134,7 +135,7 @@ StoreFiles::FolderFile StoreFiles::ReadFolder(const std::wstring& directory) {
 }
 
 FileStamp StoreFiles::WriteFolder(const std::wstring& directory, const FolderFile& content) const {
-    const nlohmann::ordered_json folder{{"id", content.id}, {"name", ToUtf8(content.name)}};
+    const nlohmann::ordered_json folder{{"id", content.id}, {"name", Utf8FromText(content.name)}};
     return WriteFileAtomically(FolderFilePath(directory), folder.dump(2) + "\n",
                                TemporaryPath(std::to_wstring(content.id)));
 }
@@ -158,7 +159,7 @@ Entry StoreFiles::ReadEntry(const std::wstring& path, std::int32_t id, bool isTa
     entry.shortName = file.Text(file.Required(root, "kurzbezeichnung"));
     const Json& fields = file.Object(file.Required(root, "felder"));
     for (auto field = fields.begin(); field != fields.end(); ++field) {
-        const auto line = ParseId(FromUtf8(field.key()));
+        const auto line = ParseId(TextFromUtf8(field.key()));
         if (!line || *line < 1 || *line > 32767) {
             file.FailAtKey(fields, field.key(), L"Hier muss die Nummer einer Indexzeile stehen.");
         }
@@ -176,14 +177,14 @@ Entry StoreFiles::ReadEntry(const std::wstring& path, std::int32_t id, bool isTa
 FileStamp StoreFiles::WriteEntry(const std::wstring& path, const Entry& entry) const {
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();
     for (const auto& [line, value] : entry.fields) {
-        fields[std::to_string(line)] = ToUtf8(value);
+        fields[std::to_string(line)] = Utf8FromText(value);
     }
     const nlohmann::ordered_json json{{"id", entry.id},
                                       {"maske", entry.mask},
-                                      {"kurzbezeichnung", ToUtf8(entry.shortName)},
+                                      {"kurzbezeichnung", Utf8FromText(entry.shortName)},
                                       {"felder", fields},
-                                      {"dokument", ToUtf8(entry.document)},
-                                      {"abgelegt", ToUtf8(entry.filed)}};
+                                      {"dokument", Utf8FromText(entry.document)},
+                                      {"abgelegt", Utf8FromText(entry.filed)}};
     return WriteFileAtomically(path, json.dump(2) + "\n", TemporaryPath(std::to_wstring(entry.id)));
 }
 

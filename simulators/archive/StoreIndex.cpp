@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <unordered_set>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 
 namespace kandora::simulators {
 
@@ -82,7 +82,7 @@ void PutNumber(std::string& bytes, T value) {
 constexpr std::uint8_t longText = 255;
 
 void PutText(std::string& bytes, std::wstring_view text) {
-    const std::string utf8 = ToUtf8(text);
+    const std::string utf8 = Utf8FromText(text);
     if (utf8.size() < longText) {
         PutNumber(bytes, static_cast<std::uint8_t>(utf8.size()));
     } else {
@@ -107,7 +107,7 @@ public:
     }
     std::wstring Text() {
         const auto size = Number<std::uint8_t>();
-        return FromUtf8(Take(size == longText ? Number<std::uint32_t>() : size));
+        return TextFromUtf8(Take(size == longText ? Number<std::uint32_t>() : size));
     }
 
     /// True when exactly everything was read.

@@ -10,10 +10,10 @@
 #include <array>
 #include <utility>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/WindowResources.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Output.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -194,7 +194,7 @@ LRESULT CALLBACK ArchiveWindow::Procedure(HWND window, UINT message, WPARAM wPar
     try {
         return self->Handle(message, wParam, lParam);
     } catch (const std::exception& error) {
-        PrintErrorLine(FromUtf8(error.what()));
+        PrintErrorLine(TextFromUtf8(error.what()));
         return 0;
     }
 }

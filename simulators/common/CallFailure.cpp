@@ -3,8 +3,8 @@
 #include <exception>
 #include <new>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Failure.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -38,7 +38,7 @@ FailedCall DescribeCurrentException(const std::wstring& defaultSource) {
     } catch (const std::exception& error) {
         failed.code = DISP_E_EXCEPTION;
         failed.number = E_FAIL;
-        failed.description = FromUtf8(error.what());
+        failed.description = TextFromUtf8(error.what());
     } catch (...) {
         failed.code = E_UNEXPECTED;
     }

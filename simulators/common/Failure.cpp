@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <iterator>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 
 namespace kandora::simulators {
 
-Failure::Failure(std::wstring_view message) : std::runtime_error(ToUtf8(message)), message_(message) {}
+Failure::Failure(std::wstring_view message) : std::runtime_error(Utf8FromText(message)), message_(message) {}
 
 std::wstring SystemMessage(unsigned long code) {
     wchar_t buffer[512] = {};

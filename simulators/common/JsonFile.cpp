@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -165,7 +165,7 @@ private:
 };
 
 std::wstring Plain(std::string_view key) {
-    return L"«" + FromUtf8(key) + L"»";
+    return L"«" + TextFromUtf8(key) + L"»";
 }
 
 }  // namespace
@@ -196,7 +196,7 @@ void JsonFile::FailAtOffset(std::size_t offset, std::wstring_view message) const
     const std::string_view before = std::string_view(text_).substr(0, std::min(offset, text_.size()));
     const auto line = std::ranges::count(before, '\n') + 1;
     const std::size_t lineStart = before.rfind('\n') == std::string_view::npos ? 0 : before.rfind('\n') + 1;
-    const std::size_t column = FromUtf8(before.substr(lineStart)).size() + 1;
+    const std::size_t column = TextFromUtf8(before.substr(lineStart)).size() + 1;
     throw Failure(path_ + L", Zeile " + std::to_wstring(line) + L", Spalte " + std::to_wstring(column) +
                   L": " + std::wstring(message));
 }
@@ -232,7 +232,7 @@ std::wstring JsonFile::Text(const Json& node) const {
     if (!node.is_string()) {
         Fail(node, L"Hier muss ein Text in Anführungszeichen stehen.");
     }
-    return FromUtf8(node.get_ref<const std::string&>());
+    return TextFromUtf8(node.get_ref<const std::string&>());
 }
 
 std::wstring JsonFile::NonEmptyText(const Json& node) const {

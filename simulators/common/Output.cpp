@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 
 namespace kandora::simulators {
 
@@ -23,7 +23,7 @@ void WriteLine(DWORD which, std::wstring_view line) {
         WriteConsoleW(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         return;
     }
-    const std::string bytes = ToUtf8(text);
+    const std::string bytes = Utf8FromText(text);
     WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 

@@ -6,9 +6,9 @@
 #include <limits>
 #include <set>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/host/RequestFile.h"
 
 namespace kandora::simulators {
@@ -218,12 +218,12 @@ const Address* ClientFile::FindAddress(std::int32_t adressId) const {
 std::wstring ClientFile::Option(int group, int key) const {
     const nlohmann::json::json_pointer place =
         nlohmann::json::json_pointer("/optionen") / std::to_string(group) / std::to_string(key);
-    return document_.contains(place) ? FromUtf8(document_[place].get<std::string>()) : std::wstring();
+    return document_.contains(place) ? TextFromUtf8(document_[place].get<std::string>()) : std::wstring();
 }
 
 void ClientFile::SetOption(int group, int key, const std::wstring& value) {
     nlohmann::ordered_json before = document_;
-    document_["optionen"][std::to_string(group)][std::to_string(key)] = ToUtf8(value);
+    document_["optionen"][std::to_string(group)][std::to_string(key)] = Utf8FromText(value);
     try {
         WriteFileAtomically(path_.wstring(), Render());
     } catch (...) {
@@ -255,7 +255,7 @@ std::vector<std::wstring> ClientFile::UnresolvedReferences() const {
         }
         const Ledger ledger = booking.ursprung == 1 ? Ledger::Debtors : Ledger::Creditors;
         if (FindOpenItem(ledger, booking.opNr) == nullptr &&
-            !isDeclared("offenePosten/" + NameOf(ledger), ToUtf8(booking.opNr))) {
+            !isDeclared("offenePosten/" + NameOf(ledger), Utf8FromText(booking.opNr))) {
             complain(L"Buchung " + booking.belegNr + L"/" + booking.belegIndex,
                      L"den offenen Posten " + booking.opNr);
         }

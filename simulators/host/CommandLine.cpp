@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Unicode.h"
 #include "simulators/host/RequestFile.h"
@@ -72,37 +73,42 @@ void Declare(CLI::App& app, Given& given) {
     app.add_option("--client-copy", given.clientCopy,
                    "Arbeitet auf einer Kopie der Mandantendatei, die hier angelegt wird.");
     app.add_option("--requests", given.requests,
-                   ToUtf8(L"Sendet die Anfragen dieser Datei, mit --year nach den Buchungen."));
+                   Utf8FromText(L"Sendet die Anfragen dieser Datei, mit --year nach den Buchungen."));
     app.add_flag("--year", given.year, "Speichert alle Buchungen des Mandanten.");
     app.add_flag("--menu", given.menu,
-                 ToUtf8(L"Bietet Beispielläufe zur Auswahl an (Vorgabe an der Konsole)."));
-    app.add_flag("--serve", given.serve, ToUtf8(L"Bedient nur «FibuNT.Mandant», bis Ctrl+C gedrückt wird."));
+                 Utf8FromText(L"Bietet Beispielläufe zur Auswahl an (Vorgabe an der Konsole)."));
+    app.add_flag("--serve", given.serve,
+                 Utf8FromText(L"Bedient nur «FibuNT.Mandant», bis Ctrl+C gedrückt wird."));
     app.add_option("--component", given.component,
-                   ToUtf8(L"Lädt die Komponente aus dieser DLL statt aus der Registrierung."));
+                   Utf8FromText(L"Lädt die Komponente aus dieser DLL statt aus der Registrierung."));
     app.add_flag("--answer-boxes", given.answerBoxes,
-                 ToUtf8(L"Bestätigt Meldungen und Eingabefenster von selbst."));
+                 Utf8FromText(L"Bestätigt Meldungen und Eingabefenster von selbst."));
     app.add_option("--report", given.report, "Schreibt das Ergebnis als JSON in diese Datei.");
-    app.add_flag("--table", given.table,
-                 ToUtf8(L"Zeigt nach --year, was wo abgelegt wurde, und nach --requests, was sich im Archiv "
-                        L"geändert hat."));
+    app.add_flag(
+        "--table", given.table,
+        Utf8FromText(L"Zeigt nach --year, was wo abgelegt wurde, und nach --requests, was sich im Archiv "
+                     L"geändert hat."));
     app.add_option("--table-rows", given.tableRows,
-                   ToUtf8(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
+                   Utf8FromText(L"Einträge je Buchungsart in der Tabelle, 0 für alle."));
     app.add_option("--width", given.width,
-                   ToUtf8(L"Spalten, die die Ausgabe breit sein darf: " + WidthRange() + L", ohne Angabe " +
-                          std::to_wstring(given.width) + L"."))
+                   Utf8FromText(L"Spalten, die die Ausgabe breit sein darf: " + WidthRange() +
+                                L", ohne Angabe " + std::to_wstring(given.width) + L"."))
         // The library would describe the range in English.
         ->check(CLI::Range(narrowestOutput, widestOutput).description(""));
     app.add_option("--store", given.store, "Ablageordner des Archivs, aus dem die Tabelle gelesen wird.");
-    app.add_option("--printer-file", given.printerFile,
-                   ToUtf8(L"Datei, in die PrintDocument vor der Anfrage eine Saldobilanz (PDF) druckt."));
-    app.add_option("--picture-hook", given.pictureHook,
-                   ToUtf8(L"Schreibt vor dem Klick auf «Archivieren» PFAD.ready und wartet auf PFAD.done."));
-    app.add_option("--linger", given.linger,
-                   ToUtf8(L"Mit --register: so viele Sekunden bleibt die von COM gestartete Nachbildung nach "
-                          L"dem letzten Benutzer, ohne Angabe " +
-                          std::to_wstring(given.linger) + L"."));
+    app.add_option(
+        "--printer-file", given.printerFile,
+        Utf8FromText(L"Datei, in die PrintDocument vor der Anfrage eine Saldobilanz (PDF) druckt."));
+    app.add_option(
+        "--picture-hook", given.pictureHook,
+        Utf8FromText(L"Schreibt vor dem Klick auf «Archivieren» PFAD.ready und wartet auf PFAD.done."));
+    app.add_option(
+        "--linger", given.linger,
+        Utf8FromText(L"Mit --register: so viele Sekunden bleibt die von COM gestartete Nachbildung nach "
+                     L"dem letzten Benutzer, ohne Angabe " +
+                     std::to_wstring(given.linger) + L"."));
     app.add_flag("--register", given.registerClass,
-                 ToUtf8(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
+                 Utf8FromText(L"Trägt «FibuNT.Mandant» in die Registrierung ein."));
     app.add_flag("--unregister", given.unregisterClass, "Nimmt den Eintrag wieder weg.");
 }
 
@@ -155,12 +161,13 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
         if (EqualIgnoringCase(argument, L"-Embedding") || EqualIgnoringCase(argument, L"/Embedding")) {
             result.embedding = true;
         } else {
-            remaining.push_back(ToUtf8(argument));
+            remaining.push_back(Utf8FromText(argument));
         }
     }
     CLI::App app(
-        ToUtf8(L"Nachbildung der Finanzbuchhaltung: bedient «FibuNT.Mandant» aus einer Mandantendatei und "
-               L"ruft die Archivkomponente so auf, wie es die Buchhaltung tut."),
+        Utf8FromText(
+            L"Nachbildung der Finanzbuchhaltung: bedient «FibuNT.Mandant» aus einer Mandantendatei und "
+            L"ruft die Archivkomponente so auf, wie es die Buchhaltung tut."),
         "HostSimulator.exe");
     Given given;
     Declare(app, given);
@@ -169,24 +176,24 @@ std::optional<CommandLine> ParseCommandLine(const std::vector<std::wstring>& arg
     try {
         app.parse(remaining);
     } catch (const CLI::CallForHelp&) {
-        help = FromUtf8(app.help());
+        help = TextFromUtf8(app.help());
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw Failure(Complaint(error) + L" Hilfe gibt HostSimulator.exe --help.");
     }
     if (const auto extras = app.remaining(); !extras.empty()) {
-        throw Failure(L"Unbekannte Angabe " + Guillemets(FromUtf8(extras.front())) +
+        throw Failure(L"Unbekannte Angabe " + Guillemets(TextFromUtf8(extras.front())) +
                       L". Hilfe gibt HostSimulator.exe --help.");
     }
     result.task = TaskOf(given, result.embedding);
-    result.client = FromUtf8(given.client);
-    result.clientCopy = FromUtf8(given.clientCopy);
-    result.requests = FromUtf8(given.requests);
-    result.component = FromUtf8(given.component);
-    result.report = FromUtf8(given.report);
-    result.store = FromUtf8(given.store);
-    result.printerFile = FromUtf8(given.printerFile);
-    result.pictureHook = FromUtf8(given.pictureHook);
+    result.client = TextFromUtf8(given.client);
+    result.clientCopy = TextFromUtf8(given.clientCopy);
+    result.requests = TextFromUtf8(given.requests);
+    result.component = TextFromUtf8(given.component);
+    result.report = TextFromUtf8(given.report);
+    result.store = TextFromUtf8(given.store);
+    result.printerFile = TextFromUtf8(given.printerFile);
+    result.pictureHook = TextFromUtf8(given.pictureHook);
     result.answerBoxes = given.answerBoxes;
     result.table = given.table;
     result.tableRows = given.tableRows;

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "simulators/common/ComApartment.h"
+#include "interfaces/Apartment.h"
+#include "interfaces/CodePages.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/LocalServer.h"
 #include "simulators/common/Output.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/CommandLine.h"
 #include "simulators/host/Driver.h"
@@ -36,7 +36,7 @@ constexpr int exitBadInput = 2;
 constexpr UINT lifeCheckMilliseconds = 250;
 
 std::vector<Request> ReadRequests(const std::filesystem::path& path) {
-    return ParseRequests(FromUtf8(ReadWholeFile(path.wstring())), path.wstring());
+    return ParseRequests(TextFromUtf8(ReadWholeFile(path.wstring())), path.wstring());
 }
 
 void RunFile(Session& session, const std::filesystem::path& path) {
@@ -121,7 +121,7 @@ int Run(const std::vector<std::wstring>& arguments) {
         throw Failure(
             L"Es fehlt eine Aufgabe: --requests, --year, --menu, --serve, --register oder --unregister.");
     }
-    const ComApartment apartment(L"COM steht nicht zur Verfügung");
+    const Apartment apartment;
     if (options->task == Task::Register) {
         RegisterMandant(options->client, options->linger);
         PrintLine(L"FibuNT.Mandant ist eingetragen.");
@@ -184,7 +184,7 @@ int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage
     } catch (const Failure& failure) {
         PrintErrorLine(failure.Message());
     } catch (const std::exception& error) {
-        PrintErrorLine(L"Unerwarteter Fehler: " + FromUtf8(error.what()));
+        PrintErrorLine(L"Unerwarteter Fehler: " + kandora::TextFromUtf8(error.what()));
         return exitFailed;
     }
     return exitBadInput;

@@ -6,9 +6,9 @@
 #include <array>
 #include <optional>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Output.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -36,7 +36,7 @@ std::optional<std::wstring> ReadLine() {
         if (bytes.empty() && read == 0) {
             return std::nullopt;
         }
-        line = FromUtf8(bytes);
+        line = TextFromUtf8(bytes);
     }
     line.erase(line.find_last_not_of(L" \t\r\n\x1A") + 1);
     return line;

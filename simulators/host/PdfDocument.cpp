@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "interfaces/CodePages.h"
+
 namespace kandora::simulators {
 
 namespace {
@@ -34,11 +36,7 @@ constexpr unsigned firstAccented = 0xC0;
 constexpr std::uint16_t otherWidth = 556;
 
 std::string WinAnsi(std::wstring_view text) {
-    const int length = static_cast<int>(text.size());
-    std::string bytes(text.size() * 2, '\0');
-    const int written = WideCharToMultiByte(1252, WC_NO_BEST_FIT_CHARS, text.data(), length, bytes.data(),
-                                            static_cast<int>(bytes.size()), "?", nullptr);
-    bytes.resize(static_cast<std::size_t>(written > 0 ? written : 0));
+    std::string bytes = InCodePage(1252, WC_NO_BEST_FIT_CHARS, text, "?");
     for (char& byte : bytes) {
         if (static_cast<unsigned char>(byte) < 0x20) {
             byte = ' ';

@@ -8,6 +8,7 @@
 
 #include <sstream>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Unicode.h"
 #include "simulators/host/ScreenText.h"
@@ -59,9 +60,9 @@ nlohmann::ordered_json ToJson(const Value& value) {
     case VT_I4:
         return value.ConvertedTo(VT_I4).Get().lVal;
     case VT_BSTR:
-        return ToUtf8(FromBstr(value.Get().bstrVal));
+        return Utf8FromText(FromBstr(value.Get().bstrVal));
     default:
-        return ToUtf8(Describe(value.Get()));
+        return Utf8FromText(Describe(value.Get()));
     }
 }
 
@@ -73,15 +74,15 @@ std::string RenderReport(const std::vector<Outcome>& outcomes, double seconds) {
     for (const Outcome& outcome : outcomes) {
         nlohmann::ordered_json boxes = nlohmann::ordered_json::array();
         for (const AnsweredBox& box : outcome.boxes) {
-            boxes.push_back({{"caption", ToUtf8(box.caption)}, {"text", ToUtf8(box.text)}});
+            boxes.push_back({{"caption", Utf8FromText(box.caption)}, {"text", Utf8FromText(box.text)}});
         }
         nlohmann::ordered_json entry;
-        entry["request"] = ToUtf8(NameOf(outcome.kind));
-        entry["docId"] = ToUtf8(outcome.docId);
+        entry["request"] = Utf8FromText(NameOf(outcome.kind));
+        entry["docId"] = Utf8FromText(outcome.docId);
         if (!outcome.belegNr.empty()) {
-            entry["belegNr"] = ToUtf8(outcome.belegNr);
-            entry["belegIndex"] = ToUtf8(outcome.belegIndex);
-            entry["barcode"] = ToUtf8(outcome.barcode);
+            entry["belegNr"] = Utf8FromText(outcome.belegNr);
+            entry["belegIndex"] = Utf8FromText(outcome.belegIndex);
+            entry["barcode"] = Utf8FromText(outcome.barcode);
         }
         entry["hresult"] = static_cast<std::int32_t>(outcome.code);
         entry["result"] = ToJson(outcome.result);
@@ -106,7 +107,7 @@ std::wstring DescribeOutcome(const Outcome& outcome) {
     line += L" -> " + DescribeCode(outcome.code);
     const nlohmann::ordered_json result = ToJson(outcome.result);
     if (!result.is_null()) {
-        line += L", Ergebnis " + FromUtf8(result.dump());
+        line += L", Ergebnis " + TextFromUtf8(result.dump());
     }
     return line;
 }

@@ -7,6 +7,8 @@
 
 #include <windows.h>
 
+#include "interfaces/CodePages.h"
+
 namespace kandora {
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "interfaces/CodePages.h"
+
 namespace kandora {
 
 namespace {
@@ -13,29 +15,6 @@ Text CaseMapped(const Text& text, DWORD mapping) {
                      static_cast<int>(result.size()));
     }
     return result;
-}
-
-/// `missing` stands for a character that the page lacks; null for the system's own choice.
-std::string InCodePage(UINT page, DWORD flags, TextView text, const char* missing) {
-    if (text.empty()) {
-        return {};
-    }
-    const auto length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(page, flags, text.data(), length, nullptr, 0, missing, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(page, flags, text.data(), length, bytes.data(), size, missing, nullptr);
-    return bytes;
-}
-
-Text OutOfCodePage(UINT page, std::string_view bytes) {
-    if (bytes.empty()) {
-        return {};
-    }
-    const auto length = static_cast<int>(bytes.size());
-    Text text(static_cast<std::size_t>(MultiByteToWideChar(page, 0, bytes.data(), length, nullptr, 0)),
-              L'\0');
-    MultiByteToWideChar(page, 0, bytes.data(), length, text.data(), static_cast<int>(text.size()));
-    return text;
 }
 
 }  // namespace
@@ -103,14 +82,6 @@ std::string AnsiFromText(TextView text) {
 
 Text TextFromAnsi(std::string_view ansi) {
     return OutOfCodePage(CP_ACP, ansi);
-}
-
-std::string Utf8FromText(TextView text) {
-    return InCodePage(CP_UTF8, 0, text, nullptr);
-}
-
-Text TextFromUtf8(std::string_view utf8) {
-    return OutOfCodePage(CP_UTF8, utf8);
 }
 
 }  // namespace kandora

@@ -33,8 +33,4 @@ Text UpperCase(const Text& text);
 std::string AnsiFromText(TextView text);
 Text TextFromAnsi(std::string_view ansi);
 
-/// The text in UTF-8. What is no character on either side becomes U+FFFD.
-std::string Utf8FromText(TextView text);
-Text TextFromUtf8(std::string_view utf8);
-
 }  // namespace kandora

@@ -1,6 +1,7 @@
 // The built component behind its vtable and behind calls by name, with everything that a caller can pass; and
 // in surroundings that are not as they should be.
 
+#include "interfaces/CodePages.h"
 #include "tests/component/ComponentSupport.h"
 #include "tests/component/Host.h"
 

@@ -18,7 +18,7 @@
 #include <oaidl.h>
 #include <oleauto.h>
 
-#include "automation/Apartment.h"
+#include "interfaces/Apartment.h"
 #include "interfaces/ComPtr.h"
 
 namespace {

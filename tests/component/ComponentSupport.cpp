@@ -8,6 +8,7 @@
 
 #include <shellapi.h>
 
+#include "interfaces/CodePages.h"
 #include "tests/support/Stacks.h"
 #include "tests/support/StartedProgram.h"
 #include "tools/check/Handle.h"

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "automation/Apartment.h"
 #include "automation/Text.h"
+#include "interfaces/Apartment.h"
 #include "interfaces/ComPtr.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,3 +1,4 @@
+#include "interfaces/CodePages.h"
 #include "tests/component/Host.h"
 
 #include <gtest/gtest.h>

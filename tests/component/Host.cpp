@@ -1,4 +1,5 @@
 #include "tests/component/Host.h"
+#include "interfaces/CodePages.h"
 #include "tests/support/ComponentWindows.h"
 #include "tests/support/Unique.h"
 
@@ -321,12 +322,7 @@ std::vector<std::wstring> Installation::LogLines() const {
     std::smatch parts;
     while (std::regex_search(text, parts, line, std::regex_constants::match_continuous)) {
         // The file is written in the ANSI code page.
-        const std::string ansi = parts[2];
-        std::wstring wide(ansi.size(), L'\0');
-        wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, ansi.data(),
-                                                                 static_cast<int>(ansi.size()), wide.data(),
-                                                                 static_cast<int>(wide.size()))));
-        lines.push_back(wide);
+        lines.push_back(TextFromAnsi(parts[2].str()));
         text = parts.suffix();
     }
     EXPECT_EQ(text, "") << "this is no line";

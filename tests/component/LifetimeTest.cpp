@@ -1,3 +1,4 @@
+#include "interfaces/CodePages.h"
 #include "tests/component/ComponentSupport.h"
 #include "tests/component/OwnProcess.h"
 

@@ -1,4 +1,5 @@
 #include "tests/component/OwnProcess.h"
+#include "interfaces/CodePages.h"
 
 #include <gtest/gtest.h>
 

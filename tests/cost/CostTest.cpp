@@ -5,6 +5,7 @@
 
 #include <ostream>
 
+#include "interfaces/CodePages.h"
 #include "tests/component/ComponentSupport.h"
 #include "tests/cost/Workbench.h"
 

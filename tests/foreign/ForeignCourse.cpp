@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Kandora.h"
+#include "interfaces/CodePages.h"
 #include "interfaces/ComPtr.h"
 #include "tests/support/ForwardingDispatch.h"
 #include "tests/support/Unique.h"

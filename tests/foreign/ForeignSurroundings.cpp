@@ -1,4 +1,5 @@
 #include "tests/foreign/ForeignSurroundings.h"
+#include "interfaces/CodePages.h"
 #include "interfaces/ComObject.h"
 #include "tests/support/Unique.h"
 

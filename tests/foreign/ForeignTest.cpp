@@ -1,3 +1,4 @@
+#include "interfaces/CodePages.h"
 #include "tests/foreign/PlayCourse.h"
 
 #include <gtest/gtest.h>

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "interfaces/CodePages.h"
 #include "tests/foreign/ForeignSurroundings.h"
 #include "tests/foreign/PlayCourse.h"
 

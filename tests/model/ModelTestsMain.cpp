@@ -7,7 +7,7 @@
 #include <iostream>
 #include <string>
 
-#include "automation/Apartment.h"
+#include "interfaces/Apartment.h"
 #include "tests/model/Runner.h"
 
 // Random courses of events against a model of what the archive must hold.

@@ -1,5 +1,6 @@
 #include "tests/outside/Course.h"
 
+#include "interfaces/CodePages.h"
 #include "tests/component/ComponentSupport.h"
 
 #include "DmsSolution.h"

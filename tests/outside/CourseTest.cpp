@@ -1,4 +1,5 @@
 #include "tests/outside/Course.h"
+#include "interfaces/CodePages.h"
 #include "tests/outside/Workplace.h"
 #include "tools/check/TypeDescriptions.h"
 

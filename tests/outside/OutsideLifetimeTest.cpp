@@ -1,3 +1,4 @@
+#include "interfaces/CodePages.h"
 #include "tests/outside/Workplace.h"
 #include "tests/outside/WorkplaceProcess.h"
 

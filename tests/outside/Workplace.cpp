@@ -9,6 +9,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "interfaces/CodePages.h"
 #include "tests/support/ComponentWindows.h"
 #include "tests/support/ServedClasses.h"
 

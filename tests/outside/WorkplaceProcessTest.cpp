@@ -1,4 +1,5 @@
 #include "tests/outside/WorkplaceProcess.h"
+#include "interfaces/CodePages.h"
 #include "tests/component/CallingValue.h"
 #include "tests/outside/Workplace.h"
 

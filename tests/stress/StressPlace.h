@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/LocalServer.h"
 #include "tests/component/ComponentSupport.h"
 #include "tests/model/Programs.h"

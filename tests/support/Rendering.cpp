@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "automation/Errors.h"
+#include "interfaces/CodePages.h"
 #include "tests/support/FakeObject.h"
 
 namespace kandora::test {

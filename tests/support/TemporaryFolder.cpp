@@ -55,13 +55,14 @@ TemporaryFolder::~TemporaryFolder() {
         << " stays behind";
 }
 
-fs::path TemporaryFolder::Write(const fs::path& name, const std::string& bytes) const {
+fs::path TemporaryFolder::Write(const fs::path& name, std::string_view bytes) const {
     fs::path path = *this / name;
+    fs::create_directories(path.parent_path());
     WriteBytes(path, bytes);
     return path;
 }
 
-void WriteBytes(const fs::path& file, const std::string& bytes) {
+void WriteBytes(const fs::path& file, std::string_view bytes) {
     std::ofstream(file, std::ios::binary) << bytes;
 }
 

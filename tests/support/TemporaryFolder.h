@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "tests/support/Unique.h"
 
@@ -24,15 +25,15 @@ public:
     [[nodiscard]] const std::filesystem::path& Path() const noexcept { return path_; }
     /// The path of something in it.
     std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
-    /// Writes a file into it and answers its path.
-    std::filesystem::path Write(const std::filesystem::path& name, const std::string& bytes) const;
+    /// Writes a file into it, with the folders above it, and answers its path.
+    std::filesystem::path Write(const std::filesystem::path& name, std::string_view bytes) const;
 
 private:
     Removal removal_;
     std::filesystem::path path_;
 };
 
-void WriteBytes(const std::filesystem::path& file, const std::string& bytes);
+void WriteBytes(const std::filesystem::path& file, std::string_view bytes);
 /// The bytes of a file, which must be there.
 std::string BytesOf(const std::filesystem::path& file);
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "automation/Apartment.h"
+#include "interfaces/Apartment.h"
 #include "tests/support/FakeObject.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/Apartment.h"
 #include "automation/LateBound.h"
+#include "interfaces/Apartment.h"
 #include "interfaces/ComObject.h"
 #include "interfaces/ComPtr.h"
 #include "tests/support/FakeObject.h"

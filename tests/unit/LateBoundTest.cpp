@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "automation/Apartment.h"
 #include "automation/Errors.h"
+#include "interfaces/Apartment.h"
 #include "interfaces/ComObject.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/FakeObject.h"

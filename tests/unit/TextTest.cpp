@@ -1,4 +1,5 @@
 #include "automation/Text.h"
+#include "interfaces/CodePages.h"
 
 #include <array>
 #include <cstdint>

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "interfaces/CodePages.h"
 #include "tools/check/Report.h"
 
 namespace kandora::check {

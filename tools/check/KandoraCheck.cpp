@@ -2,7 +2,8 @@
 
 #include <utility>
 
-#include "automation/Apartment.h"
+#include "interfaces/Apartment.h"
+#include "interfaces/CodePages.h"
 #include "tools/check/CheckCommandLine.h"
 #include "tools/check/Checks.h"
 

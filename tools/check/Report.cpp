@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "interfaces/CodePages.h"
+
 namespace kandora::check {
 
 namespace {

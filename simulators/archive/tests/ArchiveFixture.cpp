@@ -1,8 +1,8 @@
 #include "simulators/archive/tests/ArchiveFixture.h"
 
+#include "interfaces/CodePages.h"
 #include "interfaces/ComPtr.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -12,7 +12,7 @@ namespace {
 FileHandle OpenForWriting(const std::wstring& path) {
     FileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    EXPECT_TRUE(file.IsOpen()) << ToUtf8(path);
+    EXPECT_TRUE(file.IsOpen()) << Utf8FromText(path);
     return file;
 }
 
@@ -32,7 +32,7 @@ void SetTime(const std::wstring& path, std::uint64_t time) {
     FILETIME written{};
     written.dwLowDateTime = static_cast<DWORD>(time);
     written.dwHighDateTime = static_cast<DWORD>(time >> 32);
-    EXPECT_NE(SetFileTime(OpenForWriting(path).Get(), nullptr, nullptr, &written), 0) << ToUtf8(path);
+    EXPECT_NE(SetFileTime(OpenForWriting(path).Get(), nullptr, nullptr, &written), 0) << Utf8FromText(path);
 }
 
 /// Writes other content into the same file, as an editor does that does not rename: the directory keeps its

@@ -6,7 +6,7 @@
 
 #include "simulators/archive/ArchiveObject.h"
 #include "simulators/common/tests/LateBoundClient.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
+#include "tests/support/TemporaryFolder.h"
 
 /// A store of its own for each test, and clients of the automation object in it.
 namespace kandora::simulators {
@@ -53,7 +53,7 @@ protected:
     /// Makes all directories of the closed store look as if nothing had changed in them for another hour.
     void AgeDirectories() const;
 
-    TemporaryDirectory directory_;
+    kandora::test::TemporaryFolder directory_;
     std::wstring document_ = directory_.Write(L"Beleg ä.pdf", "%PDF-1.4 Beleg");
 };
 

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {
@@ -192,7 +192,7 @@ TEST_F(ArchiveObjectTest, FilesStepByStepAndSaysWhichOneIsMissing) {
     EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), ArchiveObject::NoCurrentObject);
     EXPECT_EQ(Prepare(client_, 0, 254, 2), success);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {target}).Long(), ArchiveObject::NoPostboxFile);
-    EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(directory_ / L"weg.pdf")}).Long(),
+    EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text((directory_ / L"weg.pdf").wstring())}).Long(),
               ArchiveObject::FileNotFound);
     EXPECT_EQ(client_.Call(L"AddPostboxFile", {Value::Text(document_)}).Long(), success);
     EXPECT_EQ(client_.Call(L"MoveToArchive", {Value::Text(L"#99999")}).Long(), ArchiveObject::UnknownObject);
@@ -209,7 +209,7 @@ TEST_F(ArchiveObjectTest, TakesTheLastFileWhenSeveralAreHandedIn) {
     const std::int32_t folder = Folder(client_, L"¶Belege");
     Prepare(client_, 0, 254, 2);
     client_.Call(L"AddPostboxFile", {Value::Text(document_)});
-    client_.Call(L"AddPostboxFile", {Value::Text(directory_.Write(L"zwei.txt", "zweite"))});
+    client_.Call(L"AddPostboxFile", {Value::Text(directory_.Write(L"zwei.txt", "zweite").wstring())});
     client_.Call(L"MoveToArchive", {Value::Text(L"#" + std::to_wstring(folder))});
     const std::int32_t id = client_.Call(L"GetEntryId", {Value::Short(-2)}).Long();
     EXPECT_EQ(ReadWholeFile(store_.DocumentPath(*store_.FindEntry(id))), "zweite");
@@ -454,7 +454,7 @@ TEST_F(ArchiveObjectTest, RecordsEveryCallWithTypesAndAnswer) {
     client_.Put(L"ObjMaskNo", Value::Long(99));
     client_.Call(L"DeleteObj", {Value::Text(L"abc")});
     client_.Call(L"Gibtsnicht");
-    EXPECT_EQ(FromUtf8(ReadWholeFile(path)),
+    EXPECT_EQ(TextFromUtf8(ReadWholeFile(path)),
               L"CreateStructure(BSTR \"¶Müller \\\"AG\\\"\", I2 0) -> BSTR \"" + std::to_wstring(folder) +
                   L"\"\r\n"
                   L"PrepareObjectEx(I4 0, I2 254, I4& 2) -> I4 1\r\n"

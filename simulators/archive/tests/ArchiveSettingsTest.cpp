@@ -3,7 +3,7 @@
 #include "simulators/archive/ArchiveSettings.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -18,7 +18,7 @@ protected:
         return message.starts_with(path) ? message.substr(path.size() + 2) : message;
     }
 
-    TemporaryDirectory directory_;
+    kandora::test::TemporaryFolder directory_;
 };
 
 TEST_F(SettingsTest, TheSampleStoreDescribesAUsableArchive) {

@@ -5,12 +5,13 @@
 
 #include <gmock/gmock.h>
 
+#include "interfaces/Apartment.h"
+#include "interfaces/CodePages.h"
 #include "interfaces/ComPtr.h"
 #include "simulators/archive/Window.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/LateBoundClient.h"
 #include "tests/support/ServedClasses.h"
 #include "tests/support/StartedProgram.h"
@@ -26,14 +27,12 @@ constexpr CLSID archiveClassId = {
 
 class ProgramTest : public StoreFixture {
 protected:
-    ProgramTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
     /// A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
     // NOLINTNEXTLINE(bugprone-exception-escape): a server that cannot be ended ends this program
     ~ProgramTest() override {
         if (program_) {
             StopServer();
         }
-        CoUninitialize();
     }
 
     /// Ends the program that serves and answers its exit code.
@@ -54,7 +53,7 @@ protected:
         output_ = create(OutputPath());
         errors_ = create(ErrorPath());
         program_ = std::make_unique<kandora::test::StartedProgram>(kandora::test::Command{
-            L"\"" + FromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments, output_.Get(), errors_.Get()});
+            L"\"" + TextFromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments, output_.Get(), errors_.Get()});
     }
 
     DWORD ExitCode() {
@@ -127,7 +126,7 @@ TEST_F(ProgramTest, RefusesWhatItDoesNotUnderstand) {
     EXPECT_THAT(Errors(), HasSubstr("Die Angabe --store VERZEICHNIS fehlt."));
     EXPECT_EQ(Run(L"--register --unregister"), 2U);
     EXPECT_THAT(Errors(), HasSubstr("schliessen sich aus"));
-    EXPECT_EQ(Run(L"--store \"" + (directory_ / L"leer") + L"\""), 2U);
+    EXPECT_EQ(Run(L"--store \"" + (directory_ / L"leer").wstring() + L"\""), 2U);
     EXPECT_THAT(Errors(), HasSubstr("archiv.json fehlt"));
 }
 
@@ -135,20 +134,20 @@ TEST_F(ProgramTest, NamesThePlaceOfAMistakeInScriptAndSettings) {
     const std::wstring script =
         directory_.Write(L"Probe ü.json", "[\n {\"call\": \"Login\", \"answre\": 1}]");
     EXPECT_EQ(Run(L"--store \"" + StorePath() + L"\" --script \"" + script + L"\""), 2U);
-    EXPECT_EQ(Errors(), ToUtf8(script + L", Zeile 2, Spalte 20: Unbekannte Angabe «answre».\r\n"));
+    EXPECT_EQ(Errors(), Utf8FromText(script + L", Zeile 2, Spalte 20: Unbekannte Angabe «answre».\r\n"));
     WriteFileAtomically(StorePath() + L"\\archiv.json", "{\n\"archive\": 5}");
     EXPECT_EQ(Run(L"--store \"" + StorePath() + L"\""), 2U);
-    EXPECT_EQ(Errors(),
-              ToUtf8(StorePath() + L"\\archiv.json, Zeile 2, Spalte 12: Hier muss eine Liste in eckigen "
-                                   L"Klammern stehen.\r\n"));
+    EXPECT_EQ(Errors(), Utf8FromText(StorePath() +
+                                     L"\\archiv.json, Zeile 2, Spalte 12: Hier muss eine Liste in eckigen "
+                                     L"Klammern stehen.\r\n"));
     EXPECT_EQ(Run(L"--register --store \"" + StorePath() + L"\""), 2U);
     EXPECT_THAT(Errors(), HasSubstr("Zeile 2, Spalte 12"));
 }
 
 TEST_F(ProgramTest, CreatesASampleStoreOnce) {
-    EXPECT_EQ(Run(L"--create-sample-store \"" + (directory_ / L"Büro\\Muster") + L"\""), 0U);
+    EXPECT_EQ(Run(L"--create-sample-store \"" + (directory_ / L"Büro\\Muster").wstring() + L"\""), 0U);
     EXPECT_TRUE(IsFile(directory_ / L"Büro\\Muster\\archiv.json"));
-    EXPECT_EQ(Run(L"--create-sample-store \"" + (directory_ / L"Büro\\Muster") + L"\""), 0U);
+    EXPECT_EQ(Run(L"--create-sample-store \"" + (directory_ / L"Büro\\Muster").wstring() + L"\""), 0U);
     EXPECT_THAT(Output(), HasSubstr("Hier ist schon ein Archiv"));
 }
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/FailureOf.h"
 #include "simulators/common/tests/LateBoundClient.h"
 
@@ -116,7 +116,7 @@ TEST_F(CallScriptTest, LetsTheFirstActionCountAndAddsUpDelays) {
 
 TEST_F(CallScriptTest, ShowsThatACallIsThere) {
     const std::wstring begun = directory_ / L"Begonnen";
-    std::string path = ToUtf8(begun);
+    std::string path = Utf8FromText(begun);
     std::ranges::replace(path, '\\', '/');
     Use(R"([{"call": "LookupIndex", "nth": 2, "answer": 7, "begun": ")" + path + R"("}])");
     EXPECT_THAT(LookUp(1), ElementsAre(0));

@@ -3,11 +3,11 @@
 
 #include <random>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/EntryTable.h"
 #include "simulators/archive/StoreIndex.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 
 namespace kandora::simulators {
 
@@ -43,7 +43,7 @@ public:
 
     std::vector<std::string> Lines() const {
         std::vector<std::string> lines;
-        std::ranges::transform(lines_, std::back_inserter(lines), &ToUtf8);
+        std::ranges::transform(lines_, std::back_inserter(lines), &Utf8FromText);
         return lines;
     }
 
@@ -117,7 +117,7 @@ protected:
     }
     bool IsFromIndex() {
         const std::wstring& name = store_->FindEntry(first_)->shortName;
-        EXPECT_TRUE(name == L"erster" || name == L"Erster") << ToUtf8(name);
+        EXPECT_TRUE(name == L"erster" || name == L"Erster") << Utf8FromText(name);
         return name == L"erster";
     }
 
@@ -367,7 +367,7 @@ TEST_F(StoreIndexTest, DoesNotTrustTheTimeOfADirectoryThatHasJustChanged) {
     SetTime(InFolders(L"A"), time);  // as a clock with coarse steps would
     Open();
     ASSERT_EQ(store_->Warnings().size(), 1U);
-    EXPECT_THAT(ToUtf8(store_->Warnings()[0]), HasSubstr("Die Nummer passt nicht zum Dateinamen."));
+    EXPECT_THAT(Utf8FromText(store_->Warnings()[0]), HasSubstr("Die Nummer passt nicht zum Dateinamen."));
 }
 
 // --- What people do with the files ---
@@ -436,7 +436,7 @@ TEST_P(EditedStoreTest, WarnsOfABrokenEntryAgainAtEveryStart) {
     EXPECT_THAT(store_->FindFolder(store_->LookupFolder(L"¶A"))->entries, ElementsAre(first_));
     for (int start = 0; start < 3; ++start) {
         ASSERT_EQ(store_->Warnings().size(), 1U) << start;
-        EXPECT_THAT(ToUtf8(store_->Warnings()[0]), HasSubstr("Der Eintrag wird übergangen."));
+        EXPECT_THAT(Utf8FromText(store_->Warnings()[0]), HasSubstr("Der Eintrag wird übergangen."));
         Close();
         EXPECT_FALSE(IsFile(IndexPath())) << start;
         Open();

@@ -2,9 +2,9 @@
 /// and deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
 #include <cstdio>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 #include "tests/support/StartedProgram.h"
 
 namespace kandora::simulators {
@@ -92,11 +92,11 @@ void ExpectWholeFolder(const std::wstring& path) {
             ++documents;
             EXPECT_EQ(ReadWholeFile(path + L"\\" + item.name), "%PDF-1.4 Beleg");
         } else if (item.name != L"ordner.json") {
-            EXPECT_TRUE(item.name.ends_with(L".json")) << ToUtf8(item.name);
+            EXPECT_TRUE(item.name.ends_with(L".json")) << Utf8FromText(item.name);
             ++entries;
         }
     }
-    EXPECT_EQ(entries, documents) << ToUtf8(path);
+    EXPECT_EQ(entries, documents) << Utf8FromText(path);
 }
 
 TEST_F(SurvivalTest, LosesNothingThatWasReportedAndKeepsNothingHalf) {

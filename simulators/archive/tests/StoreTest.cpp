@@ -2,10 +2,10 @@
 
 #include <optional>
 
+#include "interfaces/CodePages.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/JsonFile.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/FailureOf.h"
 
 namespace kandora::simulators {
@@ -53,10 +53,10 @@ TEST_F(StoreTest, TakesOnlyPathsWhoseEveryLevelFollowsASeparator) {
     ArchiveStore& store = Open();
     store.CreateFolders(L"¶A¶B");
     for (const wchar_t* path : {L"", L"¶", L"A", L"A¶B", L"¶A¶", L"¶A¶¶B", L"/A/B", L"¶A¶B¶C"}) {
-        EXPECT_EQ(store.LookupFolder(path), 0) << ToUtf8(path);
+        EXPECT_EQ(store.LookupFolder(path), 0) << Utf8FromText(path);
     }
     for (const wchar_t* path : {L"", L"¶", L"A", L"¶A¶", L"¶A¶¶B"}) {
-        EXPECT_EQ(store.CreateFolders(path), std::nullopt) << ToUtf8(path);
+        EXPECT_EQ(store.CreateFolders(path), std::nullopt) << Utf8FromText(path);
     }
     EXPECT_EQ(store.FolderCount(), 2U);
 }
@@ -193,7 +193,7 @@ TEST_F(StoreTest, CleansUpAfterAnInterruptedProcess) {
     EXPECT_THAT(store.Warnings(), IsEmpty());
     EXPECT_EQ(store.EntryCount(), 1U);
     for (const std::wstring& path : leftovers) {
-        EXPECT_FALSE(IsFile(path)) << ToUtf8(path);
+        EXPECT_FALSE(IsFile(path)) << Utf8FromText(path);
     }
     EXPECT_FALSE(IsFile(stray));
     EXPECT_TRUE(IsFile(foreign)) << "files of other people are theirs";
@@ -283,8 +283,8 @@ TEST_F(StoreTest, KeepsADocumentThatLooksLikeOneOfItsOwnFilesApart) {
         ArchiveStore& store = Open();
         const std::int32_t id = FileVoucher(store, store.CreateFolders(L"¶A").value(), name);
         Open();
-        ASSERT_NE(store.FindEntry(id), nullptr) << ToUtf8(name);
-        EXPECT_EQ(ReadWholeFile(store.DocumentPath(*store.FindEntry(id))), "Inhalt") << ToUtf8(name);
+        ASSERT_NE(store.FindEntry(id), nullptr) << Utf8FromText(name);
+        EXPECT_EQ(ReadWholeFile(store.DocumentPath(*store.FindEntry(id))), "Inhalt") << Utf8FromText(name);
         EXPECT_THAT(store.Warnings(), IsEmpty());
     }
 }

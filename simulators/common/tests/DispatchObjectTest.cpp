@@ -6,7 +6,6 @@
 #include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/LateBoundClient.h"
 
 namespace kandora::simulators {

@@ -2,14 +2,14 @@
 
 #include "simulators/common/Files.h"
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
 namespace {
 
 TEST(FilesTest, ReplacesAFileInOneStepAndLeavesNoTemporaryOne) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring path = directory / L"Übersicht.json";
     WriteFileAtomically(path, "alt");
     WriteFileAtomically(path, std::string("neu\0!", 5));
@@ -18,14 +18,14 @@ TEST(FilesTest, ReplacesAFileInOneStepAndLeavesNoTemporaryOne) {
 }
 
 TEST(FilesTest, KeepsTheOldContentWhenWritingFails) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring path = directory.Write(L"a.json", "alt");
     EXPECT_NE(FailureOf([&] { WriteFileAtomically(path, "neu", directory / L"fehlt\\a.tmp"); }), L"");
     EXPECT_EQ(ReadWholeFile(path), "alt");
 }
 
 TEST(FilesTest, TellsAnEditedFileByItsStamp) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring path = directory / L"a.json";
     const FileStamp first = WriteFileAtomically(path, "alt");
     EXPECT_EQ(first.size, 3U);
@@ -39,7 +39,7 @@ TEST(FilesTest, TellsAnEditedFileByItsStamp) {
 }
 
 TEST(FilesTest, ManagesPathsBeyondTheOldLimit) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     std::wstring path = directory.Path();
     for (int level = 0; level < 8; ++level) {
         path += L"\\" + std::wstring(60, static_cast<wchar_t>(L'a' + level));
@@ -54,7 +54,7 @@ TEST(FilesTest, ManagesPathsBeyondTheOldLimit) {
 }
 
 TEST(FilesTest, DoesNotCopyTheWriteProtection) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring source = directory.Write(L"a.pdf", "Inhalt");
     SetFileAttributesW(source.c_str(), FILE_ATTRIBUTE_READONLY);
     CopyFileDurably(source, directory / L"b.pdf");
@@ -64,14 +64,14 @@ TEST(FilesTest, DoesNotCopyTheWriteProtection) {
 }
 
 TEST(FilesTest, NamesTheFileThatCannotBeCopied) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring message =
         FailureOf([&] { CopyFileDurably(directory / L"weg.pdf", directory / L"b.pdf"); });
     EXPECT_NE(message.find(L"weg.pdf"), std::wstring::npos);
 }
 
 TEST(FilesTest, RenamesOnlyToANameThatIsFree) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring one = directory.Write(L"1", "eins");
     const std::wstring two = directory.Write(L"2", "zwei");
     EXPECT_NE(FailureOf([&] { RenameFile(one, two); }), L"");
@@ -79,7 +79,7 @@ TEST(FilesTest, RenamesOnlyToANameThatIsFree) {
 }
 
 TEST(FilesTest, TakesTheDeletionOfAMissingFileAsDone) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     EXPECT_EQ(FailureOf([&] { RemoveFile(directory / L"weg"); }), L"");
     EXPECT_EQ(FailureOf([&] { RemoveFile(directory / L"weg\\weg"); }), L"");
     EXPECT_TRUE(ListDirectory(directory / L"weg").empty());

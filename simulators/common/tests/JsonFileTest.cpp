@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/JsonFile.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -84,10 +84,10 @@ TEST(JsonFileTest, SaysWhatIsMissingOrOfTheWrongKind) {
 }
 
 TEST(JsonFileTest, NamesAFileThatIsNotThere) {
-    const TemporaryDirectory directory;
+    const kandora::test::TemporaryFolder directory;
     const std::wstring message = FailureOf([&] { JsonFile::Read(directory / L"nichts.json"); });
     EXPECT_NE(message.find(L"nichts.json"), std::wstring::npos);
-    EXPECT_TRUE(message.starts_with(L"Die Datei kann nicht gelesen werden")) << ToUtf8(message);
+    EXPECT_TRUE(message.starts_with(L"Die Datei kann nicht gelesen werden")) << Utf8FromText(message);
 }
 
 }  // namespace

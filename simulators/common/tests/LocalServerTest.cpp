@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "interfaces/Apartment.h"
 #include "interfaces/ComPtr.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
@@ -47,9 +48,7 @@ std::wstring Read(HKEY root, const std::wstring& path, REGSAM view) {
 }
 
 class LocalServerTest : public ::testing::Test {
-protected:
-    LocalServerTest() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
-    ~LocalServerTest() override { CoUninitialize(); }
+    Apartment apartment_;
 };
 
 TEST_F(LocalServerTest, RegistersForBothBitnessesAndLeavesNothingBehind) {

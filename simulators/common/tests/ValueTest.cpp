@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Unicode.h"
@@ -11,8 +12,8 @@ namespace {
 
 TEST(Text, KeepsUmlautsAndNulsOnTheWayToUtf8AndBack) {
     const std::wstring text = std::wstring(L"Zürich") + L'\0' + L"Öl \U0001F4C1";
-    EXPECT_EQ(ToUtf8(L"ü"), "\xC3\xBC");
-    EXPECT_EQ(FromUtf8(ToUtf8(text)), text);
+    EXPECT_EQ(Utf8FromText(L"ü"), "\xC3\xBC");
+    EXPECT_EQ(TextFromUtf8(Utf8FromText(text)), text);
 }
 
 TEST(Text, ReadsANullBstrAsEmpty) {

@@ -4,10 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include "interfaces/Apartment.h"
 #include "interfaces/ComPtr.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/Accounting.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -48,7 +49,7 @@ protected:
         return answer.Get().iVal;
     }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
     std::shared_ptr<Accounting> accounting_ = std::make_shared<Accounting>();
 };
 
@@ -246,19 +247,16 @@ TEST_F(AccountingTest, NamesAreFoundWithoutRegardToCaseAndUnknownOnesAreNot) {
 }
 
 TEST_F(AccountingTest, TheClassServesCallersInItsOwnProcessDirectly) {
-    ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
-    {
-        const ClassObject classObject(
-            MandantClass().id, [&] { return MakeMandant(accounting_); },
-            CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
-        ComPtr<IDispatch> mandant;
-        ASSERT_EQ(CoCreateInstance(MandantClass().id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                                   IID_IDispatch, mandant.ReceiveVoid()),
-                  S_OK);
-        EXPECT_EQ(TextOf(CallMember(mandant.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
-        EXPECT_EQ(Login(mandant, 1, accounting_->LastClient()), loggedIn);
-    }
-    CoUninitialize();
+    const Apartment apartment;
+    const ClassObject classObject(
+        MandantClass().id, [&] { return MakeMandant(accounting_); },
+        CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER);
+    ComPtr<IDispatch> mandant;
+    ASSERT_EQ(CoCreateInstance(MandantClass().id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                               IID_IDispatch, mandant.ReceiveVoid()),
+              S_OK);
+    EXPECT_EQ(TextOf(CallMember(mandant.Get(), L"letztermandant")), L"C:\\Daten\\Mandanten\\Klein");
+    EXPECT_EQ(Login(mandant, 1, accounting_->LastClient()), loggedIn);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/ChangesTable.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -39,7 +39,7 @@ protected:
         return step;
     }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
 };
 
 TEST_F(ChangesTableTest, AChangedEntryShowsAllFieldsBeforeAndAfter) {

@@ -6,9 +6,9 @@
 
 #include "simulators/common/Files.h"
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -31,7 +31,7 @@ protected:
         return message.starts_with(path) ? message.substr(path.size()) : message;
     }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
 };
 
 TEST_F(ClientFileTest, HoldsWhatTheFileSays) {

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 #include "simulators/common/tests/FailureOf.h"
 #include "simulators/host/CommandLine.h"
 #include "simulators/host/tests/HostFixture.h"
@@ -97,7 +97,7 @@ TEST(CommandLineTest, TheOutputHasAWidth) {
     for (const wchar_t* wrong : {L"79", L"1001", L"0", L"breit", L"100.5", L"100 Zeichen", L""}) {
         EXPECT_EQ(FailureOf([&] { widthOf(wrong); }),
                   L"Der Wert von --width ist eine Zahl von 80 bis 1000. Hilfe gibt HostSimulator.exe --help.")
-            << ToUtf8(wrong);
+            << Utf8FromText(wrong);
     }
     std::wstring help;
     EXPECT_FALSE(ParseCommandLine({L"--help"}, help));

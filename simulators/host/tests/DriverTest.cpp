@@ -8,10 +8,10 @@
 #include "simulators/common/Files.h"
 #include "simulators/common/Unicode.h"
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/Driver.h"
 #include "simulators/host/RunReport.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -142,7 +142,7 @@ protected:
         return message.starts_with(RequestFile()) ? message.substr(RequestFile().size()) : message;
     }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
     Accounting accounting_;
     RecordingProvider provider_;
     ProviderLink link_{ComPtr<DMSProvider>(&provider_)};

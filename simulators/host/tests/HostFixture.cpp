@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Unicode.h"
 #include "simulators/common/tests/LateBoundClient.h"
 
@@ -26,7 +27,7 @@ std::vector<VARIANT> Raw(const std::vector<Value>& values) {
 }  // namespace
 
 std::filesystem::path SampleClientPath() {
-    return FromUtf8(SAMPLE_CLIENT);
+    return TextFromUtf8(SAMPLE_CLIENT);
 }
 
 Value CallMember(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments, WORD flags) {

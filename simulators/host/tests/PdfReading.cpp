@@ -1,8 +1,8 @@
 #include "simulators/host/tests/PdfReading.h"
 
-#include <windows.h>
-
 #include <gtest/gtest.h>
+
+#include "interfaces/CodePages.h"
 
 namespace kandora::simulators {
 namespace {
@@ -12,10 +12,7 @@ std::size_t NumberAt(const std::string& bytes, std::size_t at) {
 }
 
 std::wstring FromWestern(const std::string& bytes) {
-    std::wstring text(bytes.size(), L'\0');
-    text.resize(static_cast<std::size_t>(MultiByteToWideChar(
-        1252, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(), static_cast<int>(text.size()))));
-    return text;
+    return OutOfCodePage(1252, bytes);
 }
 
 }  // namespace

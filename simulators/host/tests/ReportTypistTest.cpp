@@ -4,10 +4,10 @@
 #include <array>
 #include <thread>
 
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/BoxWatcher.h"
 #include "simulators/host/ReportTypist.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -180,7 +180,7 @@ TEST(ReportTypist, ADialogThatCannotBeFilledIsClosed) {
 }
 
 TEST(ReportTypist, WaitsForThePictureOfTheFilledDialog) {
-    const TemporaryDirectory folder;
+    const kandora::test::TemporaryFolder folder;
     const std::filesystem::path hook = folder / L"Bild";
     folder.Write(L"Bild.done", "left over from an earlier run");
     const BoxWatcher watcher(GetCurrentThreadId(), hook);

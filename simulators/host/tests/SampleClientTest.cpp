@@ -4,8 +4,8 @@
 #include <map>
 #include <set>
 
+#include "interfaces/CodePages.h"
 #include "simulators/common/Files.h"
-#include "simulators/common/Unicode.h"
 #include "simulators/common/tests/FailureOf.h"
 #include "simulators/host/ClientFile.h"
 #include "simulators/host/Driver.h"
@@ -145,7 +145,7 @@ TEST_F(SampleClient, NumbersDocumentsWithFourteenDigitsAndOnlyOnce) {
     for (const Booking& booking : client_.Bookings()) {
         EXPECT_EQ(booking.docId.size(), 14U);
         EXPECT_EQ(booking.docId.find_first_not_of(L"0123456789"), std::wstring::npos);
-        EXPECT_TRUE(ids.insert(booking.docId).second) << ToUtf8(booking.docId);
+        EXPECT_TRUE(ids.insert(booking.docId).second) << Utf8FromText(booking.docId);
     }
 }
 
@@ -186,7 +186,7 @@ TEST_F(SampleClient, IsWrittenBackAsItIsCommitted) {
 
 TEST_F(SampleClient, SuitsTheSampleRequests) {
     const std::filesystem::path path = SampleClientPath().parent_path() / L"Beispiel.txt";
-    const auto requests = ParseRequests(FromUtf8(ReadWholeFile(path)), path.wstring());
+    const auto requests = ParseRequests(TextFromUtf8(ReadWholeFile(path)), path.wstring());
     EXPECT_EQ(FailureOf([&] { CheckRequests(requests, path.wstring(), &client_); }), L"");
     EXPECT_GT(requests.size(), 15U);
 }

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "simulators/common/Unicode.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
+#include "interfaces/CodePages.h"
 #include "simulators/host/ChangesTable.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -33,7 +33,7 @@ protected:
 
     /// An archive that holds every voucher with barcode; `shift` makes each entry hold that of a later one.
     static StoreReader Store(std::size_t shift) {
-        const TemporaryDirectory folder;
+        const kandora::test::TemporaryFolder folder;
         const auto fields = [](const std::vector<std::string>& names) {
             nlohmann::ordered_json list = nlohmann::ordered_json::array();
             for (const std::string& name : names) {
@@ -67,21 +67,23 @@ protected:
     }
 
     static nlohmann::ordered_json Entry(std::size_t id, int mask, const Booking& booking) {
-        nlohmann::ordered_json fields{{"1", ToUtf8(booking.barcode)},       {"2", ToUtf8(booking.belegNr)},
-                                      {"3", ToUtf8(booking.belegIndex)},    {"4", "Pendent"},
-                                      {"5", ToUtf8(booking.docId)},         {"6", "05.01.2026"},
-                                      {"7", std::to_string(booking.betrag)}};
+        nlohmann::ordered_json fields{
+            {"1", Utf8FromText(booking.barcode)},    {"2", Utf8FromText(booking.belegNr)},
+            {"3", Utf8FromText(booking.belegIndex)}, {"4", "Pendent"},
+            {"5", Utf8FromText(booking.docId)},      {"6", "05.01.2026"},
+            {"7", std::to_string(booking.betrag)}};
         const Ledger ledger = mask == 1 ? Ledger::Debtors : Ledger::Creditors;
         const OpenItem* item = client_.FindOpenItem(ledger, booking.opNr);
         const PersonalAccount* account = item ? client_.FindAccount(ledger, item->pkNr) : nullptr;
         if (const Address* address = account ? client_.FindAddress(account->adressId) : nullptr) {
-            fields["9"] = ToUtf8(booking.opNr);
+            fields["9"] = Utf8FromText(booking.opNr);
             fields["10"] = std::to_string(item->pkNr);
             fields["11"] = std::to_string(account->adressId);
-            fields["12"] = ToUtf8(address->firma);
-            fields["13"] = ToUtf8(address->plz + L" " + address->ort);
+            fields["12"] = Utf8FromText(address->firma);
+            fields["13"] = Utf8FromText(address->plz + L" " + address->ort);
         }
-        return {{"id", id}, {"maske", mask}, {"kurzbezeichnung", ToUtf8(booking.text)}, {"felder", fields}};
+        return {
+            {"id", id}, {"maske", mask}, {"kurzbezeichnung", Utf8FromText(booking.text)}, {"felder", fields}};
     }
 
     static std::vector<std::wstring> Year(const TableSize& size) {
@@ -126,7 +128,7 @@ TEST_P(SampleScreen, NoLineOfTheYearIsTooLong) {
 }
 
 TEST_P(SampleScreen, NoLineOfAChangeIsTooLong) {
-    const TemporaryDirectory folder;
+    const kandora::test::TemporaryFolder folder;
     folder.Write(L"archiv.json", R"({"masken": []})");
     const StoreReader none = StoreReader::Read(folder / L"");
     const auto changed = Change(year_, shifted_);

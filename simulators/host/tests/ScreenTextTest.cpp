@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "simulators/common/Unicode.h"
+#include "interfaces/CodePages.h"
 #include "simulators/host/ScreenText.h"
 #include "simulators/host/TextTable.h"
 
@@ -99,9 +99,9 @@ TEST(ScreenTextTest, WhateverDiffersIsInSight) {
             const std::wstring after = common.substr(0, at) + right + common.substr(at);
             for (const std::size_t most : {8U, 9U, 10U, 11U, 20U, 21U, 52U, 75U, 103U, 150U}) {
                 const auto shown = CutAroundDifference(before, after, most);
-                ASSERT_LE(DisplayWidth(shown.first), most) << ToUtf8(shown.first);
-                ASSERT_LE(DisplayWidth(shown.second), most) << ToUtf8(shown.second);
-                ASSERT_NE(shown.first, shown.second) << at << " " << most << " " << ToUtf8(shown.first);
+                ASSERT_LE(DisplayWidth(shown.first), most) << Utf8FromText(shown.first);
+                ASSERT_LE(DisplayWidth(shown.second), most) << Utf8FromText(shown.second);
+                ASSERT_NE(shown.first, shown.second) << at << " " << most << " " << Utf8FromText(shown.first);
             }
         }
     }

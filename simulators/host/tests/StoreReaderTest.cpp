@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 
 #include "simulators/common/tests/FailureOf.h"
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/StoreReader.h"
 #include "simulators/host/YearTable.h"
 #include "simulators/host/tests/HostFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -32,7 +32,7 @@ protected:
 
     StoreReader Read() { return StoreReader::Read(folder_ / L""); }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
 };
 
 TEST_F(StoreReaderTest, FindsEntriesWithTheirFolderAndFields) {
@@ -63,7 +63,7 @@ TEST_F(StoreReaderTest, TheYoungestEntryOfADocumentCounts) {
 TEST_F(StoreReaderTest, ABrokenEntryIsNamed) {
     folder_.Write(L"Ordner\\Sesam\\13.json", "{\"id\": 13}");
     EXPECT_THAT(FailureOf([&] { Read(); }), ::testing::HasSubstr(L"13.json, Zeile 1, Spalte 1"));
-    const TemporaryDirectory empty;
+    const kandora::test::TemporaryFolder empty;
     EXPECT_THAT(FailureOf([&] { StoreReader::Read(empty / L""); }), ::testing::HasSubstr(L"archiv.json"));
 }
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <numeric>
 
-#include "simulators/common/tests/TemporaryDirectory.h"
 #include "simulators/host/TrialBalance.h"
 #include "simulators/host/tests/HostFixture.h"
 #include "simulators/host/tests/PdfReading.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kandora::simulators {
 
@@ -60,7 +60,7 @@ protected:
         return ComputeTrialBalance(ClientFile::Load(file));
     }
 
-    TemporaryDirectory folder_;
+    kandora::test::TemporaryFolder folder_;
 };
 
 TEST_F(TrialBalanceTest, InvoicesAndPaymentsStandOnOppositeSides) {

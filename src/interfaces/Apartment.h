@@ -1,19 +1,21 @@
 #pragma once
 
+#include <system_error>
+
 #include <windows.h>
 
 #include <objbase.h>
-
-#include "automation/Errors.h"
 
 namespace kandora {
 
 /// COM on the calling thread for as long as it lives.
 class Apartment {
 public:
-    /// Throws RuntimeError.
+    /// Throws std::system_error with the code of a system that refuses.
     explicit Apartment(DWORD kind = COINIT_APARTMENTTHREADED) {
-        RequireSuccess(CoInitializeEx(nullptr, kind));
+        if (const HRESULT result = CoInitializeEx(nullptr, kind); FAILED(result)) {
+            throw std::system_error(result, std::system_category(), "CoInitializeEx");
+        }
     }
     ~Apartment() { CoUninitialize(); }
     Apartment(const Apartment&) = delete;
