@@ -13,7 +13,8 @@ inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 ///
 /// Answers are numbers; negative ones say what is wrong (see Code). Before a successful Login every member
 /// answers NotLoggedOn, except Login itself and the two that act on the window alone, EloWindow and
-/// BringToFront; properties raise error 5 then.
+/// BringToFront. Members that need a current object answer NoCurrentObject without one. Properties raise
+/// error 5 in either case. StoreFailure can be the answer of any member.
 ///
 ///     Login(name, password, archive)     0; WrongCredentials, UnknownArchive
 ///     Login("LOGOUT", "", "")            logs off: 0
@@ -21,17 +22,19 @@ inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 ///     BringToFront()                     1
 ///     GetEntryId(-1)                     the current object's id, 0 without one
 ///     GetEntryId(-2)                     the id of the entry filed last, 0 when none was
-///     GetEntryId(0x10000000 + n)         the id of hit n (from 0) of the last search, 0 past the last one
+///     GetEntryId(0x10000000 + n)         the id of hit n (from 0) of the last search, 0 past the last one;
+///                                        other numbers: InvalidArgument
 ///     SelectView(1 to 5)                 1; InvalidArgument
 ///     LookupDelimiter()                  the separator between the levels of a path
 ///     LookupIndex(path)                  the folder's id, 0 when there is none
-///     CreateStructure(path, 0)           the folder's id as text; a negative number as text
+///     CreateStructure(path, 0)           the folder's id as text; or as text, too, InvalidArgument,
+///                                        StoreFailure, NotSupported
 ///     ReadObjMask(mask)                  1; UnknownMask
 ///     PrepareObjectEx(0, 254, mask)      begins a new document entry: 1; UnknownMask
 ///     PrepareObjectEx(0, 0, mask)        begins a search for entries of the mask: 1; UnknownMask, 0 for
 ///                                        mask 0
 ///     PrepareObjectEx(id, 0 | 254, mask) loads an entry or folder, whatever its mask: 1, or 0 when there
-///                                        is none
+///                                        is none; with any other type: NotSupported
 ///     ObjMaskNo, ObjShort                the current object's mask and short name
 ///     ObjMainParent                      the id of the folder in which the current object lies
 ///     setobjAttrib(line, value)          1; UnknownField
@@ -42,7 +45,8 @@ inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 ///     UpdateObject()                     writes the loaded entry back: 3; UnknownObject when it was deleted
 ///     DoInvisibleSearch()                the number of hits; values set by setobjAttrib narrow the search
 ///     GotoId(id)                         selects in the window: 1; UnknownObject
-///     GetTreePath(0, separator, length)  archive, folders and object from GotoId, else the current one
+///     GetTreePath(0, separator, length)  archive, folders and object (that of GotoId, else the current
+///                                        one), cut off after `length` characters unless that is negative
 ///     PrintDocument(0, "", "", 0, 0, 0)  prints the document of the entry from GotoId: 1; NoCurrentObject
 ///     InsertRef(id, from, to, 1)         moves an entry to another folder: 0; UnknownObject, NotSupported
 ///     DeleteObj(id)                      1; UnknownObject, FolderNotEmpty

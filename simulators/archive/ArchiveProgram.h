@@ -9,7 +9,8 @@
 
 namespace kandora::simulators {
 
-/// Everything that the objects of one program share. Members that are null are left out.
+/// Everything that the objects of one program share. Without `script` or `trace` (null) nothing is rehearsed
+/// or recorded.
 struct ArchiveProgram {
     ArchiveStore& store;
     ArchiveView& view;

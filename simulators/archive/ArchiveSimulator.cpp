@@ -195,8 +195,8 @@ int Serve(const Options& options, const std::wstring& storeDirectory) {
     ArchiveProgram program{store, window, script ? &*script : nullptr, trace ? &*trace : nullptr};
     window.CountSessionsOf(program);
 
-    // Leaving the apartment takes the objects of clients that are still there along, so it must come before
-    // what the objects use goes.
+    // Leaving the apartment ends the objects of clients that are still there, so it has to happen before
+    // the things that the objects use are gone.
     const Apartment apartment;
     std::optional<ClassObject> classObject;
     classObject.emplace(archiveClassId,
@@ -266,7 +266,7 @@ std::wstring GermanMessage(const CLI::ParseError& error) {
 
 int Main(std::vector<std::string> arguments) {
     Options options;
-    // COM adds this one, which is no option of the usual form.
+    // COM adds this one; the parser knows no long names behind a single hyphen.
     const auto isEmbedding = [](const std::string& argument) {
         return EqualIgnoringCase(TextFromUtf8(argument), L"-Embedding") ||
                EqualIgnoringCase(TextFromUtf8(argument), L"/Embedding");

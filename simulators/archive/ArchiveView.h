@@ -16,7 +16,7 @@ public:
     /// Shows a folder's or entry's place and selects it.
     virtual void Select(std::int32_t id) = 0;
     virtual void Refresh() = 0;
-    /// Tells the user in passing, for example that a document was printed. German.
+    /// Shows the user a passing note in German, for example that a document was printed.
     virtual void Notice(std::wstring_view text) = 0;
     /// Somebody logged on or off.
     virtual void SessionsChanged() = 0;

@@ -16,7 +16,7 @@ public:
     explicit DetailsPane(const ArchiveStore& store) : store_(store) {}
 
     void Create(HWND parent, int id);
-    /// Gives the values what the names leave of so many pixels.
+    /// Fits both columns into `width` pixels; the values get what the names leave.
     void FitColumns(int width);
 
     /// Does nothing when it shows this one already.

@@ -5,8 +5,8 @@
 
 namespace kandora::simulators {
 
-/// True when the directories of all folders hold what the lists say. One is read only if it may have changed;
-/// what is found out about it is noted.
+/// True when the directories of all folders hold what the lists say. A directory is read only if it may have
+/// changed; that it has not is noted in `folders`.
 bool AreDirectoriesAsKnown(FolderTree& folders, const EntryCache& entries);
 
 }  // namespace kandora::simulators

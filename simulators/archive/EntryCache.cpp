@@ -108,7 +108,7 @@ const Entry* EntryCache::TakeFromIndex(const IndexedEntry& indexed) {
     }
 }
 
-/// Asks for the entries whose files have changed since the index was written. Listing a directory tells the
+/// Reads the entries whose files have changed since the index was written. Listing a directory gives the
 /// stamps of all its files at once.
 void EntryCache::CheckWaitingEntries() {
     for (const auto& [id, folder] : folders_.All()) {

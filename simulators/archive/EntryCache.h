@@ -20,8 +20,8 @@ namespace kandora::simulators {
 /// first asked for; when somebody edited it meanwhile, the file counts.
 class EntryCache {
 public:
-    /// Called when an entry's file turned out to be another one than the index knew; with a mistake in the
-    /// file there is a complaint and the entry is gone.
+    /// Called when an entry's file turns out to differ from what the index knew. `complaint` is empty unless
+    /// the file has a mistake; then the entry is gone.
     using EditFound =
         std::function<void(std::int32_t id, std::int32_t folder, const std::wstring& complaint)>;
 
@@ -53,7 +53,7 @@ public:
     /// An entry that is about to change. Throws std::out_of_range when there is none.
     const Entry& Existing(std::int32_t id);
     const Entry& Add(Entry entry, const FileStamp& file);
-    /// In the same folder. Answers the entry as it is kept.
+    /// The entry stays in its folder. Answers the entry as it is kept.
     const Entry& Replace(Entry entry, const FileStamp& file);
     /// Answers the folder in which it was.
     std::int32_t Move(std::int32_t id, std::int32_t folder);

@@ -13,7 +13,7 @@
 
 namespace kandora::simulators {
 
-/// The list of one folder's entries. It asks for the texts of those rows alone that are in sight.
+/// The list of one folder's entries. It asks only for the texts of rows that are in sight.
 class EntryPane final : public ListPane {
 public:
     /// `store` must outlive it.
@@ -26,7 +26,7 @@ public:
     void Show(std::int32_t folder);
     /// Shows what has changed in the store. The selected entry stays so.
     void ShowChanges();
-    /// By this column, and the other way round when it is so already.
+    /// Sorts by this column, in reverse when it is already sorted by it.
     void SortBy(std::size_t column);
     /// Does nothing when the folder has no such entry.
     void Select(std::int32_t id);

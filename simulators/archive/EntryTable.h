@@ -18,7 +18,7 @@ public:
 
     /// Shows another folder, sorted by number again. An unknown folder gives an empty table.
     void Show(std::int32_t folder);
-    /// Takes over what has changed in the store; true when the columns are others than before.
+    /// Takes over what has changed in the store; true when the columns differ from before.
     bool Refresh();
     /// Sorts by a column; digits within texts count as numbers.
     void SortBy(std::size_t column, bool descending);

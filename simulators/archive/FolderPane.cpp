@@ -65,7 +65,7 @@ void FolderPane::Fill() {
         root = AddItem(rootId, TVI_ROOT, TVI_LAST);
         TreeView_Expand(tree_, root, TVE_EXPAND);
     }
-    // Somebody who opens the window wants to see entries.
+    // Whoever opens the window wants to see entries.
     const auto first = std::ranges::find_if(
         items_, [this](const auto& item) { return !store_.FindFolder(item.first)->entries.empty(); });
     TreeView_SelectItem(tree_, first == items_.end() ? root : first->second);

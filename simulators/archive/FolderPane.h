@@ -24,7 +24,7 @@ public:
     void Create(HWND parent, int id);
     [[nodiscard]] HWND Handle() const noexcept { return tree_; }
     void Fit(const Resolution& resolution);
-    /// Shows pictures of folders, for which the shell takes its time.
+    /// Shows pictures of folders. Slow: the shell has to be asked for them.
     void ShowIcons(const Resolution& resolution);
 
     /// Shows all folders and selects the first one that holds entries.

@@ -22,7 +22,7 @@ public:
     void PassOver(std::int32_t id);
     /// Numbers below this one may have been given out before the store was opened.
     [[nodiscard]] std::int32_t HandedOutBelow() const noexcept { return handedOutBelow_; }
-    /// Gives back what is reserved. Throws Failure.
+    /// Writes the counter, so that numbers reserved and not used are given out next time. Throws Failure.
     void Save() const { files_.WriteCounter(next_); }
 
 private:

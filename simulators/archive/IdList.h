@@ -7,7 +7,7 @@
 /// Lists of numbers in ascending order.
 namespace kandora::simulators {
 
-/// New ids are the highest, so this is an append nearly always.
+/// New ids are the highest, so this nearly always appends.
 inline void InsertSorted(std::vector<std::int32_t>& ids, std::int32_t id) {
     ids.insert(std::ranges::upper_bound(ids, id), id);
 }

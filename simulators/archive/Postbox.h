@@ -12,7 +12,7 @@ namespace kandora::simulators {
 /// The documents that were handed in and not yet filed, in a directory for each user.
 class Postbox {
 public:
-    /// Counts what is there, and passes over its numbers. `files` and `ids` must outlive it.
+    /// Counts what is there and marks its numbers as used in `ids`. Both must outlive it.
     Postbox(const StoreFiles& files, IdCounter& ids);
 
     [[nodiscard]] std::size_t Count() const noexcept { return count_; }

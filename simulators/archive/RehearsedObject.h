@@ -10,14 +10,14 @@
 
 namespace kandora::simulators {
 
-/// An object of the archive whose calls are recorded and may go as the program's script wants them to.
+/// An object of the archive whose calls are recorded, and which follows the program's script if it has one.
 class RehearsedObject : public DispatchObject {
 protected:
     /// `program` must outlive the object.
     RehearsedObject(std::wstring className, const MemberTable& members, const ArchiveProgram& program)
         : DispatchObject(std::move(className), members), program_(program) {}
 
-    /// Answers a call that takes its course; `proceed` runs its handler.
+    /// Answers a call that the script leaves alone; `proceed` runs its handler.
     virtual Value Answer(const Call& call, const std::function<Value()>& proceed) = 0;
 
 private:

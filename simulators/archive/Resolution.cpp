@@ -4,8 +4,8 @@ namespace kandora::simulators {
 
 namespace {
 
-/// The functions of newer systems that know a window's own resolution; older ones have one for the whole
-/// screen.
+/// A function of newer systems, null on older ones: those have one resolution for the whole screen instead
+/// of one for each window.
 template <class Function>
 Function UserFunction(const char* name) {
     const HMODULE user = GetModuleHandleW(L"user32.dll");

@@ -12,7 +12,7 @@ public:
     /// That of the screen on which the window stands.
     static Resolution Of(HWND window);
 
-    /// What takes so many pixels at the usual resolution takes here.
+    /// The length here of what takes `usual` pixels at 96 dots per inch.
     [[nodiscard]] int Pixels(int usual) const noexcept {
         return MulDiv(usual, static_cast<int>(dpi_), USER_DEFAULT_SCREEN_DPI);
     }

@@ -13,7 +13,7 @@ namespace kandora::simulators {
 
 namespace {
 
-/// German thousands: 12'345, as Switzerland writes them.
+/// The count with its noun, thousands separated as in Switzerland: 12'345 Einträge.
 std::wstring Counted(std::size_t count, std::wstring_view one, std::wstring_view many) {
     std::wstring digits = std::to_wstring(count);
     for (std::size_t place = digits.size(); place > 3; place -= 3) {

@@ -29,7 +29,7 @@ std::wstring LocalTimeText() {
     return text;
 }
 
-/// What stays behind is removed at the next start.
+/// A file that cannot be removed now is removed at the next start.
 void TryToRemove(const std::wstring& path) {
     DeleteFileW(LongPath(path).c_str());
 }
@@ -71,7 +71,7 @@ std::int32_t ArchiveStore::CounterAtStart() {
     }
 }
 
-/// False when everything has to be read from the files that count.
+/// False when everything has to be read from the files themselves.
 bool ArchiveStore::ReadIndex() {
     auto index = StoreIndex::Take(files_.IndexPath());
     if (index == nullptr) {
@@ -98,8 +98,8 @@ bool ArchiveStore::ReadIndex() {
 
 void ArchiveStore::WriteIndex() {
     TakeOverEdits();
-    // What was wrong is to be told again at the next start, and what somebody changed meanwhile is to be
-    // found.
+    // Without an index the next start reads all files: it warns again of what was wrong, and finds what
+    // somebody has changed meanwhile.
     if (!warnings_.empty() || !AreDirectoriesAsKnown(folders_, entries_)) {
         return;
     }

@@ -34,7 +34,7 @@ namespace kandora::simulators {
 /// before and go after it. So a process that ends at any moment leaves nothing but documents without an entry
 /// and temporary files, and the next start removes both.
 ///
-/// The index spares the next start the reading of every entry's file. It is written when the store is closed
+/// The index spares the next start from reading every entry's file. It is written when the store is closed
 /// and deleted as soon as it has been read, so a process that ends in any other way leaves none. It counts
 /// only as long as the directories hold what it says; otherwise everything is read. A file that somebody
 /// edited is noticed when its entry is asked for.
@@ -44,9 +44,9 @@ public:
     /// Called after each change with the id of the folder or entry and the id of the folder in which it lies.
     using Listener = std::function<void(Change, std::int32_t id, std::int32_t folder)>;
 
-    /// Opens the store, repairs what an interrupted process left, and reads everything. One process at a time
-    /// may have a store open; a second one waits `patience` milliseconds for the first to end. Throws
-    /// Failure.
+    /// Opens the store and reads the index, or else everything, repairing what an interrupted process left.
+    /// One process at a time may have a store open; a second one waits `patience` milliseconds for the first
+    /// to end. Throws Failure.
     explicit ArchiveStore(std::wstring directory, unsigned patience = 5000);
     ~ArchiveStore();
     ArchiveStore(const ArchiveStore&) = delete;
@@ -61,9 +61,9 @@ public:
 
     /// Null when there is none. The pointers hold until the next change.
     [[nodiscard]] const Folder* FindFolder(std::int32_t id) const noexcept;
-    /// The first one to ask for an entry may learn that its file was edited by hand: with a mistake in the
-    /// file the entry is gone and a warning there. Lists of entries show such finds from TakeOverEdits or the
-    /// next change on, so that they can be gone through meanwhile.
+    /// Asking for an entry for the first time may show that its file was edited by hand; if the file has a
+    /// mistake, the entry is gone and there is a warning. Lists of entries change only with TakeOverEdits or
+    /// the next change, so that one can go through a list while asking for its entries.
     const Entry* FindEntry(std::int32_t id) const;
     /// The entry's mask by the lists, 0 for an unknown id; looks at no file.
     [[nodiscard]] std::int32_t MaskOf(std::int32_t id) const noexcept;

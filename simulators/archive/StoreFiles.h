@@ -64,8 +64,8 @@ public:
 
     /// The path of an entry's file in its folder's directory.
     [[nodiscard]] static std::wstring EntryPath(const std::wstring& directory, std::int32_t id);
-    /// Reads an entry's file; whoever asks knows the folder. An entry whose number is taken is refused.
-    /// Throws Failure.
+    /// Reads an entry's file; the caller fills in the folder. Throws Failure, also when `isTaken` says that
+    /// another entry or folder has the number.
     [[nodiscard]] static Entry ReadEntry(const std::wstring& path, std::int32_t id, bool isTaken);
     FileStamp WriteEntry(const std::wstring& path, const Entry& entry) const;
 

@@ -16,7 +16,7 @@ namespace {
 /// The last character is the version of the layout.
 constexpr std::uint64_t layoutMark = 0x3158444948435241;  // "ARCHIDX1"
 
-/// Larger ones would be a burden on a 32-bit process.
+/// Bytes; a larger one would take too much of a 32-bit process's memory.
 constexpr std::uint64_t largestIndex = 0x10000000;
 
 struct Header {
@@ -37,8 +37,8 @@ constexpr std::size_t checksumEnd = offsetof(Header, length);
 static_assert(sizeof(Header) == 64 && sizeof(IndexedEntry) == 40);
 static_assert(std::is_trivially_copyable_v<Header> && std::is_trivially_copyable_v<IndexedEntry>);
 
-/// Four sums side by side, as one would have to wait for each of its multiplications. Every step can be
-/// undone, so that a difference in one word never gets lost on the way.
+/// Four sums side by side: a single one would have to wait for each of its multiplications. Every step is
+/// reversible, so that a difference in one word never gets lost.
 class Checksum {
 public:
     explicit Checksum(std::string_view bytes) {
@@ -92,7 +92,7 @@ void PutText(std::string& bytes, std::wstring_view text) {
     bytes += utf8;
 }
 
-/// Reads what PutNumber and PutText wrote. Behind the end there are zeros and empty texts.
+/// Reads what PutNumber and PutText wrote; past the end it gives zeros and empty texts.
 class Reader {
 public:
     explicit Reader(std::string_view bytes) : rest_(bytes) {}
@@ -139,7 +139,7 @@ std::unique_ptr<StoreIndex> StoreIndex::Take(const std::wstring& path) {
         std::unique_ptr<StoreIndex> index(new StoreIndex);
         return index->Read(std::move(bytes)) ? std::move(index) : nullptr;
     } catch (const std::exception&) {
-        return nullptr;  // everything is read from the files that count
+        return nullptr;  // everything is read from the files themselves
     }
 }
 
@@ -185,8 +185,8 @@ bool StoreIndex::Read(std::string bytes) {
     return reader.IsDone() && AreSound();
 }
 
-/// A whole index that does not fit together would be a mistake of the program that wrote it, perhaps of
-/// another version; it must not get anywhere.
+/// False for an undamaged index that contradicts itself: a mistake of the program that wrote it, perhaps of
+/// another version.
 bool StoreIndex::AreSound() const {
     std::unordered_set<std::int32_t> known{0};
     for (const IndexedFolder& folder : folders_) {

@@ -33,7 +33,8 @@ bool IsDeviceName(std::wstring_view name) {
     return stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) && IsDigit(stem[3]);
 }
 
-/// The store keeps "ordner.json", "<id>.json", "<id><extension>" and "*.tmp" in the same directory.
+/// True when a directory of this name would collide with a file of the store: "ordner.json", "<id>.json",
+/// "<id><extension>" and "*.tmp" lie in the same directory.
 bool MeetsStoreFile(std::wstring_view name) {
     const std::wstring folded = FoldCase(name);
     if (folded == L"ORDNER.JSON" || folded.ends_with(L".TMP")) {

@@ -10,7 +10,7 @@ namespace kandora::simulators {
 
 /// The directory name of a folder level: characters that a file name may not hold, "%", and a trailing dot or
 /// blank become "%" and two hexadecimal digits. So do the first character of a device name ("CON") and the
-/// dots of a name that would meet one of the store's own files ("ordner.json", "17.pdf", "x.tmp").
+/// dots of a name that would collide with one of the store's own files ("ordner.json", "17.pdf", "x.tmp").
 std::wstring EncodeName(std::wstring_view name);
 
 /// The folder level that a directory name stands for; malformed percent signs are taken as they are.

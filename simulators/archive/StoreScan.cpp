@@ -95,7 +95,7 @@ void StoreScan::BuildFolder(const Scanned& scanned, std::int32_t id) {
         found.push_back(entry.id);
     }
     for (const std::wstring& document : scanned.documents) {
-        // NOLINTNEXTLINE(bugprone-unchecked-optional-access): by its number it was found
+        // NOLINTNEXTLINE(bugprone-unchecked-optional-access): it was found by its number
         const std::int32_t documentId = *IdOfDocumentFile(document);
         if (std::ranges::binary_search(found, documentId)) {
             continue;

@@ -10,13 +10,14 @@
 
 namespace kandora::simulators {
 
-/// What a note on an entry's file ends in that cannot be used.
+/// The complaint about an entry's file, completed to a note that the entry is left out.
 std::wstring PassedOver(const std::wstring& complaint);
 
 /// Reads all files of a store and repairs what an interrupted process or a person left.
 class StoreScan {
 public:
-    /// All must outlive it; `folders` and `entries` are empty. What cannot be used is noted in `warnings`.
+    /// All must outlive it; `folders` and `entries` must be empty. `warnings` gets a note for each file that
+    /// cannot be used.
     StoreScan(const StoreFiles& files, FolderTree& folders, EntryCache& entries, IdCounter& ids,
               std::vector<std::wstring>& warnings)
         : files_(files), folders_(folders), entries_(entries), ids_(ids), warnings_(warnings) {}

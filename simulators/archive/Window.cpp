@@ -153,9 +153,9 @@ void ArchiveWindow::SessionsChanged() {
     ShowStatus();
 }
 
-/// COM sends the answer from a thread of its own when the call is done, and does not wait for that when the
-/// program leaves it. A client that lets go has heard the answer; one that holds on is given turns of this
-/// thread instead of time: on a busy machine, both threads are slow.
+/// COM sends a call's answer from a thread of its own, and does not wait for it when the program leaves COM.
+/// A client that has let go of its object has got the answer. One that holds on is given turns of this thread
+/// rather than a time: on a busy machine, both threads are slow.
 void ArchiveWindow::Close() {
     constexpr UINT milliseconds = 10;
     turnsToClose_ = 100;

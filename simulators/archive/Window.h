@@ -39,13 +39,13 @@ public:
     /// The number of clients logged on, for the status bar.
     void CountSessionsOf(const ArchiveProgram& program) { program_ = &program; }
 
-    /// What is still done when a rehearsal lets the process die.
+    /// `action` runs right before a rehearsal ends the process.
     void BeforeDeath(std::function<void()> action) { beforeDeath_ = std::move(action); }
 
     [[nodiscard]] HWND Handle() const noexcept { return window_; }
-    /// True while a user has it open before him.
+    /// True while a user has it open, neither hidden nor minimised.
     [[nodiscard]] bool IsInUse() const noexcept;
-    /// Handles the window's own keys (F5, F6, tab, Enter); true when the message needs nothing more.
+    /// Handles the window's own keys (F5, F6, Tab); true when the message needs nothing more.
     bool HandleKeys(MSG& message);
 
     void BringToFront() override;

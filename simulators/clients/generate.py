@@ -70,7 +70,7 @@ Weinhandlung Château d'Oex | 1660 | Château-d'Oex
 Büro & Pause AG | 6003 | Luzern
 """)
 
-# The creditors count from 1001 again: the two circles of accounts have nothing to do with each other.
+# The creditors count from 1001 again: the two sub-ledgers are numbered independently.
 SUPPLIERS = partners(6001, """
 Gastrogeräte Import Rüegg AG | 8307 | Effretikon
 Rösterei Drei Kannen GmbH | 9320 | Arbon
@@ -99,7 +99,7 @@ GOODS = [
     ("Pappbecher 2 dl, 1'000 Stück", 6920, 25), ("Ersatzteile gemäss Liste", 14375, 4),
 ]
 
-# What is bought from whom; a subject with an amount of its own is taken with that amount.
+# What is bought from whom; a subject may come with an amount of its own.
 PURCHASES = {
     1001: ["Lieferung Vollautomaten", "Ersatzteile und Dichtungen", "Nachlieferung Mühlen"],
     1002: ["Bohnen, Hausröstung", "Bohnen, koffeinfrei", "Röstkaffee Crème"],

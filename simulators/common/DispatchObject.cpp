@@ -44,7 +44,7 @@ HRESULT DispatchObject::GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, L
     } catch (...) {
         return DescribeCurrentException(className_).code;
     }
-    // Arguments have no names here, so every further name is unknown.
+    // Further names are those of arguments, which have none here.
     for (UINT index = 1; index < count; ++index) {
         ids[index] = DISPID_UNKNOWN;
     }

@@ -10,7 +10,7 @@ std::uint64_t Joined(DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
 }
 
-/// `data` is what either of the system's two ways to ask tells.
+/// `Data` is either of the two structures in which the system describes a file.
 template <class Data>
 FileStamp StampIn(const Data& data) {
     return {Joined(data.nFileSizeHigh, data.nFileSizeLow),

@@ -36,8 +36,8 @@ private:
     HANDLE handle_;
 };
 
-/// What tells a file from an edited one. Of a directory only the time means something: it changes when
-/// something is added to it, renamed or taken away.
+/// What shows that a file was edited. Of a directory only the time means something: it changes when something
+/// is added to it, renamed or removed.
 struct FileStamp {
     std::uint64_t size = 0;     ///< bytes
     std::uint64_t written = 0;  ///< the last writing, as FILETIME counts
@@ -51,8 +51,8 @@ std::wstring LongPath(std::wstring_view path);
 std::string ReadWholeFile(const std::wstring& path);
 
 /// Replaces or creates the file in one step: the bytes go to `temporary`, are flushed and renamed to `path`,
-/// so that whoever looks, at whatever moment, meets the old content or the new one. `temporary` must lie on
-/// the same volume. Answers the new file's stamp. Throws Failure.
+/// so that a reader finds the old content or the new one at any moment. `temporary` must lie on the same
+/// volume. Answers the new file's stamp. Throws Failure.
 FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes,
                               const std::wstring& temporary);
 
@@ -63,7 +63,7 @@ FileStamp WriteFileAtomically(const std::wstring& path, std::string_view bytes);
 /// Throws Failure.
 void CopyFileDurably(const std::wstring& source, const std::wstring& target);
 
-/// Renames a file or directory within a volume. Throws Failure; an existing target is one.
+/// Renames a file or directory within a volume. Throws Failure, also when the target exists.
 void RenameFile(const std::wstring& source, const std::wstring& target);
 
 /// Deletes a file; one that does not exist is no failure. Throws Failure.
@@ -85,7 +85,7 @@ std::vector<DirectoryItem> ListDirectory(const std::wstring& path);
 /// Throws Failure: "what: path: the system's text for the calling thread's last error".
 [[noreturn]] void FailWithLastError(std::wstring_view what, const std::wstring& path);
 
-/// The stamp of a file or directory; nothing when there is none or it cannot be asked.
+/// The stamp of a file or directory; nothing when it does not exist or cannot be read.
 std::optional<FileStamp> StampOf(const std::wstring& path);
 
 /// True for an existing file that is no directory.

@@ -261,7 +261,7 @@ std::int32_t JsonFile::Integer(const Json& node, std::int32_t lowest, std::int32
     if (!node.is_number_integer()) {
         Fail(node, L"Hier muss eine ganze Zahl stehen.");
     }
-    // Compared as floating-point numbers, which hold every value of the range and survive the ones beyond it.
+    // As a floating-point number: it holds every value of the range, and larger ones do not overflow.
     const double value = node.get<double>();
     if (value < lowest || value > highest) {
         Fail(node, L"Die Zahl muss zwischen " + std::to_wstring(lowest) + L" und " +

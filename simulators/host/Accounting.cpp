@@ -36,13 +36,13 @@ protected:
     /// Null while no client was ever opened.
     [[nodiscard]] ClientFile* Client() const { return accounting_->Client(); }
 
-    /// Takes the record over that was found, or a fresh one for null. Answers what lesen does.
+    /// Takes over the record that was found, or a fresh one for null. Returns the answer of lesen.
     Value Take(const Record* found) {
         record_ = found ? *found : Record{};
         return Value::Short(found ? static_cast<std::int16_t>(done) : notFound);
     }
 
-    /// The property that gives a part of the record.
+    /// The getter of a property that is part of the record.
     template <class Make, class Part>
     static auto Give(Make make, Part Record::* part) {
         return [make, part](RecordObject& self, Arguments&) { return make(self.record_.*part); };

@@ -27,8 +27,8 @@ struct Row {
     std::optional<std::wstring> after;
 };
 
-/// Everything that can tell the entry after the request from the one before it, in whole values. What hardly
-/// ever changes has a row only where it did.
+/// Everything in which the entry can differ before and after the request, in whole values. What hardly ever
+/// changes has a row only when it did change.
 std::vector<Row> RowsOf(const EntryChange& change, const StoreReader& names) {
     const StoredEntry* before = change.before;
     const StoredEntry& after = *change.after;
@@ -81,8 +81,8 @@ void RenderNew(std::vector<std::wstring>& lines, const std::vector<Row>& rows, c
     table.RenderTo(lines, indent, width);
 }
 
-/// The rows before and after the request beside one another; "*" marks those that it changed. A changed row
-/// that is too long for that takes a line for either value.
+/// The values before and after the request side by side; "*" marks rows that it changed. A changed row that
+/// is too long for that takes two lines, one for each value.
 void RenderChanged(std::vector<std::wstring>& lines, const std::vector<Row>& rows, const std::wstring& indent,
                    std::size_t width) {
     const std::wstring beforeTitle = L"vorher";
@@ -97,7 +97,7 @@ void RenderChanged(std::vector<std::wstring>& lines, const std::vector<Row>& row
     }
     const std::size_t wholeRoom = width - indent.size() - 1 - nameWidth - 2 * TextTable::gap;
     const std::size_t sides = wholeRoom - TextTable::gap;
-    // Either side may have what the other one leaves, but never less than half.
+    // Each side gets at least half the room, and more if the other one leaves some.
     const std::size_t beforeRoom = std::max(sides / 2, sides - std::min(sides, afterNeeds));
     const std::size_t afterRoom = std::max(sides / 2, sides - std::min(sides, beforeNeeds));
 

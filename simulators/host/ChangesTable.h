@@ -14,7 +14,7 @@ struct EntryChange {
     const StoredEntry* after = nullptr;
 };
 
-/// The entries that two readings of the same store tell apart, by their id; the order is that of the ids.
+/// The entries that differ between two readings of the same store, in the order of their ids.
 std::vector<EntryChange> CompareStores(const StoreReader& before, const StoreReader& after);
 
 /// One request that was sent, with what the accounting changed in its own data just before.

@@ -14,7 +14,7 @@ namespace kandora::simulators {
 
 namespace {
 
-/// What the tables can be made to fit, and what a screen may have.
+/// Columns: the tables do not fit into fewer, and no screen has more.
 constexpr int narrowestOutput = 80;
 constexpr int widestOutput = 1000;
 
@@ -22,7 +22,7 @@ std::wstring WidthRange() {
     return std::to_wstring(narrowestOutput) + L" bis " + std::to_wstring(widestOutput);
 }
 
-/// The library's own complaints are English.
+/// In German; the library's own complaints are English.
 std::wstring Complaint(const CLI::ParseError& error) {
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
         return L"Einer Angabe auf der Befehlszeile fehlt ihr Wert.";

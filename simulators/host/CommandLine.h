@@ -17,7 +17,7 @@ struct CommandLine {
     bool embedding = false;
     std::filesystem::path client;
     std::filesystem::path clientCopy;
-    /// With Task::Year what is sent after the year; empty for nothing.
+    /// The request file; with Task::Year it is sent after the year, or nothing when it is empty.
     std::filesystem::path requests;
     std::filesystem::path component;
     std::filesystem::path report;

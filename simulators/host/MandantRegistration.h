@@ -6,13 +6,13 @@
 
 namespace kandora::simulators {
 
-/// Registers this program as the accounting's; `client` may be empty, `linger` is CommandLine's. Throws
-/// Failure, also when another program is registered: the real accounting's registration is never touched,
-/// neither to write nor to use it.
+/// Registers this program as the accounting; `client` may be empty, `linger` is CommandLine's. Throws
+/// Failure, also when another program is registered: the real accounting's registration is neither
+/// overwritten nor used.
 void RegisterMandant(const std::filesystem::path& client, unsigned linger = CommandLine().linger);
 
-/// The component finds the class through its ProgID, so that much of a registration must exist even for
-/// objects that are served within this process.
+/// Registers this program unless it is registered already: the component finds the class through its ProgID,
+/// even when the objects are served within this process. Throws Failure as above.
 void EnsureMandantRegistered(const std::filesystem::path& client);
 
 }  // namespace kandora::simulators

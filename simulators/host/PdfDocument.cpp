@@ -32,7 +32,7 @@ constexpr std::string_view plainLetters = "AAAAAAMCEEEEIIIIDNOOOOO+OUUUUYPF"
                                           "aaaaaamceeeettttonooooo+ouuuuypy";
 static_assert(plainLetters.size() == 64);
 constexpr unsigned firstAccented = 0xC0;
-/// Dashes, quotation marks and signs; an average that only text of such characters alone would show.
+/// Dashes, quotation marks and signs; an average, which would show only in text made of nothing else.
 constexpr std::uint16_t otherWidth = 556;
 
 std::string WinAnsi(std::wstring_view text) {
@@ -64,7 +64,7 @@ std::string Number(double value) {
     return number;
 }
 
-/// A string of the document's outside, where any text is allowed.
+/// A string outside the pages, such as the title, where any character is allowed.
 std::string Utf16Hex(std::wstring_view text) {
     std::string hex = "<FEFF";
     for (const wchar_t unit : text) {
@@ -98,7 +98,7 @@ public:
     }
 
 private:
-    /// The second line tells transfer programs that the file is not text.
+    /// The second line tells programs that transfer files that this one is not text.
     std::string file_ = "%PDF-1.4\n%\xE4\xF6\xFC\xDF\n";
     std::vector<std::size_t> offsets_;
 };

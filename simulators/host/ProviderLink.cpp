@@ -81,7 +81,7 @@ ComPtr<DMSProvider> AskForProvider(const ComPtr<IUnknown>& object) {
     return provider;
 }
 
-/// A number where the text is one as it would be written, so that "007" stays text.
+/// A number when the text is the usual spelling of one up to `largest`, so that "007" stays text.
 Value NaturalNumber(const std::wstring& text, std::int32_t largest) {
     const bool digits =
         !text.empty() && text.size() <= 9 && text.find_first_not_of(L"0123456789") == std::wstring::npos;
@@ -112,7 +112,7 @@ ProviderLink ProviderLink::FromRegistration() {
 ProviderLink ProviderLink::FromLibrary(const std::filesystem::path& library) {
     const std::filesystem::path path = std::filesystem::absolute(library);
     const CLSID classId = ProviderClassOf(path);
-    // Stays loaded to the end of the process: objects of the library may live until COM itself goes.
+    // Stays loaded until the process ends: objects of the library may live as long as COM itself.
     HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (!module) {
         Fail(L"Die Datei " + Guillemets(path.wstring()) + L" kann nicht geladen werden",

@@ -44,8 +44,8 @@ bool ReportTypist::WaitUntil(Condition condition) const {
     return true;
 }
 
-/// The box is emptied first: it may already hold the very text that is to be typed, and would look finished
-/// while the keys still wait.
+/// The box is emptied first: if it already held the very text that is to be typed, it would look finished
+/// before the keys have arrived.
 bool ReportTypist::Type(HWND textBox, const std::wstring& text) const {
     PostMessageW(textBox, EM_SETSEL, 0, -1);
     PostMessageW(textBox, WM_CHAR, VK_BACK, 1);
@@ -127,7 +127,7 @@ std::wstring ReportTypist::FillIn(HWND dialog, const ReportDescription& descript
 void ReportTypist::Confirm(HWND dialog) const {
     int looks = 0;
     WaitUntil([&] {
-        // A disabled dialog waits for a message in front of it, which is not answered from here.
+        // A disabled dialog waits for a message box in front of it, which is not answered here.
         if (!IsWindowVisible(dialog) || !IsWindowEnabled(dialog)) {
             return true;
         }

@@ -29,7 +29,7 @@ public:
         : pictureHook_(std::move(pictureHook)), stop_(stop) {}
 
     /// Fills the dialog in and waits for the picture. Returns the empty text, or the German reason why that
-    /// failed. `filled` receives what stands in the text boxes then.
+    /// failed. `filled` receives what the text boxes then hold.
     std::wstring FillIn(HWND dialog, const ReportDescription& description, ReportDescription& filled) const;
 
     /// Clicks "Archivieren"; returns once the dialog is gone or shows a message.

@@ -31,7 +31,7 @@ nlohmann::ordered_json ArrayToJson(SAFEARRAY* array) {
     for (LONG at = lowest; at <= highest; ++at) {
         VARIANT element;
         VariantInit(&element);
-        // A plain element is written into the value's content, a Variant over the whole of it.
+        // A plain element is written into the value's content, a Variant replaces the value.
         void* target = type == VT_VARIANT ? static_cast<void*>(&element) : &element.bstrVal;
         if (FAILED(SafeArrayGetElement(array, &at, target))) {
             list.push_back(nullptr);

@@ -11,7 +11,7 @@ namespace kandora::simulators {
 /// The outcomes as JSON text (UTF-8). `seconds` is the duration of the whole run.
 std::string RenderReport(const std::vector<Outcome>& outcomes, double seconds);
 
-/// One line for the screen: the request with what tells it apart, and its result.
+/// One line for the screen: the request, what identifies it, and its result.
 std::wstring DescribeOutcome(const Outcome& outcome);
 
 /// Appends what a box of the component said, in lines of `width` columns at most, each begun with `indent`.

@@ -7,7 +7,7 @@ namespace kandora::simulators {
 
 namespace {
 
-/// What takes a place of its own on the screen, with the marks that are set above or below it.
+/// A character as the screen shows it, with the marks that are set above or below it.
 struct Glyph {
     std::wstring_view text;
     std::size_t width = 1;
@@ -32,7 +32,7 @@ bool IsMark(wchar_t unit) {
     return IsIn(marks, unit);
 }
 
-/// East Asian characters take two columns, and so do most of those that take two units.
+/// East Asian characters take two columns, and so do most of those that consist of two units.
 bool IsWide(wchar_t unit) {
     static constexpr std::array<Range, 6> wide{{{0x1100, 0x115F},
                                                 {0x2E80, 0xA4CF},
@@ -77,7 +77,7 @@ std::wstring TextOf(const Glyphs& glyphs, std::size_t from, std::size_t to) {
     return text;
 }
 
-/// The end of as many glyphs from `from` on as fit into `most` columns.
+/// The end of the longest stretch of glyphs from `from` on that fits into `most` columns.
 std::size_t FittingEnd(const Glyphs& glyphs, std::size_t from, std::size_t most) {
     std::size_t end = from;
     for (std::size_t width = 0; end < glyphs.size() && width + glyphs[end].width <= most; ++end) {
@@ -115,7 +115,7 @@ std::wstring WithSymbols(std::wstring_view text) {
     return result;
 }
 
-/// A value of which `ahead` glyphs at its front and `behind` at its end are those of the other value, too.
+/// A value that shares its first `ahead` and its last `behind` glyphs with the other value.
 struct Compared {
     Glyphs glyphs;
     std::size_t ahead = 0;
@@ -149,8 +149,8 @@ void Compare(Compared& one, Compared& other) {
     other.behind = one.behind;
 }
 
-/// Where both values are cut at their front. The whole difference is shown with as much before it as there is
-/// room for; of a long one the beginning is, with enough before it to recognise the place.
+/// The glyph at which both values begin to be shown. The whole difference is shown, with as much before it as
+/// there is room for; of a long difference the beginning, with enough before it to recognise the place.
 std::size_t StartOf(const Compared& one, const Compared& other, std::size_t most) {
     const std::size_t ahead = one.WidthAhead();
     const std::size_t toEnd = std::max(one.WidthFromDifference(), other.WidthFromDifference());
@@ -206,7 +206,7 @@ void AppendWrapped(std::vector<std::wstring>& lines, std::wstring_view text, con
     std::size_t at = 0;
     do {
         const std::size_t room = width - std::min(width, DisplayWidth(*prefix));
-        // Something goes onto every line, so that the text comes to its end.
+        // At least one glyph a line, whatever the room, or this would never end.
         std::size_t end = std::max(FittingEnd(glyphs, at, room), std::min(at + 1, glyphs.size()));
         if (end < glyphs.size()) {
             std::size_t wordStart = end;

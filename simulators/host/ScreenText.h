@@ -17,9 +17,9 @@ std::wstring Counted(std::size_t count, std::wstring_view one, std::wstring_view
 /// The text on one line of `most` columns at most: line breaks become blanks, what is too long ends in "…".
 std::wstring Shortened(std::wstring_view text, std::size_t most);
 
-/// Two values that are shown beside or below one another, each in `most` columns at most, which are at least
-/// 8: both are cut at the same place, so that their first difference is in sight; "…" stands for what was
-/// left out. Line breaks are shown by their symbols, blanks that are the only difference as "␣".
+/// Two values for display side by side or one below the other, each in at most `most` columns (8 or more).
+/// Both are cut at the same place, so that their first difference is in sight; "…" stands for what was left
+/// out. Line breaks are shown by their symbols, blanks that are the only difference as "␣".
 std::pair<std::wstring, std::wstring> CutAroundDifference(std::wstring_view before, std::wstring_view after,
                                                           std::size_t most);
 

@@ -20,7 +20,7 @@ namespace kandora::simulators {
 
 namespace {
 
-/// Adds the time until it goes to a sum, also when a request cannot be run.
+/// Adds its lifetime in seconds to a sum, so that requests that throw count, too.
 class Timer {
 public:
     explicit Timer(double& sum) : sum_(sum) {}
@@ -48,7 +48,7 @@ Session::Session(const CommandLine& options)
           CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER) {}
 
 Driver Session::MakeDriver() {
-    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): it is connected before it drives anything
+    // NOLINTNEXTLINE(bugprone-unchecked-optional-access): Connect comes before everything that drives
     return {*accounting_, provider_.value(), boxes_.get(), options_.printerFile};
 }
 
@@ -107,7 +107,7 @@ void Session::WriteReport() const {
     }
 }
 
-/// What the accounting changes in its own data is shown with the request that follows.
+/// Changes of the accounting's own data are shown with the request that follows them.
 void Session::RunRequestsWithTable(const std::vector<Request>& requests, const std::wstring& name) {
     Driver driver = MakeDriver();
     StoreReader before = StoreReader::Read(options_.store);

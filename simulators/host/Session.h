@@ -15,7 +15,7 @@
 
 namespace kandora::simulators {
 
-/// The accounting at work: everything between start and end of the program's main tasks.
+/// The accounting at work: runs requests, shows what becomes of them and keeps it for the report.
 class Session {
 public:
     /// Offers the accounting's objects to COM from here on. `options` must outlive it.

@@ -25,12 +25,12 @@ struct StoredEntry {
 /// The content of an archive's store folder.
 class StoreReader {
 public:
-    /// Reads masks and entries. Throws Failure when the folder is none or a file in it cannot be read.
+    /// Reads masks and entries. Throws Failure when the folder holds no store or a file in it cannot be read.
     static StoreReader Read(const std::filesystem::path& store);
 
     [[nodiscard]] const std::vector<StoredEntry>& Entries() const { return entries_; }
 
-    /// The youngest entry that holds `value` in one of its index fields; null when there is none.
+    /// The newest entry that holds `value` in one of its index fields; null when there is none.
     [[nodiscard]] const StoredEntry* FindByFieldValue(const std::wstring& value) const;
 
     /// The name of a mask's index line; "Feld 7" when the mask does not name it.

@@ -13,16 +13,15 @@ public:
     /// What stands between two columns.
     static constexpr std::size_t gap = 2;
 
-    /// `rightAligned` are the columns, counted from 0, whose cells stand at the right.
+    /// `rightAligned` are the columns, counted from 0, whose cells are aligned to the right.
     TextTable(std::vector<std::wstring> head, std::set<std::size_t> rightAligned)
         : rows_{std::move(head)}, rightAligned_(std::move(rightAligned)) {}
 
-    /// A row has as many cells as the head; in one that has fewer, the last cell takes what is left of the
-    /// line.
+    /// A row has as many cells as the head, or fewer: then the last one takes the rest of the line.
     void Add(std::vector<std::wstring> row) { rows_.push_back(std::move(row)); }
 
-    /// Appends the table's lines, each begun with `indent` and `width` columns wide at most: as long as it
-    /// does not fit, the widest column gives way. What is too long for its column ends in "…".
+    /// Appends the table's lines, each begun with `indent` and at most `width` columns wide: while the table
+    /// is too wide, its widest column shrinks. What is too long for its column ends in "…".
     void RenderTo(std::vector<std::wstring>& lines, const std::wstring& indent, std::size_t width) const;
 
 private:

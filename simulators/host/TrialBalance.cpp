@@ -191,7 +191,7 @@ private:
         y_ -= lineHeight;
     }
 
-    /// Between the line above and the next one.
+    /// Draws a rule between the line above and the next one.
     void Rule(double thickness) {
         document_.Line(page_, leftEdge, rightEdge, y_ + lineHeight - 4, thickness);
         y_ -= 3;

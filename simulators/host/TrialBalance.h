@@ -39,9 +39,9 @@ struct TrialBalance {
     BalanceLine total;
 };
 
-/// Adds up the client's bookings. With a partner, the first booking of an open item is its invoice, all
-/// others are payments; bookings without a known open item count as payments, too. Invoices to customers are
-/// debits, suppliers' are credits, and payments stand on the other side; a negative amount changes the side.
+/// Adds up the client's bookings. In a sub-ledger the first booking of an open item is its invoice, all
+/// others are payments; so are bookings without a known open item. Invoices to customers are debits, those of
+/// suppliers credits, payments the opposite; a negative amount changes sides.
 TrialBalance ComputeTrialBalance(const ClientFile& client);
 
 /// The trial balance as a PDF file of A4 pages.

@@ -16,9 +16,9 @@ namespace kandora::simulators {
 namespace {
 
 constexpr std::size_t numbersListed = 8;
-/// More room than this no index field needs to be recognised.
+/// Columns; no index field needs more to be recognised.
 constexpr std::size_t widestField = 26;
-/// What is left for the short name beside the fields that come first, and beside all others.
+/// Columns that are kept for the short name beside the fields that come first, and beside all others.
 constexpr std::size_t leastShortName = 18;
 constexpr std::size_t goodShortName = 26;
 /// The fields by which an accountant knows a voucher; the others follow as far as there is room.
@@ -174,7 +174,7 @@ private:
 
 void RenderEntries(std::vector<std::wstring>& lines, const Group& group, const StoreReader& store,
                    const TableSize& size) {
-    // Entries of one kind share their mask as a rule; each mask found gets a table of its own.
+    // Entries of one kind usually share a folder and a mask; each pair found gets a table of its own.
     std::map<std::pair<std::wstring, int>, std::vector<const StoredEntry*>> places;
     for (const StoredEntry* entry : group.entries) {
         places[{entry->folder, entry->mask}].push_back(entry);

@@ -35,8 +35,6 @@ void SetTime(const std::wstring& path, std::uint64_t time) {
     EXPECT_NE(SetFileTime(OpenForWriting(path).Get(), nullptr, nullptr, &written), 0) << Utf8FromText(path);
 }
 
-/// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
-/// time.
 void EditInPlace(const std::wstring& path, const std::string& content) {
     const FileHandle file = OpenForWriting(path);
     DWORD written = 0;

@@ -30,7 +30,7 @@ public:
     int sessionChanges = 0;
 };
 
-/// Gives a file or directory another time of its last writing.
+/// Changes the time of a file's or directory's last writing; `time` as FILETIME counts.
 void SetTime(const std::wstring& path, std::uint64_t time);
 /// Writes other content into the same file, as an editor does that does not rename: the directory keeps its
 /// time.
@@ -50,7 +50,7 @@ protected:
     static Entry Voucher(std::int32_t folder, std::wstring_view shortName);
     std::int32_t FileVoucher(ArchiveStore& store, std::int32_t folder, std::wstring_view shortName);
 
-    /// Makes all directories of the closed store look as if nothing had changed in them for another hour.
+    /// Makes the last changes of all directories of the closed store an hour older.
     void AgeDirectories() const;
 
     kandora::test::TemporaryFolder directory_;

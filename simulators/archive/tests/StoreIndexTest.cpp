@@ -1,4 +1,4 @@
-/// The index of a store: it must answer as the files would, and whatever is wrong with it must not show.
+/// The index of a store: it must answer as the files would, and a damaged one must make no difference.
 #include <gmock/gmock.h>
 
 #include <random>
@@ -106,8 +106,8 @@ protected:
         Close();
     }
 
-    /// Exchanges the first entry's short name in its file so that nothing but the content tells it: an
-    /// opening that reads the file shows "Erster", one that trusts the index "erster".
+    /// Changes the first entry's short name in its file without a trace in size or time: an opening that
+    /// reads the file shows "Erster", one that trusts the index "erster".
     void Disguise(const std::string& from = "\"erster\"", const std::string& to = "\"Erster\"") {
         const std::wstring path = EntryFile(L"A", first_);
         const FileStamp stamp = StampOf(path).value();
@@ -497,7 +497,7 @@ TEST_P(EditedStoreTest, FindsAtTheNextStartWhatWasDoneWhileTheStoreWasOpen) {
     Open();
     EXPECT_EQ(store_->FindEntry(500)->shortName, L"zweiter");
     EXPECT_EQ(store_->FindEntry(third_)->shortName, L"von Hand");
-    // The entries were asked for, so the store knows them by heart; a later edit is for the next start again.
+    // The store keeps entries that were asked for; it notices a later edit only at the next start.
     ReplaceInPlace(EntryFile(L"A\\B", third_), "\"von Hand\"", "\"noch einmal\"");
     EXPECT_EQ(store_->FindEntry(third_)->shortName, L"von Hand");
     Open();

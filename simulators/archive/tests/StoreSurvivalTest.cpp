@@ -1,5 +1,5 @@
-/// The store against processes that end in the middle of their work: another process files, changes, moves
-/// and deletes until it is killed, and whatever it reported as done must be there afterwards, whole.
+/// The store when a process ends in the middle of its work: another process files, changes, moves and deletes
+/// until it is killed, and whatever it reported as done must be there afterwards, undamaged.
 #include <cstdio>
 
 #include "interfaces/CodePages.h"
@@ -18,7 +18,8 @@ std::wstring Environment(const wchar_t* name) {
     return std::wstring(buffer, GetEnvironmentVariableW(name, buffer, static_cast<DWORD>(std::size(buffer))));
 }
 
-/// Appends a line and knows that it is written: "+id" for an entry filed, "-id" for one deleted.
+/// Appends lines that outlive this process as soon as Note returns: "+id" for an entry filed, "?id" for one
+/// that is about to be deleted, "-id" for one deleted.
 class Acknowledgements {
 public:
     explicit Acknowledgements(const std::wstring& path)

@@ -254,7 +254,7 @@ protected:
         EXPECT_EQ(client_->Call(L"clickon", {Value::Text(L"M:Beenden")}).Long(), 1);
     }
 
-    /// Serves the thread's messages until one of that kind has come; how many did on the way.
+    /// Serves the thread's messages up to the first of this kind; returns how many there were, with that one.
     static int MessagesUntil(UINT last) {
         int count = 1;
         MSG message;

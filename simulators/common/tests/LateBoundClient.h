@@ -15,7 +15,7 @@
 
 namespace kandora::simulators {
 
-/// What a late-bound call brought.
+/// How a late-bound call ended.
 struct CallResult {
     HRESULT code = S_OK;
     Value value;

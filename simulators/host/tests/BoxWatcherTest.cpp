@@ -12,7 +12,7 @@ constexpr int inputId = 101;
 constexpr int confirmId = 102;
 constexpr const wchar_t* windowClass = L"HostSimulatorTestWindow";
 
-/// A window of the component's own kind: no dialog class, told from others by its caption.
+/// A window like the component's own: not of the dialog class, recognised by its caption.
 class OwnWindow {
 public:
     OwnWindow(const wchar_t* caption, DWORD editStyle, const wchar_t* editText, const wchar_t* buttonText) {

@@ -127,7 +127,7 @@ TEST_F(ChangesTableTest, ALongTextThatStaysIsShownAlikeOnBothSides) {
               L"         Kurzbezeichnung  RG 26102 Alterszentrum Li…  RG 26102 Alterszentrum Li…");
 }
 
-/// Whatever makes the entries differ has a row with a mark.
+/// Whatever differs between the entries has a marked row.
 TEST_F(ChangesTableTest, NoDifferenceGoesWithoutAMark) {
     folder_.Write(L"Ordner\\Debi\\Alt\\ordner.json", R"({"id": 3, "name": "Alt"})");
     const auto write = [&](const wchar_t* path, const char* rest) {

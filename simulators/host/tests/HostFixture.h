@@ -36,7 +36,7 @@ ComPtr<IDispatch> ObjectOf(const Value& value);
 /// The value's text by the platform's conversion.
 std::wstring TextOf(const Value& value);
 
-/// What a driver that saves every booking of the client tells, in their order: no failure, no box.
+/// The outcomes when every booking of the client is saved in order, without a failure and without a box.
 std::vector<Outcome> AllSaved(const ClientFile& client);
 
 /// A small client with one booking per kind.

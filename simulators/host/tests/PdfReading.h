@@ -6,8 +6,7 @@
 
 namespace kandora::simulators {
 
-/// A PDF file without compression, read back by other means than it was written. What is wrong with it fails
-/// the running test.
+/// A PDF file without compression, read back with code of its own. Any fault in it fails the running test.
 class PdfFile {
 public:
     explicit PdfFile(std::string bytes) : bytes_(std::move(bytes)) {}

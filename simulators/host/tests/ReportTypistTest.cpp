@@ -79,7 +79,7 @@ public:
         return texts;
     }
 
-    /// A busy dialog: takes this many milliseconds for each character.
+    /// Makes the dialog slow: each character takes it this many milliseconds.
     void DelayKeys(DWORD milliseconds) { keyDelay_ = milliseconds; }
 
     /// The virtual keys that went down.

@@ -18,7 +18,7 @@ using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::HasSubstr;
 
-/// Every character of the sample client takes one column and one unit.
+/// Counts units: every character of the sample client is one unit and takes one column.
 MATCHER_P(FitsInto, width, "") {
     return arg.size() <= width;
 }
@@ -102,7 +102,7 @@ protected:
         return RenderYearTable(client_, outcomes, &year_, 123.4, size);
     }
 
-    /// Whole stores before and after a request that says all there is to say about the booking.
+    /// Compares two whole stores around one request that has changed every booking and met a long message.
     static std::vector<std::wstring> Change(const StoreReader& before, const StoreReader& after) {
         ChangeStep step;
         for (const Booking& booking : client_.Bookings()) {

@@ -17,7 +17,7 @@ std::vector<std::wstring> Wrapped(std::wstring_view text, std::size_t width) {
     return lines;
 }
 
-/// What is shown of two values where twelve columns have room for each.
+/// What is shown of two values with twelve columns for each.
 auto Cut(std::wstring_view before, std::wstring_view after) {
     return CutAroundDifference(before, after, 12);
 }

@@ -137,7 +137,7 @@ TEST_F(StoreReaderTest, FieldsWithoutRoomAreNamedBelowTheTable) {
         std::erase_if(lines, [](const std::wstring& line) { return !line.starts_with(L"    "); });
         return lines;
     };
-    // The amount goes before what the mask has first; a long note does not keep a short place out.
+    // The amount precedes the mask's first fields; a short place fits in although a long note does not.
     EXPECT_THAT(tableAt(80),
                 ::testing::ElementsAre(
                     L"    Eintrag  Kurzbezeichnung                  Betrag          Ort",
