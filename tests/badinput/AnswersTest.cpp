@@ -73,8 +73,8 @@ protected:
         talk.Take();
     }
 
-    /// Plays the course in a component just started and answers what was said to user and log. With tracing
-    /// the log gets the request.
+    /// Plays the course in a component just started; returns what it said to archive, host, user and log.
+    /// With tracing the log gets the request.
     Lines Play(const Course& course, bool tracing) {
         provider_.reset();
         globals_.reset();
@@ -114,8 +114,7 @@ protected:
         return Meddle().next;
     }
 
-    /// Nothing that is shown or logged holds the password; without tracing nothing at all of a voucher is
-    /// logged.
+    /// Nothing shown or logged contains the password; without tracing the log contains nothing of a voucher.
     void ExpectDiscretion(const Lines& said, bool tracing, const std::string& where) {
         for (const std::string& line : said) {
             const bool isShown = line.starts_with("box ") || line.starts_with("input ");
@@ -253,7 +252,7 @@ TEST_F(Answers, ThatFailTellNoSecrets) {
 }
 
 TEST_F(Answers, DiscretionTestSeesAPassword) {
-    // The password does travel to the archive: what is looked for can be found.
+    // The password does travel to the archive, so the search for it is able to find it.
     Meddle().victim = -1;
     const Lines start = Play(Courses().front(), true);
     const Lines filing = Play(Courses()[3], true);

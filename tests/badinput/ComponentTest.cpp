@@ -65,11 +65,11 @@ private:
     std::thread thread_;
 };
 
-/// Where the component lies that the tests of its vtable load.
+/// Environment variable with the path of the component that the tests of its vtable load.
 constexpr const wchar_t* installedVariable = L"KANDORA_INSTALLED";
 
-/// A traced component in this process, which another one has installed: what a process has loaded it cannot
-/// remove.
+/// A traced component in this process. Another process has installed it, because a process cannot remove what
+/// it has loaded.
 class Vtable : public testing::Test {
 protected:
     static const Component& Loaded() {
@@ -166,7 +166,7 @@ TEST_F(Vtable, TakesNoPlaceForItsResult) {
     EXPECT_EQ(host_->InitProvider(data.Raw(), nullptr), S_OK);
 }
 
-/// The outcomes of a call by name that a caller can do something with.
+/// True for the outcomes of a call by name that a caller can deal with.
 bool IsAnswer(HRESULT outcome) {
     constexpr auto answers = std::to_array<HRESULT>(
         {S_OK, DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, DISP_E_BADVARTYPE, DISP_E_PARAMNOTOPTIONAL,
@@ -174,7 +174,7 @@ bool IsAnswer(HRESULT outcome) {
     return std::ranges::find(answers, outcome) != answers.end();
 }
 
-/// A call with arguments as they stand, which Value would not hold.
+/// A call with arguments exactly as they are, even if Value could not hold them.
 HRESULT InvokeRaw(IDispatch* object, DISPID member, WORD flags, VARIANT* arguments, UINT count,
                   bool isNamed) {
     DISPID put = DISPID_PROPERTYPUT;
@@ -227,7 +227,7 @@ TEST_F(Vtable, AssignsPropertiesOfEveryKind) {
 
 // Surroundings
 
-/// An environment variable with another value for as long as it lives. Programs started meanwhile inherit it.
+/// Changes an environment variable for as long as it lives. Programs started meanwhile inherit the value.
 class EnvironmentVariable : test::Unique {
 public:
     EnvironmentVariable(const wchar_t* name, const std::wstring& value) : name_(name) {
@@ -286,7 +286,7 @@ TEST_F(Surroundings, WhereTheLogCannotBeWrittenAreToldInABoxEach) {
     const EnvironmentVariable user(L"USERNAME", L"u");
     const EnvironmentVariable computer(L"COMPUTERNAME", L"c");
     installation_.WriteSettings(std::string(switchedOffAndTraced));
-    // A folder stands where the log would be created, whichever second of the next minutes that is.
+    // A log is named after the second; folders with the names of the next 300 are in its way.
     SYSTEMTIME now{};
     GetLocalTime(&now);
     FILETIME moment{};
@@ -308,7 +308,7 @@ TEST_F(Surroundings, WhereTheLogCannotBeWrittenAreToldInABoxEach) {
         installation_.Play({L"InitProvider", L"FibuVersion", L"SaveDocument", L"GetVirtualPrinterName"});
     for (std::size_t at = 0; at < answers.size(); ++at) {
         EXPECT_EQ(answers[at].code, S_OK);
-        // The first two are traced as long as no start has come through; whether to trace further is never
+        // The first two are always traced before a successful start. The setting for more tracing is never
         // read.
         ASSERT_EQ(answers[at].boxes.size(), at < 2 ? 1U : 0U) << answers[at].request;
     }
@@ -392,7 +392,7 @@ int main(int argc, char** argv) {
     if (const auto played = PlayedHost()) {
         return *played;
     }
-    // They are told by name in the process that another test starts for them.
+    // These run only in the process that another test starts for them, by name.
     testing::GTEST_FLAG(filter) = "-Vtable.*";
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

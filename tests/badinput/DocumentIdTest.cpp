@@ -63,7 +63,7 @@ TEST_F(DocumentId, IsFoundWhateverItIs) {
         Provider().ShowDocument(id, VoucherMetadata());
         ASSERT_EQ(Occurrences(talk.Take(), "archive.GotoId(I4& 321) -> I4 1"), 1)
             << Quoted(id.substr(0, 100));
-        // One that differs in its last character alone is another one.
+        // An id that differs only in its last character is another id.
         archive->Answers(L"getobjAttrib", id + L'\0');
         Provider().ShowDocument(id, VoucherMetadata());
         ASSERT_EQ(Occurrences(talk.Take(), "archive.GotoId(I4& 321) -> I4 1"), 0)

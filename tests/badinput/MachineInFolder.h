@@ -6,7 +6,7 @@
 
 namespace kandora::test {
 
-/// A machine whose component is installed in a real folder; which files are real, a derived class says.
+/// A machine whose component is installed in a real folder; derived classes say which files are real.
 class MachineInFolder : public check::ForwardingPlatform {
 public:
     MachineInFolder(Platform& machine, const TemporaryFolder& folder)

@@ -46,8 +46,8 @@ protected:
         });
     }
 
-    /// Sends the value with every request. Each writes its line into the log and shows at most one box, whose
-    /// text tells number and procedures; afterwards nothing is left of an error.
+    /// Sends the value with every request. Each writes its line into the log and shows at most one box, which
+    /// tells number and procedures; afterwards no error is left in the record.
     void SendEverywhere(const std::string& name, const VARIANT& value) {
         for (const HostRequest& request : RequestsWithMetadata()) {
             request.send(Provider(), docId, Variant(value));

@@ -10,7 +10,7 @@ namespace kandora::test {
 struct HostRequest {
     const char* name;
     void (*send)(ELOProvider& provider, const Text& docId, const Variant& metadata);
-    /// It works with the archive when everything is in order.
+    /// It uses the archive when everything is in order.
     bool isDocumentRequest;
     /// It reads the metadata beyond tracing it.
     bool readsMetadata;

@@ -38,7 +38,7 @@ std::string GoodFile() {
     return text;
 }
 
-/// The value as another reader sees it.
+/// The value as another function of the platform reads it.
 Text Expected(const Text& file, const wchar_t* section, const wchar_t* key) {
     Text buffer(200'000, L'\0');
     buffer.resize(GetPrivateProfileStringW(section, key, L"", buffer.data(),
@@ -62,8 +62,8 @@ protected:
 
     void Write(const std::string& bytes) {
         folder_.Write(L"Kandora.ini", bytes);
-        // What was written a moment ago is read anew for each value; an older file is kept in memory, as in
-        // daily use. A time of its own for each file tells them apart.
+        // The system reads a file that was written a moment ago anew for each value, and keeps an older one
+        // in memory, as in daily use. So each file gets an old time, and one of its own to be told apart.
         const HANDLE file = CreateFileW(Path().c_str(), FILE_WRITE_ATTRIBUTES,
                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                         OPEN_EXISTING, 0, nullptr);
@@ -77,7 +77,7 @@ protected:
     [[nodiscard]] Text Path() const { return folder_ / L"Kandora.ini"; }
     [[nodiscard]] const TemporaryFolder& Folder() const { return folder_; }
 
-    /// Starts the component with the file. The boxes that it showed.
+    /// Starts the component with the file; returns the boxes that it showed.
     Lines Start() {
         ReleaseComponent();
         static_cast<void>(host_.AsLateBound().Get(L"Logout"));
@@ -91,8 +91,8 @@ protected:
     }
     SharedState& Read() { return globals_->state; }
 
-    /// Either everything is read as another reader reads it, or the user is told why not, or it is switched
-    /// off.
+    /// Either everything is read as another reader reads it, or the user is told why not, or the archive is
+    /// switched off.
     void ExpectSenseOf(const Lines& boxes) {
         const Settings& settings = Read().settings;
         if (!Read().gbIniOK) {
@@ -316,7 +316,7 @@ std::string Mutated(std::string text, Random& random) {
 
 TEST_F(SettingsFile, MutatedIsReadOrRefused) {
     constexpr int files = 10'000;
-    // Each architecture has files of its own.
+    // Each architecture tries other files.
     constexpr std::uint32_t seed = 50'000 + sizeof(void*);
     Random random(seed);
     const std::string good = GoodFile();

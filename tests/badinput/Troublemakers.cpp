@@ -22,7 +22,7 @@ constexpr VARTYPE unknownCode = 0x0FFF;
 /// An object without any interface of use.
 class BareObject final : public ComObject<IUnknown> {};
 
-/// An object that knows every member and answers each call with something else.
+/// An object that nearly always knows the member, and answers each call with a random value or failure.
 class OddObject final : public Undescribed<ComObject<IDispatch>> {
 public:
     explicit OddObject(std::uint32_t seed) : random_(seed) {}
@@ -142,7 +142,8 @@ bool IsOwner(VARTYPE type) {
            (type & VT_ARRAY) != 0;
 }
 
-/// The bits of a value that owns nothing. The type of a decimal lies within its own memory.
+/// Sets type and content of a value that owns nothing. A decimal takes the whole VARIANT, so its type is set
+/// last.
 void SetBits(VARIANT& value, VARTYPE type, std::uint64_t bits, std::uint64_t further) {
     value = {};
     if (type == VT_DECIMAL) {

@@ -19,7 +19,7 @@ namespace kandora::test {
 
 using Random = std::mt19937;
 
-/// Chooses from 0 to below `count`.
+/// A number from 0 up to, but not including, `count`.
 inline std::uint32_t Below(Random& random, std::uint32_t count) {
     return static_cast<std::uint32_t>(random() % count);
 }
@@ -36,9 +36,9 @@ public:
     void* Place();
     /// A value for another one to refer to; what it owns goes with this object.
     VARIANT* Another();
-    /// Done before the values go.
+    /// Runs the action before the values are freed.
     void Before(std::function<void()> action) { before_.push_back(std::move(action)); }
-    /// Gives up what the value owns: somebody else frees it.
+    /// Hands the value over to the caller, who frees it.
     [[nodiscard]] VARIANT Release() noexcept;
 
 private:
@@ -55,8 +55,8 @@ struct Troublemaker {
     bool isAnswer = true;
 };
 
-/// Every type there is and is not, by value, by reference and nowhere; arrays of every element type, number
-/// of dimensions and bounds; values that refer to themselves.
+/// Every type there is and some there are not, by value, by reference and by a null reference; arrays of many
+/// element types, dimensions and bounds; values that refer to themselves.
 const std::vector<Troublemaker>& Troublemakers();
 
 /// Any value, nested a few levels deep.

@@ -1,8 +1,8 @@
-// What a foreign accounting would bring along, for the tests of kandora-check: a type library of its own, and
-// a question to the component under its own identifier.
+// What another accounting would bring along, for the tests of kandora-check: a type library of its own, and
+// an interface of its own that it asks the component for.
 //
 //     foreign_host library KIND FILE    writes a type library "DmsSolution"; for KIND see `Kinds`
-//     foreign_host answers IID          1 when a new Kandora.ELOProvider answers to the identifier, else 0
+//     foreign_host answers IID          prints 1 when a new Kandora.ELOProvider has this interface, else 0
 
 #include <algorithm>
 #include <cstdio>
@@ -57,7 +57,7 @@ Parameter Result(VARTYPE type) {
     return {L"result", type, true, true};
 }
 
-/// As the component knows them, with names of the host's own for the arguments.
+/// The methods as the component knows them; the arguments have names of the host's own.
 std::vector<Method> UsualMethods() {
     return {
         {L"ShowDocument", {Document(), Data()}},

@@ -15,8 +15,8 @@
 #include "tests/support/ModuleHook.h"
 #include "tests/support/Unique.h"
 
-// What the system refuses the component: descriptions of its interfaces, memory, storage of its threads. The
-// functions that it imports, or the methods of the objects that it is given, are diverted.
+// The system refuses the component something: descriptions of its interfaces, memory, storage of its threads.
+// The functions that it imports, or the methods of objects that it is given, are diverted.
 namespace kandora::component_tests {
 namespace {
 
@@ -221,7 +221,7 @@ TEST(Failures, AreToldToACallerWhoDoesNotWantToKnow) {
     EXPECT_EQ(client->Invoke(login, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &none, nullptr, nullptr,
                              nullptr),
               DISP_E_EXCEPTION);
-    // Nor where to find the argument that is wrong, nor a result.
+    // Nor need a caller take the position of the wrong argument, or a result.
     const DISPID search = IdOf(client.Get(), L"FindSageDocumentByID");
     Value wrong = Value::Null();
     DISPPARAMS one{wrong.Place(), nullptr, 1, 0};
@@ -294,7 +294,7 @@ DWORD WINAPI FindNoSlot() {
     return TLS_OUT_OF_INDEXES;
 }
 
-// In a process of its own: the slot serves all threads, and is looked for once.
+// In a process of its own: the slot serves all threads and is taken only once.
 TEST(FreshThreads, NeedASlot) {
     const Apartment apartment;
     ComPtr<IClassFactory> factory;

@@ -15,7 +15,7 @@ namespace {
 constexpr HRESULT retryLater = RPC_E_SERVERCALL_RETRYLATER;
 constexpr HRESULT error5 = static_cast<HRESULT>(0x800A0005);
 
-/// The first request of a host is traced beside the component; the files go again.
+/// The first request of a host is traced beside the component; TearDown removes these files.
 class Reentry : public testing::Test {
 protected:
     Reentry()

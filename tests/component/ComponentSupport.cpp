@@ -35,7 +35,7 @@ fs::path OwnFile() {
     return path.data();
 }
 
-/// As the C library takes a command line apart again.
+/// Quoted so that the C library splits the command line back into these arguments.
 std::wstring Quoted(const std::wstring& argument) {
     std::wstring quoted = L"\"";
     std::size_t backslashes = 0;
@@ -235,8 +235,8 @@ fs::path ComponentFile() {
 // Programs
 
 Ended RunProgram(const fs::path& program, const std::vector<std::wstring>& arguments) {
-    // A pipe, and read only to the program's end: a process that Windows itself starts on the way (the
-    // desktop, say) inherits the other end and may keep it open for long.
+    // The pipe is read only until the program ends: a process that Windows itself starts meanwhile (the
+    // desktop, say) inherits the other end and may keep it open much longer.
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
     HANDLE readEnd = nullptr;
     HANDLE writeEnd = nullptr;

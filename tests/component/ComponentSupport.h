@@ -69,7 +69,7 @@ public:
     static Value Double(double number);
     static Value Boolean(bool given);
     static Value Null();
-    /// "Not given", as scripts pass a left out argument.
+    /// "Not given", as scripts pass an argument that is left out.
     static Value Missing();
     /// References; what they refer to stays the caller's.
     static Value To(BSTR* text);
@@ -107,13 +107,13 @@ DISPID IdOf(IDispatch* object, const wchar_t* name);
 Called Invoke(IDispatch* object, DISPID member, WORD flags, std::vector<Value> arguments = {});
 Called Call(IDispatch* object, const wchar_t* name, std::vector<Value> arguments = {});
 Called Get(IDispatch* object, const wchar_t* name);
-/// The new value goes under the name DISPID_PROPERTYPUT, as languages do it.
+/// Passes the new value under the name DISPID_PROPERTYPUT, as scripting languages do.
 Called Put(IDispatch* object, const wchar_t* name, Value value);
 
-/// Its only description is that of the interface.
+/// Expects the object to describe itself by this interface alone.
 void ExpectDescribed(IDispatch* object, const std::wstring& iid);
 
-/// Makes a list of what cannot be copied.
+/// A list of values, which cannot be copied as an initializer list would.
 template <class... Items>
 std::vector<Value> List(Items&&... items) {
     std::vector<Value> list;

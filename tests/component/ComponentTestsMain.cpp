@@ -8,7 +8,7 @@ int main(int argc, char** argv) {
     if (const auto played = PlayedHost()) {
         return *played;
     }
-    // They are told by name in the processes that other tests start for them.
+    // The others run only in processes that other tests start for them, by name.
     testing::GTEST_FLAG(filter) = insideTests;
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

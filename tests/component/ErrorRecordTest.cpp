@@ -7,8 +7,8 @@
 
 #include "Kandora.h"
 
-// What an outside caller's errors leave in the thread's record: the next error box shows them, and nobody
-// else forgets them. There are no settings and no archive, so that every call fails.
+// What an outside caller's errors leave in the thread's record: the next error box shows them, and nothing
+// else clears them. There are no settings and no archive, so that every call fails.
 namespace kandora::component_tests {
 namespace {
 
@@ -89,8 +89,8 @@ TEST_F(ErrorRecord, KeepsARaisedErrorToo) {
     EXPECT_EQ(answers[5].result, "ELODMS.AnmeldenAnElo <- ELODMS.oElo <- ELODMS.CheckLogin");
 }
 
-/// Nothing in between shows or raises an error: neither requests without one, nor the errors that are ignored
-/// by design, nor the ends of the clients, which fail to log out here.
+/// Nothing in between shows or raises an error: neither requests that have none, nor errors that are ignored
+/// by design, nor the ends of the clients, whose logging out fails here.
 TEST_F(ErrorRecord, IsLeftAloneByEverythingElse) {
     const std::vector<Answer> answers = Play(
         {L"outside OrigELODMS AddDokument C:\\fehlt.pdf", L"FibuVersion", L"StartProvider", L"CreateDocID",

@@ -102,7 +102,7 @@ TEST_P(EveryClass, IsOneObjectBehindAllItsInterfaces) {
     for (const IID& from : Interfaces()) {
         const ComPtr<IUnknown> start = object.As<IUnknown>(from);
         ASSERT_TRUE(start) << Utf8FromText(TextOf(from));
-        // The same identity from everywhere, and from everywhere to everywhere and back.
+        // Every interface leads to the same identity, and to every other interface and back.
         EXPECT_EQ(start.As<IUnknown>(IID_IUnknown).Get(), object.Get());
         for (const IID& to : Interfaces()) {
             const ComPtr<IUnknown> reached = start.As<IUnknown>(to);

@@ -187,8 +187,8 @@ HRESULT ReadRunning(_ELOProvider* provider, json& result) {
     return code;
 }
 
-/// A call of an outside caller, "Class Member" and arguments, on an object that comes and goes with it. An
-/// error gives its source as the result.
+/// A call of an outside caller, given as "Class Member" and arguments, on an object made for this call. If it
+/// fails, the result is the error's source.
 HRESULT CallFromOutside(const Component& component, const std::wstring& call, json& result) {
     std::wistringstream words(call);
     std::wstring name;
@@ -216,7 +216,7 @@ void TakeSettings(const fs::path& component, const std::wstring& name) {
     if (CopyFileW((component.parent_path() / name).c_str(), settings.c_str(), FALSE) == FALSE) {
         throw std::runtime_error("the settings cannot be replaced");
     }
-    // The system keeps INI files in memory for a while; this makes it read the new one.
+    // The system keeps INI files in memory for a while; this makes it read the file again.
     WritePrivateProfileStringW(nullptr, nullptr, nullptr, settings.c_str());
 }
 

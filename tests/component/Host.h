@@ -38,17 +38,16 @@ public:
     /// Writes the INI file beside the component.
     void WriteSettings(const std::string& text) const;
     /// Makes the component the plug-in of a new host, which sends the requests and ends. Besides the requests
-    /// of DMSProvider there are "bRunning", which reads the property, "settings <name>", which takes the file
-    /// of that name beside the component for its INI file from now on, and "outside <class> <member> ...", a
-    /// call of an outside caller on an object that comes and goes with it; the result of one that fails is
-    /// the error's source.
+    /// of DMSProvider there are "bRunning", which reads the property; "settings <name>", which makes the file
+    /// of that name beside the component its INI file from then on; and "outside <class> <member> ...", a
+    /// call of an outside caller on an object made for it, whose result is the error's source if it fails.
     [[nodiscard]] std::vector<Answer> Play(const std::vector<std::wstring>& requests) const;
 
     [[nodiscard]] fs::path Component() const { return folder_.Path() / (name_ + L".dll"); }
     [[nodiscard]] const fs::path& Folder() const { return folder_.Path(); }
     /// The names of all log files.
     [[nodiscard]] std::vector<std::wstring> LogFiles() const;
-    /// The only log file's lines without the time, each of which must have its form and its end. None without
+    /// The lines of the only log file, without the time; each must be complete and well-formed. None without
     /// a file.
     [[nodiscard]] std::vector<std::wstring> LogLines() const;
 
@@ -57,8 +56,8 @@ private:
     TemporaryFolder folder_;
 };
 
-/// The other side: plays the host when this process was started for it, and returns the exit code. None in
-/// any other process.
+/// The other side: plays the host when this process was started for that, and returns the exit code; nothing
+/// in any other process.
 std::optional<int> PlayedHost();
 
 }  // namespace kandora::component_tests

@@ -199,7 +199,7 @@ std::uint32_t WordAt(const std::string& bytes, std::size_t place) {
     return word;
 }
 
-// On 64-bit the system itself has the table.
+// On 64-bit the system itself reads the table.
 TEST(ComponentFile, DescribesItsFunctionsAsItReadsThem) {
     const Image image(ComponentFile());
     if (sizeof(void*) == 8) {
@@ -217,9 +217,9 @@ TEST(ComponentFile, DescribesItsFunctionsAsItReadsThem) {
             ++functions;
             continue;
         }
-        // What descriptions have in common: length, 0, version, a text that says what follows, three numbers
-        // of a byte each, the length of the rest, and its parts. "R" is how a place is written: as the
-        // distance from itself, in 32 bits.
+        // What descriptions have in common: length, 0, version, a text that names the parts, three numbers of
+        // one byte each, the length of the parts, and the parts. "R" says how addresses are written: relative
+        // to where they stand, in 32 bits.
         const std::size_t version = at + 2 * word;
         EXPECT_EQ(entries.at(version), 1);
         const std::string parts = entries.c_str() + version + 1;
@@ -246,7 +246,7 @@ protected:
         ASSERT_FALSE(data_.empty());
         ASSERT_TRUE(GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(data_.size()), data_.data()));
     }
-    /// One of the texts, in German of Switzerland.
+    /// One of the texts, which are filed under Swiss German (0807).
     std::wstring Text(const std::wstring& name) {
         wchar_t* text = nullptr;
         UINT length = 0;

@@ -41,8 +41,8 @@ ComPtr<Interface> Made(const std::wstring& programId, REFIID iid) {
     return object;
 }
 
-/// Lets another thread, in the apartment of all threads without one, use an object of this thread through its
-/// proxy, while this thread serves the calls.
+/// Lets another thread, in the multithreaded apartment, use an object of this thread through its proxy, while
+/// this thread serves the calls.
 template <class Interface, class Work>
 void InOtherApartment(const ComPtr<Interface>& object, REFIID iid, Work work) {
     ComPtr<IStream> stream;

@@ -146,7 +146,7 @@ TEST_P(EveryRecord, NeedsAPlaceForTheResult) {
               S_OK);
 }
 
-/// One record is enough for what all classes share.
+/// What all classes share is tested with one record.
 class CallsByName : public testing::Test {
 protected:
     CallsByName()
@@ -154,7 +154,7 @@ protected:
           barcode_(IdOf(record_.Get(), L"Barcode")) {}
 
     [[nodiscard]] std::wstring Barcode() { return Get(record_.Get(), L"Barcode").result.AsText(); }
-    /// What the barcode is after it was assigned.
+    /// The barcode after this value was assigned to it.
     std::wstring After(Value value) {
         EXPECT_EQ(Put(record_.Get(), L"Barcode", std::move(value)).outcome, S_OK);
         return Barcode();

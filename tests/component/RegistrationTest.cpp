@@ -32,8 +32,8 @@ constexpr const wchar_t* ownBitness = is64Bit ? L"win64" : L"win32";
 constexpr const wchar_t* otherBitness = is64Bit ? L"win32" : L"win64";
 constexpr REGSAM otherView = is64Bit ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
 
-/// What lies below a key: one text for each key and each value. Of keys that have nothing to do with the
-/// component only their being there counts, and only down to the level of classes and interfaces.
+/// What lies below a key: one text for each key and each value. Keys that are not the component's count only
+/// as being there, and only down to the level of classes and interfaces.
 class Content {
 public:
     void Collect(HKEY root, REGSAM view, const std::wstring& name) {
@@ -257,7 +257,7 @@ HRESULT WINAPI LoadNoLibrary(const wchar_t*, REGKIND, ITypeLib** library) {
     return TYPE_E_CANTLOADLIBRARY;
 }
 
-/// Registration by calls of the loaded component, which is diverted meanwhile.
+/// Registration by calls of the loaded component, whose own calls of the system are diverted.
 class FailingRegistration : public Registration {
 protected:
     /// One that succeeds against expectation must not disturb the tests after this one.
@@ -307,7 +307,7 @@ TEST_F(FailingRegistration, TellsThatItsTypeLibraryIsMissing) {
     EXPECT_EQ(Installed(FALSE, nullptr), TYPE_E_CANTLOADLIBRARY);
 }
 
-/// The build of the other architecture, with which a workstation may be shared.
+/// The build of the other architecture, which may be installed on the same workstation.
 class BothArchitectures : public Registration {
 protected:
     void SetUp() override {

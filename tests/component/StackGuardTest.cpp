@@ -24,8 +24,8 @@ namespace {
 
 constexpr std::size_t placeSize = 16;
 
-/// Writes as many bytes into a place for fewer. The compiler puts the place next to the guard, with nothing
-/// or some unused bytes between the two.
+/// Writes `size` bytes into a place for fewer. The compiler puts the place next to the guard, with no or some
+/// unused bytes between the two.
 template <std::size_t size>
 [[gnu::noinline]] void Overrun() {
     std::array<char, placeSize> place{};

@@ -34,7 +34,7 @@ interface DMSProvider {CC5421A5-6F61-4DA2-BC42-D0C3E160672A}
   13 DocumentChanged(BSTR sDocID, VARIANT vtMetaData)
 )";
 
-/// What a debtors' and a creditors' voucher have alike.
+/// What debtors' and creditors' vouchers have in common.
 constexpr const wchar_t* partnerMembers = LR"(  1 text Rechnungsdatum
   2 text Kurzbezeichnung
   3 text Barcode

@@ -41,7 +41,7 @@ protected:
     }
     void Save() { provider->SaveDocument(docId_.Get(), voucher_.Value()); }
 
-    /// Of the second of two equal requests: what is made once and kept is there then.
+    /// The cost of the second of two equal requests: by then, what is made once and kept is there.
     [[nodiscard]] static Cost Of(const std::function<void()>& request) {
         request();
         return Workbench::CostOf(request);

@@ -16,8 +16,8 @@
 
 namespace kandora::cost_tests {
 
-/// An automation object that answers quickly and keeps no record; it only counts. Its owner keeps
-/// one reference, so that nobody else deletes it.
+/// An automation object that answers quickly and keeps no record; it only counts calls. Its owner keeps one
+/// reference, so that nobody else deletes it.
 class QuietObject final : public Undescribed<ComObject<IDispatch>> {
 public:
     /// Gets the arguments, last one first as automation passes them, and an empty result.

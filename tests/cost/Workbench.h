@@ -59,13 +59,13 @@ public:
     void SetVoucherMask(int mask) const;
     /// A new plug-in object.
     [[nodiscard]] ComPtr<DMSProvider> NewProvider() const;
-    /// Sees every object that the component gets from now on before the component does, and may put another
-    /// one in its place, which it then owns.
+    /// Gets every object that the component makes from now on before the component does, with its reference,
+    /// and returns it or another one in its place.
     using Watcher = std::function<IDispatch*(REFCLSID clsid, IDispatch* made)>;
     static void Watch(Watcher watcher);
     /// What the work costs.
     [[nodiscard]] static Cost CostOf(const std::function<void()>& work);
-    /// The captions of the boxes that were to be shown so far; none is.
+    /// The texts of the message boxes so far; they are noted instead of shown.
     [[nodiscard]] static const std::vector<std::wstring>& Boxes();
 
     QuietWorld world;

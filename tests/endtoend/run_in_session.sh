@@ -25,7 +25,7 @@ trap finish EXIT
 trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
-# How the tests are told of and judged.
+# Modules with which the tests report their cases and are judged.
 export PYTHONPATH="$root/tests/support:$root/scripts${PYTHONPATH:+:$PYTHONPATH}"
 begin_session "$work/wine"
 set_swiss_dates >/dev/null

@@ -62,13 +62,13 @@ class OneDeath(unittest.TestCase):
         self.assert_death(rule, error_box(462, NOT_REACHABLE, *frames, "ELODMS.AddDokument", "Kandora.SaveDocument"),
                           second_is_filed)
 
-    # The archive must not be asked before the voucher's turn: that is noticed by the probe, and nobody is troubled.
+    # The archive dies before the voucher's turn: the probe notices it, and nobody is troubled.
 
     def test_between_the_requests(self):
         self.assert_death({"call": "GetEntryId", "args": [-1], "nth": self.probes + 1, "die": "before"}, None, True)
 
     def test_when_the_client_settings_are_checked(self):
-        # Four folders at the start, four and one for the first voucher.
+        # Nine before it: four folders at the start, four and the voucher's own for the first voucher.
         self.assert_death({"call": "LookupIndex", "nth": 10, "die": "before"}, error_box(
             462, NOT_REACHABLE, "ELODMS.CheckPFadVorhanden", "SOKInterface.EinstellungenLesen",
             "Kandora.SaveDocument"), False)
@@ -184,8 +184,8 @@ class DyingAgainAndAgain(unittest.TestCase):
         self.addCleanup(workstation.stop_archive)
         client = Client()
         texts = PlatformTexts(workstation.folder, client)
-        # Each archive lives until the first of these, and the next one counts anew: with the mix of vouchers another one
-        # comes first each time.
+        # Each archive lives until the first of these calls, and its successor counts from 1 again. Which of them comes
+        # first depends on the mix of vouchers, so it is a different one each time.
         workstation.register_archive(*workstation.script([
             {"call": "setobjAttrib", "nth": 207, "die": "before"},
             {"call": "GetEntryId", "args": [-1], "nth": 1077, "die": "after"},

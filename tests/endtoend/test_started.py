@@ -3,7 +3,7 @@ import unittest
 
 from workstation import Workstation, kill, run_script, started_hosts, wait_for_started_hosts, windows, windows_path
 
-# Gives its only object back and asks for a new one in the next moment, as the component does with every request.
+# Releases its only object and at once asks for a new one, as the component does with every request.
 ASK_AGAIN = r"""
 For number = 1 To {rounds}
     Set client = CreateObject("FibuNT.Mandant")

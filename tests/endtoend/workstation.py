@@ -159,8 +159,8 @@ def kill(processes):
     processes = list(processes)
     if not processes:
         return
-    # Windows forgets the classes that a dead program offered. Wine's service for that does not notice, and must begin anew;
-    # it goes first, so that nobody is sent to the dead program.
+    # Windows forgets the classes that a dead program offered. Wine's service for that does not, and has to be restarted; it
+    # is killed first, so that nobody is sent to the dead program.
     for process in [process for process, words in session_processes() if "rpcss.exe" in words] + processes:
         with contextlib.suppress(ProcessLookupError):
             os.kill(process, signal.SIGKILL)
@@ -235,7 +235,7 @@ class Workstation:
 
     def __init__(self, name, client=SAMPLE_CLIENT, separator="¶"):
         self.folder = options.work / name
-        # What a test before this one may have left, had it failed.
+        # Left by an earlier test if that failed.
         kill(process for process, words in session_processes() if "Simulator.exe" in words)
         shutil.rmtree(self.folder, ignore_errors=True)
         self.install = self.folder / "Kandora"
@@ -404,7 +404,7 @@ def error_box(number, text, *frames):
     return f"[{number}] {text} | ON LINE 0 | CALLSTACK: {' <- '.join(frames)}"
 
 
-# Frames of a request that reads the settings, and of one that is let through.
+# Call stacks of InitProvider: when it reads the settings, and when it logs in to the archive.
 STARTING = ("MGlobals.IniLesen", "Kandora.InitProvider")
 LOGGING_IN = ("ELODMS.AnmeldenAnElo", "ELODMS.oElo", "ELODMS.CheckLogin", *STARTING)
 NOT_REACHABLE = "Das Programm, mit dem gearbeitet wird, ist beendet oder nicht erreichbar"

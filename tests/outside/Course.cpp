@@ -193,7 +193,7 @@ std::wstring Shown(const VARIANT& value) {
     }
 }
 
-/// 0x800Axxxx is what a script knows as a number.
+/// A script knows 0x800Axxxx by its last 16 bits.
 std::wstring ErrorNumber(HRESULT code) {
     return HRESULT_FACILITY(code) == FACILITY_CONTROL ? std::to_wstring(HRESULT_CODE(code))
                                                       : std::to_wstring(code);
@@ -344,7 +344,7 @@ Value Voucher(const wchar_t* number, const wchar_t* index, const wchar_t* barcod
     return Value::Texts({number + L"/"s + index, L"", number, index, barcode});
 }
 
-/// The elements of an array of texts; the last one holds the time.
+/// Tells the elements of an array of texts; the digits of the last one, a time, are masked.
 void Unfold(const Value& array) {
     for (LONG at = 0; array.Type() == (VT_ARRAY | VT_BSTR) && at < 4; ++at) {
         Bstr text;
@@ -353,7 +353,7 @@ void Unfold(const Value& array) {
     }
 }
 
-/// The other side's own objects are called by name.
+/// Calls an object of the archive or the accounting, which is always done by name.
 void Ask(const Value& object, const wchar_t* name, std::vector<Value> arguments) {
     if (object.Type() == VT_DISPATCH && object.Raw().pdispVal != nullptr) {
         const Called called = Call(object.Raw().pdispVal, name, std::move(arguments));

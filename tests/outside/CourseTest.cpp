@@ -19,9 +19,9 @@ namespace {
 
 using namespace std::literals;
 
-/// Services, as every caller must meet them. An indented line is what only some callers can tell: what
-/// by-reference arguments became, and the elements of an array. No box shows an error in this course, so that
-/// each one comes with the frames of all before it, the silent ones among them.
+/// Services, as every caller must find them. Indented lines are what only some callers can tell: what became
+/// of by-reference arguments, and the elements of an array. No box shows an error in this course, so each
+/// error comes with the frames of all before it, including those that were not raised.
 constexpr const char* services = R"(
 new ELOProvider
 ELOProvider.bRunning = BOOL False
@@ -205,7 +205,7 @@ std::vector<std::string> Without(std::vector<std::string> lines, const std::stri
     return lines;
 }
 
-/// A year's first working days in the archive, whoever filed them.
+/// What the course must leave in the archive, whoever played it.
 void ExpectFiled(const Workplace& place) {
     const std::map<int, nlohmann::json> entries = place.Entries();
     std::vector<int> ids;

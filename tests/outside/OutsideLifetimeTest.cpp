@@ -54,8 +54,8 @@ TEST(Apartments, KeepErrorsUntilABoxShowsThem) {
     ExpectInside(L"KeepErrorsUntilABoxShowsThem");
 }
 
-/// The older client records its errors without telling them: the next error that an object tells comes with
-/// their frames. What its end meets is forgotten.
+/// The older client records its errors without raising them: the next error that is raised comes with their
+/// frames. Errors of its own end are forgotten.
 TEST(OlderClient, IsHeardOfInTheNextError) {
     const Apartment apartment;
     auto older = Component::Built().Create<_OrigELODMS>(CLSID_OrigELODMS, IID__OrigELODMS);
@@ -81,10 +81,10 @@ TEST(OlderClient, IsHeardOfInTheNextError) {
 }
 
 constexpr int rounds = 10'000;
-/// What every round left would be more: no block takes less than 16 bytes.
+/// Bytes. A block left by every round would be more: none takes less than 16.
 constexpr std::ptrdiff_t fewBytes = rounds * 8;
 
-/// Bytes in use on all heaps of the process. Not blocks: later versions of wine tell of many small ones as of
+/// Bytes in use on all heaps of the process. Not blocks: later versions of wine report many small ones as
 /// one.
 std::ptrdiff_t BytesInUse() {
     std::array<HANDLE, 64> heaps{};
@@ -157,7 +157,7 @@ protected:
                   DISP_E_TYPEMISMATCH);
     }
 
-    /// What so many rounds leave in use, after some to warm up.
+    /// The bytes that `measured` rounds leave in use, after `warmUp` others.
     static std::ptrdiff_t BytesLeftBy(const std::function<void()>& work, int warmUp, int measured) {
         for (int round = 0; round < warmUp; ++round) {
             work();
@@ -169,13 +169,13 @@ protected:
         return BytesInUse() - before;
     }
 
-    /// Calls that fail have half the rounds: each hands over the record of errors when that is full. One
-    /// block a round is noticed all the same; less says nothing, because wine 10 takes 50 KB more or less in
-    /// use.
+    /// Calls that fail get half the rounds: each hands over the whole record of errors, which is full by
+    /// then. One block a round is still noticed. Fewer rounds would say nothing, because what wine 10 itself
+    /// has in use varies by 50 KB.
     static constexpr int failingRounds = rounds / 2;
     static_assert(failingRounds * 16 >= fewBytes);
-    /// Until the record holds as many frames as it keeps. One that is full halves itself: after a multiple of
-    /// these it is as long as before.
+    /// Rounds after which the record is full. A full record drops half of its frames; after a multiple of
+    /// these rounds it is as long as before.
     static constexpr int roundsToFill = 1000;
 
 private:

@@ -112,8 +112,7 @@ void Run(const fs::path& program, const std::vector<std::wstring>& arguments) {
 
 }  // namespace
 
-// Programs
-// ---------------------------------------------------------------------------------------------------------
+// --- Programs ---
 
 RunningProgram::Output::Output(const fs::path& file) {
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
@@ -141,8 +140,7 @@ bool RunningProgram::Ends(DWORD patience, bool isAsked) {
     return program_.ExitCode() == 0;
 }
 
-// The user
-// ---------------------------------------------------------------------------------------------------------
+// --- The user ---
 
 User::User()
     : thread_([this] {
@@ -191,8 +189,7 @@ void User::Look(HWND window) {
     PostMessageW(question->button, BM_CLICK, 0, 0);
 }
 
-// The workplace
-// ----------------------------------------------------------------------------------------------------
+// --- The workplace ---
 
 Workplace::Workplace() {
     try {
@@ -234,7 +231,7 @@ void Workplace::SetUp() {
     EXPECT_TRUE(accounting_->Says("FibuNT.Mandant wird bedient."));
 }
 
-/// Programs that COM starts from here on would be in the way, so both are struck off first.
+/// COM must not start the programs again from here on, so both are unregistered first.
 void Workplace::TidyUp() {
     const fs::path archive = BinFolder() / L"ArchiveSimulator.exe";
     Run(archive, {L"--unregister"});

@@ -27,12 +27,12 @@ public:
     RunningProgram(const fs::path& program, const std::vector<std::wstring>& arguments);
     ~RunningProgram() = default;
 
-    /// Waits until it has printed the text.
+    /// Waits until it has printed the text; false when it does not.
     [[nodiscard]] bool Says(const std::string& text);
-    /// Waits for its end, and asks its message loop for it all the while when it `isAsked`. A program that
-    /// does not end in time (milliseconds) is a failure and ended by force. False when it did not end well.
+    /// Waits for its end; with `isAsked`, keeps asking its message loop to end. A program that is not gone
+    /// after `patience` milliseconds is a failure and ended by force. True when its exit code is 0.
     [[nodiscard]] bool Ends(DWORD patience, bool isAsked);
-    /// Makes it deaf: its main thread runs no more.
+    /// Suspends its main thread, so that it no longer answers.
     void Freeze() const { SuspendThread(program_.MainThread()); }
     void Kill() { program_.End(); }
 
@@ -83,7 +83,7 @@ public:
     [[nodiscard]] fs::path File(const wchar_t* name) const { return folder_.Path() / name; }
     /// What the archive was asked so far, one line a call.
     [[nodiscard]] std::vector<std::string> Trace() const;
-    /// How often a line of the trace begins so.
+    /// The number of lines in the trace that begin like this.
     [[nodiscard]] std::ptrdiff_t Traced(const std::string& beginning) const;
     /// The filed entries, each with its folder's levels under "ordner".
     [[nodiscard]] std::map<int, nlohmann::json> Entries() const;
@@ -92,7 +92,7 @@ public:
 
     [[nodiscard]] RunningProgram& ArchiveProgram() { return *archive_; }
     [[nodiscard]] RunningProgram& AccountingProgram() { return *accounting_; }
-    /// Nobody waits for programs that are known not to end.
+    /// For programs that are known not to end: nothing waits for them.
     void LosePatience() { patience_ = 0; }
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Tests that other tests run in a process of its own, at a workplace: the component stays loaded there until
-/// the process ends.
+/// Tests that other tests run in processes of their own, at a workplace, because the component stays loaded
+/// until its process ends.
 namespace kandora::outside_tests {
 
 /// The filter that leaves them out of a normal run.

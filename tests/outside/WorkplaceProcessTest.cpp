@@ -329,7 +329,7 @@ TEST(InsideApartments, ShareAnObjectThatWasHandedOver) {
     });
 }
 
-/// A thread without an apartment of its own gets objects of one that COM keeps for such threads.
+/// The objects of a thread in the multithreaded apartment live in an apartment that COM keeps for them.
 TEST(InsideApartments, ServeCallersWithoutOne) {
     const Beside thread([] {
         const Apartment free(COINIT_MULTITHREADED);

@@ -7,7 +7,7 @@
 #include <array>
 #include <functional>
 
-// What one case does to its programs is no concern of the next one.
+// What one case does to its programs must not affect the next one.
 namespace kandora::outside_tests {
 namespace {
 

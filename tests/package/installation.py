@@ -10,7 +10,7 @@ import workstation
 from workstation import LIMIT, Workstation, run_to_end, wait_for_started_hosts, windows, windows_path
 
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
-# What Windows notes about the use of the machine and not about what is installed.
+# Where Windows records how the machine is used, not what is installed.
 NOT_COMPARED = re.compile(
     r"\\(Explorer|Internet Settings|Prefetcher|RecentDocs|MuiCache|Installer\\Folders|Installer\\InProgress"
     r"|Installer\\Rollback)(\\|$)|\\Wine(\\|$)|\\Shell Folders|\\FontLink", re.IGNORECASE)
@@ -108,7 +108,7 @@ def disk():
 class InstalledWorkstation(Workstation):
     """The accounting, an archive with the sample's masks, and a component that an installer put there."""
 
-    # The parent class lays out and registers a component of its own, which is just what is not wanted here.
+    # Does not call the parent's, which would install and register a component of its own.
     def __init__(self, name):
         self.folder = workstation.options.work / name
         self.folder.mkdir(parents=True)

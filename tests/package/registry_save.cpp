@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Who saves keys needs a right that has to be switched on.
+/// Switches on the privilege that saving keys needs; false when it cannot.
 bool MaySaveKeys() {
     HANDLE token = nullptr;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token)) {

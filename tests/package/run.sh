@@ -1,6 +1,7 @@
 #!/bin/bash
-# Runs the installer's tests in a Windows session that was made for them: run.sh ARCHITECTURE BIN WORK PACKAGES SAVE TEST...
-# BIN holds the built files, PACKAGES the packages of two versions, SAVE is the program that saves the registry; WORK takes the session, which begins anew.
+# Runs the installer's tests in a Windows session of their own: run.sh ARCHITECTURE BIN WORK PACKAGES SAVE TEST...
+# BIN holds the built files, PACKAGES the packages of two versions, SAVE is the program that saves the registry. WORK is
+# emptied and takes the session.
 set -euo pipefail
 (($# >= 6)) || {
     echo "usage: run.sh ARCHITECTURE BIN WORK PACKAGES SAVE TEST..." >&2

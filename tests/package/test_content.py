@@ -150,7 +150,7 @@ class Content(unittest.TestCase):
 
     def test_users_add_files_and_change_none(self):
         locks = table(self.package, "MsiLockPermissionsEx")
-        # Only an installation for everybody: a user's own folder is the user's.
+        # Only in an installation for all users: a user may do anything in a folder of the user's own.
         self.assertEqual({row["Condition"] for row in locks}, {"ALLUSERS"})
         texts = {row["LockObject"]: row["SDDLText"] for row in locks}
         created = {row["Directory_"] for row in table(self.package, "CreateFolder")}
@@ -270,7 +270,7 @@ class Cabinet(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             work = pathlib.Path(folder)
             (work / "x.cab").write_bytes(installer.cabinet(files, 1700000000))
-            # The extractor of packages needs one around it.
+            # The tool that extracts needs a package around the cabinet.
             tables = {
                 "File": "File\tComponent_\tFileName\tFileSize\tVersion\tLanguage\tAttributes\tSequence\r\n"
                         "s72\ts72\tl255\ti4\tS72\tS20\tI2\ti2\r\nFile\tFile\r\n" + "".join(

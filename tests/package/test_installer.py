@@ -64,7 +64,7 @@ class Installer(unittest.TestCase):
         cls.clean = machine_registry()
 
     def tearDown(self):
-        # Whatever a failed test has left must not trouble the next one.
+        # What a failed test has left must not affect the next one.
         for version in self.products():
             remove(version, "ENTFERNEALLES=1")
         shutil.rmtree(program_folder(), ignore_errors=True)

@@ -1,5 +1,5 @@
 ' A late-bound client: makes every public class, uses the records and lets the provider answer its host's requests.
-' A script error would end the script without a word, so the last line tells that it came to its end.
+' A script error would end the script silently, so the last line says that it got to its end.
 Option Explicit
 
 Dim name, record, provider, archive, text, number, path

@@ -87,7 +87,7 @@ class Archive:
         self.client = json.loads(client_file.read_text(encoding="utf-8"))
         self.formats = formats
         self.year = year
-        # One list of entries for the life of the archive; what is deleted goes.
+        # In the order of filing, through all sessions; deleted entries are removed.
         self.entries = []
         self.name = self.client["mandant"].rsplit("\\", 1)[1]
         self.restart()
@@ -156,7 +156,7 @@ class Archive:
         kind, record = self.fill_record(doc_id, number, index, barcode)
         entry["kurzbezeichnung"] = record["Kurzbezeichnung"]
         for field in KINDS[kind][2]:
-            # An edit never clears a barcode.
+            # A change without a barcode keeps the one on file.
             if field != "Barcode" or record["Barcode"]:
                 entry["felder"][field] = record.get(field, "")
 

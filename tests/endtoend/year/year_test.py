@@ -26,7 +26,7 @@ CLIENT = CLIENTS / "Muster AG.json"
 CHANGES = CLIENTS / "Aenderungen.txt"
 MORE_CHANGES = pathlib.Path(__file__).with_name("Weiteres.txt")
 OPTIONS = None
-# Far beyond what a run takes.
+# Seconds; far beyond what a run takes.
 LIMIT = 1200
 
 

@@ -1,6 +1,6 @@
 // A late-bound client that uses every member of every public class; see Course.cpp, whose lines these must be.
-// A script error would end the script without a word, so the last line tells that it came to its end.
-// The document to file, the protocol to write, the path of a folder with an umlaut, the archive's separator.
+// A script error would end the script silently, so the last line says that it got to its end.
+// Arguments: the document to file, the protocol to write, the path of a folder with an umlaut, the archive's separator.
 var document = WScript.Arguments.Item(0);
 var protocol = new ActiveXObject("Scripting.FileSystemObject").CreateTextFile(WScript.Arguments.Item(1), true, true);
 var provider, archive, older, accounting, record, fields, number, index, id, path;

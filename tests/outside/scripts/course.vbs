@@ -1,11 +1,11 @@
 ' A late-bound client that uses every member of every public class; see Course.cpp, whose lines these must be.
-' A script error would end the script without a word, so the last line tells that it came to its end.
+' A script error would end the script silently, so the last line says that it got to its end.
 Option Explicit
 
 Dim document, protocol, provider, archive, older, accounting, record
 Dim path, number, index, id, general, debtors, case1, unlinked, mailing
 
-' The document to file, the protocol to write, the path of a folder with an umlaut, the archive's separator.
+' Arguments: the document to file, the protocol to write, the path of a folder with an umlaut, the archive's separator.
 document = WScript.Arguments.Item(0)
 Set protocol = CreateObject("Scripting.FileSystemObject").CreateTextFile(WScript.Arguments.Item(1), True, True)
 
