@@ -52,7 +52,7 @@ void* Allocated(std::size_t size) {
 /// environment variable OANOCACHE set, or texts come out of a cache.
 class TextMemory final : public kandora::test::PassingMallocSpy {
 public:
-    /// No memory is made for no bytes.
+    /// A size of 0 makes the allocation fail.
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return Fails() ? 0 : size; }
 };
 
@@ -124,7 +124,7 @@ std::ptrdiff_t ErrorBoxes(const Stage& stage) {
 
 class AllocationSweep : public testing::TestWithParam<Variation> {
 protected:
-    /// How many allocations the request makes, and how many objects there are after it was made twice.
+    /// Counts the allocations of the request, and the objects that exist after it was sent twice.
     void Rehearse() {
         const int before = FakeObject::Alive();
         Stage stage(GetParam());

@@ -36,8 +36,8 @@ public:
     static constexpr std::int32_t nothingLoaded = -11;   ///< answer without a current object
     static constexpr std::int32_t unknownObject = -12;   ///< answer for an id that nobody knows
     static constexpr std::int32_t nothingPosted = -13;   ///< answer without a file in the postbox
-    static constexpr std::int32_t firstFolderId = 5001;  ///< folders and entries are numbered from here on
-    static constexpr std::int32_t firstEntryId = 101;
+    static constexpr std::int32_t firstFolderId = 5001;  ///< folders are numbered from here on
+    static constexpr std::int32_t firstEntryId = 101;    ///< and entries from here
 
     explicit ArchiveModel(Seam* seam) : seam_(seam) {}
 

@@ -7,7 +7,7 @@
 namespace kandora::test {
 namespace {
 
-/// Tells at the end of the program what it did.
+/// Reports at the end of the program what it did.
 class Summary final : public testing::Environment {
 public:
     void TearDown() override {

@@ -16,7 +16,7 @@ constexpr HRESULT callFailed = static_cast<HRESULT>(0x800706BEU);
 constexpr WORD injectedNumber = 1234;
 constexpr const wchar_t* injectedText = L"Von Müller gesperrt";
 
-/// So often an odd answer is repeated: more would only make lists of hits endless.
+/// How often an odd answer is repeated at most; otherwise a list of hits might never end.
 constexpr std::size_t oddAnswers = 50;
 
 }  // namespace

@@ -42,7 +42,7 @@ struct Way {
 /// Failures first, then odd answers.
 const std::vector<Way>& Ways();
 
-/// How long it goes on.
+/// How long a fault goes on.
 enum class Duration {
     Once,
     FromThenOn,   ///< for whatever goes to the same partner; odd answers, for the same member
@@ -83,17 +83,17 @@ public:
     void End() noexcept { counting_ = false; }
     /// Fails the call with this number (from 1 on).
     void Plan(std::size_t call, const Way& way, Duration duration);
-    /// Fails the call with this number among those that are made aside.
+    /// Fails the call with this number (from 1 on) among those that an Aside counts.
     void PlanAside(std::size_t call, const Way& way);
-    /// Done at the call with this number, before it is carried out.
+    /// Runs the action, once, at the call with this number (from 1 on), before the call is carried out.
     void Meanwhile(std::size_t call, std::function<void()> action);
 
     [[nodiscard]] std::size_t Counted() const noexcept { return counted_; }
     [[nodiscard]] std::size_t Failed() const noexcept { return failed_; }
     [[nodiscard]] const std::vector<SeenCall>& Seen() const noexcept { return seen_; }
 
-    /// For as long as it lives, calls are counted for themselves: what answers at once in the middle of a
-    /// request must not shift that one's numbers.
+    /// For as long as it lives, calls are counted separately: a request that is answered at once in the
+    /// middle of another one must not shift the numbers of that one's calls.
     class Aside : test::Unique {
     public:
         explicit Aside(Conductor& conductor) : conductor_(conductor) { conductor_.isAside_ = true; }

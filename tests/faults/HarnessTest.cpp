@@ -83,7 +83,7 @@ Variant Really(Player& component, const Request& request) {
     return dynamic_cast<Doing&>(component).CarryReally(request);
 }
 
-/// The same, and then something else.
+/// The real component, which does something else after each request.
 Casting Afterwards(const std::function<void(Player&, Stage&)>& action) {
     return That([action](Player& component, Stage& stage, const Request& request) {
         Variant result = Really(component, request);
@@ -319,7 +319,7 @@ TEST(Harness, NoticesAReferenceThatIsKept) {
 }
 
 TEST(Harness, NoticesABoxAboutTheHostsClientThatIsMissing) {
-    // The box is of the style that belongs to no error; it is the screen that swallows it.
+    // Swallows boxes of the style that belongs to no error.
     class Silent final : public Player {
     public:
         explicit Silent(Stage& stage) : Player(stage.machine, stage.screen), stage_(stage) {}

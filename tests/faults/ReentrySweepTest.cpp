@@ -87,8 +87,8 @@ public:
     }
     [[nodiscard]] std::size_t Calls() const noexcept { return calls_.size(); }
 
-    /// The requests enter at the call. `distance` is how many calls after the request in progress the fault
-    /// of an entered one is made; of one that asks at once, at which of its own calls.
+    /// The requests enter at the call. `distance` says where the fault of an entered request is made: so many
+    /// calls after the request in progress, or, for one that asks at once, at which of its own calls.
     Complaints Run(std::size_t call, const Entering& entering, Faulty faulty, std::size_t distance = 0) {
         Complaints complaints;
         ++Counts().cases;
@@ -144,7 +144,7 @@ public:
     }
 
 private:
-    /// While the settings are read for the first time, or have switched the archive off, nothing is filed.
+    /// False when the settings could not be read or have switched the archive off: nothing is filed then.
     [[nodiscard]] static bool IsReadyAfterwards(const Stage& stage) {
         return stage.player->globals.state.gbIniOK;
     }
@@ -217,7 +217,8 @@ private:
                              Complaints& complaints) {
         const Entries& after = stage.archive.entries;
         const bool hasFailed = !ErrorBoxes(stage).empty();
-        const bool isUnharmed = faulty == Faulty::Asking;  // neither the one in progress nor what waits
+        // The fault meets neither the request in progress nor those that wait.
+        const bool isUnharmed = faulty == Faulty::Asking;
         const bool mayFail = !isUnharmed && (hasFailed || stage.conductor.Failed() > 0);
         // What the request in progress can have left, and what each of those that entered makes of it.
         std::vector<Entries> possible{stage.After(before)};

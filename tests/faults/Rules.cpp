@@ -14,7 +14,7 @@ namespace {
 constexpr std::int32_t optionArchiveOn = 100;
 constexpr std::int32_t optionBookings = 109;
 
-/// Understands one call after the other.
+/// Finds out the purpose of one call after the other.
 class Reader {
 public:
     explicit Reader(const Variation& variation) : variation_(variation) {}
@@ -197,7 +197,7 @@ private:
             site.step = Step::Hit;
             site.frame = LookupFrame();
         } else if (is(L"getobjAttrib")) {
-            // Looked for by document id, each field is read twice and only the second reading counts.
+            // A search by document id reads each field twice, and only the second reading counts.
             const bool byId = variation_.request != "DocumentChanged";
             site.step = byId && !fieldSeen_ ? Step::IgnoredField : Step::Field;
             fieldSeen_ = !fieldSeen_;
@@ -228,7 +228,7 @@ private:
             site.step = Step::FindFolder;
             folderChecks_ += isFiling ? 0 : 1;
         } else if (isCreating && option_ == optionArchiveOn) {
-            // The oddly named folder is created; that the right one is missing shows when it is read again.
+            // The folder is created under an odd name; that the right one is missing shows when it is read.
             static constexpr std::int32_t numbers[] = {5003, 5004, 5004, 5004};
             site.detail = numbers[createdFolders_++ % 4];
             site.isSettingUp = true;
@@ -384,7 +384,7 @@ Verdict SessionLost(const Site& site) {
         return verdict;
     case Phase::Editing:
     case Phase::Deleting:
-        // The short name cannot be set without an object; everything after it is not looked at.
+        // Without an object the short name cannot be set; the answers to the calls after it are not checked.
         verdict.errors = Verdict::Errors::Either;
         verdict.number = errors::invalidArgument;
         verdict.outcome = site.phase == Phase::Editing ? Outcome::ChangeLost : Outcome::AsRequested;
@@ -659,7 +659,7 @@ Verdict VerdictOn(const Site& site, const Way& way, Duration duration) {
     switch (site.step) {
     case Step::Probe:
         if (lasting) {
-            // Nor can a new session be opened.
+            // A new session cannot be opened either.
             verdict.frame = "ELODMS.AnmeldenAnElo";
             return verdict;
         }

@@ -71,9 +71,9 @@ std::vector<Site> SitesOf(const std::vector<SeenCall>& calls, const Variation& v
 
 /// What may become of the archive.
 enum class Outcome {
-    AsRequested,   ///< with an error: nothing, and as requested without one
+    AsRequested,   ///< as requested, or, with an error, nothing
     MaybeUnfound,  ///< or as when the archive had not found the document
-    ChangeLost,    ///< nothing, and nobody notices: the prescribed sequence does not look
+    ChangeLost,    ///< nothing, and nobody notices: these answers are not checked, by design
     AsHostSaid,    ///< the host gave other data, so other data were filed
     SetUpAstray,   ///< the client's folders were created under other names, and its options do not fit them
 };

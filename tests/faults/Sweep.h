@@ -15,8 +15,8 @@ using Complaints = std::vector<std::string>;
 /// One line each.
 std::string Joined(const Complaints& complaints);
 
-/// How many cases have run in this program, and what became of them where the prescribed sequences leave
-/// something half-done.
+/// How many cases have run in this program, and what became of those in which something is left half-done by
+/// design.
 struct Tally {
     std::size_t cases = 0;
     std::map<std::string, std::size_t> halfDone;
@@ -52,14 +52,15 @@ private:
 /// left of an error.
 void CheckBoxes(const Stage& stage, const std::vector<std::string>& requests, Complaints& complaints);
 void CheckNothingIsLeft(Stage& stage, Complaints& complaints);
-/// Sends the request, in which no exception may reach the host; `when` goes behind the complaint.
+/// Sends the request and returns its result. An exception that reaches the host is a complaint, which ends in
+/// `when`.
 [[nodiscard]] Variant Sent(Stage& stage, const Variation& variation, Complaints& complaints,
                            const char* when = "");
 /// What the request answers when it succeeds.
 Variant RightResult(const Variation& variation);
 /// Same entries; those that came later may have other ids.
 bool SameContent(const Entries& one, const Entries& other);
-/// Entries of neither of the vouchers are as they were.
+/// Complains unless the entries that belong to neither of the two vouchers are as they were.
 void CheckBystanders(const Entries& before, const Entries& after, Complaints& complaints);
 
 }  // namespace kandora::test

@@ -116,7 +116,7 @@ constexpr auto requests = std::to_array<Request>({
      [](DMSProvider* host, Prepared& with) { return host->PrintDocument(with.id.Get(), with.data.Raw()); }},
     {"DeleteDocument",
      [](DMSProvider* host, Prepared& with) { return host->DeleteDocument(with.id.Get(), with.data.Raw()); }},
-    // The last one: when it fails, all others are off.
+    // The last one: after it has failed, no other request does anything.
     {"InitProvider",
      [](DMSProvider* host, Prepared& with) {
          return host->InitProvider(with.data.Raw(), with.answer.Receive());
@@ -131,7 +131,7 @@ void WriteSettings(const fs::path& folder, const std::string& from, const std::s
     EXPECT_NE(text.find(from), std::string::npos);
     Replace(text, from, to);
     test::WriteBytes(file, text);
-    // The system keeps INI files in memory for a while; this makes it read the new one.
+    // The system keeps INI files in memory for a while; this makes it read the file again.
     WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
 }
 
@@ -328,7 +328,7 @@ private:
             answer = Utf8FromText(text.Text());
             return outcome;
         });
-        // Letters in the other case, and a number that becomes a text on its way.
+        // The name in capitals, and a number that becomes a text on its way.
         Tell("FINDSAGEDOCUMENTBYID", [&](std::string& answer) {
             const auto called = component_tests::Call(client.Get(), L"FINDSAGEDOCUMENTBYID",
                                                       component_tests::List(Value::Double(number)));

@@ -12,8 +12,7 @@ namespace kandora::foreign_tests {
 namespace fs = std::filesystem;
 using component_tests::Component;
 
-/// What is done on the thread right before each call of the component and right after it, when neither the
-/// call nor the test does anything else.
+/// What is done on the thread immediately before and after each call of the component.
 struct Around {
     std::function<void()> before = [] {};
     std::function<void()> after = [] {};
@@ -21,7 +20,7 @@ struct Around {
     std::function<void()> inside = nullptr;
 };
 
-/// An installed component that traces, with an archive and an accounting that are in this process.
+/// An installed component with tracing on, and an archive and an accounting in this process.
 class Installation {
 public:
     Installation();

@@ -76,10 +76,10 @@ std::string LibraryThatThrows(Stage& stage) {
     return stage.Play({throwAndCatch, throwAndCatch});
 }
 
-/// Nobody tells it anything, whatever it is called.
+/// The component must not call into a library merely because of its name.
 std::string LibraryThatListens(Stage& stage) {
     const Library library(listeningLibrary);
-    const int heard = library.Call("Heard");  // its own start code may believe the name
+    const int heard = library.Call("Heard");  // its own start code may call it
     const std::string told = stage.Play();
     EXPECT_EQ(library.Call("Heard"), heard);
     return told;
@@ -96,8 +96,7 @@ std::string TwoCopies(Stage& stage) {
     return stage.Play(first);
 }
 
-// Arithmetic
-// -------------------------------------------------------------------------------------------------------------
+// --- Arithmetic ---
 
 /// Control words of both parts of the processor that calculate.
 struct Words {
@@ -113,8 +112,8 @@ struct Words {
     bool operator==(const Words&) const = default;
 };
 
-/// Nothing interrupts, to the nearest; in a fraction of the digits, always down, and small numbers are
-/// nothing.
+/// As usual: no exceptions, rounding to the nearest. Otherwise: exceptions; less precision, with tiny numbers
+/// taken for 0; rounding down.
 constexpr Words asUsual{0x027F, 0x1F80};
 constexpr Words interrupting{0x0240, 0x0000};
 constexpr Words imprecise{0x007F, 0x9F80};
@@ -136,7 +135,7 @@ std::string Calculating(Stage& stage) {
     return told;
 }
 
-/// The host's objects leave other words behind in each call, after a division by 0 on top of all.
+/// The host's objects divide by 0 in each call and leave other control words behind.
 std::string CalleesThatCalculate(Stage& stage) {
     return stage.Play({[] { asUsual.Set(); }, [] { EXPECT_TRUE(Words::Now() == asUsual); },
                        [] {
@@ -145,11 +144,10 @@ std::string CalleesThatCalculate(Stage& stage) {
                        }});
 }
 
-// Stack
-// ------------------------------------------------------------------------------------------------------------
+// --- Stack ---
 
-/// Calls the function with a stack pointer that is so many bytes away from where compilers of today want it.
-/// On 64-bit the system itself keeps it aligned.
+/// Calls the function with a stack pointer that is so many bytes off the alignment that today's compilers
+/// expect. On 64-bit the system itself guarantees it.
 struct Shifted {
     int bytes;
     void (*run)(void*);
@@ -195,7 +193,8 @@ std::size_t LeftOfStack() {
     return reinterpret_cast<std::uintptr_t>(&stack) - reinterpret_cast<std::uintptr_t>(stack.AllocationBase);
 }
 
-/// Uses the stack up to so many bytes, and calls the function. Wine gives no thread less than a megabyte.
+/// Uses up the stack but for so many bytes, and calls the function. A thread with a small stack would not do:
+/// wine gives none less than a megabyte.
 [[gnu::noinline]] void WithStack(std::size_t bytes, const std::function<void()>& function) {
     const std::size_t left = LeftOfStack();
     ASSERT_GT(left, bytes);
@@ -212,8 +211,7 @@ std::string SmallStack(Stage& stage) {
     return told;
 }
 
-// Language
-// ---------------------------------------------------------------------------------------------------------
+// --- Language ---
 
 struct Language {
     LCID id;
@@ -237,10 +235,9 @@ std::string Speaking(Stage& stage) {
     return told;
 }
 
-// The process
-// ------------------------------------------------------------------------------------------------------------
+// --- The process ---
 
-/// Where it was there is nothing any more.
+/// The current folder has been moved away.
 std::string CurrentFolderGone(Stage& stage) {
     const fs::path folder = stage.installation.Library().parent_path() / L"vorher";
     fs::create_directories(folder / L"darin");

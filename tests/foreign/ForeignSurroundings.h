@@ -25,8 +25,8 @@ struct Stage {
 /// What a host or its libraries do to the component's process.
 struct Surroundings {
     const char* name;
-    /// Plays the course in these surroundings and returns what it tells; anything else that is to be seen is
-    /// expected at once.
+    /// Plays the course in these surroundings and returns what it tells; other expectations are checked on
+    /// the spot.
     std::function<std::string(Stage&)> play;
 };
 

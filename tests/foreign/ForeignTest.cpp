@@ -55,7 +55,7 @@ TEST(Course, HasAnErrorInEachRequest) {
     const std::string& told = ToldWithoutDisturbance();
     const std::string well = Part(told, "as it should be");
     const std::string disturbed = Part(told, "the other programs fail from call 1 on");
-    // Further down, where there is something to do.
+    // Deeper inside, in requests that make so many calls.
     for (const char* const name : {"SaveDocument", "DocumentChanged"}) {
         const std::string box = RequestIn(Part(told, "the other programs fail from call 12 on"), name);
         EXPECT_NE(box.find(" <- Kandora." + std::string(name)), std::string::npos) << box;

@@ -1,4 +1,4 @@
-// Goes by the name of the toolchain's runtime library and counts who tells it of functions.
+// Bears the name of the toolchain's runtime library and counts how often it is told of functions.
 
 namespace {
 

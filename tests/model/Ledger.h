@@ -19,7 +19,7 @@ struct Booking {
     Text amount;
     Text openItem;          ///< empty: none
     int origin = 0;         ///< 1 debtors, 2 creditors
-    bool isStruck = false;  ///< the accounting has it no more
+    bool isStruck = false;  ///< the accounting no longer has it
 };
 
 struct OpenItem {
@@ -40,8 +40,8 @@ struct Client {
     std::vector<Booking> bookings;
 };
 
-/// What the accounting and its users bring along: given to the component through its automation classes, and
-/// to the model as it is.
+/// The data of the accounting and its users: the component gets them through automation classes, the model
+/// reads them directly.
 struct Ledger {
     Ledger();
 

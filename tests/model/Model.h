@@ -29,7 +29,7 @@ struct Expectation {
     std::vector<ExpectedEntry> entries;  ///< in the order of filing
     std::set<Text> folders;
     std::map<std::size_t, std::map<int, Text>> options;
-    std::map<Kind, std::map<Text, Possible>> records;  ///< what the component still has of its last documents
+    std::map<Kind, std::map<Text, Possible>> records;  ///< what the component keeps of its last documents
     bool isReady = false;                              ///< the settings were read
 };
 
@@ -51,15 +51,15 @@ enum class Mistake : std::uint8_t {
     ClientsDoNotMeet,
 };
 
-/// What the archive must hold after each request, told by the requests and by the accounting's data alone.
+/// What the archive must hold after each request, derived from the requests and the accounting's data alone.
 class Model {
 public:
     Model(const Ledger& ledger, Mistake mistake) : ledger_(ledger), mistake_(mistake) {}
 
     /// A request's outcome from where things stand.
     [[nodiscard]] Outcome Expected(const Step& step, const Expectation& before) const;
-    /// What may come of it instead when the archive's session is lost on the way: the search that is going on
-    /// then finds nothing more. One for each choice of searches.
+    /// The other possible outcomes when the archive's session is lost on the way: the search in progress
+    /// finds nothing more. One for each choice of searches that this can happen to.
     [[nodiscard]] std::vector<Expectation> AfterVainSearches(const Step& step,
                                                              const Expectation& before) const;
 
@@ -73,7 +73,8 @@ private:
     Mistake mistake_;
 };
 
-/// The booking that a step means: those of the client in use, and last one that it does not have.
+/// The booking that a step's number means: those of the client in use, and beyond them one that it does not
+/// have.
 Booking BookingOf(const Ledger& ledger, int which);
 
 }  // namespace kandora::model_tests

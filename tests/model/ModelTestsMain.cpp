@@ -12,8 +12,8 @@
 
 // Random courses of events against a model of what the archive must hold.
 //
-//     model_tests [--sequences N] [--seed S]     as part of the tests, from a fixed seed unless told
-//     otherwise model_tests --requests N [--seed S]        as many sequences as it takes, from a new seed
+//     model_tests [--sequences N] [--seed S]    the tests; from a fixed seed by default
+//     model_tests --requests N [--seed S]       as many sequences as it takes; from a new seed by default
 //     model_tests --replay "save 3; change 3 !gone@57"
 namespace kandora::model_tests {
 namespace {

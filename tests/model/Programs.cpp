@@ -137,8 +137,8 @@ private:
         return table;
     }
 
-    /// Only where the answer is looked at. An archive that says "no" where the component must believe it is
-    /// one that says something untrue.
+    /// Only where the component checks the answer. Where it has to believe a "no", that would be an untrue
+    /// answer.
     Value Refusal(const Call& call) const override {
         const std::wstring& member = call.member;
         if (member == L"GetEntryId") {
@@ -632,8 +632,7 @@ std::vector<IniKey> SuitableSettings() {
     return keys;
 }
 
-// The machine
-// ------------------------------------------------------------------------------------------------------------
+// --- The machine ---
 
 Machine::Machine(Faults& faults, Archive& archive, Accounting& accounting, const Ledger& ledger)
     : faults_(faults), archive_(archive), accounting_(accounting), ledger_(ledger) {
@@ -706,8 +705,7 @@ Text Machine::Environment(const wchar_t*) {
 
 void Machine::Sleep(std::uint32_t) {}
 
-// The user
-// ------------------------------------------------------------------------------------------------------------
+// --- The user ---
 
 void User::ShowMessage(const Text& prompt, int, const Text&) {
     boxes.push_back(prompt);

@@ -37,8 +37,7 @@ struct Entry {
     bool operator==(const Entry&) const = default;
 };
 
-/// Mistakes that a broken component could make, as the archive would meet them. They show that the runs find
-/// something.
+/// Mistakes of a broken component, as they would reach the archive. They show that the runs find something.
 enum class Defect : std::uint8_t { None, ForgetsField, NeverSaves, FilesTwice, DeletesAnother, SwapsKinds };
 
 /// The archive. What it holds survives its sessions and its process.
@@ -75,7 +74,7 @@ struct Accounting {
     const Ledger& ledger;
     std::map<std::size_t, std::map<int, Text>> options;  ///< client, key
     unsigned process = 1;
-    unsigned session = 1;  ///< who logged in during another one is logged out
+    unsigned session = 1;  ///< whoever logged in during another one is logged out
 
     /// All its objects live in one apartment.
     static int Guard() { return 0; }

@@ -119,8 +119,8 @@ private:
                LowerCase(state_.options[ledger_.open][100]) == L"true";
     }
 
-    /// Either nothing or everything of it was done; what was left undone was told, unless the archive's
-    /// session was lost on the way, which nobody notices.
+    /// Either nothing or everything of it was done. What was left undone was told to the user, unless the
+    /// archive's session was lost on the way, which nobody notices.
     std::optional<std::string> JudgeDisturbed(const Step& step, const Outcome& outcome, bool lostSession,
                                               Totals& totals) {
         if (user_.boxes.size() > mostBoxes) {
@@ -416,7 +416,7 @@ private:
         return std::nullopt;
     }
 
-    /// From now on this is how things stand; what was open is settled by what the archive holds.
+    /// Makes this the present state; where several texts were possible, the archive decides.
     std::optional<std::string> Adopt(const Expectation& expected) {
         if (auto difference = Differs(expected)) {
             return *difference + Boxes();

@@ -141,7 +141,7 @@ Steps Read(const std::string& text) {
 Steps RandomSteps(std::uint64_t seed) {
     Dice dice(seed);
     Steps steps(static_cast<std::size_t>(10 + dice.Below(40)));
-    // Much happens to one booking: only that leads to the rarer states.
+    // One booking is chosen often: only when much happens to it are the rarer states reached.
     const int favourite = dice.Below(8);
     for (Step& step : steps) {
         int left = dice.Below(100);
@@ -158,7 +158,7 @@ Steps RandomSteps(std::uint64_t seed) {
         }
         const bool isRisky = step.event == Event::Restart || step.event == Event::Init;
         if (IsRequest(step.event) && dice.Percent(isRisky ? 10 : 33)) {
-            // Short requests make a few dozen calls, searches some hundred.
+            // Short requests make a few dozen calls, searches some hundreds.
             const int reach = std::array{30, 100, 400}.at(static_cast<std::size_t>(dice.Below(3)));
             step.fault = Fault{static_cast<FaultKind>(dice.Below(static_cast<int>(faultKinds))),
                                static_cast<std::uint32_t>(1 + dice.Below(reach)), dice.Percent(25)};

@@ -35,7 +35,7 @@ struct Office {
     model_tests::Accounting accounting;
 };
 
-/// Whatever processor the tests were given; for as long as it lives.
+/// Lets this process use all processors, for as long as it lives: tests are usually given one.
 class OnAllProcessors : test::Unique {
 public:
     OnAllProcessors() {
@@ -86,7 +86,7 @@ TEST(Apartments, FileAtTheSameTime) {
         };
         const Text sign = entry.title.substr(0, entry.title.find(L'-') + 1);
         ++filed[field(4)];
-        // Everything of an entry is its own office's, and its own booking's.
+        // Nothing in an entry comes from another office or another booking.
         EXPECT_TRUE(entry.folder.starts_with(L"/Sesam/Amt " + sign.substr(0, sign.size() - 1) + L"/"));
         const model_tests::Booking* const booking =
             offices.at(static_cast<std::size_t>(std::stoi(sign)))->ledger.Find(field(1), field(2));

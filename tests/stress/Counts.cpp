@@ -62,7 +62,7 @@ int StorageSlots() {
     return static_cast<int>(slots.size());
 }
 
-/// Not every system tells the number, but every system tells of each number whether it is a handle.
+/// Not every system knows how many there are, but each can say whether a number is a handle.
 int Handles() {
     constexpr std::uintptr_t highest = 0x8000;
     int count = 0;
@@ -84,8 +84,8 @@ BOOL CALLBACK CountOwnWindow(HWND window, LPARAM count) {
     return process == GetCurrentProcessId() ? CountWindow(window, count) : TRUE;
 }
 
-// To ask for one window behind the other does not serve: wine 10's server looks for ever for the one behind
-// a window that is just going.
+// Windows are not asked for one after the other: when one is just being destroyed, wine 10's server searches
+// for the next one for ever.
 int Windows() {
     int count = 0;
     EnumThreadWindows(GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&count));

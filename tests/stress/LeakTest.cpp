@@ -19,10 +19,10 @@
 // an archive and an accounting that are in it too.
 //
 //     leak_tests [--requests N] [--rounds N] [--kept yes]
-//         --kept yes: the heap keeps freed blocks for a while, as its checks make it do; their bytes say
-//         nothing
-//     leak_tests --overrun        writes behind the end of a block, for whoever checks whether that is
-//     noticed
+//     leak_tests --overrun
+//
+// "--kept yes" says that the heap's checks keep freed blocks for a while, so that its bytes mean nothing.
+// "--overrun" writes past the end of a block, to prove that the heap's checks notice it.
 namespace kandora::stress_tests {
 namespace {
 
@@ -37,7 +37,7 @@ struct Options {
 };
 Options options;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): the command line
 
-/// Heap blocks may come and go with what the system keeps for later; what leaks at every tenth request shows.
+/// The system keeps some heap blocks for later; what leaks at every tenth request is more than this.
 constexpr std::size_t toleratedBytes = 64 * 1024;
 constexpr std::size_t toleratedPrivateBytes = 4 * 1024 * 1024;
 
@@ -50,7 +50,7 @@ public:
         for (int at = 0; at < requests; ++at) {
             Request();
         }
-        // Every measurement is made from the same state: what a disturbed request left is done with.
+        // Every measurement begins in the same state, whatever a disturbed request has left.
         place_.archive.entries.clear();
         place_.archive.nextId = 1000;
         place_.ledger.open = 0;
@@ -86,14 +86,14 @@ private:
         stay_.Send(which, booking);
         place_.faults.End();
         if (which == 8 && place_.faults.Struck()) {
-            stay_.Send(8, booking);  // everything would stay off
+            stay_.Send(8, booking);  // after a failed start everything would stay off
         }
     }
 
-    // As Stay numbers them.
+    // The numbers are those of Stay::Send.
     int NextRequest(const model_tests::Booking& booking) {
         constexpr std::array shares{120, 110, 70, 20, 40, 20, 16, 2, 2};
-        constexpr std::size_t showing = 3;  // somebody can look only at what is there
+        constexpr std::size_t showing = 3;  // only documents in the archive can be shown
         int dice = Below(400);
         std::size_t which = 0;
         while (dice >= shares[which]) {
@@ -192,7 +192,7 @@ TEST(Leaks, NothingIsLeftOfManyHosts) {
     ExpectBounded(early, late);
 }
 
-/// What is counted is really counted.
+/// A leak of each kind changes its count.
 TEST(Leaks, AreSeen) {
     const Apartment apartment;
     const AllocationSpy spy;
@@ -217,7 +217,7 @@ TEST(Leaks, AreSeen) {
         const auto object = model_tests::NewSession(archive);
         EXPECT_EQ(Counts::Now().objects, before.objects + 1);
     }
-    // Not by `new`: the compiler may leave out what nobody reads.
+    // Not with `new`: the compiler may omit an allocation that nobody uses.
     void* const block = HeapAlloc(GetProcessHeap(), 0, 200'000);
     EXPECT_GE(Counts::Now().heapBytes, before.heapBytes + toleratedBytes);
     HeapFree(GetProcessHeap(), 0, block);
@@ -225,8 +225,8 @@ TEST(Leaks, AreSeen) {
 
 /// One byte too many.
 int Overrun() {
-    // As the compiler would notice, and leave out what nobody reads.
-    // Of a size that is rarely asked for: later versions of wine look less closely at the others.
+    // Volatile, so that the compiler neither notices the overrun nor omits a write that nobody reads. Of a
+    // rare size: later versions of wine check common ones less closely.
     const volatile std::size_t size = 20'000;
     auto* const block = static_cast<volatile char*>(std::malloc(size));
     block[size] = 'x';  // NOLINT(clang-analyzer-security.ArrayBound): that is what it is for

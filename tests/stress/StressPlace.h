@@ -68,12 +68,12 @@ private:
     HHOOK hook_;
 };
 
-/// A name of a class in the registry. COM finds the class itself in this process.
+/// Registers the name of a class, for as long as it lives. COM finds the class itself in this process.
 class Registered : test::Unique {
 public:
     explicit Registered(const wchar_t* progId) {
         if (SUCCEEDED(CLSIDFromProgID(progId, &id))) {
-            return;  // this name's class is registered for other tests
+            return;  // another test's registration serves as well
         }
         EXPECT_EQ(CoCreateGuid(&id), S_OK);
         key_ = std::wstring(L"Software\\Classes\\") + progId;
@@ -130,7 +130,7 @@ public:
     Registered accountingName{L"FibuNT.Mandant"};
 
 private:
-    /// The keys below one head for each section.
+    /// The text of an INI file: each section has one heading with all its keys below.
     static std::string OneHeadEach() {
         std::string text;
         std::string section;
@@ -150,7 +150,7 @@ private:
 /// A host's stay in an apartment: both programs' classes, and a provider that has read its settings.
 class Stay {
 public:
-    /// `accounting`: another one than the place's own.
+    /// `accounting` replaces the place's own when it is not null.
     Stay(Place& place, const Component& component, model_tests::Accounting* accounting = nullptr)
         : archive_(
               place.archiveName.id, [&place] { return model_tests::NewSession(place.archive); },

@@ -1,12 +1,12 @@
 #!/bin/bash
 # The component's main course with every block of the heap checked at every step: heap_check.sh ARCHITECTURE PROGRAM
-# In one thread only: the checks of this system's heap find fault with themselves when several threads use it.
+# In one thread only: with several threads, wine's heap checks report errors of their own making.
 set -euo pipefail
 # shellcheck source=scripts/wine.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../../scripts/wine.sh"
 (($# == 2)) || die "usage: heap_check.sh ARCHITECTURE PROGRAM"
 architecture=$1 program=$2
-# A name of its own: the checks are switched on by name.
+# A copy under another name, because the checks are switched on by program name.
 checked=$(dirname -- "$program")/heap_checked.exe
 cp -f -- "$program" "$checked"
 key='HKLM\Software\Microsoft\Windows NT\CurrentVersion\Image File Execution Options\heap_checked.exe'

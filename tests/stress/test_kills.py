@@ -14,7 +14,8 @@ from workstation import (TOP_FOLDER, Client, PlatformTexts, Workstation, kill, w
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
 VOUCHER, CREDITOR, DEBTOR, EDITED = ("1002", "1"), ("26621", "1"), ("26101", "1"), ("26102", "1")
-# These change what the archive holds, or prepare it: they are killed before and after, everywhere else one of the two.
+# These change what the archive holds, or prepare that: it is killed before and after them, at other calls either before or
+# after.
 DECISIVE = ("AddPostboxFile", "MoveToArchive", "UpdateObject", "DeleteObj")
 PROBE = "GetEntryId(I2 -1)"
 # How a login ends that the archive never sees: Windows cannot provide the object.
@@ -90,8 +91,8 @@ class Kills(unittest.TestCase):
     def setUp(self):
         self.end_archive()
         self.rehearse()
-        # One accounting for all kills of a request; not for those of all requests, because wine's memory of dead programs
-        # lasts as long as it does (see `send`).
+        # One accounting for all kills of one request, but not of all requests: wine remembers dead programs for as long as it
+        # runs (see `send`).
         self.accounting = Accounting(self.workstation, self.enterContext(self.workstation.menu()))
         self.end_archive()
 

@@ -10,7 +10,7 @@ import subprocess
 import unittest
 
 from workstation import (LIMIT, TOP_FOLDER, Client, PlatformTexts, Workstation, doc_id, windows_path)
-import workstation as places  # its options are set later
+import workstation as places  # as a module: its options are set later
 
 HOSTS = 8
 SHORT = 40
