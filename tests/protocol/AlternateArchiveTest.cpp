@@ -24,7 +24,7 @@ protected:
         Original().oElo();
         talk.Take();
     }
-    /// What the error handler holds; it is clear afterwards.
+    /// The error record's text; the record is empty afterwards.
     std::string Recorded() {
         std::string recorded = Spelled(handler.sToString());
         handler.Clear();
@@ -69,7 +69,7 @@ protected:
         }
         archive->Answers(L"GetTreePath", L"");
     }
-    /// Each refused login makes the one fake a new object again.
+    /// Each refused login creates the object anew. It is the same fake each time, whose ids are asked again.
     void TearDown() override {
         ReleaseComponent();
         talk.Take();

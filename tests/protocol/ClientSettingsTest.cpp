@@ -33,7 +33,7 @@ protected:
         std::string failure = Failing([&] { Sok().EinstellungenLesen(result); });
         return {result, std::move(failure)};
     }
-    /// One option as it is read, after the question whether the client is still open.
+    /// How one option is read, after the question whether the client is still open.
     [[nodiscard]] static Lines Option(int key, const std::string& value) {
         return {open, "fibu.IniLesen(I2 600, I2 " + std::to_string(key) + ") -> " + value};
     }

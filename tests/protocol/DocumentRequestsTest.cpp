@@ -70,7 +70,8 @@ protected:
 
     const Text id = L"20261115011258";
 
-    /// `origin` is the booking's, `module` the host's for the partner; `line` takes the partner's place.
+    /// `origin` is the booking's, `module` the host's number of the partner's module, `line` the index line
+    /// that takes the partner's town.
     void ExpectFiledWithPartner(int origin, const std::string& host, const std::string& module,
                                 const std::string& line, const std::string& folder) {
         booking->Answers(L"ursprung", origin);

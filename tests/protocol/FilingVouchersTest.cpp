@@ -7,7 +7,7 @@
 namespace kandora::test {
 namespace {
 
-/// Everything in which the conversations of the document kinds differ.
+/// All differences between the conversations of the document kinds.
 struct KindCase {
     const wchar_t* kind;
     const char* dataCall;
@@ -45,7 +45,7 @@ const KindCase debi{L"Debi",
                     "ELODMS.lDebiDokumente",
                     "ELODMS.AddDebi",
                     "ELODMS.EditDebi"};
-/// A missing creditor folder is reported in the debtors' words.
+/// Deliberate: a missing creditor folder is reported with the debtors' message.
 const KindCase kredi{L"Kredi",
                      "GetKrediDaten",
                      5,

@@ -8,7 +8,7 @@
 
 namespace kandora::test {
 
-/// One key of the INI file, as a complete one holds it.
+/// One key of a complete INI file.
 struct IniKey {
     const char* section;
     const char* key;
@@ -32,7 +32,7 @@ protected:
         globals_.reset();
     }
 
-    /// A component as it is after the start of the host.
+    /// Replaces the component by a fresh one, as after a start of the host.
     void NewComponent() {
         ProviderTest::ReleaseComponent();
         talk.Take();
@@ -51,7 +51,7 @@ protected:
         machine.profile.Remove(iniFile, section, key);
     }
 
-    /// How the archive is logged in to and found in order at the start.
+    /// The login to the archive and its check at the start.
     [[nodiscard]] static Lines ArchiveChecked();
     /// How a request asks the host and the archive about the open client, with an open archive session.
     [[nodiscard]] static Lines ClientAsked();

@@ -96,7 +96,7 @@ TEST_F(Reentry, RequestsKeepTheOrderInWhichTheyCame) {
     During(L"PrepareObjectEx", 1, [&] {
         Provider().SaveDocument(L"D2", Metadata(L"1002", L"B2"));
         Provider().SaveDocument(L"D3", Metadata(L"1003", L"B3"));
-        // Enters while the second one is carried out, when the third one waits already.
+        // D4 enters while the second request is carried out and the third one is waiting.
         During(L"AddPostboxFile", 1, [] {});
         During(L"AddPostboxFile", 1, [&] { Provider().SaveDocument(L"D4", Metadata(L"1004", L"B4")); });
     });
@@ -124,7 +124,7 @@ TEST_F(Reentry, WhatOnlyReturnsAValueAsksTheHostAndAnswersAtOnce) {
     EXPECT_EQ(Told("MoveToArchive").size(), 1U);
 }
 
-/// The host has opened another client meanwhile. `During` is the first word: what is in progress.
+/// The host opens another client while something is still in progress for the first one.
 class AnotherClient : public Reentry {
 protected:
     /// From now on a client is open whose archive is on or off; its folders and placeholder are its own.
@@ -164,7 +164,7 @@ TEST_F(AnotherClient, IsAnsweredForWithinTheReadingOfTheFirstOnesSettings) {
     const auto firstOptions = options;
     const Fake fibu = NewHost("first");
     machine.HandsOut(hostProgId, fibu);
-    // The folders for bookings and reports are read and the others are not.
+    // The folders for bookings and reports are read by then, the others are not.
     for (const std::int32_t key : {100, 105, 109, 110}) {
         fibu->Next(L"IniLesen", options[key]);
     }
@@ -261,8 +261,8 @@ TEST_F(AnotherClient, DoesNotShowTheArchiveBehindTheBoxThatThereIsNone) {
     EXPECT_EQ(Told("BringToFront"), Lines{});
 }
 
-/// The archive's session is lost at the moment of the question. A session that is opened for it is ended
-/// again, and the one in progress goes on with what it has.
+/// The archive's session is lost at the moment of the question. The session that is opened for the question
+/// is ended again, and the request in progress keeps its own.
 TEST_F(Reentry, WhatAsksMeanwhileLogsInForItselfWhenItMust) {
     const Fake second = NewArchive("second");
     machine.HandsOut(archiveProgId, second);

@@ -19,7 +19,7 @@ protected:
     }
     const Lines opened = Opened("archive");
 
-    /// With an open session that ends: the next use opens one with a new object.
+    /// Expects the next use to probe the session, to find it lost and to open one with a new object.
     void ExpectAnewAfter(const char* probed) {
         const Fake second = NewArchive("second");
         machine.HandsOut(archiveProgId, second);
@@ -28,7 +28,7 @@ protected:
         EXPECT_EQ(handler.lOriginalNumber(), 0);
     }
 
-    /// What the archive's answer to the login makes of it.
+    /// The error after this answer of the archive to the login.
     static std::string Refused(const std::string& answer) {
         return Shown(5, "Unbekannter Loginname, Passwort oder Archiv: Login=" + answer,
                      "ELODMS.AnmeldenAnElo <- ELODMS.oElo");

@@ -11,7 +11,7 @@ protected:
         hits = {321};
         archive->Answers(L"getobjAttrib", L"ID");
     }
-    /// What follows the lookup, which ends with the second reading of the hit's field.
+    /// What follows the lookup, whose last line is the second reading of the hit's field.
     Lines AfterLookup() {
         Lines said = talk.Take();
         return {said.begin() + 12, said.end()};

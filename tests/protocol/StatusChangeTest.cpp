@@ -1,4 +1,4 @@
-// How the archive follows when a voucher is changed or deleted. Re-indexing itself is examined with filing.
+// What happens in the archive when a voucher is changed or deleted. Re-indexing itself is tested with filing.
 
 #include "tests/protocol/ArchiveClientFixture.h"
 

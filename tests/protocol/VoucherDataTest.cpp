@@ -55,7 +55,7 @@ TEST_F(BookingKind, CannotBeToldWhenTheBookingCannotBeRead) {
     EXPECT_EQ(handler.lOriginalNumber(), 0) << "the callers record it";
 }
 
-/// The booking stays, unloaded: what is asked of it next, it answers itself.
+/// The booking is kept although it was not loaded, and the next questions still go to it.
 TEST_F(BookingKind, LeavesTheUnloadedBookingToTheNextDataCall) {
     booking->Next(L"lesen", -1);
     EXPECT_EQ(NumberRaisedBy([&] { Sok().GetBuchungsType(L"17", L"2"); }), 5010);
@@ -290,8 +290,8 @@ TEST_P(PartnerData, LetsGoOfEverythingButTheAccount) {
     const ULONG addresses = address->References();
     const ULONG accounts = account->References();
     Read();
-    // The module's object, made on the way, holds each of its answers once; the account stays with the
-    // reader, too.
+    // The fake of the module's object, made on the way, holds one reference to each of its answers; the
+    // reader keeps the account, too.
     EXPECT_EQ(booking->References(), bookings);
     EXPECT_EQ(openItem->References(), items + 1);
     EXPECT_EQ(address->References(), addresses + 1);

@@ -26,8 +26,8 @@ namespace kandora::test {
 inline constexpr const wchar_t* archiveProgId = L"ELO.professional";
 inline constexpr const wchar_t* hostProgId = L"FibuNT.Mandant";
 
-/// The answers to the settings that the tests know their numbers by: masks 1 to 5, positions of the index
-/// fields from 11 (vouchers), 21 (reports), 31 (debtors) and 51 (creditors) on.
+/// The settings in most tests: masks 1 to 5; index fields from position 11 (vouchers), 21 (reports), 31
+/// (debtors) and 51 (creditors) on.
 Settings SampleSettings();
 ClientFolders SampleFolders();
 
@@ -36,7 +36,7 @@ Lines Probed(const Lines& lines);
 /// The probe itself.
 inline const std::string probe = "archive.GetEntryId(I2 -1) -> I4 0";
 
-/// Everything outside of the component: machine, user, archive and accounting host, all of them telling one
+/// Everything outside of the component: machine, user, archive and accounting host, whose calls make up one
 /// conversation. At the end of a test everything that was said must have been expected.
 class World : public testing::Test {
 protected:

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-// Faults, in its main thread or in another one.
+// A program that faults: in another thread when it is told "thread", else in its main thread.
 namespace {
 
 DWORD WINAPI Fault(void*) {

@@ -6,7 +6,7 @@ import unittest
 from judge import judge
 
 ACCESS_VIOLATION = 0xC0000005 % 256  # of an exit code only the low byte is left here
-# With a debugger, every other one ended with 0.
+# More than once: with the system's debugger, every other faulting program ended with 0.
 TIMES = 6
 LIMIT = 240
 

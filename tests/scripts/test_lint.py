@@ -282,7 +282,7 @@ class Analysed(Analysis):
         self.assertEqual(calls, sorted([
             *(f"{source} x86" for source in SOURCES),
             *(f"product/{name}.cpp x64 only warnings" for name in ("Alone", "Form", "Sum")),
-            # They ask for the width of a pointer.
+            # These depend on the width of a pointer.
             "product/Wide.cpp x64", "tests/WideTest.cpp x64"]))
 
     def test_is_what_its_own_folder_compiles(self):
@@ -367,7 +367,7 @@ class Changed(Analysis):
     def test_is_found_fault_with(self):
         self.append("product/Sum.h", "// PLANTED\n")
         self.whole_command("product/Sum.h:2:1: error", "--changed")
-        # Of all that includes the header, only that.
+        # Of all sources that include the header, only this one.
         self.assertEqual({call.split()[0] for call in self.lines("calls")}, {"product/Sum.cpp"})
 
     def test_is_all_of_it_without_a_base(self):

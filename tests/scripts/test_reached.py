@@ -64,7 +64,7 @@ class Report(unittest.TestCase):
     def test_names_each_function_with_its_reason(self):
         said = self.report()
         self.assertIn("    Hidden: 1 line, 1 branch; a negative number; nobody has one", said)
-        # What is in a lambda belongs to the function around it.
+        # Lines of a lambda count for the function around it.
         self.assertIn("    Some::Method: 1 line, 2 branches; NO REASON IS GIVEN", said)
         self.assertEqual(sum("Some::Method" in text for text in said), 1)
         self.assertIn("  src/support", said)

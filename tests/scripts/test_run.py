@@ -90,7 +90,7 @@ class Tests(Stage):
 
     def test_that_pass_are_run_once(self):
         code, text, calls, again = self.run_programs("good_tests")
-        # They are not those that are recorded, so that the run has not passed.
+        # These programs are not recorded, so the run has not passed.
         self.assertIn("x86 good_tests: is not recorded", text)
         self.assertEqual((code, again), (1, []))
         self.assertEqual(calls[0], "wine ")

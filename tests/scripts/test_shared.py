@@ -17,7 +17,7 @@ class Shells(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
         shutil.copytree(ROOT / "scripts", self.folder / "scripts")
-        # Its functions, and no command.
+        # Only its functions: the last line would run a command.
         text = (ROOT / "dev").read_text(encoding="utf-8")
         self.assertTrue(text.endswith('\nmain "$@"\n'))
         (self.folder / "dev").write_text(text.removesuffix('main "$@"\n'), encoding="utf-8")

@@ -40,10 +40,10 @@ inline std::vector<HWND> WindowsOf(const wchar_t* className) {
     return search.found;
 }
 
-/// Looks at every message box and every form of the component on the desktop. Asking for the first one of a
-/// class takes a fraction of what going through all windows does, and whoever waits for boxes asks all the
-/// time. To ask for the one behind another one does not serve: when that one is just going, wine 10's server
-/// looks for it for ever, and all programs stand still.
+/// Looks at every message box and every form of the component on the desktop. Whoever waits for boxes asks
+/// all the time, and asking for the first one of a class takes a fraction of the time of going through all
+/// windows. Windows are not asked for one after the other: when one is just being destroyed, wine 10's server
+/// searches for the next one for ever, and all programs stand still.
 template <class Look>
 void ForEachBox(Look look) {
     for (const wchar_t* const name : {L"#32770", L"KandoraForm"}) {
@@ -72,14 +72,14 @@ inline std::wstring TextOf(HWND window) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
-/// What somebody who answers looks at in a message box or in a form.
+/// The parts of a message box or form that matter to whoever answers it.
 struct Question {
     bool isBox = false;
     HWND button = nullptr;
     HWND prompt = nullptr;
 };
-/// None when the window is neither, or while it is still coming up. `formPrompt`: which control of a form
-/// tells what it asks for.
+/// Nothing when the window is neither, or is still coming up. `formPrompt` is the control of a form that says
+/// what it asks for.
 inline std::optional<Question> QuestionIn(HWND window, int formPrompt) {
     const std::wstring windowClass = ClassOf(window);
     Question question;

@@ -22,7 +22,7 @@ struct Place {
 /// the calls. All fakes of a test share one.
 class Conversation {
 public:
-    /// The place of the line, for an answer that is only known later.
+    /// Adds a line and returns its place, for an answer that is only known later.
     std::size_t Add(std::string line);
     void Complete(std::size_t place, const std::string& answer) { lines_.at(place) += answer; }
 
@@ -34,8 +34,8 @@ private:
     Lines lines_;
 };
 
-/// Takes what was said and fails at the caller's line with the first line that differs, shown with its
-/// neighbours on both sides.
+/// Takes what was said and compares it. A failure is reported at the caller's line and shows the first line
+/// that differs, with its neighbours, as said and as expected.
 void ExpectConversation(Conversation& actual, const Lines& expected, Place where = Place::Here());
 
 /// The same for lines that were recorded elsewhere.

@@ -136,7 +136,7 @@ public:
     void HasDefaultValue(Answer answer);
     /// The items that an enumeration delivers; an empty list is an empty collection.
     void Enumerates(std::vector<Variant> items);
-    /// Answers to one more interface, as far as being asked for it goes.
+    /// QueryInterface succeeds for one more interface; the object does not implement it.
     void AlsoAnswersTo(const IID& interfaceId) { interfaces_.push_back(interfaceId); }
     /// From now on each use of the object fails, as when its program has died.
     void Dies(HRESULT code) { dead_ = code; }

@@ -53,7 +53,7 @@ public:
     Text componentFile = L"C:\\Kandora\\Kandora.dll";
     std::map<Text, std::string> appended;
     std::optional<RuntimeError> appendFailure;
-    /// Passed by objects created, existence tests, profile reads and log lines.
+    /// Creating objects, testing for files, reading the profile and writing the log go through it, if set.
     Seam* seam = nullptr;
 
     LateBound CreateObject(const Text& progId) override;

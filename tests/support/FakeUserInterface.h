@@ -37,7 +37,7 @@ public:
     std::deque<DialogScript> dialogs;
     /// What happens while a box is on the screen.
     std::function<void()> duringBox;
-    /// Passed by whatever is shown.
+    /// Whatever is shown goes through it, if set.
     Seam* seam = nullptr;
 
     void ShowMessage(const Text& prompt, int style, const Text& caption) override;

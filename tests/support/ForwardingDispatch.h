@@ -9,8 +9,8 @@
 
 namespace kandora::test {
 
-/// Stands before an object and passes every call on to it; what it does besides, a derived class says. It has
-/// no interface but IDispatch, is made with one reference, and keeps one to its object.
+/// Stands before an object and passes every call on to it; derived classes add to that. It has no interface
+/// but IDispatch, is made with one reference, and keeps one to its object.
 class ForwardingDispatch : public ComObject<IDispatch> {
 public:
     explicit ForwardingDispatch(IDispatch* object) : object_(object) {}

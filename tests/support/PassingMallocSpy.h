@@ -8,7 +8,7 @@
 
 namespace kandora::test {
 
-/// Sees COM's allocations and changes nothing; what it does besides, a derived class says.
+/// Sees COM's allocations and changes nothing; derived classes add to that.
 class PassingMallocSpy : public LentComObject<IMallocSpy> {
 public:
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }

@@ -18,10 +18,9 @@ struct OutsideCall {
     bool answered;  ///< false when the caller asks for no result
 };
 
-/// Stands between the component and everything around it, for the fakes that are told so: sees every call
-/// (asking an object for a member's id belongs to the call that follows), may answer in place of the fake,
-/// may fail it, may do something of its own meanwhile. Reading clock and environment and sleeping do not pass
-/// here.
+/// Stands between the component and the fakes that are given it: sees every call (asking an object for a
+/// member's id belongs to the call that follows), may answer in place of the fake, fail the call, or do
+/// something of its own meanwhile. Reading the clock or the environment and sleeping do not pass here.
 class Seam : Unique {
 public:
     Seam() = default;
@@ -36,7 +35,7 @@ public:
     virtual void Leave() noexcept {}
 };
 
-/// The stretch of a fake's work.
+/// Marks the time of a fake's work, between Enter and Leave; does nothing without a seam.
 class OutsideStretch : Unique {
 public:
     explicit OutsideStretch(Seam* seam) noexcept : seam_(seam) {

@@ -8,9 +8,9 @@ namespace kandora::test {
 /// Makes COM forget which programs serve classes; to be called when a program that served one was ended by
 /// force and none is left. False when it cannot.
 ///
-/// Under wine, a service keeps the list. A program that dies stays in it, before its successors, so that
-/// whoever asks for the class is sent to the dead one. The service comes up again, empty, with the next call.
-/// Windows forgets the dead by itself.
+/// Under wine a service keeps the list. A program that dies stays in it, ahead of its successors, so that
+/// whoever asks for the class is sent to the dead one. This stops the service; the next call starts it again
+/// with an empty list. Windows forgets dead programs by itself.
 inline bool ForgetServedClasses() {
     const HMODULE platform = GetModuleHandleW(L"ntdll.dll");
     if (platform == nullptr || GetProcAddress(platform, "wine_get_version") == nullptr) {

@@ -13,8 +13,8 @@
 
 namespace kandora::test {
 
-/// What the debugger says of a process. It writes into a file: this process may itself be the one that it
-/// stops, and could not empty a pipe then.
+/// What the debugger says of a process. It writes into a file, not a pipe: it may have stopped this very
+/// process, which could not empty a pipe then.
 inline std::string Debugged(DWORD id, const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
     const HANDLE output = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,

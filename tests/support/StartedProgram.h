@@ -19,8 +19,8 @@ namespace kandora::test {
 /// What is started, with this process's folder and environment.
 struct Command {
     std::wstring line;
-    /// What it prints goes there. Inheritable, the caller's, needed for as long as the program may have to be
-    /// started again. Without one, it prints where this process does.
+    /// Where its output goes; null: where that of this process goes. The handle is inheritable and the
+    /// caller's, who keeps it open as long as the program may have to be started again.
     HANDLE output = nullptr;
     HANDLE errors = nullptr;  ///< the same for its messages
 };
@@ -62,13 +62,13 @@ public:
     static constexpr int mostStarts = 3;
     static constexpr DWORD exitCodeOfForce = 99;
     static constexpr DWORD patience = 60'000;  ///< milliseconds
-    /// Milliseconds from one look at the list to the next. It takes two that miss it to lose a program.
+    /// Milliseconds from one look at the list to the next. A program that two looks miss in a row is lost.
     static constexpr ULONGLONG betweenLooks = 1000;
-    /// What one turn of waiting counts at most, in milliseconds: while this process is stopped, the program
-    /// is likely to be stopped, too.
+    /// How many milliseconds one turn of waiting counts at most: when this process is stopped for a while,
+    /// the program probably is, too.
     static constexpr ULONGLONG longestTurn = 100;
 
-    /// What happens with the program is told to `told`. Throws std::system_error when it cannot be started.
+    /// Writes to `told` what happens to the program. Throws std::system_error when it cannot be started.
     explicit StartedProgram(Command command, Processes& processes = Processes::OfSystem(),
                             std::ostream& told = std::cout)
         : command_(std::move(command)), processes_(processes), told_(told) {
@@ -145,7 +145,7 @@ private:
         }
     }
 
-    /// The end is asked for after the list: it may come in between.
+    /// Looks at the list first: the program may end between the two questions.
     bool IsLost() {
         const ULONGLONG now = processes_.Milliseconds();
         if (now < nextLook_) {

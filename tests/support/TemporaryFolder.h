@@ -9,8 +9,8 @@
 
 namespace kandora::test {
 
-/// A new, empty folder below the system's one for temporary files; it goes with this object, and what is in
-/// it too. That it stays behind is a failure of the test.
+/// A new, empty folder below the system's one for temporary files. It is removed with this object, contents
+/// included; if that is impossible, the test fails.
 class TemporaryFolder : Unique {
 public:
     enum class Removal {

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Every test must have let go of every fake when it ends, and so must the component that it drove.
+/// When a test ends, neither it nor the component that it drove may still hold a fake.
 class LeakCheck final : public testing::EmptyTestEventListener {
     void OnTestEnd(const testing::TestInfo&) override {
         EXPECT_EQ(kandora::test::FakeObject::Alive() - before_, 0)

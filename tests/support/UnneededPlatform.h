@@ -6,7 +6,7 @@
 
 namespace kandora::test {
 
-/// A machine for code that has no business with it; what it may ask all the same, a derived class says.
+/// A machine for code that should not need one; derived classes allow exceptions.
 class UnneededPlatform : public Platform {
 public:
     LateBound CreateObject(const Text&) override { Unexpected(); }

@@ -9,7 +9,7 @@
 namespace kandora::test {
 
 /// For as long as it lives, calls that are turned away are repeated in no time: the pauses are only noted,
-/// and a clock of its own goes forward by them. One at a time.
+/// and advance a clock of its own. Only one may exist at a time.
 class VirtualPatience : Unique {
 public:
     VirtualPatience() : before_(BusyPatience()) {

@@ -98,7 +98,7 @@ HostThread::HostThread(std::function<void()> body) {
 
 HostThread::~HostThread() {
     for (int round = 0; !ended_; ++round) {
-        // A body that waits for its last message gets that, too.
+        // For a body that waits for the message to quit.
         if (round % 100 == 99) {
             PostThreadMessageW(id_, WM_QUIT, 0, 0);
         }

@@ -25,9 +25,9 @@ namespace kandora::ui_tests {
 using test::Eventually;
 
 /// Lets the other hosts' threads work. Each of them works, from its start to its end, only while all the
-/// others are in here. Two that lay out text in the same font at the same moment would end the process: wine
-/// then frees its cache of the font's glyphs and keeps it in its list. Windows lay out text when they are
-/// made, filled, painted, activated and closed, which no order of a test's own steps could keep apart. A
+/// others are in here. Two that lay out text in the same font at the same moment would crash the process:
+/// wine then frees its cache of the font's glyphs but keeps it in its list. Windows lay out text when they
+/// are made, filled, painted, activated and closed, which no order of a test's own steps could keep apart. A
 /// message box, which has the platform's own message loop, makes all others wait until it is closed.
 void Pause();
 
@@ -53,7 +53,7 @@ private:
     std::atomic<bool> otherWait_ = false;
 };
 
-/// What the host's thread works with.
+/// What a host's thread works with: the component's user interface on a machine that is a fake.
 struct Office {
     DeskPlatform platform;
     WindowsUserInterface userInterface{platform, [this]() -> CErrHandler& { return errors; }};

@@ -26,7 +26,7 @@ TEST(HostThreads, WorkInTurns) {
     EXPECT_EQ(most, 1);
 }
 
-/// Both are there although one never ends by itself.
+/// The second one works although the first one never ends by itself.
 TEST(HostThreads, AreThereAtOnce) {
     std::atomic<int> served = 0;
     const HostThread waiting([&] {

@@ -25,7 +25,7 @@ struct Screen {
 
 constexpr const wchar_t* resolutionVariable = L"UI_TESTS_RESOLUTION";
 
-/// The resolution that this process was started to test, in dots per inch.
+/// The resolution that this process was started to test, in dots per inch; nothing when it was not.
 std::optional<int> ToldResolution() {
     std::array<wchar_t, 16> value{};
     if (GetEnvironmentVariableW(resolutionVariable, value.data(), static_cast<DWORD>(value.size())) == 0) {
@@ -60,7 +60,7 @@ SIZE Measure(HWND control, const std::wstring& text, int width = 0) {
     return {area.right, area.bottom};
 }
 
-/// What a control covers with something to see: a label only its text.
+/// The visible part of a control: of a label only its text.
 RECT VisiblePart(HWND form, HWND control) {
     RECT place = PlaceIn(form, control);
     if (ClassOf(control) == L"Static") {
@@ -170,7 +170,7 @@ TEST_F(LayoutTest, ReportDialog) {
         EXPECT_EQ(font.lfHeight, -MulDiv(975, screen.y, 7200));
         EXPECT_EQ(font.lfWeight, row.bold ? FW_BOLD : FW_NORMAL);
     }
-    // The longest dates of the calendar are seen whole.
+    // The longest dates fit.
     for (const std::size_t date : {1U, 2U}) {
         RECT inside{};
         SendMessageW(controls[date], EM_GETRECT, 0, reinterpret_cast<LPARAM>(&inside));
@@ -212,7 +212,7 @@ TEST_P(InputBoxLayoutTest, PromptIsBrokenIntoLines) {
 
 INSTANTIATE_TEST_SUITE_P(Sentences, InputBoxLayoutTest, testing::Values(1, 3, 10));
 
-/// The resolution of the screen as programs find it that start from now on; put back at the end.
+/// Sets the screen's resolution for programs that start from now on; the old one comes back at the end.
 class ScreenSetting {
 public:
     explicit ScreenSetting(int dotsPerInch) {

@@ -56,7 +56,7 @@ struct Shown : ShownForm {
 
 class ReportDialogTest : public testing::Test {
 protected:
-    /// Everything that was posted to the dialog has been processed.
+    /// Waits until everything that was posted to the dialog has been processed.
     void Settle() const {
         const int before = office.platform.Waits();
         ASSERT_TRUE(Eventually([&] { return office.platform.Waits() >= before + 2; }));
@@ -372,7 +372,7 @@ TEST_F(ReportDialogTest, TakesTheForegroundFromWhateverHasIt) {
     EXPECT_TRUE(otherProgram.Ends());
 }
 
-/// Every way in which the dialog can end.
+/// The parameter is the way in which the dialog ends.
 class ReportDialogModalityTest : public ReportDialogTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ReportDialogModalityTest, DisablesTheThreadsOtherWindowsAndGivesTheKeyboardBack) {

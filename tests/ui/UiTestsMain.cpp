@@ -6,8 +6,8 @@
 
 namespace {
 
-/// On a display without a window manager, wine waits for one at every window that is hidden; told that there
-/// is none, it does not.
+/// On a display without a window manager, wine waits for one whenever a window is hidden, unless it is told
+/// that there is none.
 void TellWineThatThereIsNoWindowManager() {
     if (!kandora::ui_tests::RunsUnderWine()) {
         return;

@@ -9,7 +9,7 @@
 #include "tests/ui/Desk.h"
 #include "ui/Form.h"
 
-// What the system refuses the forms. The functions that this program imports are diverted.
+// The system refuses the forms something. The functions that this program imports are diverted.
 namespace kandora::ui_tests {
 namespace {
 

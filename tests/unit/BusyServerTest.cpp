@@ -97,7 +97,7 @@ private:
 TEST_F(BusyServer, MayTurnAwayTheCreationOfAnObject) {
     const Apartment apartment;
     ReluctantClass reluctant(3);
-    // Any class of the system that has a name will do: this registration goes before it.
+    // Any named class of the system will do: this registration takes precedence over it.
     CLSID clsid{};
     ASSERT_EQ(CLSIDFromProgID(L"Scripting.Dictionary", &clsid), S_OK);
     DWORD cookie = 0;
@@ -139,7 +139,7 @@ TEST_F(BusyServer, EveryKindOfCallIsRepeated) {
     EXPECT_EQ(object.invoked, 3);
 }
 
-// The pauses as they are, without the virtual ones.
+// Real pauses instead of virtual ones.
 
 TEST(RealPause, TakesItsTime) {
     const std::uint64_t before = BusyPatience().milliseconds();

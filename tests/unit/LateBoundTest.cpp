@@ -327,7 +327,7 @@ TEST(NewObjects, TellWhyTheyCannotBeMade) {
                                              {E_FAIL, 429}}) {
         BarrenClass barren(row.reason);
         DWORD cookie = 0;
-        // This registration goes before the system's own class.
+        // This registration takes precedence over the system's own class.
         ASSERT_EQ(CoRegisterClassObject(clsid, &barren, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
                   S_OK);
         EXPECT_EQ(NumberRaisedBy([] { NewObject(L"Scripting.Dictionary"); }), row.number) << row.reason;

@@ -1,4 +1,4 @@
-// The platform as it is.
+// The real platform, not a fake.
 
 #include "automation/WindowsPlatform.h"
 
@@ -44,7 +44,7 @@ const Text& DeepFile() {
     return file;
 }
 
-/// As the system does: what does not fit is cut off, and the buffer's size is the answer.
+/// Behaves as the system's function: cuts off what does not fit, and then returns the buffer's size.
 DWORD WINAPI TellDeepFileName(HMODULE, wchar_t* buffer, DWORD size) {
     const Text shown = DeepFile().substr(0, size - 1);
     *std::copy(shown.begin(), shown.end(), buffer) = L'\0';

@@ -37,7 +37,7 @@ TEST(SettingsTable, SpellsTheStatusKeyWithASmallS) {
     EXPECT_EQ(found, 3);
 }
 
-/// What a text becomes in a place of each type; a number of an error where it becomes nothing.
+/// What a text becomes in a setting of each type, or the number of the error when it does not convert.
 struct Conversion {
     const wchar_t* text;
     int asBoolean;

@@ -14,10 +14,10 @@
 namespace kandora::test {
 namespace {
 
-/// Programs that fare as told; time passes while they are waited for.
+/// Programs with a given fate; time passes while they are waited for.
 class FakeProcesses : public Processes {
 public:
-    /// When the system knows what of a program, in milliseconds since its start.
+    /// What the system learns of a program and when, in milliseconds since its start.
     struct Fate {
         DWORD error = 0;              ///< of its start
         ULONGLONG sign = never;       ///< its sign of life
@@ -93,7 +93,7 @@ protected:
     bool Ends(DWORD milliseconds = StartedProgram::patience) {
         return program_->Ends([this] { return processes_->GaveSign(); }, milliseconds);
     }
-    /// Of the program's whole life.
+    /// The log of the program's whole life, which it ends.
     std::string Log() {
         program_.reset();
         return processes_->log;
