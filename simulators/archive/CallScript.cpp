@@ -90,8 +90,8 @@ CallScript CallScript::Parse(const JsonFile& file, const MemberTable& members) {
 }
 
 CallScript::Rule CallScript::ReadRule(const JsonFile& file, const Json& item, const MemberTable& members) {
-    file.AllowOnly(item,
-                   {"call", "nth", "from", "args", "answer", "fail", "hresult", "delayMs", "die", "begun"});
+    file.AllowOnly(item, {"call", "nth", "from", "args", "answer", "fail", "hresult", "delayMs", "until",
+                          "die", "begun"});
     Rule rule;
     const Json& name = file.Required(item, "call");
     const MemberTable::Member* member = members.Find(members.IdOf(file.NonEmptyText(name)));
@@ -133,14 +133,17 @@ CallScript::Rule CallScript::ReadRule(const JsonFile& file, const Json& item, co
         rule.delay = std::chrono::milliseconds(file.Integer(*delay, 0));
         ++actions;
     }
+    if (const Json* until = file.Optional(item, "until")) {
+        rule.until = file.NonEmptyText(*until);
+        ++actions;
+    }
     if (const Json* die = file.Optional(item, "die")) {
         rule.action = ReadDeath(file, *die);
         ++actions;
     }
     if (actions != 1) {
-        file.Fail(
-            item,
-            L"Eine Regel braucht genau eine der Angaben «answer», «fail», «hresult», «delayMs», «die».");
+        file.Fail(item, L"Eine Regel braucht genau eine der Angaben «answer», «fail», «hresult», «delayMs», "
+                        L"«until», «die».");
     }
     return rule;
 }
@@ -172,6 +175,9 @@ CallScript::Decision CallScript::Decide(const Call& call) {
             WriteFileAtomically(rule.begun, "");
         }
         decision.delay += rule.delay;
+        if (!rule.until.empty()) {
+            decision.until.push_back(rule.until);
+        }
         if (std::holds_alternative<std::monostate>(decision.action)) {
             decision.action = rule.action;
         }

@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 #include <variant>
+#include <vector>
 
 #include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
@@ -20,9 +22,9 @@
 ///
 /// A rule concerns the calls of its member (properties included, read or assigned) whose first arguments
 /// equal "args"; among those, counted over all clients since the start, only the "nth" or all from number
-/// "from" on. The delays of all rules that apply are waited for; of the other actions the first rule's one
-/// counts. A rule with "begun" makes the file of that name before anything else happens, so that others see
-/// that the call is there.
+/// "from" on. The delays of all rules that apply are waited for, and the files of "until"; of the other
+/// actions the first rule's one counts. A rule with "begun" makes the file of that name before anything else
+/// happens, so that others see that the call is there.
 namespace kandora::simulators {
 
 class CallScript {
@@ -36,6 +38,7 @@ public:
 
     struct Decision {
         std::chrono::milliseconds delay{0};
+        std::vector<std::wstring> until;  ///< files, all of which must be there before the call goes on
         Action action;
     };
 
@@ -57,6 +60,7 @@ private:
         std::optional<std::int32_t> from;
         std::wstring begun;  ///< a file's path, or empty
         std::chrono::milliseconds delay{0};
+        std::wstring until;  ///< a file's path, or empty
         Action action;
         std::int32_t calls = 0;
 

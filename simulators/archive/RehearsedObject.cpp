@@ -2,11 +2,20 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <variant>
 
 #include "simulators/common/CallFailure.h"
+#include "simulators/common/Files.h"
 
 namespace kandora::simulators {
+
+namespace {
+
+/// In milliseconds, between two looks whether a file is there.
+constexpr DWORD untilPause = 5;
+
+}  // namespace
 
 Value RehearsedObject::Perform(const Call& call, const std::function<Value()>& proceed) {
     if (program_.trace == nullptr) {
@@ -37,6 +46,9 @@ Value RehearsedObject::Scripted(const Call& call, const std::function<Value()>& 
     if (decision.delay.count() > 0) {
         // A busy archive answers nobody and does not paint its window either.
         Sleep(static_cast<DWORD>(decision.delay.count()));
+    }
+    while (!std::ranges::all_of(decision.until, &IsFile)) {
+        Sleep(untilPause);
     }
     if (const auto* given = std::get_if<CallScript::Answer>(&decision.action)) {
         return given->value;

@@ -7,7 +7,6 @@ import os
 import re
 import shutil
 import signal
-import time
 import unittest
 
 from workstation import (TOP_FOLDER, Client, PlatformTexts, Workstation, kill, wait_until, windows_path, without_fault)
@@ -308,13 +307,17 @@ class Kills(unittest.TestCase):
         for is_ended in (False, True):
             with self.subTest(is_ended=is_ended):
                 self.put_back()
-                self.rehearse({"call": "AddPostboxFile", "nth": 1, "delayMs": 700})
+                begun, thawed = (self.workstation.folder / name for name in ("Begonnen", "Weiter"))
+                for file in (begun, thawed):
+                    file.unlink(missing_ok=True)
+                self.rehearse({"call": "AddPostboxFile", "nth": 1, "until": windows_path(thawed), "begun": windows_path(begun)})
                 self.accounting.begin("SaveDocument booking 1002 1")
-                wait_until(lambda: any(line.startswith("setobjAttrib") for line in self.traced()), "it is being filed")
+                wait_until(begun.exists, "it is being filed")
                 frozen = self.workstation.archive_processes()
                 for process in frozen:
                     os.kill(process, signal.SIGSTOP)
-                time.sleep(1.5)  # so long it is frozen; nothing waits for anything here
+                # Nothing else keeps the call back now, and still nobody gives up.
+                thawed.touch()
                 self.assertFalse(self.accounting.is_done())
                 if is_ended:
                     kill(frozen)

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "interfaces/CodePages.h"
 #include "simulators/archive/tests/ArchiveFixture.h"
@@ -125,6 +127,21 @@ TEST_F(CallScriptTest, ShowsThatACallIsThere) {
     EXPECT_TRUE(IsFile(begun));
 }
 
+TEST_F(CallScriptTest, WaitsUntilAFileIsThere) {
+    const std::wstring there = directory_ / L"Weiter";
+    std::string path = Utf8FromText(there);
+    std::ranges::replace(path, '\\', '/');
+    Use(R"([{"call": "LookupIndex", "until": ")" + path + R"("}])");
+    std::atomic<bool> isThere = false;
+    std::thread other([&] {
+        isThere = true;
+        directory_.Write(L"Weiter", "");
+    });
+    EXPECT_THAT(LookUp(1), ElementsAre(0));
+    EXPECT_TRUE(isThere) << "it went on before";
+    other.join();
+}
+
 TEST_F(CallScriptTest, DiesBeforeOrAfterTheCall) {
     Use(R"([{"call": "CreateStructure", "nth": 1, "die": "before"}, {"call": "CreateStructure", "nth": 2, "die": "after"}])");
     EXPECT_EQ(client_.Call(L"CreateStructure", {Value::Text(L"¶A"), Value::Short(0)}).code, E_UNEXPECTED);
@@ -143,7 +160,7 @@ TEST_F(CallScriptTest, ComplainsWithLineAndColumn) {
               L"probe.json, Zeile 1, Spalte 11: Das Archiv hat kein Mitglied «Logout».");
     EXPECT_EQ(MessageFor("[{\"call\": \"Login\"}]"), L"probe.json, Zeile 1, Spalte 2: Eine Regel braucht "
                                                      L"genau eine der Angaben «answer», «fail», «hresult», "
-                                                     L"«delayMs», «die».");
+                                                     L"«delayMs», «until», «die».");
     EXPECT_EQ(MessageFor("[{\"call\": \"Login\", \"answer\": 1, \"die\": \"after\"}]").substr(0, 29),
               L"probe.json, Zeile 1, Spalte 2");
     EXPECT_EQ(MessageFor("[{\"call\": \"Login\", \"nth\": 0, \"answer\": 1}]"),

@@ -147,6 +147,7 @@ TEST_F(SampleClient, NumbersDocumentsWithFourteenDigitsAndOnlyOnce) {
         EXPECT_EQ(booking.docId.find_first_not_of(L"0123456789"), std::wstring::npos);
         EXPECT_TRUE(ids.insert(booking.docId).second) << Utf8FromText(booking.docId);
     }
+    EXPECT_FALSE(ids.empty());
 }
 
 TEST_F(SampleClient, NumbersBarcodesOnlyOnce) {
@@ -154,6 +155,7 @@ TEST_F(SampleClient, NumbersBarcodesOnlyOnce) {
     for (const Booking& booking : client_.Bookings()) {
         EXPECT_TRUE(booking.barcode.empty() || barcodes.insert(booking.barcode).second);
     }
+    EXPECT_FALSE(barcodes.empty());
 }
 
 TEST_F(SampleClient, LeadsNowhereOnlyWhereItSaysSo) {

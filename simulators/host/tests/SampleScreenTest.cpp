@@ -143,10 +143,12 @@ TEST_P(SampleScreen, NoLineOfAChangeIsTooLong) {
 /// Whatever the width: an entry can be recognised, and nothing is left out in silence.
 TEST_P(SampleScreen, EveryFieldIsInTheTableOrNamedBelowIt) {
     const auto lines = Year({12, GetParam()});
+    int heads = 0;
     for (auto head = lines.begin(); head != lines.end(); ++head) {
         if (!head->starts_with(L"    Eintrag ")) {
             continue;
         }
+        ++heads;
         EXPECT_THAT(*head, AllOf(HasSubstr(L"  Kurzbezeichnung  "), HasSubstr(L"  Barcode  "),
                                  HasSubstr(L"  Belegnummer  "), HasSubstr(L"  Valutadatum  "),
                                  HasSubstr(L"  Betrag")));
@@ -159,6 +161,7 @@ TEST_P(SampleScreen, EveryFieldIsInTheTableOrNamedBelowIt) {
             EXPECT_NE(head->find(name) == std::wstring::npos, below.find(name) == std::wstring::npos) << name;
         }
     }
+    EXPECT_GT(heads, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Widths, SampleScreen, ::testing::Values(80, 100, 132, 237));
