@@ -40,7 +40,7 @@ Text OutOfCodePage(UINT page, std::string_view bytes) {
 
 }  // namespace
 
-// Not through the C library's formatting, which would double the component's size.
+// The C library's formatting would double the component's size.
 Text Decimal(std::int64_t value) {
     const bool negative = value < 0;
     auto rest = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
