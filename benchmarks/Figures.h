@@ -10,7 +10,7 @@
 
 namespace kandora::benchmarks {
 
-/// What the program was started with; README.md tells what each is for.
+/// What the program was started with; --help tells what each is for.
 struct Options {
     std::string directory;
     std::string component;
@@ -41,8 +41,8 @@ private:
     std::vector<Row> rows_;
 };
 
-/// Rounds of a millisecond are hardly ever interrupted, so figures made of very short pieces of work take
-/// more and shorter ones.
+/// Figures made of very short pieces of work take this many times more, and shorter, rounds: rounds of a
+/// millisecond are hardly ever interrupted.
 constexpr int shortRounds = 10;
 
 // The groups of figures; all throw std::exception when something cannot be measured.
@@ -56,11 +56,11 @@ void MeasureMemory(Figures& figures);
 /// The archive's stand-in with many entries.
 void MeasureLargeArchive(Figures& figures);
 
-/// For a process of its own, as a DLL is loaded once only: loads it, makes an object and prints the
-/// microseconds.
+/// Loads the DLL, makes an object and prints the microseconds that it took; for a process of its own, as a
+/// DLL is loaded only once in each.
 void LoadOnce(const std::string& file);
 
-/// Runs a command that prints a number.
+/// The number that a command prints. Throws std::runtime_error when it prints none or fails.
 double NumberToldBy(const std::string& command);
 
 }  // namespace kandora::benchmarks

@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Microseconds from the start of the simulator until its window answers and shows its tree. Ends it again.
+/// Microseconds from the start of the simulator until its window answers and shows its tree. Ends the
+/// simulator again.
 double TimeToWindow(const std::string& simulator, const std::string& store) {
     std::string command = "\"" + simulator + "\" --store \"" + store + "\"";
     STARTUPINFOA startup{};

@@ -66,7 +66,7 @@ Row ComparedTimes(std::string name, int rounds, const std::function<double()>& s
     std::vector<double> ratios;
     std::vector<double> subjects;
     std::vector<double> floors;
-    // One round that does not count: what both sides do once is done then.
+    // The first round does not count: what both sides do only once is done in it.
     for (int round = -1; round < rounds; ++round) {
         double mine = 0;
         double least = 0;

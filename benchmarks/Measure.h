@@ -9,7 +9,7 @@ namespace kandora::benchmarks {
 /// One line of the table: a piece of the component beside the least that the platform allows for the same.
 struct Row {
     std::string name;
-    /// The larger or the smaller ratio is the better one; `limit` is what it must reach.
+    /// Whether the ratio must be at most or at least `limit`, or is only shown.
     enum class Aim { AtMost, AtLeast, Shown } aim = Aim::AtMost;
     double limit = 0;
     std::string unit;    ///< of the absolute times

@@ -26,7 +26,6 @@ CLSID ClassOf(const wchar_t* progId) {
     return clsid;
 }
 
-/// How the objects of a conversation are made when it is said again. `bench` must outlive it.
 Conversation::Maker MakerFor(Workbench& bench, Surroundings surroundings) {
     if (surroundings != Surroundings::Quiet) {
         return &Registered;

@@ -31,9 +31,9 @@ public:
 
     /// Number of steps so far.
     [[nodiscard]] std::size_t Steps() const noexcept { return steps_.size(); }
-    /// Says the steps again. Objects made in them take the place of earlier ones with the same role; those
-    /// from before must have been made by an earlier call. With `askingIds` each id is asked where it was.
-    /// Throws std::runtime_error when a call fails.
+    /// Says the steps again. Objects made in them take the place of earlier ones with the same role; objects
+    /// of steps before `begin` must have been made by an earlier call. With `askingIds` each id is asked
+    /// where it was. Throws std::runtime_error when a call fails.
     void SayAgain(std::size_t begin, std::size_t end, bool askingIds);
     /// How many of the steps are calls, and how many ask for an id.
     [[nodiscard]] std::size_t Calls(std::size_t begin, std::size_t end) const;

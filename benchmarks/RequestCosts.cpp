@@ -50,7 +50,7 @@ void MeasureTracedLine(Figures& figures, Workbench& bench) {
     SysFreeString(docId);
 }
 
-/// The process's own memory that is in use.
+/// The process's private memory that is committed.
 double PrivateKilobytes() {
     double bytes = 0;
     MEMORY_BASIC_INFORMATION region{};

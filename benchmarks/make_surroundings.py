@@ -11,7 +11,7 @@ from pathlib import Path
 
 VOUCHER_FIELDS = 7
 PARTNER_FIELDS = 13
-# One mask for each size of search, as main.cpp expects them.
+# One mask for each size of search; SearchCosts.cpp expects the same.
 SEARCHES = {11: 100, 12: 316, 13: 1000, 14: 3162, 15: 10001}
 ENTRIES_PER_FOLDER = 500
 

@@ -7,7 +7,7 @@ set -euo pipefail
 # shellcheck source=scripts/wine.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../scripts/wine.sh"
 
-# Where it was built, and where it works; the tests of this script use others.
+# Another build's folder, another prefix (below) and another processor can be given.
 build=${KANDORA_BUILD:-$build}
 here=$root/benchmarks
 processor=${KANDORA_BENCHMARK_PROCESSOR:-0}

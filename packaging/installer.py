@@ -20,7 +20,7 @@ CODE_PAGE = 1252
 MACHINE_NAMES = {"x86": "Intel", "x64": "x64"}
 BITS = {"x86": "32 Bit", "x64": "64 Bit"}
 CLASSES = "Software\\Classes\\"
-# Whose values go to the machine's or to the user's part of the registry, as the installation goes.
+# Registry root: the machine's or the user's part, as the installation is for one or the other.
 MACHINE_OR_USER = -1
 
 # Component attributes
@@ -33,13 +33,13 @@ SET_PROPERTY, STOP_WITH_ERROR = 51, 19
 DETECT_ONLY, INCLUDE_MINIMUM, INCLUDE_MAXIMUM = 0x2, 0x100, 0x200
 ON_REMOVAL = 2
 
-# The folder takes the users' log files. Administrators and the system may do everything. Users may read and start what
-# is there, and add files to this folder but not to those below; whoever adds a file may read and lengthen it. Nobody may
-# start or load a file that a user has added: for new files the right to execute is left out, and the owner's implied right
-# to change the permissions is taken back (OW).
+# The folder takes the users' log files. Administrators and the system may do everything. Users may read what is there, and add
+# files to this folder but not to those below; whoever adds a file may read and write it. No user may start or load what has
+# been added: new files come without the right to execute, and their owner's implied right to change the permissions is taken
+# back (OW).
 FOLDER_PERMISSIONS = ("D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;CI;0x1200a9;;;BU)(A;OIIO;0x120089;;;BU)"
                       "(A;;0x2;;;BU)(A;OIIO;0x12019f;;;OW)")
-# Program files: everybody may start them, administrators alone may change them.
+# Program files: users may start them, only administrators may change them.
 PROGRAM_PERMISSIONS = "D:PAI(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x1200a9;;;BU)"
 # Folders below: the same, for all that is in them.
 SUBFOLDER_PERMISSIONS = "D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)"
@@ -255,8 +255,8 @@ class Package:
                 "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
                 "Manufacturer": "Kandora", "ALLUSERS": "2", "ARPNOMODIFY": "1",
                 "ARPCOMMENTS": "Archivanbindung der Finanzbuchhaltung",
-                # Files are replaced whatever their version: the decision falls before the old version goes, and another
-                # build of the same version would else leave the old file, or none.
+                # Files are replaced whatever their version: this is decided before the old version goes, and otherwise another
+                # build of the same version would leave the old file, or none.
                 "REINSTALLMODE": "amus",
                 "SecureCustomProperties": ";".join(public), "MSIRESTARTMANAGERCONTROL": "Disable"}.items():
             self.add("Property", name, value)
@@ -293,7 +293,8 @@ class Package:
         self.add("InstallUISequence", "ExecuteAction", None, 1300)
         for action in [("AllesEntfernen", "ENTFERNEALLES=1 AND NOT UPGRADINGPRODUCTCODE", 1020),
                        ("InstallValidate", None, 1400), ("InstallInitialize", None, 1500),
-                       # The old version goes first, inside the same transaction: what it shares with the new one comes back.
+                       # The old version goes first, in the same transaction; what it shares with the new one is installed
+                       # again.
                        ("RemoveExistingProducts", None, 1525),
                        ("ProcessComponents", None, 1600), ("UnpublishFeatures", None, 1800),
                        ("RemoveRegistryValues", None, 2600), ("RemoveFiles", None, 3500), ("RemoveFolders", None, 3600),

@@ -69,7 +69,7 @@ def main():
     name = f"Kandora-{version}-{architecture}"
     arguments.output.mkdir(parents=True, exist_ok=True)
     write_zip(arguments.output / f"{name}.zip", name, files, timestamp)
-    # The installer also brings the settings' first version; by hand one copies the template.
+    # The installer also brings the first settings; who installs by hand copies the template.
     files["Kandora.ini"] = files["Kandora.ini.template"]
     installer.Package(architecture, version, files).write(arguments.output / f"{name}.msi", timestamp)
     print(f"{arguments.output / name}.msi\n{arguments.output / name}.zip")

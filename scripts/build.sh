@@ -3,8 +3,8 @@
 # shellcheck source=scripts/common.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
-# configure_preset NAME: a no-op once configured; ninja itself re-runs CMake when one of its files changes.
-# With CI set, warnings are errors; whoever just builds may have a compiler that warns of more.
+# configure_preset NAME: does nothing once configured; ninja itself runs CMake again when one of its files changes. With CI set,
+# warnings are errors; other people's compilers may warn of more.
 configure_preset() {
     local directory="$build/$1" cache="$build/$1/CMakeCache.txt" warnings=()
     if [[ -f $cache ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache"; then

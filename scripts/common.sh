@@ -64,8 +64,8 @@ step() {
     end_step "$log" "$start" "$result"
 }
 
-# build_step LOG TEXT COMMAND...: a step whose output counts: "[1/20] ...". While it runs, it shows how far it is: in place on a
-# terminal, elsewhere once for each quarter. COMMAND runs in a shell of its own.
+# build_step LOG TEXT COMMAND...: a step whose output has lines like "[1/20] ...". While it runs, they show how far it is: in
+# place on a terminal, elsewhere once for each quarter. COMMAND runs in a shell of its own.
 build_step() {
     local log="$logs/$1.log" start=$EPOCHREALTIME result=0 process made all quarter=1 before
     local pauses=(0.02 0.05 0.1 0.2 0.5) looks=0
@@ -78,7 +78,7 @@ build_step() {
     process=$!
     [[ ! -t 1 ]] || printf '%s ' "$before"
     while kill -0 "$process" 2>/dev/null; do
-        # A short command is not held up.
+        # Short pauses first, so that a short command is not held up.
         sleep "${pauses[looks < 4 ? looks : 4]}"
         looks=$((looks + 1))
         read -r made all < <(tail -c 4000 "$log" | sed -n 's|^\[\([0-9]*\)/\([0-9]*\)\].*|\1 \2|p' | tail -n 1) || continue

@@ -3,7 +3,7 @@
 
 coveragePreset=coverage-x86
 
-# The programs whose runs are worth their time: the whole runs and the long ones reach nothing that these do not.
+# The programs that are run: the whole runs and the long ones reach nothing that these do not.
 coveragePrograms=(unit_tests protocol_tests component_tests library_failure_tests outside_tests ui_tests badinput_tests
     badinput_component_tests fault_sweep allocation_sweep reentry_sweep model_tests cost_tests)
 
@@ -16,8 +16,8 @@ measure() {
     local names
     names=$(IFS='|' && printf '%s' "${coveragePrograms[*]}")
     find "$build/$coveragePreset" -name '*.gcda' -delete || return
-    # The recorded data goes where the compiler left its notes; the drive makes it independent of a test's folder. One
-    # program after the other: each adds its data to that of those before it, and nothing keeps two from doing so at once.
+    # The recorded data goes where the compiler left its notes; with the drive, whatever folder a test runs in. One program
+    # after the other: each adds its data to that of those before it, and nothing keeps two from doing so at once.
     GCOV_PREFIX=Z: ctest --test-dir "$build/$coveragePreset" -R "^($names)(_[0-9]+)?\$" -j 1 \
         --output-on-failure --no-tests=error --timeout 3600
 }

@@ -18,7 +18,7 @@ demo_run() { "$(wine_loader "$demoArchitecture")" "$@"; }
 
 demo_tool() { demo_run "$(system_program "$demoArchitecture" "$1")" "${@:2}"; }
 
-# What an administrator copies to a workstation, with the settings of the sample archive.
+# What an administrator copies to a workstation, with an empty sample archive and settings that fit it.
 install_files() {
     local bin="$build/$demoArchitecture/bin"
     # Each run starts with an empty archive and an untouched client; only the Windows session is kept.
@@ -70,7 +70,7 @@ archive_ready() {
     grep -qs '^Bereit: ' "$demoArchiveLog" || return 1
 }
 
-# Asks COM for the class as any script would. A script error of cscript leaves its exit code 0, hence the last line.
+# Asks COM for the class as any script would. The script says so itself: cscript has exit code 0 after a script error, too.
 archive_answers() {
     printf '%s\r\n' 'Set archive = CreateObject("ELO.professional")' 'WScript.Echo "answers"' >"$demo/probe.vbs"
     [[ $(demo_tool cscript.exe //nologo "$(windows_path "$demo/probe.vbs")" 2>/dev/null) == answers* ]]
@@ -165,7 +165,7 @@ build_for_demo() {
         build_preset "$demoArchitecture" Kandora kandora_files ArchiveSimulator HostSimulator
 }
 
-# Made while the compiler works; it waits for the disk most of the time.
+# The wine prefix is made while the compiler works: making it is mostly waiting for the disk.
 begin_template() {
     (start_display && ensure_template) >"$logs/wine-template.log" 2>&1 &
     templateProcess=$!

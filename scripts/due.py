@@ -11,7 +11,7 @@ import pathlib
 import re
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.MULTILINE)
-# What can make a text mean something else where pointers are wider.
+# What may make a text mean something else where pointers are wider.
 WIDTH = re.compile(r"_WIN64|__x86_64__|__i386__|_M_(IX86|X64|AMD64)|__SIZEOF_POINTER__|sizeof\s*\(\s*void\s*\*\s*\)")
 
 

@@ -4,7 +4,7 @@
 source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
 elsewhere="$build/elsewhere"
-# In MB; the system with everything built in it.
+# In MB: what the system takes with everything built in it.
 elsewhereRoom=8000
 
 # machine_sources ETC: the lines "ADDRESS SUITE" of the sources of packages whose component is main.
@@ -60,7 +60,7 @@ copy_access() {
     done
 }
 
-# make_system RELEASE SYSTEM: as a new machine; made once, unpacked from then on.
+# make_system RELEASE SYSTEM: a system like a new machine's; made once, later only unpacked.
 make_system() {
     local release=$1 system=$2 base="$elsewhere/$1.tar.gz" mirror
     mirror=$(awk -v suite="$release" '$2 == suite { print $1; exit }' "$elsewhere/$release.sources")

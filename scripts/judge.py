@@ -7,7 +7,7 @@ import collections
 import dataclasses
 import re
 
-# The system's and the libraries' words for a fault. No debugger is started, so that a fault is told by one line.
+# How the system and the libraries report a fault. No debugger is started, so that it is one line.
 FAULT = re.compile("|".join((
     r"\bwine: (?:Unhandled|Call from .* to unimplemented)", r"Unhandled exception", r"page fault on \w+ access",
     r"^Backtrace:", r"starting debugger", r"\berr:(?:seh|virtual)\b", r"wine client error", r"wineserver crashed",
@@ -15,7 +15,7 @@ FAULT = re.compile("|".join((
     r"abnormal program termination", r"requested the Runtime to terminate", r"^Segmentation fault", r"core dumped",
     r"^Traceback \(most recent call last\)", r"^X Error of failed request")), re.MULTILINE)
 
-# Programs of which each is one case: how they close.
+# The last lines of programs that are a single case each.
 CLOSING_LINES = {
     "heap_check": r"No complaint of the heap in 20 rounds; an overrun block is noticed\.",
     "package_build": r"/.+\.zip",
@@ -23,8 +23,7 @@ CLOSING_LINES = {
     "sample_client_is_generated": r"The sample client is what its generator writes\.",
 }
 
-# What the long tests count: the number in each of these lines, by what it is a number of. A program's lines are summed up, and
-# so are the shards of one program.
+# What the long tests count, and the lines that have the numbers. They are added up over a program's lines and shards.
 COUNTS = tuple((what, re.compile(pattern, re.MULTILINE)) for what, pattern in (
     ("failed calls", r"^fault sweep: (\d+) cases"),
     ("failed allocations", r"^allocation sweep: (\d+) cases"),
@@ -43,7 +42,7 @@ COUNTS = tuple((what, re.compile(pattern, re.MULTILINE)) for what, pattern in (
     ("vouchers of many accountings", r"^\d+ accountings filed (\d+) vouchers"),
     ("kills by request", r"^\w+.*: (\d+) rounds$"),
 ))
-# The lines with these numbers, and others that people want to see.
+# The lines with these numbers, and others worth showing.
 COUNT_LINE = re.compile(r"^(?:(?:fault|allocation|re-entry) sweep: \d+|the archive was killed \d+|"
                         r"\d+ (?:sequences|requests disturbed|apartments|accountings|answers|failures,|random values|"
                         r"mutated settings|kinds of metadata)).*", re.MULTILINE)

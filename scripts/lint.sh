@@ -1,4 +1,4 @@
-# Formatting, static analysis, scripts. Changes nothing; `./dev format` applies the formatting.
+# Formatting, floors, scripts, static analysis. Changes no source; `./dev format` applies the formatting.
 # shellcheck shell=bash
 
 # Lists the project's files with the given endings, NUL-terminated.
@@ -12,7 +12,7 @@ project_files() {
 
 format_sources() { project_files cpp h | xargs -0 -r "clang-format-$clang" "$@"; }
 
-# Shell scripts have no ending when they are commands.
+# Commands have no ending, so shell scripts are found by their first lines.
 shell_scripts() {
     find "$root" -path "$build" -prune -o -path "$root/.git" -prune -o -type f \( -perm -u=x -o -name '*.sh' \) -print0 |
         xargs -0 grep -lIZE '^#!/bin/(ba)?sh|^# shellcheck shell=' | sort -z
@@ -25,14 +25,14 @@ check_python() { project_files py | xargs -0 -r flake8 --config "$root/.flake8";
 # Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
 prepare_analysis() { configure_preset "lint-$1" && cmake --build "$build/lint-$1" --target kandora_typelibs -j "$(nproc)"; }
 
-# Runs as a step in the background; whoever ends that ends the analysis itself.
+# Runs as a step in the background, in place of its shell: what ends the step ends the analysis.
 tidy() {
     exec python3 "$root/scripts/tidy.py" --clang-tidy "clang-tidy-$clang" --root "$root" --build "$build" \
         --base "$root/scripts/lint-base.json" --jobs "$(nproc)" "$@"
 }
 
-# ensure_linters: `clang` is then the first version that there is. A version that is installed already is no reason to do without
-# the reference.
+# ensure_linters: sets `clang` to the first version that can be had. That a later one is installed already is no reason to do
+# without the reference.
 clang=
 ensure_linters() {
     local version packages missing

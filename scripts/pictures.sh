@@ -7,7 +7,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/demo.sh"
 pictures="$root/docs/images"
 sessionDrive="$demo/wine/drive_c"
 
-# save_picture NAME: of what comes on stdin, with no more colours than are seen and nothing that tells of its making.
+# save_picture NAME: the picture on stdin, reduced to 256 colours and without metadata.
 save_picture() { convert - -strip -colors 256 "PNG8:$pictures/$1.png"; }
 
 # photograph NAME TITLE: the window of that title once it stands still.
@@ -27,7 +27,7 @@ click() {
     xdotool mousemove --window "$(the_window)" "$2" "$3" click 1
 }
 
-# Where an administrator would have them. The demo's entries are replaced.
+# The files where an administrator would have them. The registrations of the demo are replaced.
 install_workstation() {
     local bin="$build/$demoArchitecture/bin" programs="$sessionDrive/Program Files (x86)/Kandora" name
     mkdir -p "$programs/Werkzeuge" "$sessionDrive/Demo" "$sessionDrive/Daten/Druck" "$sessionDrive/Daten/Mandanten" &&

@@ -9,11 +9,11 @@ packagesWine64=(wine wine64 fonts-wine fonts-liberation fonts-dejavu-core)
 packagesWine32=(wine32:i386)
 packagesDisplay=(xvfb xauth xdotool imagemagick)
 packagesLint=(shellcheck flake8)
-# The first is the reference, which Debian 12 and 13 both have. The others are for systems that have it not: they format alike.
+# The first is the reference, which Debian 12 and 13 both have. The others are for systems that lack it: they format alike.
 clangVersions=(22 19)
 packagesCoverage=(gcovr)
 
-# Present while 32-bit wine could not be installed; scripts then leave the 32-bit runs out and say so.
+# There while 32-bit wine cannot be installed; the next attempt is made after an hour.
 no32BitWine="$build/no-32-bit-wine"
 
 aptDirectory="$build/apt"
@@ -88,7 +88,7 @@ merge_suites() {
 }
 
 apt_update() {
-    # A stale index of one suite must not end the setup: whether the packages can be had shows when they are installed.
+    # A stale index of one suite must not end the setup: installing shows whether the packages can be had.
     [[ -n $aptListsFresh ]] || apt update || warn "apt-get update reported errors; going on with the lists at hand."
     aptListsFresh=yes
 }
@@ -107,8 +107,8 @@ apt_filtered_update() {
     aptFilteredListsFresh=yes
 }
 
-# install_packages NAME...: first from the machine's sources as they are, then without the security suite, at last letting
-# apt replace security versions of libraries by those of the base suite. Never removes a package.
+# install_packages NAME...: first from the machine's sources as they are, then without the security suite, at last with
+# permission to replace security versions of libraries by those of the base suite. Never removes a package.
 install_packages() {
     local plain=(--no-install-recommends --no-remove install "$@")
     apt_update

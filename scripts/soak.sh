@@ -1,7 +1,7 @@
 # The long runs: hours instead of minutes, with new random courses each time.
 # shellcheck shell=bash
 
-# In each architecture's own run.
+# Counted by each architecture's run in its own shell.
 soakFailures=0
 
 # soak ARCHITECTURE NAME TEXT PATTERN COMMAND...: one line for the step, and what the run says of itself from PATTERN on.
@@ -17,7 +17,7 @@ soak() {
     fi
 }
 
-# How a test program of the build runs, in the tests' prefix.
+# Runs a test program of the build in the prefix that the run has begun.
 soak_program() {
     local architecture=$1 folder=$2 program=$3
     shift 3

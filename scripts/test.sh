@@ -13,8 +13,8 @@ run_ctest() {
         --test-output-size-passed 10000000 --test-output-size-failed 10000000 --output-junit "$report" "$@" </dev/null
 }
 
-# test_build NAME: the tests of build/NAME, each in a Windows session of its own. They wait more than they work. What they say is
-# judged later: how they end does not matter.
+# test_build NAME: the tests of build/NAME, each in a Windows session of its own. They wait more than they work. What they say
+# is judged later, so ctest's own verdict does not matter.
 test_build() {
     local start=$EPOCHREALTIME chosen=()
     ((${#testAreas[@]} == 0)) || chosen=(-L "^($(IFS='|' && printf '%s' "${testAreas[*]}"))\$")
@@ -34,14 +34,14 @@ test_again() {
     wait $! || true
 }
 
-# Tests that lack disk fail in ways that do not tell why.
+# Tests that run out of disk space fail in ways that do not tell why.
 warn_of_full_disk() {
     local free=$(($(df --output=avail -m "$root" | tail -n 1)))
     ((free >= 2000)) || warn "ONLY $free MB ARE LEFT on the disk of $root."
 }
 
-# test_builds NAME...: fails unless every test of every build has passed, and none was missing. `record`: what they have is what
-# they should have from now on.
+# test_builds NAME...: fails unless every test of every build has passed and none was missing. With `record` set, the cases that
+# there are become the expected ones.
 test_builds() {
     local name program failed result=0 options=()
     [[ -z ${record:-} ]] || options=(--record)
@@ -103,7 +103,7 @@ build_for_tests() {
 run_tests() {
     local runnable=() architecture
     read_test_arguments "$@"
-    # Until something else is known.
+    # What holds if the command ends before the tests are judged.
     closingLine="0 passed, 1 failed"
     command_setup
     build_for_tests

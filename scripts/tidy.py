@@ -25,16 +25,16 @@ TRIPLETS = {"x86": "i686-w64-mingw32", "x64": "x86_64-w64-mingw32"}
 # The walk over a function's paths is most of the work, and its default bound lets a few functions take most of that: with
 # this one src/archive/ELODMS.cpp takes 3 s instead of 17 s.
 BOUNDS = ["max-nodes=20000"]
-# Tests are long functions of one path each, whose macros and library calls are not worth following.
+# Tests are long functions without branches, whose macros and library calls are not worth following.
 TEST_BOUNDS = ["mode=shallow", "max-nodes=10000"]
-# A case that takes what is not there fails, and so does a program whose texts and tables cannot be made. A program that is
-# ended from outside has told how far it was.
+# In tests, an optional that is empty fails its case and a table that cannot be made fails its program, as they should. What a
+# test says is flushed line by line, so that one that is ended from outside has told how far it was.
 TEST_CHECKS = ("--checks=-bugprone-unchecked-optional-access,-bugprone-throwing-static-initialization,"
                "-performance-avoid-endl")
 TESTS = re.compile(r"(^|/)(tests|benchmarks)/")
 
-# Leaves clang's own warnings, without those that the configuration leaves out, and one check that costs nothing: without any,
-# the program does not even look at the source.
+# Leaves clang's own warnings that the configuration has on, and one check that costs nothing: without any check, the program
+# does not even look at the source.
 ONLY_WARNINGS = ("--checks=-bugprone-*,-clang-analyzer-*,-misc-*,-modernize-*,-performance-*,-readability-*,"
                  "readability-delete-null-pointer")
 

@@ -33,7 +33,7 @@ wine_server() {
 wine_interfaces() { printf '/usr/include/wine/wine/windows'; }
 wine_type_libraries() { printf '%s' "$wineLibraries/x86_64-windows"; }
 
-# The system directory as a program of the given bitness must name it from outside: both live in one 64-bit prefix.
+# The system directory of the given bitness, as a 64-bit program names it: both are in one 64-bit prefix.
 wine_system_directory() {
     if [[ $1 == x86 ]]; then printf 'syswow64'; else printf 'system32'; fi
 }
@@ -65,7 +65,7 @@ prefix_identity() {
 
 prefix_is_ready() { unchanged "$WINEPREFIX/.kandora-ready" "$(prefix_identity)"; }
 
-# All prefixes are copies of one, which takes long to make and much room.
+# All prefixes are copies of this one: making one takes long and much room.
 templatePrefix="$build/wine"
 
 make_template() {
@@ -84,8 +84,8 @@ make_template() {
     prefix_identity >"$WINEPREFIX/.kandora-ready"
 }
 
-# The buttons of title bars are drawn with letters of a font of symbols. Not every wine looks for its own fonts where its package
-# puts them, and the buttons are 0, 1 and r then. No other font is given: they would change how wide texts are.
+# The buttons of title bars are letters of a symbol font. Not every wine looks for its own fonts where its package puts them;
+# the buttons then read 0, 1 and r. No other font is copied: that would change how wide texts are.
 wineSymbols=/usr/share/wine/fonts/marlett.ttf
 give_symbols() {
     local folder
@@ -98,8 +98,8 @@ unmanage_windows() {
     timeout -k 10 120 "$(wine_loader x64)" reg.exe add 'HKCU\Software\Wine\X11 Driver' /v Managed /t REG_SZ /d N /f
 }
 
-# A fault ends its program with a code of its own and one line that tells it. With a debugger, the two would end the program at
-# the same time, and it would have code 0 as often as not.
+# Without a debugger, a fault ends its program with an exit code of its own and one line that tells it. With one, both would end
+# the program, and its exit code would be 0 as often as not.
 do_without_debugger() {
     local view
     for view in 32 64; do
@@ -164,9 +164,9 @@ ensure_prefix() {
 
 processorLock=
 
-# use_one_processor: what this shell starts from here on runs on one processor, the one that the fewest have taken in this way.
-# Programs and wine's server wait for each other with every call; when both are on the same processor, calls take a quarter of
-# the time and of the work. What must run at the same time has KANDORA_PROCESSORS=all.
+# use_one_processor: what this shell starts from here on runs on one processor, the one that the fewest shells have taken in
+# this way. Programs and wine's server wait for each other with every call; when both are on the same processor, calls take a
+# quarter of the time and of the work. What must run at the same time has KANDORA_PROCESSORS=all.
 use_one_processor() {
     local folder="$build/processors" range slot allowed=()
     [[ ${KANDORA_PROCESSORS:-one} == one ]] || return 0
@@ -182,7 +182,7 @@ use_one_processor() {
     taskset -cp "${allowed[slot % ${#allowed[@]}]}" $$ >/dev/null
 }
 
-# Whatever is still running keeps the file open.
+# Unlocked, not closed: whatever is still running keeps the file open.
 leave_processor() { [[ -z $processorLock ]] || flock -u "$processorLock"; }
 
 # begin_session FOLDER: a Windows session with a fresh prefix in FOLDER and a display of its own, until end_session.

@@ -15,10 +15,10 @@ namespace {
 constexpr const wchar_t* className = L"SOKInterface";
 
 constexpr std::int32_t bookingsFolderMissing = 5003;
-/// Also the number of a missing report, debtor or creditor folder: only the bookings folder has one of its
-/// own.
+/// Also for a missing report, debtor or creditor folder: only the bookings folder has a number of its own.
 constexpr std::int32_t placeholderMissing = 5004;
 constexpr std::int32_t bookingUnreadable = 5010;
+/// Also when a folder cannot be created.
 constexpr std::int32_t optionsNotWritten = 1580;
 
 struct FolderOption {
@@ -59,7 +59,7 @@ LateBound SOKInterface::LoggedIn(Module& module) {
     } catch (...) {
         const RuntimeError error = CurrentError();
         if (error.Number() == errors::serverGone) {
-            module.object = {};  // nothing comes back from the dead: the next access gets a new one
+            module.object = {};  // its program has ended: the next access makes a new one
         }
         context_.userInterface.ShowMessage(error.Description(), boxstyle::okOnly, {});
         return {};
@@ -192,7 +192,7 @@ void SOKInterface::EinstellungenLesen(bool& bResult) try {
     }
     const Text placeholder = ReadOption(option::placeholder).ToText();
     context_.state.folders.strPlatzhalterDatei = placeholder;
-    // "Platzhatlerdokument" is how the box has always read.
+    // "Platzhatlerdokument" is meant so: the box has always read like this.
     Assert(context_.platform.FileExists(placeholder),
            L"Die Datei '" + placeholder + L"' die als Platzhatlerdokument dient, ist nicht vorhanden",
            placeholderMissing);

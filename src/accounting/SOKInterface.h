@@ -32,14 +32,16 @@ public:
 
     /// Reads the client's archive folders and placeholder document into the shared state and checks them;
     /// sets up a client without a decision first, if it may. `bResult` becomes true when the archive is on
-    /// for the client; it is true also when an error came after that was known.
+    /// for the client; it stays true when an error comes after that was known. Raises 5003 (bookings folder)
+    /// or 5004 (another folder, placeholder) when one is missing.
     void EinstellungenLesen(bool& bResult);
     /// Proposes a folder layout, lets the user adjust it, creates it in the archive and writes the client's
-    /// options.
+    /// options. True when the archive has been switched on among them; raises 1580 when a folder or another
+    /// option cannot be written.
     bool EinstellungenSchreiben();
 
-    /// Transfers the booking that GetBuchungsType loaded into the record of its kind. The booking is
-    /// consumed; numbers and index are taken for symmetry only.
+    /// Transfers the booking that GetBuchungsType loaded into the record of its kind. The booking is used up
+    /// by it; number and index are not read. Raises 91 when none is loaded.
     void GetKrediDaten(const Text& strBelegNr, const Text& strIndex);
     void GetDebiDaten(const Text& strBelegNr, const Text& strIndex);
     void GetBelegDaten(const Text& strBelegNr, const Text& strIndex);
@@ -50,14 +52,15 @@ public:
     LateBound oSesamDebi() { return LoggedIn(debi_); }
     LateBound oSesamKredi() { return LoggedIn(kredi_); }
 
-    /// Loads a booking and tells its kind: "Debi", "Kredi" or "Beleg". Raises 5010 when it cannot be read.
+    /// Loads a booking and tells its kind: "Debi", "Kredi" or "Beleg". Raises 5010 when it cannot be read, 91
+    /// when the client cannot be reached.
     Text GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex);
 
 private:
     /// The host's client as seen by one of its modules.
     struct Module {
-        std::int16_t number;
-        const wchar_t* loginProcedure;
+        std::int16_t number;            ///< as the host counts its modules
+        const wchar_t* loginProcedure;  ///< in the box after a failed login
         LateBound object;
     };
 

@@ -39,8 +39,8 @@ ELODMS::ELODMS(ArchiveContext context, const ELODMS* host) : ELODMS(std::move(co
     }
 }
 
-/// A logout that fails (without a session it always does) is recorded like every error and then forgotten, so
-/// that it cannot colour the next one.
+/// A logout that fails, as it always does without a session, is recorded like every error and then forgotten,
+/// so that nothing of it is left in the next one.
 ELODMS::~ELODMS() {
     if (!lent_.IsNothing() && session_.Stored().Pointer() == lent_.Pointer()) {
         return;
@@ -90,6 +90,7 @@ void ELODMS::ELOSichtbar() {
 
 Text ELODMS::CheckLogin() try {
     if (oElo().Get(L"SelectView", archive::searchView).ComparedTo(0) <= 0) {
+        // "Fehlgeschlagen" is meant so: the message has always read like this.
         return L"Das Anmelden an ELO ist Fehlgeschlagen. Das ELO-Interface ist deaktiviert.";
     }
     return {};
@@ -204,7 +205,7 @@ Text ELODMS::CheckPFadVorhanden(const Text& strPfad) try {
     if (oElo().Get(L"LookupIndex", ByRef(path)).ComparedTo(0) > 0) {
         return {};
     }
-    // A carriage return alone parts the lines of this message.
+    // The lines of this message are separated by a carriage return alone, deliberately.
     return L"Der Pfad '" + strPfad +
            L"' ist im Archiv nicht vorhanden\rKorrigieren Sie die Sesam-Einstellungen";
 } catch (...) {
@@ -213,7 +214,7 @@ Text ELODMS::CheckPFadVorhanden(const Text& strPfad) try {
 
 Text ELODMS::PFadErstellen(Text& strPfad) try {
     if (strPfad.empty()) {
-        // The archive was not asked, so that path and answer are empty here.
+        // The path is empty, and there is no answer of the archive to end with: it was not asked.
         return L"Das Erstellen des Pfades '' war nicht erfolgreich. Fehler Nr. ";
     }
     if (strPfad.front() != L'/') {
@@ -222,7 +223,7 @@ Text ELODMS::PFadErstellen(Text& strPfad) try {
     Text path = InArchiveNotation(strPfad);
     const Variant answer = oElo().Get(L"CreateStructure", ByRef(path), archive::none);
     if (answer.IsNumeric() && answer.ToLong() < 0) {
-        // Without quotes, unlike above.
+        // Without quotes, unlike above: the two messages have always differed.
         return L"Das Erstellen des Pfades " + strPfad + L" war nicht erfolgreich. Fehler Nr. " +
                answer.ToText();
     }

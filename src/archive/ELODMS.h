@@ -16,8 +16,8 @@ namespace kandora {
 class ELODMS {
 public:
     explicit ELODMS(ArchiveContext context);
-    /// A guest on another one's session as it stands, if there is one, for questions while that one is at
-    /// work. When the session is lost the guest logs in for itself.
+    /// A guest on the session of `host`, if there is one, for questions while the host is at work. When that
+    /// session is lost the guest logs in for itself.
     ELODMS(ArchiveContext context, const ELODMS* host);
     /// Logs out; a guest only from what it has logged in itself.
     ~ELODMS();
@@ -32,15 +32,16 @@ public:
     /// The empty text, or why the archive cannot be used.
     Text CheckLogin();
 
-    /// Object id of the document with the host's document id; 0 when there is none.
+    /// Object id of the document with the host's document id; 0 when none of the first 10001 entries of each
+    /// mask is it.
     std::int32_t FindSageDocumentByID(const Text& strSageDokID);
-    /// Object id of the document with the voucher number and index; 0 when there is none.
+    /// The same by voucher number and index.
     std::int32_t FindSageDocumentByBelegNr(const Text& strBelegNr, const Text& strIndex);
     bool IsDokumentVorhanden(std::int32_t lDokID);
 
-    /// Paths have "/" between levels. The empty text, or a message.
+    // These three return the empty text, or a message. Paths have "/" between levels.
     Text CheckPFadVorhanden(const Text& strPfad);
-    /// A path that does not begin with "/" is trimmed and completed in the argument.
+    /// Creates the folder. A path that does not begin with "/" is trimmed and completed in the argument.
     Text PFadErstellen(Text& strPfad);
     Text CheckMaskeVorhanden(std::int32_t lMaskeNr);
 
@@ -91,7 +92,7 @@ private:
 
     ArchiveContext context_;
     ArchiveSession session_;
-    LateBound lent_;  ///< a guest's session at first; nothing for everybody else
+    LateBound lent_;  ///< what a guest was given, not to be logged out; nothing otherwise
 };
 
 }  // namespace kandora

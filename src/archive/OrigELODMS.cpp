@@ -13,15 +13,15 @@ namespace kandora {
 
 namespace {
 
-/// The name that this class has in the call stack.
+/// The name of this class in the call stack, deliberately another one.
 constexpr const wchar_t* className = L"CArchiv";
 
-constexpr std::int16_t longestPath = 1024;
+constexpr std::int16_t longestPath = 1024;  // characters
 constexpr std::int16_t asReference = 1;
 /// What "UpdateObject" answers on success, unlike every other member.
 constexpr std::int32_t updated = 3;
 
-/// The parts of a text between the separators, as a list; the whole text when there is no separator.
+/// The parts of a text between the separators, as a list; the whole text when it has no separator in it.
 Variant Split(const Text& text, const Text& separator) {
     Variant parts;
     std::size_t from = 0;
@@ -44,6 +44,7 @@ Text Join(const Variant& parts, const Text& separator) {
 }
 
 /// Midnight of the day, counted as automation counts dates; days and months beyond their range run over.
+/// Raises 5 for a year that the platform does not know.
 double DateOf(int year, int month, int day) {
     SYSTEMTIME first{};
     const int months = year * 12 + month - 1;
@@ -59,6 +60,8 @@ double DateOf(int year, int month, int day) {
 
 }  // namespace
 
+// Messages of this class are meant as they stand: "Massenversaende", "indizieren", "Could not GotoId".
+
 const OrigELODMS::FixedFolder OrigELODMS::unlinked{L"lUnverknuepfteDokumente", L"Unverknüpfte Dokumente",
                                                    L"Ordner für unverknüpfte Dokumente nicht gefunden: "};
 const OrigELODMS::FixedFolder OrigELODMS::massMailing{L"lMassenversaendeZA", L"MassenversaendeZA",
@@ -66,7 +69,7 @@ const OrigELODMS::FixedFolder OrigELODMS::massMailing{L"lMassenversaendeZA", L"M
 
 OrigELODMS::OrigELODMS(ArchiveContext context) : context_(std::move(context)) {}
 
-/// Nothing may leave the end of an object: what it raised is forgotten again.
+/// Nothing may leave a destructor: what was raised is forgotten again.
 OrigELODMS::~OrigELODMS() {
     try {
         const ErrorKeeper keeper(context_.errHandler);
@@ -188,7 +191,7 @@ bool OrigELODMS::IsDokumentVorhanden(std::int32_t lDokID) try {
     return {};
 }
 
-/// The hits are loaded one after the other, and nothing is kept of them: the list stays empty, deliberately.
+/// The list stays empty, deliberately: the hits are loaded one after the other, and nothing is kept of them.
 Variant OrigELODMS::GetUnverknuepfte() {
     LoadUnverknuepfte();
     return Variant::ArrayOf(std::vector<Variant>());

@@ -21,7 +21,7 @@ public:
     OrigELODMS(const OrigELODMS&) = delete;
     OrigELODMS& operator=(const OrigELODMS&) = delete;
 
-    /// The logged-in automation object. Silent.
+    /// The automation object, logged in if need be; as it stands when the archive refuses the login. Silent.
     LateBound oElo();
     /// Silent.
     void ShowDokument(std::int32_t lDokID);
@@ -39,9 +39,9 @@ public:
     /// Files a document without index fields; its object id, 0 after an error. Silent.
     std::int32_t AddDokumentToMassenversaendeZA(const Text& sPath);
     std::int32_t AddDokument(const Text& sFile);
-    /// Raises.
+    /// Raises 5 when the archive does not show or print the document.
     void PrintDokument(std::int32_t lDokID);
-    /// Moves a linked document back to the unlinked ones. Raises.
+    /// Moves a linked document back to the unlinked ones. Raises 5 when it is missing or the archive refuses.
     void LoescheVerknuepfung(std::int32_t lDokID);
 
 private:

@@ -10,7 +10,7 @@ namespace kandora {
 
 namespace {
 
-constexpr std::uint32_t longestPause = 1000;
+constexpr std::uint32_t longestPause = 1000;  // milliseconds
 
 std::uint64_t Ticks() {
     return GetTickCount64();

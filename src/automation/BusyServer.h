@@ -22,7 +22,7 @@ Patience& BusyPatience() noexcept;
 /// True when the callee's program turned the call away because it is busy. Such a call never ran.
 bool WasTurnedAway(std::int32_t hresult) noexcept;
 
-/// Says when a call that was turned away is to be repeated: after rising pauses, for 10 seconds in all.
+/// Says when a call that was turned away is to be repeated: after rising pauses, for `patienceLimit` in all.
 class Repetition {
 public:
     Repetition() : begin_(BusyPatience().milliseconds()) {}
@@ -32,11 +32,11 @@ public:
 
 private:
     std::uint64_t begin_;
-    std::uint32_t pause_ = 10;
+    std::uint32_t pause_ = 10;  ///< milliseconds; doubled each time
 };
 
-/// Makes a call, and again for as long as it is turned away and the patience lasts. The outcome of the last
-/// attempt. No message filter is involved, so that the one of the program around this component stays.
+/// Makes a call, again and again while it is turned away and the patience lasts, and returns the outcome of
+/// the last attempt. The message filter of the program around this component stays as it is.
 template <class Call>
 std::int32_t WhileBusy(Call&& call) {
     std::int32_t outcome = call();

@@ -111,7 +111,7 @@ RuntimeError::RuntimeError(std::int32_t number, Text description, Text source, s
     : number_(number), description_(std::move(description)), source_(std::move(source)), line_(line),
       what_(Utf8FromText(Decimal(number) + L": " + description_)) {}
 
-// Not inline: every place that raises or handles an error would carry a copy of its own.
+// Inline, every place that raises or handles an error would carry a copy of these.
 RuntimeError::RuntimeError(const RuntimeError&) = default;
 RuntimeError& RuntimeError::operator=(const RuntimeError&) = default;
 RuntimeError::~RuntimeError() = default;

@@ -50,7 +50,8 @@ public:
     RuntimeError& operator=(const RuntimeError&);
     ~RuntimeError() override;
 
-    /// A run-time number above, a number of this system's own (5000 and up), or a negative HRESULT.
+    /// A run-time number above, one that this system or a called object has chosen, or a negative HRESULT; 0
+    /// only where a box without an error is shown.
     [[nodiscard]] std::int32_t Number() const noexcept { return number_; }
     [[nodiscard]] const Text& Description() const noexcept { return description_; }
     [[nodiscard]] const Text& Source() const noexcept { return source_; }
@@ -68,13 +69,13 @@ private:
     std::string what_;
 };
 
-/// The German description of a number; a general one that names the number when there is no better.
+/// The German description of a number; one that only names it when there is none.
 Text DescriptionOf(std::int32_t number);
 
 /// The run-time number of a failed HRESULT; the HRESULT itself (negative) when there is none.
 std::int32_t NumberOf(std::int32_t hresult) noexcept;
 
-/// The run-time number of a Windows error code of a file operation.
+/// The run-time number of a Windows error code of a file operation; 75 when there is no better one.
 std::int32_t NumberOfFileError(std::uint32_t windowsError) noexcept;
 
 /// The HRESULT under which a number is handed to an outside caller.

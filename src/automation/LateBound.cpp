@@ -13,7 +13,7 @@ namespace kandora {
 
 namespace {
 
-/// More arguments than any member that this system calls takes.
+/// No member that this system calls takes as many arguments.
 constexpr std::size_t maximalArguments = 8;
 
 RuntimeError ErrorFrom(EXCEPINFO& info) {
@@ -83,8 +83,8 @@ void Argument::CopyBack() {
     }
 }
 
-/// The object and what is known of it, owned by all copies together. They are counted without regard to other
-/// threads, which have no business here.
+/// The object and what is known of it, owned by all copies together. They are counted without locks: all of
+/// them stay in one apartment.
 struct LateBound::Binding {
     explicit Binding(IDispatch* theObject) : object(theObject) {}
 

@@ -55,7 +55,7 @@ private:
 };
 
 /// The name of a member. Only literals are taken: they stay where they are for as long as the program runs,
-/// so that the same place means the same name.
+/// so that names at the same address are the same.
 class MemberName {
 public:
     consteval MemberName(const wchar_t* literal) : name_(literal) {}  // NOLINT(google-explicit-constructor)

@@ -4,7 +4,7 @@ namespace kandora {
 
 namespace {
 
-/// No interruption, 53 bits, to the nearest.
+/// All exceptions masked, results of 53 bits, rounding to the nearest.
 constexpr std::uint16_t coprocessorWord = 0x027F;
 constexpr std::uint32_t vectorsWord = 0x1F80;
 
@@ -20,7 +20,7 @@ OwnArithmetic::~OwnArithmetic() {
 }
 
 void OwnArithmetic::Resume() noexcept {
-    // FNINIT also empties the registers, which the last user may have left full.
+    // FNINIT also empties the registers, which whoever ran before may have left full.
     asm volatile("fninit\n\tfldcw %0\n\tldmxcsr %1" : : "m"(coprocessorWord), "m"(vectorsWord));
 }
 

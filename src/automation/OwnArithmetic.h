@@ -7,7 +7,8 @@ namespace kandora {
 
 /// The processor's arithmetic as the platform sets it up for a new thread: nothing interrupts the program,
 /// doubles are rounded to the nearest one. A host or its libraries may have chosen otherwise for the thread;
-/// theirs is back, to the last flag, when the object goes. What is called meanwhile finds the platform's.
+/// their settings are restored, to the last flag, when the object goes. What is called meanwhile runs with
+/// the platform's.
 class OwnArithmetic {
 public:
     OwnArithmetic() noexcept;
@@ -15,7 +16,7 @@ public:
     OwnArithmetic(const OwnArithmetic&) = delete;
     OwnArithmetic& operator=(const OwnArithmetic&) = delete;
 
-    /// Once more, after somebody else's function has been called.
+    /// Sets it up again, after somebody else's function has been called.
     static void Resume() noexcept;
 
 private:

@@ -2,8 +2,8 @@
 
 namespace kandora {
 
-/// What is declared here and implemented elsewhere: one implementation in the product, others in tests. Held
-/// by reference or pointer, never copied.
+/// Base of what has one implementation in the product and others in tests. Held by reference or pointer,
+/// never copied.
 class Replaceable {
 public:
     virtual ~Replaceable() = default;

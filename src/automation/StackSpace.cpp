@@ -6,7 +6,7 @@ namespace kandora {
 
 namespace {
 
-constexpr std::size_t otherStack = 512U * 1024;
+constexpr std::size_t otherStack = 512U * 1024;  // bytes
 
 DWORD WINAPI Run(void* work) {
     try {

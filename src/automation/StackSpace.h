@@ -6,12 +6,13 @@
 
 namespace kandora {
 
-/// Bytes that are left of the calling thread's stack, with the few pages at its end that the system keeps.
+/// Bytes that are left of the calling thread's stack, the few pages at its end that the system keeps
+/// included.
 std::size_t StackLeft() noexcept;
 
-/// What a request takes of the stack, with what the system's functions take for it, such as a message box.
+/// Bytes of the stack that a request needs, those of the system's functions (a message box, say) included.
 inline constexpr std::size_t requestStack = 64U * 1024;
-/// What is to be left of it when nested values are followed further.
+/// Bytes that must be left when nested values are followed further.
 inline constexpr std::size_t nestingStack = 32U * 1024;
 
 /// Runs a piece of work on a thread with a stack of its own, while the calling one waits; its errors are

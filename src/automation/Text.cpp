@@ -19,7 +19,7 @@ Text CaseMapped(const Text& text, DWORD mapping) {
 
 }  // namespace
 
-// Not through the C library's formatting, which would double the component's size.
+// The C library's formatting would double the component's size.
 Text Decimal(std::int64_t value) {
     const bool negative = value < 0;
     auto rest = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);

@@ -11,7 +11,7 @@ namespace kandora {
 using Text = std::wstring;
 using TextView = std::wstring_view;
 
-/// Plain decimal digits with a minus sign for negatives, no grouping.
+/// Decimal digits with a minus sign for negatives, without grouping, in any locale.
 Text Decimal(std::int64_t value);
 
 /// Decimal digits, filled with leading zeros to at least `width` characters.

@@ -20,7 +20,7 @@ private:
     SAFEARRAY* array_;
 };
 
-/// Writes a value into each element of a new array, which is as long as the values are many.
+/// Writes the values into a new array, which has as many elements.
 template <class Element, class Value, class Write>
 void Fill(SAFEARRAY* array, const std::vector<Value>& values, Write write) {
     const ArrayLock lock(array);
@@ -35,7 +35,7 @@ VARIANT* Source(const VARIANT& value) {
     return const_cast<VARIANT*>(&value);
 }
 
-/// Bytes that an element of the type takes; 0 for a type that is no element's.
+/// Bytes that an element of the type takes; 0 for a type that elements cannot have.
 std::size_t SizeOf(VARTYPE type) {
     switch (type) {
     case VT_I1:
@@ -71,12 +71,12 @@ std::size_t SizeOf(VARTYPE type) {
     }
 }
 
-/// The type of the array's elements: what the array says, or else what its owner declared. Elements smaller
-/// than their type would have to be read beyond their end; that is refused (13).
+/// The type of the array's elements: what the array says, or else what its owner declared. Raises 13 when
+/// elements are smaller than their type: they would be read beyond their end.
 VARTYPE ElementType(SAFEARRAY* array, VARTYPE declared) {
     VARTYPE type = VT_EMPTY;
     if ((array->fFeatures & FADF_VARIANT) != 0) {
-        type = VT_VARIANT;  // as most arrays are, so that nothing has to be asked
+        type = VT_VARIANT;  // most arrays, which saves the question
     } else if (FAILED(SafeArrayGetVartype(array, &type)) || type == VT_EMPTY) {
         type = declared;
     }
@@ -93,8 +93,8 @@ void RequireMemory(HRESULT outcome) {
 }
 
 /// The element at `data` as a value of its own. Records need a description that only their array has; they
-/// are handed out as an error value. Without the memory for it 7 is raised: what the array's owner put there
-/// must not pass for an error value, whose text would end in the archive.
+/// are handed out as an error value. Raises 7 when there is no memory for it: an error value in its place
+/// would be taken for what the array's owner has put there, and its text would end up in the archive.
 Variant ElementAt(const void* data, VARTYPE type) {
     VARIANT reference;
     VariantInit(&reference);
@@ -132,7 +132,8 @@ SAFEARRAY* ArrayIn(const VARIANT& value) {
     return value.parray;
 }
 
-/// Not one of the platform's vectors: those are of a fixed size, and resizing one leaks its elements.
+/// Not by the platform's function for vectors: those are of a fixed size, and resizing one leaks its
+/// elements.
 SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
     SAFEARRAYBOUND bound{static_cast<ULONG>(size), 0};
     SAFEARRAY* const array = SafeArrayCreate(type, 1, &bound);
@@ -142,8 +143,8 @@ SAFEARRAY* NewVector(VARTYPE type, std::size_t size) {
     return array;
 }
 
-/// A value by reference, or one behind it, that a careless caller left without a place. One level behind is
-/// enough: what lies deeper cannot be copied anyway, and a value that refers to itself has no end.
+/// True for a null reference, or a reference to one, from a careless caller. One level is enough: what lies
+/// deeper cannot be copied anyway, and a value that refers to itself has no end.
 bool PointsNowhere(const VARIANT& value) {
     const auto isWithoutPlace = [](const VARIANT& one) {
         return (one.vt & VT_BYREF) != 0 && one.byref == nullptr;
@@ -151,8 +152,8 @@ bool PointsNowhere(const VARIANT& value) {
     return isWithoutPlace(value) || (value.vt == (VT_BYREF | VT_VARIANT) && isWithoutPlace(*value.pvarVal));
 }
 
-/// The platform lets some values in by reference that it knows no way to copy any further, and takes decimals
-/// for granted whose digits it could not even count.
+/// Whether the platform can handle the value. It dereferences some that it cannot copy afterwards, and does
+/// not look whether a decimal has a scale and a sign that exist.
 bool IsSound(const VARIANT& value) {
     const auto type = static_cast<VARTYPE>(value.vt & VT_TYPEMASK);
     if ((value.vt & VT_ARRAY) != 0) {
@@ -171,7 +172,7 @@ bool SameWord(const Text& text, TextView word) {
                           word.data(), static_cast<int>(word.size())) == CSTR_EQUAL;
 }
 
-/// Calls `visit` with the place and the type of each element, the first index running fastest.
+/// Calls `visit` with the address and the type of each element, the first index running fastest.
 template <class Visit>
 void ForEachElement(SAFEARRAY* array, int declared, Visit&& visit) {
     std::size_t count = array->cDims == 0 ? 0 : 1;
@@ -203,7 +204,7 @@ Variant::Variant(const VARIANT& source) noexcept : Variant() {
         Refuse(result);
     } else if (source.vt == (VT_BYREF | VT_BSTR) && *source.pbstrVal != nullptr &&
                value_.bstrVal == nullptr) {
-        Refuse(E_OUTOFMEMORY);  // the platform may take a text that it has no memory for as an empty one
+        Refuse(E_OUTOFMEMORY);  // without memory the platform may make an empty text of it
     } else if (!IsSound(value_)) {
         if (IsArray()) {
             SafeArrayDestroy(value_.parray);

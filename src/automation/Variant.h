@@ -15,7 +15,8 @@ namespace kandora {
 
 /// An automation value that owns what it holds. A value given by reference is dereferenced when it is taken
 /// in, so that a Variant never points into a caller's memory. Conversions are the platform's own, in the
-/// user's locale, and raise a RuntimeError (13 type, 6 overflow, 94 null) when they are impossible.
+/// user's locale, and raise a RuntimeError (13 type, 6 overflow, 94 null, 91 no object) when they are
+/// impossible.
 class Variant {
 public:
     Variant() noexcept { value_.vt = VT_EMPTY; }
@@ -59,7 +60,7 @@ public:
     [[nodiscard]] bool IsNumeric() const noexcept;
 
     [[nodiscard]] Text ToText() const;
-    /// As for joining texts: null counts as the empty text.
+    /// ToText, but null counts as the empty text, as it does where texts are joined.
     [[nodiscard]] Text ToJoinedText() const { return IsNull() ? Text() : ToText(); }
     [[nodiscard]] std::int32_t ToLong() const;
     [[nodiscard]] std::int16_t ToInteger() const;
@@ -88,15 +89,16 @@ public:
                         const std::function<Text(const Variant&)>& textOf) const;
     /// Grows (or shrinks) a one-dimensional array of Variants at its top, keeping the lower bound.
     void Resize(std::int32_t upperBound);
+    /// Raises 13 unless this is an array of Variants, 9 outside its bounds.
     void SetElement(std::int32_t index, const Variant& value);
 
     [[nodiscard]] const VARIANT& Raw() const noexcept { return value_; }
-    /// The place for a callee to store a result; the value must be empty.
+    /// The bare value for the platform to read or to store a result in; for that it must own nothing.
     [[nodiscard]] VARIANT* Receive() noexcept { return &value_; }
     /// Replaces a value that a callee returned by reference by a copy of its own, and one that cannot be used
     /// by an error value.
     void Dereference() {
-        if (value_.vt > VT_BSTR) {  // up to texts nothing is by reference or unsound
+        if (value_.vt > VT_BSTR) {  // types up to texts are neither by reference nor unsound
             DereferenceOther();
         }
     }
@@ -106,13 +108,13 @@ public:
 private:
     [[nodiscard]] Variant ConvertedTo(VARTYPE type) const;
     void DereferenceOther();
-    /// Makes this an error value; what it held must be owned by nobody.
+    /// Makes this an error value without releasing what it held.
     void Refuse(HRESULT reason) noexcept;
 
     VARIANT value_;
 };
 
-/// Exactly one of the two owners of a BSTR; the text of a null pointer is empty.
+/// A copy of the text, embedded NULs included; empty for a null pointer. The BSTR stays the caller's.
 [[nodiscard]] inline Text TextOf(BSTR bstr) {
     return bstr == nullptr ? Text() : Text(bstr, SysStringLen(bstr));
 }

@@ -16,7 +16,7 @@ void RaiseFileError() {
     throw RuntimeError(NumberOfFileError(GetLastError()));
 }
 
-/// An open file, closed at the end of its life.
+/// Owns the handle of an open file.
 class File {
 public:
     explicit File(HANDLE handle) : handle_(handle) {}

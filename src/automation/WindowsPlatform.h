@@ -4,7 +4,7 @@
 
 namespace kandora {
 
-/// The platform as it is.
+/// The real machine.
 class WindowsPlatform final : public Platform {
 public:
     LateBound CreateObject(const Text& progId) override;

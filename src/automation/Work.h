@@ -6,8 +6,8 @@
 
 namespace kandora {
 
-/// A piece of work given to a function that exists once, and not anew for each caller's lambda. It refers to
-/// the lambda and must not outlive the call that it is given to.
+/// A caller's lambda for a function that is no template, so that the function's code exists only once. It
+/// refers to the lambda and must not outlive the call that it is given to.
 class Work {
 public:
     // NOLINTBEGIN(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the lambda

@@ -20,7 +20,7 @@
 
 namespace kandora {
 
-/// Leaves an error for the caller (number, description, source) and returns the HRESULT under which it goes.
+/// Leaves an error's description and source for the caller and returns the HRESULT of its number.
 HRESULT ReportError(const RuntimeError& error, REFIID iid) noexcept;
 /// The same with the exception that is being handled; to be called inside a catch block only.
 HRESULT ReportCurrentError(REFIID iid) noexcept;
@@ -36,7 +36,7 @@ HRESULT InvokeMember(REFIID iid, int library, REFIID reserved, void* object, DIS
                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
                      UINT* wrongArgument) noexcept;
 
-// What a domain value becomes in a result argument; the caller owns it.
+// Stores a value in a result argument; the caller owns what is stored.
 inline void Deliver(BSTR* result, const Text& value) {
     *result = NewBstr(value);
 }
@@ -87,7 +87,7 @@ decltype(auto) WithText(BSTR* argument, Body&& body) {
 }
 
 /// A public class behind its dual interface: identity, reference count, calls by name and error information.
-/// A derived class converts and forwards; each of its methods is one line around Guarded or Result.
+/// A derived class converts and forwards, each of its methods through Guarded or Result.
 template <class Interface, const IID& iid>
 class AutomationObject : public ComObject<Interface, ISupportErrorInfo> {
 public:
@@ -124,8 +124,8 @@ protected:
     [[nodiscard]] ThreadState& State() const noexcept { return *state_; }
     [[nodiscard]] MGlobals& Globals() const noexcept { return state_->Globals(); }
 
-    /// Runs a procedure for an outside caller. As it stands it is for one that needs nothing of what the
-    /// thread's requests share.
+    /// Runs a procedure for an outside caller; here one that uses nothing of what the thread's requests
+    /// share.
     virtual HRESULT Guarded(Work body) noexcept { return CarryOut(iid, body); }
 
     /// The same for a procedure with a result; after an error the result is the empty value of its type.

@@ -11,8 +11,7 @@ namespace kandora {
 
 namespace {
 
-/// The view of a dual interface that tells the vtable's truth: results as arguments, HRESULT as the return
-/// type.
+/// The view of a dual interface as its vtable is: results as arguments, HRESULT as the return type.
 HRESULT VtableView(ITypeInfo* description, ITypeInfo** view) {
     HREFTYPE reference = 0;
     const HRESULT found = description->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference);
@@ -60,7 +59,7 @@ private:
     FUNCDESC* function_ = nullptr;
 };
 
-/// Deeper than any caller's references to Variants lead; one that refers to itself has no end.
+/// No caller's references to Variants lead as deep; one that refers to itself has no end.
 constexpr int deepestReference = 16;
 
 /// Follows references to Variants down to the value that is meant. What leads nowhere is returned as it is
@@ -106,9 +105,9 @@ public:
 
     VARIANT* Passed() noexcept { return &passed_; }
 
-    /// Stores the text that the callee left in a by-reference argument where the caller keeps it, if there is
-    /// room for a text; no member changes anything else. What the callee did not change stays as it was
-    /// given: a script's number must not become a text because a text was asked for.
+    /// Stores the text that the callee left in a by-reference argument where the caller keeps it, if a text
+    /// can be kept there; no member changes anything else. What the callee did not change stays as it was
+    /// given: a script's number must not become a text because the member takes one.
     void CopyBack() {
         if (!byReference_ || (given_->vt & VT_BYREF) == 0 || !IsChanged()) {
             return;

@@ -1,4 +1,4 @@
-// The functions that the module exports; nothing else knows that it lives in a DLL.
+// The functions that the module exports.
 
 #include <algorithm>
 #include <cwchar>
@@ -53,7 +53,7 @@ private:
 
 }  // namespace kandora
 
-// The C headers declare these without a name space and with C linkage.
+// Outside of the namespace, as the platform's headers declare them.
 
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* object) {
     using namespace kandora;

@@ -1,10 +1,10 @@
-// How an exception finds its way through the functions of this module, with nobody else's help.
+// How the unwinder finds the functions of this module, without anybody else's help.
 //
-// On 32-bit the toolchain's start code looks for its runtime library in the process and, when somebody else
-// has loaded that, tells it alone where the descriptions of this module's functions are. The unwinder that is
-// linked into this module never hears of them, and the first error would end the host. Here the start code
-// registers nothing, and the unwinder asks the module's own table. On 64-bit the system knows the functions
-// by itself.
+// On 32-bit the toolchain's start code looks for a shared runtime library in the process. When somebody else
+// has loaded one, it tells only that one where the descriptions of this module's functions are. The unwinder
+// that is linked into this module never hears of them, and the first error would end the host. Here the start
+// code registers nothing, and the unwinder asks the module's own table. On 64-bit the system knows the
+// functions by itself.
 
 #include <algorithm>
 #include <array>
@@ -37,7 +37,7 @@ Word WordAt(const std::byte* place) {
 /// An entry of the section that the compiler fills: a function's description, or what several of them have in
 /// common. Each begins with the length of the rest; one of no length separates or ends them. The words of a
 /// description: length, distance to the common part, distance to the function's beginning, its size. The
-/// tests of the built file say if a toolchain writes them in another way.
+/// tests of the built file fail if a toolchain writes them in another way.
 class Entry {
 public:
     explicit Entry(const std::byte* place) : place_(place) {}
@@ -90,7 +90,7 @@ struct Row {
     const std::byte* description;
 };
 
-/// More functions than the component has; with still more, each search goes through all of them.
+/// The component has fewer functions; with more than this, each search goes through all descriptions.
 std::array<Row, 4096> rows;
 
 /// Filled once, while the loader lets nobody else in, and only read from then on: an error needs neither
@@ -140,8 +140,8 @@ constinit Table table;
 /// Before all other constructors, any of which may throw.
 __attribute__((constructor(101))) void Prepare() {
     table.Fill();
-    // What the process has only so many of, such as slots of thread storage, is taken now: the first error
-    // cannot do without. The compiler believes that this asks for nothing.
+    // What the process has only few of, such as slots of thread storage, is taken now: the first error needs
+    // it. `volatile`, because the compiler takes the call for one without effects.
     [[maybe_unused]] static const void* volatile globals = nullptr;
     globals = abi::__cxa_get_globals();
 }
@@ -152,14 +152,14 @@ __attribute__((constructor(101))) void Prepare() {
 
 extern "C" {
 
-/// What the unwinder wants to know beside the description.
+/// What the unwinder wants to know besides the description; declared as the toolchain does.
 struct dwarf_eh_bases {
     void* tbase;
     void* dbase;
     void* func;
 };
 
-/// The unwinder's question for a function's description, in place of the toolchain's own answer.
+/// The unwinder asks this for a function's description; it replaces the toolchain's own.
 const void* _Unwind_Find_FDE(void* code, dwarf_eh_bases* bases) {
     const std::byte* const found = kandora::table.Find(static_cast<const std::byte*>(code));
     if (found != nullptr) {

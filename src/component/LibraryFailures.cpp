@@ -5,7 +5,7 @@
 #include "automation/Errors.h"
 
 // The C++ library's own versions compose messages that nobody here would ever see, and bring its exception
-// classes and a second kind of string along: a sixth of this component. CurrentError would tell all of them
+// classes and a second kind of string along: a sixth of this component. CurrentError would report all of them
 // as the same internal error anyway.
 
 // NOLINTBEGIN(bugprone-reserved-identifier,bugprone-std-namespace-modification,modernize-avoid-variadic-functions):
@@ -37,8 +37,7 @@ void __throw_bad_function_call() {
 }
 
 #if _GLIBCXX_RELEASE >= 13
-// No failure: the one function of texts that the library holds back for itself, in one piece with all the
-// others.
+// Not a failure: linked from the library, this function of texts would bring all the others along.
 template void basic_string<wchar_t>::_M_replace_cold(wchar_t*, size_type, const wchar_t*, size_type,
                                                      size_type);
 #endif

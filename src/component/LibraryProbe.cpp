@@ -1,5 +1,6 @@
-// What the component uses of the C++ library whose functions LibraryFailures.cpp and Terminate.cpp replace.
-// Whether the three link is asked when the build is configured; this is no part of the component.
+// Not part of the component: a program that uses what the component uses of the C++ library. When the build
+// is configured, it is linked with LibraryFailures.cpp and Terminate.cpp to see whether their functions can
+// replace the library's.
 #include <functional>
 #include <memory>
 #include <new>

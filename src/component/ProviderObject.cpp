@@ -11,13 +11,12 @@ namespace kandora {
 
 namespace {
 
-/// Both interfaces number their members from 1. What the provider's own calls by name know of the host's
-/// requests lies beyond this number.
+/// Both interfaces number their members from 1; this is added to the numbers of the host's requests.
 constexpr DISPID firstRequest = 0x10000;
 
 constexpr VARIANT* noResult = nullptr;
 
-// What the host hands over becomes the component's own.
+// A copy of what the host hands over.
 Text Owned(BSTR text) {
     return TextOf(text);
 }
@@ -83,7 +82,7 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
 
 // ---- Requests ----
 
-/// False when the stack has no room for a request, of which the user is told then.
+/// False when the stack has no room for a request; the user has been told then.
 bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcept {
     if (StackLeft() >= requestStack) {
         return true;
@@ -99,7 +98,7 @@ bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcep
     return false;
 }
 
-/// Success whatever happens.
+/// Returns success whatever happens.
 template <class Answer, class... Taken, class Out, class... Given>
 HRESULT ELOProviderObject::Requests::Pass(const HostRequest& request, Answer (ELOProvider::*method)(Taken...),
                                           Out* result, const Given&... arguments) noexcept {

@@ -78,7 +78,7 @@ private:
 
     std::shared_ptr<ELOProvider> provider_ = std::make_shared<ELOProvider>(Globals());
     Requests requests_{*this};
-    IID hostInterface_;  ///< a further identifier for the host's interface; IID_NULL when none was registered
+    IID hostInterface_;  ///< a further identifier for the host's interface; IID_NULL when none was adopted
 };
 
 }  // namespace kandora

@@ -11,9 +11,9 @@
 
 namespace kandora {
 
-/// Runs a procedure for an outside caller while nothing else of the thread is in progress: nothing but a
-/// return value leaves it. What it records of an error stays recorded, whether the caller hears of it or not:
-/// only who shows errors forgets them.
+/// CarryOut for a procedure that needs the thread for itself: turned away (RPC_E_SERVERCALL_RETRYLATER) while
+/// anything else of the thread is in progress. What it records of an error stays recorded, whether the caller
+/// hears of it or not: only what shows errors clears the record.
 HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept;
 
 /// A public class that works through a client of its own. The client goes with the object or when the

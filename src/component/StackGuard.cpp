@@ -1,6 +1,7 @@
 // The value between a function's arrays and its return address, and the end of a process in which it was
-// overwritten. The toolchain's library asks a provider of cryptography for the value, which opens files,
-// registry keys and libraries while the loader holds its lock, and ends the process with words for a console.
+// overwritten. They replace those of the toolchain's library, which asks a provider of cryptography for the
+// value (that opens files, registry keys and libraries while the loader holds its lock) and ends the process
+// with words for a console.
 
 #include <array>
 #include <cstdint>
@@ -22,8 +23,8 @@ std::uint64_t NumberOf(const void* address) {
     return reinterpret_cast<std::uintptr_t>(address);
 }
 
-/// What differs from process to process, and nobody outside of it can tell: moments to the clocks' last digit
-/// and places in memory.
+/// Differs from process to process in a way that nobody outside can tell: clocks to their last digit and
+/// addresses.
 std::uint64_t Chance() {
     LARGE_INTEGER counter{};
     QueryPerformanceCounter(&counter);
@@ -67,8 +68,8 @@ std::uintptr_t __stack_chk_guard = 0xFF0A0D00;
 
 namespace {
 
-/// Its lowest byte, which is the first in memory, ends every text: one that is too long cannot carry the
-/// value.
+/// The lowest byte, which is the first in memory, is 0: a text that is too long ends there and cannot carry
+/// the value. The byte above is odd, so that the value is never 0.
 __attribute__((constructor(101), no_stack_protector)) void SeedStackGuard() {
     constexpr std::uintptr_t endOfTexts = 0xFF;
     const auto chance = static_cast<std::uintptr_t>(kandora::Chance());

@@ -13,7 +13,7 @@ namespace kandora {
 
 namespace {
 
-/// Holds a thread's parts, and is told by COM when the thread is about to leave it.
+/// Holds a thread's state; COM tells it when the thread is about to leave.
 class ThreadSlot final : public ComObject<IInitializeSpy> {
 public:
     explicit ThreadSlot(std::shared_ptr<ThreadState> state) : state_(std::move(state)) {}
@@ -53,7 +53,7 @@ DWORD SlotIndex() {
     return index;
 }
 
-// NOLINTNEXTLINE(bugprone-exception-escape): the index was made when the slot was filled
+// NOLINTNEXTLINE(bugprone-exception-escape): the index exists since the slot was filled
 void ThreadSlot::End() noexcept {
     TlsSetValue(SlotIndex(), nullptr);
     state_->End();

@@ -18,12 +18,12 @@ protected:
     ~ThreadEndWatcher() = default;
 };
 
-/// Everything of one thread.
+/// Everything that belongs to one thread.
 class ThreadState {
 public:
     [[nodiscard]] MGlobals& Globals() noexcept { return globals_; }
 
-    /// The watcher is told once, unless it takes itself out before; it takes itself out before it goes.
+    /// The watcher is told at most once. It must take itself out before it is destroyed.
     void Watch(ThreadEndWatcher& watcher) { watchers_.push_back(&watcher); }
     void Unwatch(ThreadEndWatcher& watcher) noexcept { std::erase(watchers_, &watcher); }
 
@@ -38,9 +38,9 @@ private:
     std::vector<ThreadEndWatcher*> watchers_;
 };
 
-/// The calling thread's state, made on first use. It ends when the thread's last leaving of COM is about to
-/// happen, because its end logs out of the archive; what the returned pointer keeps alive after that is an
-/// empty shell without connections. A thread that dies without leaving COM leaks its state.
+/// The calling thread's state, made on first use. It ends just before the thread leaves COM for good, because
+/// its end logs out of the archive; what the returned pointer keeps alive after that has no connections. A
+/// thread that dies without leaving COM leaks its state.
 std::shared_ptr<ThreadState> CurrentThreadState();
 
 }  // namespace kandora

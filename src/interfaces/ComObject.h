@@ -9,8 +9,8 @@
 
 namespace kandora {
 
-/// A class that implements these interfaces: which of them it answers to. One that is derived from IDispatch
-/// stands for that one, too; the first one is the object's identity.
+/// Base of a class that implements these interfaces: gives it QueryInterface. One that is derived from
+/// IDispatch also answers for IDispatch; the first one is the object's identity.
 template <class First, class... Others>
 class ComInterfaces : public First, public Others... {
 public:
@@ -62,7 +62,7 @@ public:
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = --references_;
         if (left == 0) {
-            references_ = 1;  // what the end of the object calls may take and give back references
+            references_ = 1;  // the destructor may lend the object out and must not end it again
             Finish();
         }
         return left;

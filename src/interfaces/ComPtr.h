@@ -8,8 +8,8 @@
 
 namespace kandora {
 
-/// Owns one reference to an object, or none. The toolchain's own class of this name does not serve: what its
-/// Attach takes over keeps a reference too many in some versions and none in others.
+/// Owns one reference to an object, or none. The toolchain's own class of this name does not serve: in some
+/// versions its Attach adds a reference to the one that it takes over, in others not.
 template <class Interface>
 class ComPtr {
 public:
@@ -40,7 +40,7 @@ public:
     Interface& operator*() const noexcept { return *object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
-    /// The place where a function delivers a reference; what is held goes.
+    /// The place where a function delivers a reference; what was held is released.
     [[nodiscard]] Interface** Receive() noexcept {
         Reset();
         return &object_;
@@ -66,7 +66,7 @@ private:
     Interface* object_ = nullptr;
 };
 
-/// A new object, made with the one reference that the answer owns.
+/// A new object; the returned pointer owns its first reference.
 template <class Object, class... Arguments>
 [[nodiscard]] ComPtr<Object> MakeObject(Arguments&&... arguments) {
     return ComPtr<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));

@@ -42,8 +42,8 @@ Text BarcodeIn(const Variant& vtMetaData) {
 
 // ---- How requests come and go ----
 
-/// A request's time in the component. One that comes while another one is in progress leaves the errors of
-/// that one alone.
+/// A request's time in the component. One that comes while another is in progress leaves that one's error
+/// record alone.
 class ELOProvider::Visit {
 public:
     explicit Visit(MGlobals& globals) noexcept : turn_(globals.Order()) {
@@ -94,7 +94,7 @@ void ELOProvider::Refuse(const HostRequest& request) noexcept {
     ShowCurrentError(request);
 }
 
-/// What cannot be shown to the user either is given up.
+/// An error that cannot even be shown is given up.
 void ELOProvider::ShowCurrentError(const HostRequest& request) noexcept {
     try {
         ShowAndClear(globals_.goErrHandler(), CurrentError(), {className, request.name});
@@ -115,7 +115,7 @@ bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<Traced
         return false;
     }
     RefreshClient(isMeanwhile);
-    // What holds now decides: while the box is open, another request may ask anew.
+    // Kept before the box: while it is open, another request may ask anew.
     const bool isOn = globals_.state.gbMandantArchivAktiv;
     if (!isOn && request.gate == Gate::Told) {
         // An error box without an error (number 0) is how the user learns that the open client has no
@@ -224,13 +224,14 @@ void ELOProvider::ReadSettings(const Variant& /*vtMetaData*/) {
         RefreshClient(false);
         return;
     }
+    // Both texts are meant as they stand, the blank at the end of the first one included.
     if (globals_.state.gbMandantArchivAktiv) {
         const Text message = L"Die Ini-Datei konnte nicht gelesen werden. Alle Funktionen des DMS sind "
                              L"bis zu einem Neustart von "
                              L"Sesam deaktiviert. ";
         globals_.Log().WriteLog(message, {});
-        // The number of the system-modal style stands where the caption belongs, and the box is captioned
-        // by it: deliberate, users know the box that way.
+        // The number of the system-modal style is passed as the caption, deliberately: users know the box
+        // that way.
         globals_.Screen().ShowMessage(message, boxstyle::exclamation, Decimal(boxstyle::systemModal));
     } else {
         globals_.Log().WriteLog(L"Das Archiv ist deaktiviert. Alle Funktionen des DMS sind bis zu einem "

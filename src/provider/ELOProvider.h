@@ -11,9 +11,9 @@ namespace kandora {
 
 /// What a request depends on beyond the turn.
 enum class Gate {
-    None,    ///< nothing
-    Silent,  ///< does nothing unless the settings were read and the archive is on for the client that is open
-    Told,    ///< the same, and the user is told when the archive is off
+    None,    ///< on nothing
+    Silent,  ///< on settings that were read and an archive that is on for the open client
+    Told,    ///< the same, and the user is told when it is off
 };
 
 /// One of the host's requests.
@@ -46,7 +46,8 @@ inline constexpr HostRequest setDocumentStatus{L"SetDocumentStatus"};
 ///
 /// A request may enter while another one waits for another program or for the user. One that returns a value
 /// or is only traced answers at once; every other one is carried out right after the one in progress and
-/// before that one returns. An object of this class is owned by a shared pointer, which such a request keeps.
+/// before that one returns. Objects of this class are owned by shared pointers: a request that waits keeps
+/// its object alive.
 class ELOProvider : public std::enable_shared_from_this<ELOProvider> {
 public:
     explicit ELOProvider(MGlobals& globals) : globals_(globals) {}
@@ -99,7 +100,7 @@ private:
     template <class Work>
     void AtOnce(const HostRequest& request, std::initializer_list<Traced> arguments, Work work) noexcept;
 
-    /// Traces the request; whether its work is to be done.
+    /// Traces the request and passes its gate. True when its work is to be done.
     [[nodiscard]] bool Begin(const HostRequest& request, std::initializer_list<Traced> arguments,
                              bool isMeanwhile);
     void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);

@@ -14,7 +14,7 @@ constexpr std::int32_t namesMissing = 5000;
 constexpr std::int32_t loginFailed = 5001;
 constexpr std::int32_t maskMissing = 5002;
 
-/// The object that is created on first use, from what its side gives it.
+/// The object, created on first use from what `side` returns.
 template <class Service, class Side>
 std::shared_ptr<Service> MadeOnce(std::shared_ptr<Service>& service, const Side& side) {
     if (service == nullptr) {
@@ -25,7 +25,7 @@ std::shared_ptr<Service> MadeOnce(std::shared_ptr<Service>& service, const Side&
 
 }  // namespace
 
-/// Filing asks the thread's access to the accounting host.
+/// What filing asks goes to the thread's access to the accounting host.
 class MGlobals::VouchersOfHost final : public VoucherData {
 public:
     explicit VouchersOfHost(MGlobals& globals) : globals_(globals) {}
@@ -47,7 +47,7 @@ private:
     MGlobals& globals_;
 };
 
-/// The client settings ask an archive client.
+/// What the client settings ask goes to an archive client.
 class MGlobals::FoldersOfArchive final : public ArchiveFolders {
 public:
     using Archive = std::function<std::shared_ptr<ELODMS>()>;
@@ -71,7 +71,7 @@ MGlobals::~MGlobals() {
 }
 
 void MGlobals::ReleaseServices() noexcept {
-    // Taken out first: what an object's end does may come back here.
+    // Taken out first: the destructors may come back here.
     const std::shared_ptr<ELODMS> archiv = std::exchange(archiv_, nullptr);
     const std::shared_ptr<SOKInterface> sesamSOK = std::exchange(sesamSOK_, nullptr);
 }

@@ -28,8 +28,7 @@ public:
     MGlobals(const MGlobals&) = delete;
     MGlobals& operator=(const MGlobals&) = delete;
 
-    /// Lets go of the service objects, which logs out of the archive; to be called while automation still
-    /// works.
+    /// Lets go of the service objects; the archive's logs out, for which automation must still work.
     void ReleaseServices() noexcept;
 
     SharedState state;
@@ -55,12 +54,12 @@ public:
     [[nodiscard]] AccountingContext AccountingSide();
 
     /// Reads and checks all settings. False when the archive is switched off in them; raises on every other
-    /// failure.
+    /// failure: 5000 names missing, 5001 login, 5002 mask, 6 or 13 for a value of the wrong kind.
     bool IniLesen();
 
     /// Whether the archive is on for the client that the host has open, asked while something else is in
     /// progress: with an access, folders and flags of its own, and as a guest on the archive's session, so
-    /// that nothing is taken from that. It sets no client up: one without a decision is not on yet.
+    /// that what is in progress loses nothing. Sets no client up: one without a decision counts as off.
     bool IsArchiveOnMeanwhile();
 
 private:

@@ -17,8 +17,8 @@ public:
     /// Keeps a request, which must not raise, for after the one in progress.
     void Postpone(std::function<void()> request) { waiting_.push_back(std::move(request)); }
 
-    /// One request's turn, for as long as it lives. When the order is free it is busy then, and what was
-    /// postponed meanwhile is carried out at the end. Otherwise another request is in progress and stays so.
+    /// One request's turn, for as long as this object lives. It makes a free order busy, and at its end what
+    /// was postponed meanwhile is carried out. While another request is in progress it changes nothing.
     class Turn {
     public:
         explicit Turn(RequestOrder& order) noexcept : order_(order.busy_ ? nullptr : &order) {
@@ -37,13 +37,13 @@ public:
         [[nodiscard]] bool IsMeanwhile() const noexcept { return order_ == nullptr; }
 
     private:
-        RequestOrder* order_;  ///< null when it is another one's
+        RequestOrder* order_;  ///< null while another request is in progress
     };
 
 private:
     void CatchUp() {
         if (isCatchingUp_) {
-            return;  // the turn that this one was postponed by goes on with the next one
+            return;  // this turn was a postponed one: the loop that ran it goes on with the next
         }
         isCatchingUp_ = true;
         while (!waiting_.empty()) {

@@ -20,7 +20,7 @@ void AppendIndexSettings(std::vector<Setting>& table, Settings& settings, const 
     }
 }
 
-/// How each type reads its text.
+/// Stores the text as what the type of its target makes of it.
 struct Converter {
     const Variant& value;
 

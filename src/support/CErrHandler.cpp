@@ -10,7 +10,7 @@ namespace {
 
 constexpr const wchar_t* frameSeparator = L" <- ";
 
-/// The older half goes when there are as many frames as may be.
+/// Drops the older half when the most frames that may be are there.
 void MakeRoom(Variant& frames) {
     if (CountOfArray(frames) < CErrHandler::maximalFrames) {
         return;

@@ -11,13 +11,13 @@
 
 namespace kandora {
 
-/// The record of the errors since it was last cleared: the number and text of the first one and of the
-/// current one, and the frames "class.method" that they have passed, innermost first. One per thread. An
-/// error that was recorded and not shown is still there when the next one comes.
+/// What is known of the errors since the last Clear: number and text of the first one and of the current one,
+/// and the frames "class.method" that they have passed, innermost first. One per thread. An error that was
+/// recorded and not shown is still there when the next one comes.
 class CErrHandler {
 public:
-    /// More frames than any box was ever read for. An outside caller whose calls fail for ever must not fill
-    /// the host's memory with them: older ones are forgotten then.
+    /// Nobody reads a box with as many frames. An outside caller whose calls keep failing must not fill the
+    /// host's memory with them: the older half is forgotten then.
     static constexpr std::int32_t maximalFrames = 1000;
 
     CErrHandler(MessageBoxes& boxes, const LocalTime& created) : boxes_(boxes), dtCreated_(created) {}
@@ -38,7 +38,7 @@ public:
     [[nodiscard]] Text sToString() const;
 
     /// Records an error, or the passing of a recorded one through an outer procedure, and appends the frame.
-    /// Which of the two it is nobody can tell: a new error counts as a further one until Clear.
+    /// It cannot tell the two apart: until Clear, a new error counts as a further one.
     void Log(const RuntimeError& oError, const Text& sThisClass, const Text& sThisMethod);
     /// Forgets number, description and frames. Source and line deliberately stay as the last first error left
     /// them.
@@ -73,7 +73,7 @@ private:
 };
 
 /// Sets the error record aside for as long as this object lives: for a stretch of work whose errors have
-/// nothing to do with the one that may be on its way, and that neither are to colour it nor to be coloured.
+/// nothing to do with the one that may be recorded; neither is to get into the other's record.
 class ErrorKeeper {
 public:
     explicit ErrorKeeper(CErrHandler& handler) noexcept

@@ -11,10 +11,12 @@ namespace kandora {
 namespace {
 
 constexpr std::int32_t writeFailed = 31036;
-constexpr std::size_t bufferStep = 1000;
+constexpr std::size_t bufferStep = 1000;  // bytes
 
 /// What bBoolean reads as false, upper case and trimmed.
 constexpr auto falseWords = std::to_array<const wchar_t*>({L"FALSE", L"F", L"N", L"NO", L"NEIN", L"0", L""});
+
+// The messages of this class have always been English ones.
 
 /// Runs the body of a member: an error is raised again with the member's name as its source.
 template <class Body>
@@ -38,13 +40,13 @@ Text ParentFolder(const Text& path) {
     return separator == Text::npos ? Text() : path.substr(0, separator);
 }
 
-/// Where the two NULs stand that end a list.
+/// Position of the two NULs that end a list; npos when they are missing.
 std::size_t EndOfList(const std::string& buffer) {
     return buffer.find(std::string(2, '\0'));
 }
 
-/// Some versions of the platform leave the last NUL of a list that was cut off away. Where nothing was
-/// written at all there is nothing to grow for.
+/// True when the buffer was too small for the list. Some versions of the platform end such a list with one
+/// NUL only. A buffer in which nothing was written is large enough.
 bool IsListCutOff(const std::string& buffer) {
     const bool hasEntries = buffer.front() != '\0' && buffer.find('\0') != std::string::npos;
     return hasEntries && EndOfList(buffer) >= buffer.size() - 3;
@@ -78,8 +80,8 @@ void CIniFile::sIniFile(const Text& sNewIniFile) {
     });
 }
 
-/// The profile functions cut off what does not fit and end it with a NUL at the buffer's last place, which is
-/// how a buffer that is too small is told.
+/// Reads into ever larger buffers. The profile functions cut off what does not fit and put a NUL at the
+/// buffer's last place, by which a buffer that is too small is recognised.
 std::string CIniFile::ReadGrowing(const Reader& read, bool (*isCutOff)(const std::string& buffer)) {
     const std::string file = AnsiFromText(sIniFile());
     std::string buffer;

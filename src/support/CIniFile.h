@@ -28,8 +28,8 @@ class CIniFile {
 public:
     explicit CIniFile(Platform& platform) : platform_(platform) {}
 
-    /// Full path. Unless it was set, it becomes the file beside the component that has the component's name,
-    /// and stays.
+    /// Full path. Unless it was set, the file beside the component with the component's name, from the first
+    /// use on.
     const Text& sIniFile();
     /// May be set once, before anything else is used (5); its folder must exist (53), the file need not.
     void sIniFile(const Text& sNewIniFile);

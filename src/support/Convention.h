@@ -18,8 +18,8 @@ void LogCurrentError(CErrHandler& handler, Frame frame);
 /// raised again. To be called inside a catch block only.
 [[noreturn]] void RecordAndRaise(CErrHandler& handler, Frame frame);
 
-/// How an outermost procedure ends when it fails: the error is recorded, shown and forgotten, and the caller
-/// never sees it.
+/// How an outermost procedure ends when it fails: the error is recorded, shown and forgotten; the caller does
+/// not see it.
 void ShowAndClear(CErrHandler& handler, const RuntimeError& error, Frame frame);
 
 }  // namespace kandora

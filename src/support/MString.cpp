@@ -16,12 +16,12 @@ namespace {
 constexpr TextView separator = L", ";
 
 /// A value that contains itself, or is nested beyond all sense, is cut off here instead of exhausting the
-/// host's stack; with little left of that, one that is nested deeper than any real one.
+/// host's stack; when little of that is left, already where it is nested deeper than any real value.
 constexpr int deepestNesting = 64;
 constexpr int usualNesting = 8;
 constexpr TextView tooDeep = L"(...)";
 
-/// Characters that the host's metadata hardly ever exceed, so that their text is allocated once.
+/// In characters. The host's metadata are hardly ever longer, so that their text is allocated once.
 constexpr std::size_t usualLength = 120;
 
 /// Identifier of the scripting runtime's dictionary interface.
@@ -41,8 +41,8 @@ struct Nesting {
         return depth > deepestNesting || (depth > usualNesting && StackLeft() < nestingStack);
     }
     [[nodiscard]] Nesting Inside(IUnknown* next) const { return {this, next, depth + 1}; }
-    /// True for an object that the value lies in: rendering it once more would have no end, and with two of
-    /// its kind in each not even the deepest nesting would come to hand in time.
+    /// True for an object that the value lies in. Rendering it again would have no end, and if each held two
+    /// of the others, not even the limit of nesting would be reached in reasonable time.
     [[nodiscard]] bool Holds(IUnknown* asked) const {
         return asked != nullptr && (object == asked || (outer != nullptr && outer->Holds(asked)));
     }
@@ -97,7 +97,7 @@ Text RenderRecordset(const LateBound& recordset, const Nesting& nesting) {
     return L"{Recordset: " + Joined(pairs, separator) + L"}";
 }
 
-/// The form that an object's kind gives it; nothing when it is of no such kind or fails on the way.
+/// An object's text by its kind; none when it is of no known kind or fails on the way.
 std::optional<Text> RenderByKind(const LateBound& object, const Nesting& nesting) {
     try {
         if (IsDictionary(object)) {
@@ -131,12 +131,12 @@ Text RenderObject(const Variant& value, const Nesting& nesting) {
     }
 }
 
-/// The text of a value that has no other, by the number of its type.
+/// Stands for a value without a text: the number of its type.
 Text RenderType(const Variant& value) {
     return L"(Typ " + Decimal(value.Type()) + L")";
 }
 
-/// An array whose elements are not of the type that it claims cannot be read.
+/// An array whose elements are not of the type that it claims cannot be read; its type stands for it.
 Text RenderArray(const Variant& value, const Nesting& nesting) {
     if (value.Raw().parray == nullptr) {
         return L"[]";

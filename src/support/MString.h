@@ -6,7 +6,7 @@
 
 namespace kandora {
 
-/// Any value as one line of readable text. Always returns a text.
+/// Any value as readable text. What has none gets a stand-in, such as "(Typ 8204)" or "(Object@4711)".
 Text ToText(const Variant& vtValue);
 
 /// "[first, second]". Raises 5 when the value is no array.

@@ -5,7 +5,7 @@
 
 namespace kandora {
 
-/// The title of the application, the caption of every box that has none of its own.
+/// Caption of every box that has none of its own.
 inline constexpr const wchar_t* applicationTitle = L"Kandora";
 
 /// Styles of a message box, with the platform's own values; they are added up.

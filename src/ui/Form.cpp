@@ -14,7 +14,7 @@ constexpr wchar_t className[] = L"KandoraForm";
 constexpr const wchar_t* fontName = L"MS Sans Serif";
 /// 9.75 points.
 constexpr int fontHeightTwips = 195;
-constexpr std::uint32_t waitMilliseconds = 10;
+constexpr std::uint32_t waitMilliseconds = 10;  // between two looks at the message queue
 
 [[noreturn]] void RaiseLastError() {
     const DWORD error = GetLastError();
@@ -94,7 +94,7 @@ struct WindowSearch {
 Text CurrentText(HWND window, int id) {
     const HWND control = GetDlgItem(window, id);
     Text text(static_cast<std::size_t>(GetWindowTextLengthW(control)), L'\0');
-    // Room for the terminating NUL is there: a text ends in one.
+    // One more for the NUL: every text object has room for it.
     text.resize(
         static_cast<std::size_t>(GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1)));
     return text;

@@ -17,15 +17,15 @@ namespace kandora {
 /// The text as a window can show it: an embedded NUL, which would end it there, becomes a visible "\0".
 Text Displayable(const Text& text);
 
-/// The primary screen's resolution as the process is told it. The host decides how far the process knows the
-/// real one, so it is asked for again for each window.
+/// The primary screen's resolution as the process is told it: whether that is the real one depends on the
+/// host. Asked again for each window.
 class ScreenResolution {
 public:
     ScreenResolution();
 
     [[nodiscard]] int XPixels(int twips) const { return MulDiv(twips, x_, twipsPerInch); }
     [[nodiscard]] int YPixels(int twips) const { return MulDiv(twips, y_, twipsPerInch); }
-    /// Twips that are enough for so many pixels.
+    /// Rounded up, so that so many pixels fit in.
     [[nodiscard]] int YTwips(int pixels) const { return (pixels * twipsPerInch + y_ - 1) / y_; }
 
     static constexpr int twipsPerInch = 1440;
@@ -44,7 +44,7 @@ using Font = std::unique_ptr<HFONT, FontDeleter>;
 /// MS Sans Serif in 9.75 points, the font of all forms.
 Font FormFont(const ScreenResolution& screen, bool bold);
 
-/// Where the keyboard was before a window of ours opened, to return it there.
+/// Remembers where the keyboard was before a window of ours opened, to return it there.
 class FocusKeeper {
 public:
     FocusKeeper() : active_(GetActiveWindow()), focus_(GetFocus()) {}

@@ -12,6 +12,7 @@ constexpr int txtAntwort = 101;
 constexpr int lblFrage = 102;
 }  // namespace id
 
+// In twips.
 constexpr int clientWidth = 5400;
 constexpr int margin = 150;
 constexpr int buttonWidth = 1425;
@@ -19,7 +20,7 @@ constexpr int buttonHeight = 420;
 constexpr int buttonLeft = clientWidth - margin - buttonWidth;
 constexpr int promptWidth = buttonLeft - 2 * margin;
 constexpr int textBoxHeight = 375;
-/// The prompt is as high as the two buttons beside it at least.
+/// The prompt is at least as high as the two buttons beside it.
 constexpr int leastPromptHeight = 2 * buttonHeight + margin;
 
 /// Height in twips of the prompt, broken into lines.

@@ -23,7 +23,7 @@ public:
 };
 
 /// Everything that the user sees of this system: message boxes, the input box and the report dialog. All of
-/// them wait until the user has closed them, and keep painting the calling thread's windows meanwhile.
+/// them wait until the user has closed them, and process the calling thread's messages meanwhile.
 class UserInterface : public MessageBoxes {
 public:
     /// Asks for one line of text, with the left edge at half the screen's width plus `leftTwips` and the top

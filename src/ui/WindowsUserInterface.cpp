@@ -21,8 +21,8 @@ WindowsUserInterface::WindowsUserInterface(Platform& platform, std::function<CEr
 
 void WindowsUserInterface::ShowMessage(const Text& prompt, int style, const Text& caption) {
     const FocusKeeper keyboard;
-    // Under a box without an owner the platform disables the thread's windows only when the box is not
-    // system-modal.
+    // For a box without an owner the platform disables the thread's windows only when it is task-modal, and a
+    // system-modal one cannot be that as well.
     const bool systemModal = (style & boxstyle::systemModal) != 0;
     std::optional<OtherWindowsDisabled> others;
     if (systemModal) {

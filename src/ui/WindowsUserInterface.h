@@ -8,11 +8,11 @@
 
 namespace kandora {
 
-/// The user interface as the user sees it: real windows. They belong to no window, come to the foreground,
-/// and while one is open the calling thread's other windows take no input.
+/// Real windows. They have no owner, come to the foreground, and while one is open the calling thread's other
+/// windows take no input.
 class WindowsUserInterface final : public UserInterface {
 public:
-    /// The error record is asked for only when it is needed: it needs this object in its turn.
+    /// The error record is fetched only when it is needed: it is made after this object, which it uses.
     WindowsUserInterface(Platform& platform, std::function<CErrHandler&()> errHandler);
 
     void ShowMessage(const Text& prompt, int style, const Text& caption) override;

@@ -8,8 +8,9 @@ namespace kandora {
 
 namespace {
 
+// "Auswertung Indizieren" is meant so.
 constexpr const wchar_t* caption = L"Auswertung Indizieren";
-constexpr int clientWidth = 7905;
+constexpr int clientWidth = 7905;  // twips, as everything in the table
 constexpr int clientHeight = 4260;
 
 namespace id {
@@ -57,8 +58,8 @@ bool frmArchivIndex::GetIndex() try {
     WaitForWindow();
     return confirmed_;
 } catch (...) {
-    // The frame's procedure name is not this one's, and is meant so: whoever reads error reports knows it
-    // under this name.
+    // The frame does not bear this procedure's name, deliberately: whoever reads error reports knows it under
+    // this one.
     RecordAndRaise(goErrHandler_(), {L"frmArchivIndex", L"InitControls"});
 }
 
@@ -75,7 +76,7 @@ void frmArchivIndex::cmdArchivierenClick() {
         confirmed_ = true;
         Hide();
     } else {
-        // "midestens" is how the box has always read.
+        // "midestens" is meant so, and the blank at the end: the box has always read like this.
         boxes_.ShowMessage(L"Sie müssen midestens das Feld Beschreibung ausfüllen. ",
                            boxstyle::information | boxstyle::okOnly, L"Indizieren");
     }

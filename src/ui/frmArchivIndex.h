@@ -8,8 +8,8 @@
 
 namespace kandora {
 
-/// The dialog "Auswertung Indizieren". It is confirmed or not by the last button that was clicked before it
-/// closed.
+/// The dialog "Auswertung Indizieren". The last button that was clicked before it closed decides whether it
+/// is confirmed.
 class frmArchivIndex final : public ReportDialog, private Form {
 public:
     frmArchivIndex(Platform& platform, MessageBoxes& boxes, std::function<CErrHandler&()> errHandler);

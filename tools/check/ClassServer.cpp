@@ -11,8 +11,8 @@ namespace kandora::check {
 
 namespace {
 
-/// The program of a command line. Without quotation marks it may hold blanks; the shortest existing file is
-/// meant, as the system has it.
+/// The program of a command line. Without quotation marks it may hold blanks; as for the system, the shortest
+/// path that is a file counts.
 Text ProgramOf(const Text& command) {
     if (command.starts_with(L'"')) {
         return command.substr(1, command.find(L'"', 1) - 1);
@@ -28,7 +28,7 @@ Text ProgramOf(const Text& command) {
     return command;
 }
 
-/// Users' classes come before the machine's.
+/// A class's default value; the user's classes come before the machine's.
 std::optional<Text> ClassText(const Text& path, REGSAM view) {
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
         if (auto value = RegistryText(root, L"Software\\Classes\\" + path, nullptr, view);

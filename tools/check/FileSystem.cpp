@@ -9,15 +9,15 @@ namespace kandora::check {
 
 namespace {
 
-/// A volume of this computer: another one's rights depend on groups that only that one knows.
+/// True for a volume of this computer: rights on another one's depend on groups that only that one knows.
 bool IsLocal(const Text& path) {
     std::array<wchar_t, MAX_PATH> root{};
     return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
            GetDriveTypeW(root.data()) != DRIVE_REMOTE;
 }
 
-/// Whether the access rights of a local file or folder deny something to the user. Opening asks them on
-/// Windows, but where Wine stands in for it a folder opens for everybody.
+/// Whether the access rights of a local file or folder deny something to the user. Opening it ought to ask
+/// them, but on some versions of the platform a folder opens for everybody.
 bool IsForbidden(const Text& path, DWORD wanted) {
     constexpr SECURITY_INFORMATION parts =
         OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;

@@ -5,7 +5,7 @@ namespace kandora::check {
 
 namespace {
 
-/// Longest name of a log file: moment, the component's name, user and computer.
+/// Characters that the name of a log file has at most: moment, the component's name, user and computer.
 std::size_t LogNameLength(CheckedPlatform& platform) {
     constexpr std::size_t moment = 15;
     const Text names = L"_" + ComponentName(platform) + L"_" + platform.Environment(L"USERNAME") + L"_" +

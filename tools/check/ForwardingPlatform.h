@@ -4,7 +4,7 @@
 
 namespace kandora::check {
 
-/// Another machine, of which single answers can be replaced.
+/// Passes everything on to another platform; base of those that replace single answers.
 class ForwardingPlatform : public Platform {
 public:
     explicit ForwardingPlatform(Platform& machine) : machine_(machine) {}

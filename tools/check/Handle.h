@@ -4,7 +4,7 @@
 
 namespace kandora::check {
 
-/// Closes what the system has opened; empty when nothing could be opened.
+/// Owns a handle of the system; empty when nothing could be opened.
 class Handle {
 public:
     Handle() = default;

@@ -48,7 +48,7 @@ std::vector<Entry> EntriesOf(HKEY root, REGSAM view, const Text& libraryKey) {
     return entries;
 }
 
-/// The registered libraries but the component's own.
+/// All registered libraries except for the component's own.
 std::vector<Entry> RegisteredLibraries(const GUID& own) {
     std::vector<Entry> all;
     for (HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
@@ -72,7 +72,8 @@ bool Mentions(const Text& text) {
     return LowerCase(text).find(LowerCase(libraryName)) != Text::npos;
 }
 
-/// The first of the files that is a library of the host's name; empty when there is none.
+/// The first of the files that is a library of the host's name, among those whose entries mention the name or
+/// (`mentioning` false) among the others; empty when there is none.
 Text FirstOfName(const std::vector<Entry>& entries, bool mentioning) {
     for (const Entry& entry : entries) {
         if ((Mentions(entry.description) || Mentions(entry.file)) != mentioning) {

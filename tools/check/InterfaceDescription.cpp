@@ -158,7 +158,7 @@ bool IsBasedOnDispatch(ITypeInfo* info) {
            TypeAttributes(base.Get())->guid == IID_IDispatch;
 }
 
-/// A text is a reference to the other when it adds the star.
+/// A type that is the other one with a star is a reference to it.
 Text HowPassed(const Text& type, const Text& other) {
     if (type == other + L"*") {
         return type + L" (als Verweis)";

@@ -34,9 +34,8 @@ struct InterfaceDescription {
     std::vector<MethodDescription> methods;  ///< its own, in slot order
 };
 
-/// The interface of a library by its name; the name may belong to a class, whose default interface is meant
-/// then, and a hidden interface bears an underscore before it. None when there is no such interface or it has
-/// no vtable.
+/// The interface of a library by its name, which may also stand with an underscore before it, or belong to a
+/// class, whose default interface is meant then. None when there is no such interface or it has no vtable.
 std::optional<InterfaceDescription> DescribeInterface(ITypeLib* library, const Text& name);
 
 /// A difference between what the host expects and what the component offers.
@@ -45,8 +44,8 @@ struct Difference {
     bool isServed = false;  ///< a call works all the same
 };
 
-/// In slot order. No differences: the host may call the component's methods as its own. The identifier does
-/// not count.
+/// In slot order. Without differences the host may call the component's methods as its own. The identifier
+/// does not count.
 std::vector<Difference> Compare(const InterfaceDescription& host, const InterfaceDescription& component);
 
 }  // namespace kandora::check

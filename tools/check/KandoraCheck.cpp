@@ -13,7 +13,7 @@ namespace {
 
 constexpr int exitFailure = 2;
 
-/// Runs one part of the checks. What it could not foresee is a finding too, and the other parts go on.
+/// Runs one part of the checks. An error that it does not handle becomes a finding; the others go on.
 template <class Part>
 bool Guarded(Report& report, const wchar_t* area, Part&& part) {
     try {

@@ -9,7 +9,7 @@ namespace kandora::check {
 
 namespace {
 
-/// Hands out the rehearsal's archive and leaves everything else to the checked machine.
+/// Hands out the rehearsal's archive; everything else is the checked machine's.
 class DryRunPlatform final : public ForwardingPlatform {
 public:
     DryRunPlatform(Platform& machine, LateBound archive)

@@ -10,7 +10,7 @@ namespace kandora::check {
 namespace {
 
 /// The short title of every entry that a probe files, and the text of its index fields. Nothing else in an
-/// archive is called like this; whatever is, is a probe's leftover.
+/// archive is called like this.
 constexpr const wchar_t* mark = L"Kandora-Probe, wird sofort wieder entfernt";
 constexpr const wchar_t* shortMark = L"KANDORA-PROBE";
 constexpr const wchar_t* markDate = L"01.01.2000";
@@ -221,7 +221,8 @@ private:
         return Joined(wrong, L", ");
     }
 
-    /// What a probe filed that was killed. False when that cannot be told.
+    /// Removes what is marked: leftovers of a probe that was killed, or of this one. False after an error,
+    /// which has been reported.
     bool RemoveLeftovers(const wchar_t* name) {
         try {
             const Settings& settings = state_.settings;
@@ -253,8 +254,7 @@ private:
         }
     }
 
-    /// The hits of a search for the mark. All of them before anything else is asked: loading an entry may
-    /// disturb the search.
+    /// The hits of a search for the mark, all of them at once: loading an entry may disturb the search.
     std::vector<std::int32_t> Marked(std::int32_t mask, std::int16_t line) {
         archive_.oElo().Call(L"PrepareObjectEx", archive::none, archive::none, ByRef(mask));
         archive_.oElo().Call(L"setobjAttrib", ByRef(line), Text(shortMark));

@@ -42,7 +42,7 @@ struct Preview {
 /// The findings in the order in which they were made.
 class Report {
 public:
-    /// Every finding goes to `onFinding` at once, so that whoever waits sees how far the checks are.
+    /// Every finding goes to `onFinding` at once, so that the user sees how far the checks are.
     explicit Report(std::function<void(const Finding&)> onFinding) : onFinding_(std::move(onFinding)) {}
 
     void Good(const wchar_t* area, const Text& name, const Text& value, const Text& hint = {}) {
@@ -76,7 +76,7 @@ private:
 /// One line for a reader.
 Text LineOf(const Finding& finding);
 
-/// One line to the standard output: UTF-16 to a console, UTF-8 to a file or pipe.
+/// One line to the standard output, or to the one for errors: UTF-16 to a console, UTF-8 to a file or pipe.
 void PrintLine(TextView line);
 void PrintErrorLine(TextView line);
 

@@ -134,7 +134,7 @@ private:
         CheckRepetitions(section, present);
     }
 
-    /// Only a section's first key of a name is read.
+    /// Of several keys of the same name only the first one is read.
     void CheckRepetitions(const Text& section, const std::vector<Text>& present) {
         std::vector<Text> seen;
         for (const Text& key : present) {
@@ -152,7 +152,7 @@ private:
         return setting.key + (L"=" + (isSecret ? Text(L"(gesetzt)") : text));
     }
 
-    /// True when the setting is as it should be; it has been kept then.
+    /// Reads the setting and reports what is wrong with it. True when nothing is.
     bool CheckSetting(const Setting& setting, const std::vector<Text>& present,
                       const std::vector<Text>& unknown) {
         const Text place = PlaceOf(setting.section, setting.key);
@@ -228,7 +228,7 @@ private:
         };
         for (const Setting& setting : table_) {
             const auto* const position = std::get_if<std::int16_t*>(&setting.target);
-            // What could not be read has been reported.
+            // What could not be read is 0 and has been reported.
             if (position != nullptr && Contains(file_->vasKeys(setting.section), setting.key) &&
                 **position != 0) {
                 lines[{masks.at(setting.section), **position}].push_back({setting.section, setting.key});

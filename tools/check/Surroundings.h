@@ -12,7 +12,7 @@
 namespace kandora::check {
 
 /// The machine as the checked component would see it: its own file is the one that is checked, so that INI
-/// file and log are looked for beside that one. Nothing is ever written.
+/// file and log are looked for beside it. No file is ever written.
 class CheckedPlatform final : public ForwardingPlatform {
 public:
     CheckedPlatform(Platform& machine, Text componentFile)

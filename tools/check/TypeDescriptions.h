@@ -8,8 +8,8 @@
 
 namespace kandora::check {
 
-/// What a type or a library tells of itself, for as long as this lives. Empty when it tells nothing; to ask
-/// it all the same throws RuntimeError. The source must outlive it.
+/// What a type or a library tells of itself, for as long as this lives. Empty when it tells nothing; using it
+/// all the same throws RuntimeError. The source must outlive it.
 template <class Source, class Description>
 class Told {
 public:
