@@ -18,7 +18,6 @@ struct Row {
     double upper = 0;    ///< quartile
     double subject = 0;  ///< median
     double floor = 0;    ///< median
-    std::string note;
 
     [[nodiscard]] bool IsReached() const;
 };

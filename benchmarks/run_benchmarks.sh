@@ -7,8 +7,7 @@ set -euo pipefail
 # shellcheck source=scripts/wine.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../scripts/wine.sh"
 
-# Another build's folder, another prefix (below) and another processor can be given.
-build=${KANDORA_BUILD:-$build}
+# Another processor can be given.
 here=$root/benchmarks
 processor=${KANDORA_BENCHMARK_PROCESSOR:-0}
 
@@ -59,7 +58,7 @@ main() {
     pin
     for architecture in "${selected[@]}"; do
         ninja -C "$build/$architecture" kandora_benchmarks >"$build/benchmarks-$architecture.log"
-        use_prefix "${KANDORA_BENCHMARK_PREFIX:-$build/$architecture/wine}"
+        use_prefix "$build/$architecture/wine"
         start_display
         ensure_prefix >&2
         stop_wineserver

@@ -44,6 +44,25 @@ private:
     ClassObject::Maker maker_;
 };
 
+/// Knows no member. It does not count among the objects of clients.
+class Nameless final : public Undescribed<ComObject<IDispatch>> {
+public:
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        return DISP_E_UNKNOWNNAME;
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                                     UINT*) override {
+        return DISP_E_MEMBERNOTFOUND;
+    }
+};
+
+/// Throws Failure with what COM does not do.
+void RequireServing(HRESULT code, const std::wstring& complaint) {
+    if (FAILED(code)) {
+        throw Failure(complaint + L": " + SystemMessage(static_cast<unsigned long>(code)));
+    }
+}
+
 constexpr const wchar_t* classesKey = L"Software\\Classes\\";
 
 /// The views of the registry in which a class may stand; on a 32-bit system both are the same.
@@ -169,13 +188,24 @@ void UnregisterServer(const ServerClass& serverClass) {
     }
 }
 
+LastingStub::LastingStub() {
+    HRESULT code = CreateStreamOnHGlobal(nullptr, TRUE, marshalled_.Receive());
+    if (SUCCEEDED(code)) {
+        code = CoMarshalInterface(marshalled_.Get(), IID_IDispatch, MakeObject<Nameless>().Get(),
+                                  MSHCTX_LOCAL, nullptr, MSHLFLAGS_TABLESTRONG);
+    }
+    RequireServing(code, L"COM kann anderen Programmen keine Objekte anbieten");
+}
+
+LastingStub::~LastingStub() {
+    marshalled_->Seek({}, STREAM_SEEK_SET, nullptr);
+    CoReleaseMarshalData(marshalled_.Get());
+}
+
 ClassObject::ClassObject(const CLSID& id, Maker maker, DWORD context) {
     const ComPtr<ClassFactory> factory = MakeObject<ClassFactory>(std::move(maker));
-    const HRESULT code = CoRegisterClassObject(id, factory.Get(), context, REGCLS_MULTIPLEUSE, &cookie_);
-    if (FAILED(code)) {
-        throw Failure(L"Die Klasse " + ToText(id) + L" kann COM nicht angeboten werden: " +
-                      SystemMessage(static_cast<unsigned long>(code)));
-    }
+    RequireServing(CoRegisterClassObject(id, factory.Get(), context, REGCLS_MULTIPLEUSE, &cookie_),
+                   L"Die Klasse " + ToText(id) + L" kann COM nicht angeboten werden");
 }
 
 ClassObject::~ClassObject() {

@@ -30,6 +30,23 @@ void RegisterServer(const ServerClass& serverClass, const std::wstring& command)
 /// Throws Failure when something exists and may not be removed.
 void UnregisterServer(const ServerClass& serverClass);
 
+/// Lets COM hold an object of its own for other processes for as long as it lives.
+///
+/// When the last object of an interface that other processes use is released, wine takes the interface back
+/// and waits for the calls to it that have not quite ended. If the last one ends at that very moment, nobody
+/// tells the waiting thread, and the program hangs for good. With this object there is no last one.
+class LastingStub {
+public:
+    /// For callers by name. Throws Failure when COM refuses.
+    LastingStub();
+    ~LastingStub();
+    LastingStub(const LastingStub&) = delete;
+    LastingStub& operator=(const LastingStub&) = delete;
+
+private:
+    ComPtr<IStream> marshalled_;
+};
+
 /// Makes the class available to COM for as long as it lives.
 class ClassObject {
 public:
@@ -48,6 +65,7 @@ public:
     static bool IsLocked() noexcept;
 
 private:
+    LastingStub stub_;
     DWORD cookie_ = 0;
 };
 

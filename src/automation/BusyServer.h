@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "automation/OwnArithmetic.h"
+
 namespace kandora {
 
 /// How a call waits for a program that is too busy to take it.
@@ -36,7 +38,8 @@ private:
 };
 
 /// Makes a call, again and again while it is turned away and the patience lasts, and returns the outcome of
-/// the last attempt. The message filter of the program around this component stays as it is.
+/// the last attempt. The callee may leave the processor's arithmetic as it likes. The message filter of the
+/// program around this component stays as it is.
 template <class Call>
 std::int32_t WhileBusy(Call&& call) {
     std::int32_t outcome = call();
@@ -46,6 +49,7 @@ std::int32_t WhileBusy(Call&& call) {
             outcome = call();
         }
     }
+    OwnArithmetic::Resume();
     return outcome;
 }
 

@@ -6,7 +6,6 @@
 
 #include "automation/BusyServer.h"
 #include "automation/Errors.h"
-#include "automation/OwnArithmetic.h"
 #include "interfaces/ComPtr.h"
 
 namespace kandora {
@@ -37,7 +36,6 @@ Variant InvokeById(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& paramet
         return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,
                               wantsResult ? result.Receive() : nullptr, &exception, nullptr);
     });
-    OwnArithmetic::Resume();
     if (outcome == DISP_E_EXCEPTION) {
         throw ErrorFrom(exception);
     }
@@ -210,7 +208,7 @@ std::optional<std::vector<Variant>> LateBound::Items() const {
         }
         std::vector<Variant> result;
         Variant item;
-        while (items->Next(1, item.Receive(), nullptr) == S_OK) {
+        while (WhileBusy([&] { return items->Next(1, item.Receive(), nullptr); }) == S_OK) {
             item.Dereference();
             result.push_back(std::exchange(item, Variant()));
         }

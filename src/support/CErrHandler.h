@@ -68,7 +68,7 @@ private:
     [[nodiscard]] Text CallStack() const;
 
     MessageBoxes& boxes_;
-    LocalTime dtCreated_;
+    LocalTime dtCreated_;  ///< nobody asks for it
     Record record_;
 };
 

@@ -24,7 +24,7 @@ options = None
 
 SAMPLE_CLIENT = ROOT / "simulators" / "clients" / "Muster AG.json"
 # Seconds; far beyond what anything here takes.
-LIMIT = 240
+LIMIT = 900
 
 
 def windows_path(path):

@@ -84,13 +84,27 @@ BOOL CALLBACK CountOwnWindow(HWND window, LPARAM count) {
     return process == GetCurrentProcessId() ? CountWindow(window, count) : TRUE;
 }
 
-// Windows are not asked for one after the other: when one is just being destroyed, wine 10's server searches
-// for the next one for ever.
+/// The window that is above all message windows, or null while there are none. The one that leads to it may
+/// be another program's and go at any time.
+HWND AboveMessageWindows() {
+    static HWND found = nullptr;
+    while (found == nullptr) {
+        const HWND one = FindWindowExW(HWND_MESSAGE, nullptr, nullptr, nullptr);
+        if (one == nullptr) {
+            break;
+        }
+        found = GetAncestor(one, GA_PARENT);
+    }
+    return found;
+}
+
+// To ask for one window behind the other does not serve: when the former is just going, wine 10's server
+// looks for the latter for ever.
 int Windows() {
     int count = 0;
     EnumThreadWindows(GetCurrentThreadId(), CountWindow, reinterpret_cast<LPARAM>(&count));
-    if (const HWND message = FindWindowExW(HWND_MESSAGE, nullptr, nullptr, nullptr); message != nullptr) {
-        EnumChildWindows(GetAncestor(message, GA_PARENT), CountOwnWindow, reinterpret_cast<LPARAM>(&count));
+    if (const HWND above = AboveMessageWindows(); above != nullptr) {
+        EnumChildWindows(above, CountOwnWindow, reinterpret_cast<LPARAM>(&count));
     }
     return count;
 }

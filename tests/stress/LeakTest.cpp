@@ -205,7 +205,8 @@ TEST(Leaks, AreSeen) {
     EXPECT_EQ(Counts::Now().handles, before.handles + 1);
     CloseHandle(event);
     const HWND window =
-        CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+        CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 10, 10, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr) << GetLastError();
     EXPECT_GT(Counts::Now().windows, before.windows);
     DestroyWindow(window);
     const DWORD slot = TlsAlloc();

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "automation/Errors.h"
+#include "automation/OwnArithmetic.h"
 #include "interfaces/Apartment.h"
 #include "interfaces/ComObject.h"
 #include "tests/support/Conversation.h"
 #include "tests/support/FakeObject.h"
+#include "tests/support/ForwardingDispatch.h"
 #include "tests/support/Raised.h"
 
 namespace kandora::test {
@@ -333,6 +335,28 @@ TEST(NewObjects, TellWhyTheyCannotBeMade) {
         EXPECT_EQ(NumberRaisedBy([] { NewObject(L"Scripting.Dictionary"); }), row.number) << row.reason;
         CoRevokeClassObject(cookie);
     }
+}
+
+/// Knows no name, and rounds down from then on, as the first call of a library may that is loaded for it.
+class RoundingDown : public ForwardingDispatch {
+public:
+    using ForwardingDispatch::ForwardingDispatch;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+        constexpr std::uint32_t roundingDown = 0x3F80;
+        asm volatile("ldmxcsr %0" : : "m"(roundingDown));
+        return DISP_E_UNKNOWNNAME;
+    }
+};
+
+TEST_F(LateBinding, CalculatesAsBeforeWhateverALookupOfANameLeaves) {
+    std::uint32_t before = 0;
+    std::uint32_t after = 0;
+    const OwnArithmetic own;
+    asm volatile("stmxcsr %0" : "=m"(before));
+    const auto other = MakeObject<RoundingDown>(static_cast<IDispatch*>(nullptr));
+    EXPECT_EQ(RaisedBy([&] { LateBound(other.Get()).Call(L"Fehlt"); }).number, 438);
+    asm volatile("stmxcsr %0" : "=m"(after));
+    EXPECT_EQ(after, before);
 }
 
 }  // namespace
