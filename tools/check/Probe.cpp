@@ -1,6 +1,7 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <utility>
 
 #include "archive/ArchiveNumbers.h"
 #include "tools/check/Checks.h"
@@ -48,6 +49,20 @@ private:
 
     static inline std::atomic<bool> wanted_ = false;
     static inline HANDLE done_ = nullptr;
+};
+
+/// Another value for as long as this object lives.
+class Instead {
+public:
+    Instead(Text& variable, const Text& value)
+        : variable_(variable), before_(std::exchange(variable, value)) {}
+    ~Instead() { variable_ = std::move(before_); }
+    Instead(const Instead&) = delete;
+    Instead& operator=(const Instead&) = delete;
+
+private:
+    Text& variable_;
+    Text before_;
 };
 
 /// Instead of the host: bookings of the kind that is asked for, with the probe's mark.
@@ -145,11 +160,9 @@ private:
         ProbeFolder(
             L"Auswertung", state_.folders.strPfadAuswertungen, settings.glMaskeAuswertung,
             [&] {
-                const Text printerFile = state_.settings.gsEloPrinterFile;
-                state_.settings.gsEloPrinterFile = state_.folders.strPlatzhalterDatei;
+                const Instead printed(state_.settings.gsEloPrinterFile, state_.folders.strPlatzhalterDatei);
                 screen_.report = ReportRecord{mark, shortMark, markDate, markDate};
                 archive_.SaveAuswertung();
-                state_.settings.gsEloPrinterFile = printerFile;
                 return archive_.oElo().Get(L"GetEntryId", archive::filedEntry).ToLong();
             },
             [&] {
