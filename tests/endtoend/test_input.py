@@ -134,7 +134,7 @@ class Input(unittest.TestCase):
         self.assert_script_refused(
             '[{"call": "Login"}]',
             "Zeile 1, Spalte 2: Eine Regel braucht genau eine der Angaben "
-            "«answer», «fail», «hresult», «delayMs», «die».")
+            "«answer», «fail», «hresult», «delayMs», «until», «die».")
 
     def test_a_store_that_is_open_already(self):
         with self.workstation.menu() as choose:

@@ -27,6 +27,8 @@ constexpr CLSID archiveClassId = {
 
 class ProgramTest : public StoreFixture {
 protected:
+    Apartment apartment_;
+
     /// A server that was killed would leave its class behind for the tests that follow, so it is asked to go.
     // NOLINTNEXTLINE(bugprone-exception-escape): a server that cannot be ended ends this program
     ~ProgramTest() override {
