@@ -9,13 +9,6 @@ namespace kandora::check {
 
 namespace {
 
-/// A volume of this computer: another one's rights depend on groups that only that one knows.
-bool IsLocal(const Text& path) {
-    std::array<wchar_t, MAX_PATH> root{};
-    return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
-           GetDriveTypeW(root.data()) != DRIVE_REMOTE;
-}
-
 /// Whether the access rights of a local file or folder deny something to the user. Opening asks them on
 /// Windows, but where Wine stands in for it a folder opens for everybody.
 bool IsForbidden(const Text& path, DWORD wanted) {
@@ -66,6 +59,12 @@ std::string ReadableFile::All() const {
         bytes.append(part.data(), read);
     }
     return bytes;
+}
+
+bool IsLocal(const Text& path) {
+    std::array<wchar_t, MAX_PATH> root{};
+    return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
+           GetDriveTypeW(root.data()) != DRIVE_REMOTE;
 }
 
 bool FileExists(const Text& path) {
