@@ -3,6 +3,9 @@
 //
 //     foreign_host library KIND FILE    writes a type library "DmsSolution"; for KIND see `Kinds`
 //     foreign_host answers IID          1 when a new Kandora.ELOProvider answers to the identifier, else 0
+//     foreign_host unelevated PROGRAM [ARGUMENT...]
+//                                       runs it with the rights that account control leaves to an
+//                                       administrator
 
 #include <algorithm>
 #include <cstdio>
@@ -182,8 +185,8 @@ int Answers(const wchar_t* text) {
     return SUCCEEDED(provider->QueryInterface(iid, requests.ReceiveVoid())) ? 1 : 0;
 }
 
-/// The command with the rights that account control leaves to an administrator's usual programs. Windows gives
-/// the token for them to nobody but the system; wine does.
+/// The command with the rights that account control leaves to an administrator's usual programs. Windows
+/// gives the token for them to nobody but the system; wine does.
 int WithoutElevation(std::wstring program, int count, wchar_t** arguments) {
     HANDLE token = nullptr;
     TOKEN_LINKED_TOKEN usual{};
@@ -202,8 +205,8 @@ int WithoutElevation(std::wstring program, int count, wchar_t** arguments) {
     STARTUPINFOW start{};
     start.cb = sizeof(start);
     PROCESS_INFORMATION process{};
-    if (CreateProcessAsUserW(primary, program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                             &start, &process) == FALSE) {
+    if (CreateProcessAsUserW(primary, program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                             nullptr, &start, &process) == FALSE) {
         throw std::runtime_error("cannot be started");
     }
     DWORD code = 1;

@@ -40,16 +40,19 @@ TEST(OwnRights, AreTold) {
         return LinesOf([&](Report& report) { CheckRights(report, rights); });
     };
     EXPECT_EQ(lines(Rights(true)),
-              std::vector<Text>{L"gut      Rechte: Benutzer: PC01\\user01, Mitglied der Administratoren, mit erhöhten "
-                                L"Rechten"});
+              std::vector<Text>{
+                  L"gut      Rechte: Benutzer: PC01\\user01, Mitglied der Administratoren, mit erhöhten "
+                  L"Rechten"});
     OwnRights asleep = Rights(true);
     asleep.isElevated = false;
     EXPECT_EQ(lines(asleep),
-              std::vector<Text>{L"gut      Rechte: Benutzer: PC01\\user01, Mitglied der Administratoren, ohne erhöhte "
-                                L"Rechte"});
+              std::vector<Text>{
+                  L"gut      Rechte: Benutzer: PC01\\user01, Mitglied der Administratoren, ohne erhöhte "
+                  L"Rechte"});
     EXPECT_EQ(lines(Rights(false)),
-              std::vector<Text>{L"gut      Rechte: Benutzer: PC01\\user01, nicht Mitglied der Administratoren, ohne "
-                                L"erhöhte Rechte"});
+              std::vector<Text>{
+                  L"gut      Rechte: Benutzer: PC01\\user01, nicht Mitglied der Administratoren, ohne "
+                  L"erhöhte Rechte"});
 }
 
 TEST(OwnRights, OfSomebodyElseAreAWarning) {
@@ -57,7 +60,8 @@ TEST(OwnRights, OfSomebodyElseAreAWarning) {
     rights.loggedOn = L"PC01\\anna";
     const auto lines = LinesOf([&](Report& report) { CheckRights(report, rights); });
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_TRUE(lines[1].starts_with(L"Warnung  Rechte: Sitzung: gehört PC01\\anna → ")) << AnsiFromText(lines[1]);
+    EXPECT_TRUE(lines[1].starts_with(L"Warnung  Rechte: Sitzung: gehört PC01\\anna → "))
+        << AnsiFromText(lines[1]);
     rights.loggedOn.clear();
     EXPECT_FALSE(rights.IsAnothers()) << "a service has no session of anybody";
 }
@@ -75,7 +79,8 @@ TEST(OwnRights, AnotherInstanceIsAWarning) {
     for (const OwnRights& rights : {split, anothers}) {
         const auto warnings = lines(rights, false);
         ASSERT_EQ(warnings.size(), 1U);
-        EXPECT_TRUE(warnings[0].starts_with(L"Warnung  Archiv: Laufendes Programm: ")) << AnsiFromText(warnings[0]);
+        EXPECT_TRUE(warnings[0].starts_with(L"Warnung  Archiv: Laufendes Programm: "))
+            << AnsiFromText(warnings[0]);
         EXPECT_TRUE(lines(rights, true).empty()) << "what is loaded is nobody else's";
     }
     EXPECT_TRUE(lines(Rights(true), false).empty()) << "without account control there is but one";

@@ -11,6 +11,9 @@ from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, sta
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
+FAILURE, WARNING = "Fehler", "Warnung"
+# With account control, COM starts programs of their own for an elevated run.
+OTHER_PROGRAMS = [("Archiv", "Laufendes Programm", WARNING), ("Finanzbuchhaltung", "Laufendes Programm", WARNING)]
 
 
 class Result:

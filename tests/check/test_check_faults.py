@@ -4,10 +4,8 @@ import shutil
 import unittest
 
 import workstation
-from checkstation import CLIENT_FOLDER, CheckStation, mode
+from checkstation import CLIENT_FOLDER, FAILURE, WARNING, CheckStation, mode
 from workstation import MASKS, windows, windows_path
-
-FAILURE, WARNING = "Fehler", "Warnung"
 
 
 class Faults(unittest.TestCase):

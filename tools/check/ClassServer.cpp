@@ -37,7 +37,6 @@ struct Hive {
 };
 using Hives = std::vector<Hive>;
 
-
 /// The first hive's that has one.
 std::optional<Text> ClassText(const Hives& hives, const Text& path, REGSAM view) {
     for (const Hive& hive : hives) {
