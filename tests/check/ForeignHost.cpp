@@ -187,7 +187,7 @@ int Answers(const wchar_t* text) {
 
 /// The command with the rights that account control leaves to an administrator's usual programs. Windows
 /// gives the token for them to nobody but the system; wine does.
-int WithoutElevation(std::wstring program, int count, wchar_t** arguments) {
+int WithoutElevation(const std::wstring& program, int count, wchar_t** arguments) {
     HANDLE token = nullptr;
     TOKEN_LINKED_TOKEN usual{};
     DWORD size = 0;

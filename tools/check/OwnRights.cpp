@@ -101,7 +101,7 @@ OwnRights RightsOfThisProgram() {
     const bool isAccountControlOn = IsAccountControlOn();
     rights.isElevated = ValueOf<TOKEN_ELEVATION>(token, TokenElevation).TokenIsElevated != 0;
     rights.isSplit = rights.isElevated && isAccountControlOn &&
-                     ValueOf<TOKEN_ELEVATION_TYPE>(token, TokenElevationType) == TokenElevationTypeFull;
+                     ValueOf<DWORD>(token, TokenElevationType) == TokenElevationTypeFull;
     rights.ignoresUserClasses = rights.isElevated && isAccountControlOn;
     rights.loggedOn = LoggedOnUser();
     return rights;

@@ -25,7 +25,7 @@ Text NameOfSid(const Text& sid) {
     std::array<wchar_t, 257> domain{};
     auto nameLength = static_cast<DWORD>(name.size());
     auto domainLength = static_cast<DWORD>(domain.size());
-    SID_NAME_USE use{};
+    SID_NAME_USE use = SidTypeUnknown;
     const bool isKnown = LookupAccountSidW(nullptr, binary, name.data(), &nameLength, domain.data(),
                                            &domainLength, &use) != FALSE;
     LocalFree(binary);
