@@ -34,7 +34,9 @@ install_workstation() {
         cp "$bin/Kandora.dll" "$bin/Platzhalter.pdf" "$programs" &&
         cp "$bin/kandora-check.exe" "$programs/Werkzeuge" &&
         cp "$bin/ArchiveSimulator.exe" "$bin/HostSimulator.exe" "$sessionDrive/Demo" &&
-        cp "$root/simulators/clients/Muster AG.json" "$sessionDrive/Daten/Mandanten" || return
+        cp "$root/simulators/clients/Muster AG.json" "$sessionDrive/Daten/Mandanten" &&
+        # What the package grants to all users; wine takes a file's Unix rights for its access list.
+        chmod a+w "$programs" "$sessionDrive/Daten/Druck" || return
     demo_run 'C:\Demo\ArchiveSimulator.exe' --create-sample-store 'C:\Daten\Archiv' &&
         demo_run 'C:\Demo\ArchiveSimulator.exe' --register --store 'C:\Daten\Archiv' &&
         demo_run 'C:\Demo\HostSimulator.exe' --register --client 'C:\Daten\Mandanten\Muster AG.json' &&

@@ -3,6 +3,9 @@
 //
 //     foreign_host library KIND FILE    writes a type library "DmsSolution"; for KIND see `Kinds`
 //     foreign_host answers IID          prints 1 when a new Kandora.ELOProvider has this interface, else 0
+//     foreign_host unelevated PROGRAM [ARGUMENT...]
+//                                       runs it with the rights that account control leaves to an
+//                                       administrator
 
 #include <algorithm>
 #include <cstdio>
@@ -182,7 +185,40 @@ int Answers(const wchar_t* text) {
     return SUCCEEDED(provider->QueryInterface(iid, requests.ReceiveVoid())) ? 1 : 0;
 }
 
+/// The command with the rights that account control leaves to an administrator's usual programs. Windows
+/// gives the token for them to nobody but the system; wine does.
+int WithoutElevation(const std::wstring& program, int count, wchar_t** arguments) {
+    HANDLE token = nullptr;
+    TOKEN_LINKED_TOKEN usual{};
+    DWORD size = 0;
+    HANDLE primary = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE ||
+        GetTokenInformation(token, TokenLinkedToken, &usual, sizeof(usual), &size) == FALSE ||
+        DuplicateTokenEx(usual.LinkedToken, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation, TokenPrimary,
+                         &primary) == FALSE) {
+        throw std::runtime_error("no token without elevation");
+    }
+    std::wstring command = L"\"" + program + L"\"";
+    for (int place = 0; place < count; ++place) {
+        command += std::wstring(L" ") + arguments[place];
+    }
+    STARTUPINFOW start{};
+    start.cb = sizeof(start);
+    PROCESS_INFORMATION process{};
+    if (CreateProcessAsUserW(primary, program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                             nullptr, &start, &process) == FALSE) {
+        throw std::runtime_error("cannot be started");
+    }
+    DWORD code = 1;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    GetExitCodeProcess(process.hProcess, &code);
+    return static_cast<int>(code);
+}
+
 int Run(int count, wchar_t** arguments) {
+    if (count >= 3 && std::wcscmp(arguments[1], L"unelevated") == 0) {
+        return WithoutElevation(arguments[2], count - 3, arguments + 3);
+    }
     const kandora::Apartment apartment;
     if (count == 3 && std::wcscmp(arguments[1], L"answers") == 0) {
         std::printf("%d\n", Answers(arguments[2]));
@@ -196,7 +232,8 @@ int Run(int count, wchar_t** arguments) {
             return 0;
         }
     }
-    throw std::runtime_error("usage: foreign_host library KIND FILE | answers IID");
+    throw std::runtime_error(
+        "usage: foreign_host library KIND FILE | answers IID | unelevated PROGRAM [ARGUMENT...]");
 }
 
 }  // namespace

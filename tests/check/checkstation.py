@@ -11,6 +11,9 @@ from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, sta
                          windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
+FAILURE, WARNING = "Fehler", "Warnung"
+# With account control, COM starts programs of their own for an elevated run.
+OTHER_PROGRAMS = [("Archiv", "Laufendes Programm", WARNING), ("Finanzbuchhaltung", "Laufendes Programm", WARNING)]
 
 
 class Result:
@@ -51,6 +54,9 @@ class CheckStation(Workstation):
         self.settings = copy.deepcopy(self.settings)  # tests change them, and the next station begins anew
         self.print_folder = self.folder / "Druck"
         self.print_folder.mkdir()
+        # What the package grants to all users. Tests run with an administrator's rights.
+        for folder in (self.install, self.print_folder):
+            folder.chmod(0o777)
         self.settings["Archiv"]["EloPrinterFile"] = windows_path(self.print_folder / "Auswertung.pdf")
         self.write_settings()
         self.run_host(["InitProvider"])
@@ -84,7 +90,15 @@ class CheckStation(Workstation):
         return (done.returncode, *texts)
 
     def check(self, *arguments, program=None):
-        code, output, errors = self.run_text("--json", *arguments, program=program)
+        return self.result(*self.run_text("--json", *arguments, program=program))
+
+    def check_without_elevation(self):
+        """As from a user's desktop, where an administrator's rights are asleep."""
+        return self.result(*self.run_text("unelevated", windows_path(workstation.options.bin / "kandora-check.exe"), "--json",
+                                          program=os.environ["KANDORA_FOREIGN_HOST"]))
+
+    @staticmethod
+    def result(code, output, errors):
         if errors:
             raise AssertionError(errors)
         return Result(code, output)
@@ -113,6 +127,36 @@ class CheckStation(Workstation):
 def interrupt(process):
     """Ctrl+C."""
     os.kill(process.pid, signal.SIGINT)
+
+
+@contextlib.contextmanager
+def mode(path, bits):
+    """Other rights to a file or folder while the block runs. Wine tells them to Windows programs as an access list: the owner's
+    as those of this user, everybody's as those of everybody."""
+    before = path.stat().st_mode
+    path.chmod(bits)
+    try:
+        yield
+    finally:
+        path.chmod(before)
+
+
+@contextlib.contextmanager
+def account_control():
+    """While the block runs, administrators' programs have their rights only when they ask for them, as usual on Windows."""
+    key = "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Policies\\System"
+    try:
+        for bitness in ("/reg:32", "/reg:64"):
+            registry("add", key, "/v", "EnableLUA", "/t", "REG_DWORD", "/d", "1", "/f", bitness)
+        yield
+    finally:
+        for bitness in ("/reg:32", "/reg:64"):
+            registry("add", key, "/v", "EnableLUA", "/t", "REG_DWORD", "/d", "0", "/f", bitness)
+
+
+def provider_class():
+    """The identifier of the class that the host asks for."""
+    return registry("query", "HKLM\\Software\\Classes\\Kandora.ELOProvider\\CLSID", "/ve").split()[-1]
 
 
 def registry(*arguments):

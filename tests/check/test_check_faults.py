@@ -1,14 +1,11 @@
 """What is wrong is found and named, each fault by itself."""
 import os
 import shutil
-import stat
 import unittest
 
 import workstation
-from checkstation import CLIENT_FOLDER, CheckStation
+from checkstation import CLIENT_FOLDER, FAILURE, WARNING, CheckStation, mode
 from workstation import MASKS, windows, windows_path
-
-FAILURE, WARNING = "Fehler", "Warnung"
 
 
 class Faults(unittest.TestCase):
@@ -218,11 +215,8 @@ class Faults(unittest.TestCase):
     def test_folders_without_the_right_to_write(self):
         for folder, name in ((self.station.install, "Protokoll"), (self.station.print_folder, "Druckdatei")):
             with self.subTest(name=name):
-                folder.chmod(stat.S_IRUSR | stat.S_IXUSR)
-                try:
+                with mode(folder, 0o555):
                     self.assert_found(("Ordner", name, FAILURE), value="nicht beschreibbar", hint="Recht")
-                finally:
-                    folder.chmod(stat.S_IRWXU)
 
     # ---- component ------------------------------------------------------------------------------------------------
 

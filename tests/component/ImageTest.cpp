@@ -277,8 +277,14 @@ TEST_F(VersionResource, TellsTheVersion) {
 
 TEST_F(VersionResource, NamesTheComponent) {
     EXPECT_EQ(Text(L"ProductName"), L"Kandora");
+    EXPECT_EQ(Text(L"InternalName"), L"Kandora");
     EXPECT_EQ(Text(L"OriginalFilename"), L"Kandora.dll");
     EXPECT_EQ(Text(L"FileDescription"), L"Kandora: Archivanbindung der Finanzbuchhaltung");
+}
+
+TEST_F(VersionResource, TellsWhoseItIs) {
+    EXPECT_EQ(Text(L"CompanyName"), L"Kandora");
+    EXPECT_EQ(Text(L"LegalCopyright"), L"Copyright (c) 2026 the Kandora authors");
 }
 
 }  // namespace

@@ -132,6 +132,9 @@ class InstalledWorkstation(Workstation):
 
     def check(self, *arguments):
         """Runs the installed kandora-check. Answers exit code and output."""
+        # What the package grants to all users, and the archive's printer needs: wine's installer leaves access lists out.
+        for folder in (self.install, self.folder):
+            folder.chmod(0o777)
         program = self.install / "Werkzeuge" / "kandora-check.exe"
         file = self.folder / "pruefung.txt"
         # No pipe: an archive that is started on the way inherits its other end and keeps it open.

@@ -7,10 +7,14 @@ namespace kandora::check {
 namespace {
 
 /// A server in a process of its own serves both architectures; one that is loaded must have the component's.
-bool CheckClass(Report& report, const Subject& subject) {
+bool CheckClass(Report& report, const Subject& subject, const OwnRights& rights) {
     constexpr const wchar_t* name = L"Klasse";
-    const auto server = ServerOf(archiveClass);
+    const auto server = ServerOf(archiveClass, rights);
     const Text className = archiveClass;
+    const bool isHidden = WarnOfHiddenServers(report, area::archive, archiveClass, rights);
+    if (!server && isHidden) {
+        return false;
+    }
     if (!server) {
         report.Fail(
             area::archive, name, className + L" ist nicht registriert",
@@ -30,6 +34,7 @@ bool CheckClass(Report& report, const Subject& subject) {
         return false;
     }
     report.Good(area::archive, name, value);
+    WarnOfAnotherInstance(report, area::archive, *server, rights);
     return true;
 }
 
@@ -90,7 +95,7 @@ bool CheckLogin(Report& report, Surroundings& surroundings) {
 }  // namespace
 
 bool CheckArchive(Report& report, const Subject& subject, Surroundings& surroundings) {
-    if (!CheckClass(report, subject)) {
+    if (!CheckClass(report, subject, surroundings.rights)) {
         return false;
     }
     const Settings& settings = surroundings.globals.state.settings;

@@ -9,6 +9,7 @@ namespace kandora::check {
 
 /// Areas of the findings.
 namespace area {
+inline constexpr const wchar_t* rights = L"Rechte";
 inline constexpr const wchar_t* component = L"Komponente";
 inline constexpr const wchar_t* settings = L"Einstellungen";
 inline constexpr const wchar_t* archive = L"Archiv";
@@ -22,8 +23,21 @@ inline constexpr const wchar_t* probe = L"Probe";
 /// The resource of the component's DLL that is the type library of the host's plug-in interface.
 inline constexpr int hostLibrary = 2;
 
+/// With which rights this program runs, and that it is its user's session.
+void CheckRights(Report& report, const OwnRights& rights);
+
+/// Warns of files that the users' programs get for a class and this program does not. True when the user
+/// whose session it is has one.
+bool WarnOfHiddenServers(Report& report, const wchar_t* area, const wchar_t* programId,
+                         const OwnRights& rights);
+
+/// Warns when the class is served by a program which COM starts anew for this program, although the user's
+/// own may run.
+void WarnOfAnotherInstance(Report& report, const wchar_t* area, const Server& server,
+                           const OwnRights& rights);
+
 /// File, version, architecture, registration, type libraries, and that an object can be made.
-void CheckComponent(Report& report, const Subject& subject);
+void CheckComponent(Report& report, const Subject& subject, const OwnRights& rights);
 
 /// Reads every setting as the component does and keeps it in the shared state. False when there is no file to
 /// read.
@@ -36,8 +50,9 @@ bool CheckArchive(Report& report, const Subject& subject, Surroundings& surround
 /// and kept in the shared state. The folders are looked for only when the archive can be used.
 bool CheckHost(Report& report, const Subject& subject, Surroundings& surroundings, bool isArchiveUsable);
 
-/// The folders in which files must appear.
-void CheckFolders(Report& report, Surroundings& surroundings);
+/// The folders in which files must appear, and the files that are read, with the rights of those who work
+/// with the component.
+void CheckFolders(Report& report, const Subject& subject, Surroundings& surroundings);
 
 /// Compares the host's plug-in interface with the component's. With `adopt` the component is told to answer
 /// to the host's identifier; nothing changes when it cannot serve the interface. `typeLibrary` is a file;

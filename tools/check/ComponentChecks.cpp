@@ -1,4 +1,5 @@
 #include "DmsSolution.h"
+#include "Kandora.h"
 #include "tools/check/Checks.h"
 #include "tools/check/FileSystem.h"
 #include "tools/check/Registry.h"
@@ -9,7 +10,6 @@ namespace kandora::check {
 
 namespace {
 
-constexpr const wchar_t* classesPath = L"Software\\Classes\\";
 constexpr int ownLibrary = 1;
 
 const wchar_t* RegisterHint() {
@@ -67,7 +67,34 @@ Text Fault(HKEY root, const PublicClass& row, const Text& file) {
     return {};
 }
 
-void CheckRegistration(Report& report, const Subject& subject, const std::vector<PublicClass>& classes) {
+Text WithPresence(const Text& file) {
+    return FileExists(file) ? file : file + L" (fehlt)";
+}
+
+/// Per machine and per user side by side: the user's shadows the machine's, whatever becomes of that, and who
+/// removes the one leaves the other.
+void CheckTwofold(Report& report, const std::vector<PublicClass>& classes, const OwnRights& rights) {
+    for (const PublicClass& row : classes) {
+        const Registrations both = RegistrationsOf(row.clsid);
+        if (!both.forMachine || !both.forUser) {
+            continue;
+        }
+        Text value = L"für alle Benutzer " + WithPresence(*both.forMachine) + L", nur für diesen Benutzer " +
+                     WithPresence(*both.forUser) + L"; für diesen Benutzer gilt " + *both.forUser;
+        if (rights.ignoresUserClasses) {
+            value += L", in diesem Lauf mit erhöhten Rechten " + *both.forMachine;
+        }
+        report.Fail(
+            area::component, L"Doppelte Registrierung", value,
+            L"Eine der beiden entfernen: ihr Paket deinstallieren; von Hand Eingetragenes mit «regsvr32 /u» "
+            L"(für alle Benutzer, als Administrator) oder «regsvr32 /u /n /i:user» (nur für diesen "
+            L"Benutzer) und dem Pfad der Datei austragen, die dafür noch da sein muss");
+        return;
+    }
+}
+
+void CheckRegistration(Report& report, const Subject& subject, const std::vector<PublicClass>& classes,
+                       const OwnRights& rights) {
     constexpr const wchar_t* name = L"Registrierung";
     if (!subject.registered) {
         const Text otherKey = classesPath + (L"CLSID\\" + classes.front().clsid) + L"\\InprocServer32";
@@ -79,6 +106,7 @@ void CheckRegistration(Report& report, const Subject& subject, const std::vector
         return;
     }
     const bool forUser =
+        !rights.ignoresUserClasses &&
         RegistryKeyExists(HKEY_CURRENT_USER, classesPath + (L"CLSID\\" + classes.front().clsid), ownView);
     const HKEY root = forUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
     std::vector<Text> faults;
@@ -151,8 +179,16 @@ void CheckObject(Report& report, const Subject& subject) {
 
 }  // namespace
 
-void CheckComponent(Report& report, const Subject& subject) {
+void CheckComponent(Report& report, const Subject& subject, const OwnRights& rights) {
     report.component = subject.file;
+    const bool isHidden = WarnOfHiddenServers(report, area::component, providerClass, rights);
+    std::vector<PublicClass> classes;
+    if (const ComPtr<ITypeLib> library =
+            subject.IsLoadable() ? LibraryIn(subject, ownLibrary) : ComPtr<ITypeLib>()) {
+        classes = ClassesIn(library.Get());
+    }
+    const PublicClass provider{L"ELOProvider", TextOfGuid(CLSID_ELOProvider)};
+    CheckTwofold(report, classes.empty() ? std::vector{provider} : classes, rights);
     if (!FileExists(subject.file)) {
         report.Fail(area::component, L"Datei", subject.file + L" fehlt",
                     subject.registered
@@ -183,14 +219,14 @@ void CheckComponent(Report& report, const Subject& subject) {
     }
     report.Good(area::component, L"Architektur", NameOf(subject.architecture));
 
-    const ComPtr<ITypeLib> library = LibraryIn(subject, ownLibrary);
-    const std::vector<PublicClass> classes = library ? ClassesIn(library.Get()) : std::vector<PublicClass>();
     if (classes.empty()) {
         report.Fail(area::component, L"Registrierung", L"Die Datei nennt keine Klassen",
                     L"Kandora.dll neu installieren");
         return;
     }
-    CheckRegistration(report, subject, classes);
+    if (subject.registered || !isHidden) {
+        CheckRegistration(report, subject, classes, rights);
+    }
     CheckTypeLibrary(report, subject, ownLibrary, L"Kandora");
     CheckTypeLibrary(report, subject, hostLibrary, L"DmsSolution");
     CheckObject(report, subject);

@@ -9,13 +9,6 @@ namespace kandora::check {
 
 namespace {
 
-/// True for a volume of this computer: rights on another one's depend on groups that only that one knows.
-bool IsLocal(const Text& path) {
-    std::array<wchar_t, MAX_PATH> root{};
-    return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
-           GetDriveTypeW(root.data()) != DRIVE_REMOTE;
-}
-
 /// Whether the access rights of a local file or folder deny something to the user. Opening it ought to ask
 /// them, but on some versions of the platform a folder opens for everybody.
 bool IsForbidden(const Text& path, DWORD wanted) {
@@ -66,6 +59,12 @@ std::string ReadableFile::All() const {
         bytes.append(part.data(), read);
     }
     return bytes;
+}
+
+bool IsLocal(const Text& path) {
+    std::array<wchar_t, MAX_PATH> root{};
+    return GetVolumePathNameW(path.c_str(), root.data(), static_cast<DWORD>(root.size())) != FALSE &&
+           GetDriveTypeW(root.data()) != DRIVE_REMOTE;
 }
 
 bool FileExists(const Text& path) {

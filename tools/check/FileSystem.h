@@ -22,6 +22,8 @@ private:
     Handle handle_;
 };
 
+/// On a volume of this computer: another one's rights depend on groups that only that one knows.
+bool IsLocal(const Text& path);
 bool FileExists(const Text& path);
 bool FolderExists(const Text& path);
 /// Whether the user may create files in the folder, told from its access rights: nothing is created.

@@ -8,9 +8,13 @@ namespace {
 
 /// The object kit is loaded by the host or is the host itself, and the host loads the component: all three
 /// have one architecture.
-bool CheckHostClass(Report& report, const Subject& subject) {
-    const auto server = ServerOf(hostClass);
+bool CheckHostClass(Report& report, const Subject& subject, const OwnRights& rights) {
+    const auto server = ServerOf(hostClass, rights);
     const Text className = hostClass;
+    const bool isHidden = WarnOfHiddenServers(report, area::host, hostClass, rights);
+    if (!server && isHidden) {
+        return false;
+    }
     if (!server) {
         report.Fail(area::host, L"Klasse", className + L" ist nicht registriert",
                     L"Die Finanzbuchhaltung auf diesem Arbeitsplatz installieren");
@@ -22,6 +26,7 @@ bool CheckHostClass(Report& report, const Subject& subject) {
         return false;
     }
     report.Good(area::host, L"Klasse", className + L", " + server->file);
+    WarnOfAnotherInstance(report, area::host, *server, rights);
     if (subject.architecture == Architecture::Unknown) {
         return true;
     }
@@ -184,7 +189,8 @@ private:
 }  // namespace
 
 bool CheckHost(Report& report, const Subject& subject, Surroundings& surroundings, bool isArchiveUsable) {
-    return CheckHostClass(report, subject) && HostCheck(report, surroundings, isArchiveUsable).Run();
+    return CheckHostClass(report, subject, surroundings.rights) &&
+           HostCheck(report, surroundings, isArchiveUsable).Run();
 }
 
 }  // namespace kandora::check

@@ -26,20 +26,22 @@ bool Guarded(Report& report, const wchar_t* area, Part&& part) {
 }
 
 void CheckEverything(Report& report, const CommandLine& options) {
-    const Subject subject = FindSubject(options.component);
+    const OwnRights rights = RightsOfThisProgram();
+    const Subject subject = FindSubject(options.component, rights);
     const auto run = [&](const wchar_t* area, const auto& part) { return Guarded(report, area, part); };
+    CheckRights(report, rights);
     run(area::component, [&] {
-        CheckComponent(report, subject);
+        CheckComponent(report, subject, rights);
         return true;
     });
-    Surroundings surroundings(subject.file);
+    Surroundings surroundings(subject.file, rights);
     const bool hasSettings = run(area::settings, [&] { return CheckSettings(report, surroundings); });
     const bool isArchiveUsable =
         run(area::archive, [&] { return CheckArchive(report, subject, surroundings); });
     const bool isClientReady =
         run(area::host, [&] { return CheckHost(report, subject, surroundings, isArchiveUsable); });
     if (hasSettings) {
-        CheckFolders(report, surroundings);
+        CheckFolders(report, subject, surroundings);
     }
     run(area::hostInterface, [&] {
         CheckHostInterface(report, subject, options.hostTypeLib, options.adopt);

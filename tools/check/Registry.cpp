@@ -24,6 +24,17 @@ std::optional<Text> RegistryText(HKEY root, const Text& path, const wchar_t* nam
     return value;
 }
 
+std::optional<DWORD> RegistryNumber(HKEY root, const Text& path, const wchar_t* name, REGSAM view) {
+    const RegistryKey key(root, path, view);
+    DWORD value = 0;
+    DWORD size = sizeof(value);
+    if (!key ||
+        RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_DWORD, nullptr, &value, &size) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    return value;
+}
+
 bool RegistryKeyExists(HKEY root, const Text& path, REGSAM view) {
     return static_cast<bool>(RegistryKey(root, path, view));
 }

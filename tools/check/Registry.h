@@ -17,6 +17,9 @@ inline constexpr REGSAM ownView = KEY_WOW64_32KEY;
 inline constexpr REGSAM otherView = KEY_WOW64_64KEY;
 #endif
 
+/// Where the machine's and each user's classes stand.
+inline constexpr const wchar_t* classesPath = L"Software\\Classes\\";
+
 /// An opened key, which is closed again; empty when it cannot be opened.
 class RegistryKey {
 public:
@@ -44,6 +47,8 @@ private:
 /// A text value (the default value when `name` is null) with its environment variables put in; none when
 /// there is no such value.
 std::optional<Text> RegistryText(HKEY root, const Text& path, const wchar_t* name, REGSAM view);
+/// A number; none when there is no such value.
+std::optional<DWORD> RegistryNumber(HKEY root, const Text& path, const wchar_t* name, REGSAM view);
 bool RegistryKeyExists(HKEY root, const Text& path, REGSAM view);
 /// Names of the keys directly below.
 std::vector<Text> RegistryKeys(HKEY root, const Text& path, REGSAM view);

@@ -10,7 +10,6 @@ namespace kandora::check {
 
 namespace {
 
-constexpr const wchar_t* providerClass = L"Kandora.ELOProvider";
 constexpr const wchar_t* componentName = L"Kandora.dll";
 
 Text OwnFolder() {
@@ -44,17 +43,24 @@ Text ComponentOf(const Text& given) {
 
 }  // namespace
 
-Subject FindSubject(const Text& given) {
+Subject FindSubject(const Text& given, const OwnRights& rights) {
     Subject subject;
-    subject.registered = ServerOf(providerClass);
+    subject.registered = ServerOf(providerClass, rights);
+    const Registrations registrations = RegistrationsOf(TextOfGuid(CLSID_ELOProvider));
+    const auto isFileOf = [&](const std::optional<Text>& file) {
+        return file && SameFile(*file, subject.file);
+    };
     if (!given.empty()) {
         subject.file = ComponentOf(given);
     } else if (subject.registered) {
         subject.file = FullPath(subject.registered->file);
+    } else if (registrations.forUser) {
+        subject.file = FullPath(*registrations.forUser);  // hidden from this program
     } else {
         subject.file = BesideThisProgram();
     }
     subject.architecture = ArchitectureOf(subject.file);
+    subject.isForOneUser = isFileOf(registrations.forUser) && !isFileOf(registrations.forMachine);
     subject.isRegistered = subject.registered && SameFile(subject.registered->file, subject.file);
     return subject;
 }

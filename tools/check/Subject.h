@@ -13,12 +13,16 @@
 
 namespace kandora::check {
 
+/// The component's class that the host asks for.
+inline constexpr const wchar_t* providerClass = L"Kandora.ELOProvider";
+
 /// The installation that is checked.
 struct Subject {
     Text file;  ///< the component's file, which need not exist
     Architecture architecture = Architecture::Unknown;
     std::optional<Server> registered;  ///< the provider class as registered for this bitness
     bool isRegistered = false;         ///< and it is this file
+    bool isForOneUser = false;         ///< this file is registered for this user and not for the machine
 
     /// Whether a program of this bitness can load the file.
     [[nodiscard]] bool IsLoadable() const { return architecture == ownArchitecture; }
@@ -26,7 +30,7 @@ struct Subject {
 
 /// The component at `given` (a DLL, or the INI file beside it); when that is empty the registered one, else
 /// the one beside this program or in the folder above.
-Subject FindSubject(const Text& given);
+Subject FindSubject(const Text& given, const OwnRights& rights);
 
 /// One of the two type libraries that the component carries; empty when it cannot be read.
 ComPtr<ITypeLib> LibraryIn(const Subject& subject, int resource);

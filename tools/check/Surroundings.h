@@ -7,6 +7,7 @@
 #include "automation/WindowsPlatform.h"
 #include "provider/MGlobals.h"
 #include "tools/check/ForwardingPlatform.h"
+#include "tools/check/OwnRights.h"
 #include "ui/UserInterface.h"
 
 namespace kandora::check {
@@ -54,9 +55,10 @@ private:
 
 /// What the checks work with: the component's own parts on top of the two above.
 struct Surroundings {
-    explicit Surroundings(const Text& componentFile)
-        : platform(windows, componentFile), globals(platform, screen) {}
+    Surroundings(const Text& componentFile, const OwnRights& rightsOfThisProgram)
+        : rights(rightsOfThisProgram), platform(windows, componentFile), globals(platform, screen) {}
 
+    const OwnRights& rights;
     WindowsPlatform windows;
     CheckedPlatform platform;
     SilentUserInterface screen;
