@@ -11,7 +11,9 @@ import subprocess
 import tempfile
 import uuid
 
+import dialogs
 import registration
+import schema
 
 # Fixed for good: Windows recognises later versions and shared parts by what is derived from this.
 NAMESPACE = uuid.UUID("5e1a1f7c-2f0b-4b57-9a35-0d7f6f0c8b1e")
@@ -24,7 +26,7 @@ CLASSES = "Software\\Classes\\"
 MACHINE_OR_USER = -1
 
 # Component attributes
-REGISTRY_KEY_PATH, PERMANENT, NEVER_OVERWRITE, IS_64_BIT = 0x4, 0x10, 0x80, 0x100
+REGISTRY_KEY_PATH, NEVER_OVERWRITE, IS_64_BIT = 0x4, 0x80, 0x100
 # File attributes
 VITAL, COMPRESSED = 0x200, 0x4000
 # Custom actions: set a property; end with an error
@@ -45,34 +47,13 @@ PROGRAM_PERMISSIONS = "D:PAI(A;;FA;;;SY)(A;;FA;;;BA)(A;;0x1200a9;;;BU)"
 SUBFOLDER_PERMISSIONS = "D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;BU)"
 
 NEWER_INSTALLED = "Auf diesem Computer ist bereits eine neuere Version von Kandora installiert."
+INSTALLED_FOR_USER = ("Kandora ist für Ihr Benutzerkonto allein bereits eingetragen: [EINTRAGBENUTZER]. Entfernen Sie diese "
+                      "Installation, bevor Sie Kandora für alle Benutzer installieren.")
+INSTALLED_FOR_ALL = ("Kandora ist auf diesem Computer für alle Benutzer bereits eingetragen: [EINTRAGMASCHINE]. Entfernen Sie "
+                     "diese Installation, bevor Sie Kandora für einen Benutzer allein installieren.")
+ICON = "Kandora.ico"
 # A condition: the property is empty when the installation is for one user.
 FOR_THE_MACHINE = "ALLUSERS"
-
-# Table: columns with their types, number of key columns.
-LAYOUT = {
-    "Property": ("Property s72,Value l0", 1),
-    "Directory": ("Directory s72,Directory_Parent S72,DefaultDir l255", 1),
-    "Component": ("Component s72,ComponentId S38,Directory_ s72,Attributes i2,Condition S255,KeyPath S72", 1),
-    "Feature": ("Feature s38,Feature_Parent S38,Title L64,Description L255,Display I2,Level i2,Directory_ S72,"
-                "Attributes i2", 1),
-    "FeatureComponents": ("Feature_ s38,Component_ s72", 2),
-    "File": ("File s72,Component_ s72,FileName l255,FileSize i4,Version S72,Language S20,Attributes I2,Sequence i2", 1),
-    "MsiFileHash": ("File_ s72,Options i2,HashPart1 i4,HashPart2 i4,HashPart3 i4,HashPart4 i4", 1),
-    "Media": ("DiskId i2,LastSequence i2,DiskPrompt L64,Cabinet S255,VolumeLabel S32,Source S72", 1),
-    "CreateFolder": ("Directory_ s72,Component_ s72", 2),
-    "RemoveFile": ("FileKey s72,Component_ s72,FileName L255,DirProperty s72,InstallMode i2", 1),
-    "Registry": ("Registry s72,Root i2,Key l255,Name L255,Value L0,Component_ s72", 1),
-    "MsiLockPermissionsEx": ("MsiLockPermissionsEx s72,LockObject s72,Table s32,SDDLText s0,Condition S255", 1),
-    "Upgrade": ("UpgradeCode s38,VersionMin S20,VersionMax S20,Language S255,Attributes i4,Remove S255,"
-                "ActionProperty s72", 5),
-    "AppSearch": ("Property s72,Signature_ s72", 2),
-    "RegLocator": ("Signature_ s72,Root i2,Key s255,Name S255,Type I2", 1),
-    "CustomAction": ("Action s72,Type i2,Source S72,Target S255", 1),
-    "InstallExecuteSequence": ("Action s72,Condition S255,Sequence I2", 1),
-    "InstallUISequence": ("Action s72,Condition S255,Sequence I2", 1),
-    "AdminExecuteSequence": ("Action s72,Condition S255,Sequence I2", 1),
-    "LaunchCondition": ("Condition s255,Description l255", 1),
-}
 
 
 def derived_guid(name):
@@ -116,19 +97,17 @@ def cabinet(files, timestamp):
 
 
 class Package:
-    """One architecture's package. `files` maps the path below the installation folder to the content."""
+    """One architecture's package. `files` maps the path below the installation folder to the content; `licence` is the text
+    that a person agrees to, `icon` what the list of installed programs shows. `change`, if any, is called when all is said that
+    goes into the product's code."""
 
-    def __init__(self, architecture, version, files):
+    def __init__(self, architecture, version, files, licence, icon, change=None):
         self.architecture = architecture
         self.version = version
         self.files = files
-        self.tables = {name: [] for name in LAYOUT}
+        self.icon = icon
+        self.tables = {name: [] for name in schema.TABLES}
         self.contents = []  # (file key, bytes) in the order of the cabinet
-        digest = hashlib.sha256(f"{architecture} {version}".encode())
-        for path, data in sorted(files.items()):
-            digest.update(f"\n{path} {len(data)} ".encode() + hashlib.sha256(data).digest())
-        # The same content is the same product; anything else replaces it like a new version.
-        self.product_code = derived_guid(f"product {digest.hexdigest()}")
         self.upgrade_code = derived_guid(f"upgrade {architecture}")
         self.own_bits = IS_64_BIT if architecture == "x64" else 0
         self._directories()
@@ -138,6 +117,24 @@ class Package:
         self._removal()
         self._properties()
         self._sequences()
+        dialogs.add_dialogs(self, licence)
+        self.add("Icon", ICON, f"{ICON}.ibd")
+        if change:
+            change(self)
+        # The same package is the same product; anything else, in whatever it says, replaces it like a new version.
+        self.product_code = derived_guid(f"product {self._digest()}")
+        self.add("Property", "ProductCode", self.product_code)
+        for row in schema.validation_rows([name for name, rows in self.tables.items() if rows] + ["_Validation"]):
+            self.add("_Validation", *row)
+
+    def _digest(self):
+        """Of everything that the package says and brings."""
+        digest = hashlib.sha256(self.icon)
+        for name, rows in sorted(self.tables.items()):
+            digest.update(f"\n{name}\n".encode() + table_text(name, rows).encode())
+        for _, data in self.contents:
+            digest.update(hashlib.sha256(data).digest())
+        return digest.hexdigest()
 
     def add(self, table, *row):
         self.tables[table].append(row)
@@ -163,19 +160,15 @@ class Package:
         self.add("Feature", "Kandora", None, "Kandora", "Archivanbindung der Finanzbuchhaltung", 1, 1, "INSTALLDIR", 0)
 
     def _files(self):
-        """The component itself, the settings that stay, and everything else by folder."""
-        components = {}
+        """Each file is a component of its own, so that Windows keeps account of each."""
+        folders = set()
         taken = {}
         order = sorted(self.files, key=lambda path: (path != "Kandora.dll", path))
         for sequence, path in enumerate(order, start=1):
             data = self.files[path]
             folder, _, name = path.rpartition("/")
-            key = "f_" + "".join(c if c.isascii() and c.isalnum() else "_" for c in path)
-            if path in ("Kandora.dll", "Kandora.ini"):
-                component = path.replace(".", "_")
-            else:
-                component = "Dateien" + folder
-            components.setdefault(component, (folder, key))
+            component = "".join(c if c.isascii() and c.isalnum() else "_" for c in path)
+            key = f"f_{component}"
             short = short_name(name, taken.setdefault(folder, set()))
             version = file_version(data)
             self.add("File", key, component, name if short.lower() == name.lower() else f"{short}|{name}", len(data),
@@ -184,15 +177,14 @@ class Package:
                 parts = struct.unpack("<4i", hashlib.md5(data, usedforsecurity=False).digest())
                 self.add("MsiFileHash", key, 0, *parts)
             self.contents.append((key, data))
-        for component, (folder, key) in components.items():
-            if component == "Kandora_ini":
+            if path == "Kandora.ini":
                 # Without an identifier Windows keeps no account of the file, so neither an upgrade nor a removal takes it.
-                self._component(component, "INSTALLDIR", key, NEVER_OVERWRITE | PERMANENT | self.own_bits, guid=None)
+                self._component(component, "INSTALLDIR", key, NEVER_OVERWRITE | self.own_bits, guid=None)
             else:
                 self._component(component, self.directory_keys[folder], key, self.own_bits)
-            if folder:
+            if folder not in folders:
+                folders.add(folder)
                 self.add("CreateFolder", self.directory_keys[folder], component)
-        self.add("CreateFolder", "INSTALLDIR", "Kandora_dll")
         self.add("Media", 1, len(self.contents), None, "#kandora.cab", None, None)
 
     def _registry(self):
@@ -222,15 +214,17 @@ class Package:
         self._component("Hostschnittstelle", "INSTALLDIR", row, REGISTRY_KEY_PATH | self.own_bits,
                         condition="HOSTSCHNITTSTELLE")
         bits = 16 if self.own_bits else 0
-        others_bits = 16 - bits
         # The other architecture is registered when the type library has a file for it.
         other = "x64" if self.architecture == "x86" else "x86"
         others_place = registration.library_place(registration.read_library("Kandora"), other)
         for signature, root in (("sANDEREMASCHINE", 2), ("sANDEREBENUTZER", 1)):
             self.add("AppSearch", "ANDEREARCHITEKTUR", signature)
-            self.add("RegLocator", signature, root, CLASSES + others_place, None, 2 | others_bits)
+            # Type libraries are common to programs of both architectures; a package may look with its own eyes only.
+            self.add("RegLocator", signature, root, CLASSES + others_place, None, 2 | bits)
         for property_name, root, key, name in (
                 ("ORTMASCHINE", 2, place, "Ordner"), ("ORTBENUTZER", 1, place, "Ordner"),
+                ("EINTRAGMASCHINE", 2, CLASSES + registration.provider_class_key() + "\\InprocServer32", None),
+                ("EINTRAGBENUTZER", 1, CLASSES + registration.provider_class_key() + "\\InprocServer32", None),
                 ("HOSTSCHNITTSTELLE", 0, registration.provider_class_key(), registration.HOST_INTERFACE_VALUE)):
             self.add("AppSearch", property_name, f"s{property_name}")
             self.add("RegLocator", f"s{property_name}", root, key, name, 2 | bits)
@@ -248,20 +242,21 @@ class Package:
             self.add("RemoveFile", f"e{number}", "Kandora_dll", name, "ENTFERNEORDNER", ON_REMOVAL)
 
     def _properties(self):
-        public = ["ANDEREARCHITEKTUR", "ENTFERNEALLES", "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION",
-                  "ORTBENUTZER", "ORTMASCHINE", "VORGAENGER", "ZWEIG"]
+        public = ["ANDEREARCHITEKTUR", "EINTRAGBENUTZER", "EINTRAGMASCHINE", "ENTFERNEALLES", "GLEICHEVERSION",
+                  "HOSTSCHNITTSTELLE", "INSTALLDIR", "NEUEREVERSION", "ORTBENUTZER", "ORTMASCHINE", "VORGAENGER", "ZWEIG"]
         for name, value in {
                 "ProductName": f"Kandora ({BITS[self.architecture]})", "ProductVersion": self.version,
-                "ProductCode": self.product_code, "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
-                "Manufacturer": "Kandora", "ALLUSERS": "2", "ARPNOMODIFY": "1",
+                "UpgradeCode": self.upgrade_code, "ProductLanguage": str(LANGUAGE),
+                "Manufacturer": "Kandora", "ALLUSERS": "2", "ARPNOMODIFY": "1", "ARPPRODUCTICON": ICON,
                 "ARPCOMMENTS": "Archivanbindung der Finanzbuchhaltung",
-                # Files are replaced whatever their version: this is decided before the old version goes, and otherwise another
-                # build of the same version would leave the old file, or none.
-                "REINSTALLMODE": "amus",
+                # Nobody's work ends because the component is in use: files that are come with the next restart (3010).
+                "REBOOT": "ReallySuppress",
                 "SecureCustomProperties": ";".join(public), "MSIRESTARTMANAGERCONTROL": "Disable"}.items():
             self.add("Property", name, value)
         self.add("Upgrade", self.upgrade_code, "0.0.0", self.version, None, INCLUDE_MINIMUM | INCLUDE_MAXIMUM, None,
                  "VORGAENGER")
+        self.add("Upgrade", self.upgrade_code, self.version, self.version, None,
+                 DETECT_ONLY | INCLUDE_MINIMUM | INCLUDE_MAXIMUM, None, "GLEICHEVERSION")
         self.add("Upgrade", self.upgrade_code, self.version, None, None, DETECT_ONLY, None, "NEUEREVERSION")
         if self.architecture == "x64":
             self.add("LaunchCondition", "VersionNT64", "Dieses Paket ist für 64-Bit-Windows.")
@@ -269,24 +264,36 @@ class Package:
     def _sequences(self):
         one_user = "NOT INSTALLDIR AND (MSIINSTALLPERUSER=1 OR NOT ALLUSERS)"
         machine = "NOT INSTALLDIR AND ALLUSERS AND NOT MSIINSTALLPERUSER"
+        for_one = "(MSIINSTALLPERUSER=1 OR NOT ALLUSERS)"
         for name, kind, source, target in (
                 ("NeuereVersion", STOP_WITH_ERROR, None, NEWER_INSTALLED),
+                ("NebenBenutzer", STOP_WITH_ERROR, None, INSTALLED_FOR_USER),
+                ("NebenMaschine", STOP_WITH_ERROR, None, INSTALLED_FOR_ALL),
+                ("AlleDateien", SET_PROPERTY, "REINSTALLMODE", "amus"),
                 ("OrtDerMaschine", SET_PROPERTY, "INSTALLDIR", "[ORTMASCHINE]"),
                 ("OrtDesBenutzers", SET_PROPERTY, "INSTALLDIR", "[ORTBENUTZER]"),
                 ("OrtFuerBenutzer", SET_PROPERTY, "INSTALLDIR", "[LocalAppDataFolder]Programs\\Kandora"
                  + ("" if self.architecture == "x86" else " x64")),
                 ("ZweigBehalten", SET_PROPERTY, "ZWEIG", "Kandora.entfernt\\"),
                 ("OrtAnzeigen", SET_PROPERTY, "ARPINSTALLLOCATION", "[INSTALLDIR]"),
+                ("HilfeAnzeigen", SET_PROPERTY, "ARPHELPLINK", "[INSTALLDIR]Handbuch.html"),
                 ("AllesEntfernen", SET_PROPERTY, "ENTFERNEORDNER", "[INSTALLDIR]")):
             self.add("CustomAction", name, kind, source, target)
         start = [("FindRelatedProducts", None, 25), ("AppSearch", None, 50),
-                 ("NeuereVersion", "NEUEREVERSION AND NOT Installed", 60), ("LaunchConditions", None, 100),
+                 ("NeuereVersion", "NEUEREVERSION AND NOT Installed", 60),
+                 # Two registrations side by side: the user's one hides the other, and each removal leaves the other's pieces.
+                 ("NebenBenutzer", f"EINTRAGBENUTZER AND NOT Installed AND NOT {for_one}", 70),
+                 ("NebenMaschine", f"EINTRAGMASCHINE AND NOT Installed AND {for_one}", 80),
+                 # Which files are replaced is decided before the old version goes: another build of the same version would
+                 # leave the old file, or none.
+                 ("AlleDateien", "GLEICHEVERSION AND NOT Installed AND NOT REINSTALLMODE", 90),
+                 ("LaunchConditions", None, 100),
                  ("ValidateProductID", None, 700),
                  ("OrtDerMaschine", f"{machine} AND ORTMASCHINE", 710),
                  ("OrtDesBenutzers", f"{one_user} AND ORTBENUTZER", 720), ("OrtFuerBenutzer", one_user, 730),
                  ("ZweigBehalten", 'REMOVE="ALL" AND ANDEREARCHITEKTUR', 740),
                  ("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
-                 ("OrtAnzeigen", None, 1010), ("MigrateFeatureStates", None, 1200)]
+                 ("OrtAnzeigen", None, 1010), ("HilfeAnzeigen", None, 1015), ("MigrateFeatureStates", None, 1200)]
         for action in start:
             self.add("InstallUISequence", *action)
             self.add("InstallExecuteSequence", *action)
@@ -306,8 +313,15 @@ class Package:
                        ("InstallValidate", None, 1400), ("InstallInitialize", None, 1500),
                        ("InstallAdminPackage", None, 3900), ("InstallFiles", None, 4000), ("InstallFinalize", None, 6600)]:
             self.add("AdminExecuteSequence", *action)
+        for action in [("CostInitialize", None, 800), ("FileCost", None, 900), ("CostFinalize", None, 1000),
+                       ("ExecuteAction", None, 1300)]:
+            self.add("AdminUISequence", *action)
+        for action in [("CostInitialize", None, 800), ("CostFinalize", None, 1000), ("InstallValidate", None, 1400),
+                       ("InstallInitialize", None, 1500), ("PublishFeatures", None, 6300), ("PublishProduct", None, 6400),
+                       ("InstallFinalize", None, 6600)]:
+            self.add("AdvtExecuteSequence", *action)
 
-    def _summary(self, timestamp, content):
+    def summary(self, timestamp, content):
         """The package's own description, with a code that two packages share only when they are equal."""
         when = datetime.datetime.fromtimestamp(timestamp, datetime.timezone.utc)
         date = when.strftime("%Y/%m/%d %H:%M:%S")
@@ -327,12 +341,14 @@ class Package:
             packed = cabinet(self.contents, timestamp)
             summary = "PropertyId\tValue\r\ni2\tl255\r\n_SummaryInformation\tPropertyId\r\n" + "".join(
                 f"{number}\t{value}\r\n"
-                for number, value in self._summary(timestamp, "".join(texts.values()).encode() + packed))
+                for number, value in self.summary(timestamp, "".join(texts.values()).encode() + self.icon + packed))
             # The code page comes first: what follows is written in it.
             texts = {"_ForceCodepage": f"\r\n\r\n{CODE_PAGE}\t_ForceCodepage\r\n", **texts, "_SummaryInformation": summary}
             for name, text in texts.items():
                 (work / f"{name}.idt").write_bytes(text.encode("utf-8"))
             (work / "kandora.cab").write_bytes(packed)
+            (work / "Icon").mkdir()
+            (work / "Icon" / f"{ICON}.ibd").write_bytes(self.icon)
             # The tool reads the dates as local ones.
             subprocess.run(["msibuild", str(output.resolve()), "-i", *(f"{name}.idt" for name in texts),
                             "-a", "kandora.cab", "kandora.cab"], cwd=work, check=True, env=os.environ | {"TZ": "UTC"})
@@ -340,12 +356,12 @@ class Package:
 
 def table_text(name, rows):
     """A table in the exchange format of the installer's tools."""
-    columns, keys = LAYOUT[name]
-    columns = [column.split(" ") for column in columns.split(",")]
+    table = schema.TABLES[name]
+    names = [column.name for column in table.columns]
     for row in rows:
-        if len(row) != len(columns):
+        if len(row) != len(names):
             raise ValueError(f"{name}: {row}")
-    lines = ["\t".join(column for column, _ in columns), "\t".join(kind for _, kind in columns),
-             "\t".join([name, *(column for column, _ in columns[:keys])])]
-    lines += ["\t".join("" if value is None else str(value) for value in row) for row in rows]
+    lines = ["\t".join(names), "\t".join(column.kind for column in table.columns),
+             "\t".join([name, *names[:table.key_count]])]
+    lines += ["\t".join("" if value is None else str(value).replace("\r\n", "\x11\x19") for value in row) for row in rows]
     return "".join(line + "\r\n" for line in lines)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes the installer package and the zip archive of one architecture from what its build installs.
 
-The same built files, version and date give the same bytes.
+The same built files, version and date give the same bytes, except for signatures (signing.py says when there are any).
 """
 import argparse
 import datetime
@@ -15,6 +15,8 @@ import tempfile
 import zipfile
 
 import installer
+import make_icon
+import signing
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
@@ -51,27 +53,50 @@ def write_zip(output, folder, files, timestamp):
             archive.writestr(entry, data, compresslevel=9)
 
 
+def checked_version(text):
+    """A version as Windows Installer compares it: three numbers."""
+    if not re.fullmatch(r"\d+\.\d+\.\d+", text):
+        raise argparse.ArgumentTypeError("a version has three numbers")
+    if any(int(part) > most for part, most in zip(text.split("."), (255, 255, 65535))):
+        raise argparse.ArgumentTypeError("a version goes up to 255.255.65535")
+    return text
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("build", type=pathlib.Path, help="folder of the build")
     parser.add_argument("output", type=pathlib.Path, help="folder that takes the packages")
-    parser.add_argument("--version", help="the project's by default")
+    parser.add_argument("--version", type=checked_version, help="the project's by default")
     parser.add_argument("--also", metavar="COMPONENT", help="whose files take the place of those with the same name")
     arguments = parser.parse_args()
     package = json.loads((arguments.build / "package.json").read_text(encoding="utf-8"))
-    architecture, version = package["architecture"], arguments.version or package["version"]
-    if not re.fullmatch(r"\d{1,3}\.\d{1,3}\.\d{1,5}", version):
-        parser.error("a version has three numbers")
+    architecture, version = package["architecture"], arguments.version or checked_version(package["version"])
     timestamp = source_date()
+    signer = signing.signer_from()
     files = {}
     for component in [*package["components"], *([arguments.also] if arguments.also else [])]:
         files |= installed_files(arguments.build, component)
+    if signer:
+        files = {path: signer.signed(pathlib.PurePath(path).name, data) if path.endswith(signing.SIGNED_ENDINGS) else data
+                 for path, data in files.items()}
     name = f"Kandora-{version}-{architecture}"
     arguments.output.mkdir(parents=True, exist_ok=True)
     write_zip(arguments.output / f"{name}.zip", name, files, timestamp)
     # The installer also brings the first settings; who installs by hand copies the template.
     files["Kandora.ini"] = files["Kandora.ini.template"]
-    installer.Package(architecture, version, files).write(arguments.output / f"{name}.msi", timestamp)
+    licence = (ROOT / "LICENSE").read_text(encoding="utf-8")
+    package = installer.Package(architecture, version, files, licence, make_icon.icon())
+    target = arguments.output / f"{name}.msi"
+    if signer:
+        with tempfile.TemporaryDirectory() as folder:
+            plain = pathlib.Path(folder, target.name)
+            package.write(plain, timestamp)
+            target.unlink(missing_ok=True)
+            signer.sign(plain, target)
+    else:
+        package.write(target, timestamp)
+    print("Signed and verified: the programs and the package." if signer else
+          "Nothing is signed: KANDORA_SIGN_PKCS12 is not set.")
     print(f"{arguments.output / name}.msi\n{arguments.output / name}.zip")
     return 0
 

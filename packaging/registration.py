@@ -3,6 +3,7 @@
 The component writes the same ones when it registers itself; a test compares both.
 """
 import dataclasses
+import functools
 import pathlib
 import re
 
@@ -35,6 +36,7 @@ class Library:
     classes: tuple
 
 
+@functools.cache
 def read_library(name):
     """Parses the interface file: identifiers, help strings and names of the library, its dual interfaces and classes."""
     text = (INTERFACES / f"{name}.idl").read_text(encoding="utf-8")

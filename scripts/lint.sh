@@ -20,6 +20,9 @@ shell_scripts() {
 
 check_shell() { shell_scripts | xargs -0 shellcheck; }
 
+# Of packages with stand-in files: what is built need not be there.
+check_packages() { PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/check_package.py"; }
+
 check_python() { project_files py | xargs -0 -r flake8 --config "$root/.flake8"; }
 
 # Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
@@ -65,6 +68,7 @@ run_lint() {
     step lint-floors "Floors: who includes whom" python3 "$root/scripts/floors.py" "$root" || failed=1
     step lint-shell "Shell scripts" check_shell || failed=1
     step lint-python "Python scripts" check_python || failed=1
+    step lint-packages "Tables of the installer packages" check_packages || failed=1
     for architecture in "${architectures[@]}"; do
         step "lint-prepare-$architecture" "Prepare the analysis for $architecture" prepare_analysis "$architecture"
     done

@@ -13,6 +13,8 @@ run_package() {
     for architecture in "${architectures[@]}"; do
         step "package-$architecture" "Package $architecture into build/packages" make_packages "$architecture"
     done
+    # Whether there are signatures is the same for all.
+    grep -hE '^(Signed|Nothing is signed)' "$logs"/package-*.log | sort -u
     say ""
     (cd "$packages" && sha256sum -- *)
 }

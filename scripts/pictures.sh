@@ -1,8 +1,10 @@
-# The pictures of README and handbook, made anew: two of them by the demo, three of a workstation whose folders have the names
+# The pictures of README and handbook, made anew: two of them by the demo, one of the installation, three of a workstation whose folders have the names
 # that an administrator knows.
 # shellcheck shell=bash
 # shellcheck source=scripts/demo.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/demo.sh"
+# shellcheck source=scripts/package.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/package.sh"
 
 pictures="$root/docs/images"
 sessionDrive="$demo/wine/drive_c"
@@ -80,6 +82,23 @@ photograph_error() {
     wait "$accountingPid" || true
 }
 
+# The first two windows of an installation, which is cancelled then.
+photograph_installation() {
+    local windowTitle='Kandora \(32 Bit\) einrichten' before
+    local package=("$packages"/Kandora-*-x86.msi)
+    demo_tool msiexec.exe /i "$(windows_path "${package[0]}")" </dev/null >/dev/null 2>&1 &
+    wait_until "the licence is shown" window_is_there && wait_until "it stands still" settled &&
+        import -window "$(the_window)" "$demo/licence.png" && xdotool key space && wait_until "it is agreed to" settled || return
+    before=$(display_signature)
+    xdotool key alt+w && wait_until "the folder is shown" display_has_changed && wait_until "it stands still" settled &&
+        import -window "$(the_window)" "$demo/folder.png" &&
+        convert "$demo/licence.png" "$demo/folder.png" -bordercolor white -border 4 +append png:- | save_picture installation &&
+        xdotool key Escape && wait_until "it asks" settled && xdotool key alt+j && wait_until "it has cancelled" settled &&
+        xdotool key Return && wait
+}
+
+display_has_changed() { [[ $(display_signature) != "$before" ]]; }
+
 # The demo's pictures as they are.
 take_over_pictures() {
     save_picture archiv <"$demoPicture" && save_picture auswertung <"$demoDialogPicture"
@@ -89,8 +108,11 @@ run_pictures() {
     local demoArchitecture=x86
     run_demo
     say ""
-    step pictures-build "Build kandora-check" build_preset "$demoArchitecture" kandora-check
+    step pictures-build "Build kandora-check and what the package brings" \
+        build_preset "$demoArchitecture" kandora-check kandora_documents kandora_licences
+    step pictures-package "Package" make_packages "$demoArchitecture"
     step pictures-demo "Pictures of the demo" take_over_pictures
+    step pictures-installation "A picture of the installation" photograph_installation
     step pictures-install "Install a workstation" install_workstation
     demoStore="$sessionDrive/Daten/Archiv"
     step pictures-archive "Start its archive" start_archive

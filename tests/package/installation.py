@@ -54,11 +54,11 @@ def msiexec(*arguments, expected=0):
 
 
 def install(version, *properties, expected=0):
-    return msiexec("/i", windows_path(package(version)), "/qn", *properties, expected=expected)
+    return msiexec("/i", windows_path(package(version)), "/qn", "/norestart", *properties, expected=expected)
 
 
 def remove(version, *properties):
-    return msiexec("/x", windows_path(package(version)), "/qn", *properties)
+    return msiexec("/x", windows_path(package(version)), "/qn", "/norestart", *properties)
 
 
 def other_view(system, *arguments):

@@ -1,4 +1,5 @@
 """What is in the packages: read back with the installer's own tools, not with the code that wrote them."""
+import argparse
 import os
 import pathlib
 import re
@@ -11,9 +12,11 @@ import unittest.mock
 import zipfile
 
 import installer
+import make_packages
 import registration
 import settings_template
 import sources
+from validation import stand_ins
 
 PACKAGES = pathlib.Path(os.environ["KANDORA_PACKAGES"])
 BIN = pathlib.Path(os.environ["KANDORA_BIN"])
@@ -95,6 +98,37 @@ class Content(unittest.TestCase):
         self.assertEqual(len({product for product, _ in codes.values()}), len(codes))
         self.assertEqual(len({upgrade for _, upgrade in codes.values()}), 1)
 
+    def test_any_difference_makes_another_product(self):
+        """Two packages with one code are one product for Windows, which then refuses the second (error 1638)."""
+        def codes(change):
+            package = stand_ins.package(ARCHITECTURE, change)
+            return package.product_code, package.upgrade_code
+
+        plain = codes(lambda package: None)
+        self.assertEqual(codes(lambda package: None), plain)
+        for name, change in {
+                "a right": lambda package: package.add("MsiLockPermissionsEx", "x", "INSTALLDIR", "CreateFolder", "D:", None),
+                "a place in a sequence": lambda package: package.add("InstallExecuteSequence", "RemoveFolders", None, 3601),
+                "a property": lambda package: package.add("Property", "NEU", "1"),
+                "a file": lambda package: package.contents.append(("x", b"x"))}.items():
+            with self.subTest(name):
+                product, upgrade = codes(change)
+                self.assertNotEqual(product, plain[0])
+                self.assertEqual(upgrade, plain[1])
+
+    def test_versions_stay_in_range(self):
+        for version in ("1.0.0", "255.255.65535"):
+            self.assertEqual(make_packages.checked_version(version), version)
+        for version in ("1.0", "1.0.0.0", "256.0.0", "1.256.0", "1.0.65536", "1.0.x"):
+            with self.assertRaises(argparse.ArgumentTypeError):
+                make_packages.checked_version(version)
+
+    def test_no_command_of_the_documents_restarts_a_machine(self):
+        for name in ("docs/Handbuch.md", "README.md"):
+            commands = re.findall(r"^msiexec .*$", (sources.ROOT / name).read_text(encoding="utf-8"), flags=re.MULTILINE)
+            self.assertTrue(commands, name)
+            self.assertEqual([command for command in commands if " /norestart" not in command], [])
+
     def test_the_files_are_those_that_were_built(self):
         with tempfile.TemporaryDirectory() as folder:
             subprocess.run(["msiextract", "-C", folder, str(self.package)], check=True, stdout=subprocess.DEVNULL)
@@ -122,8 +156,8 @@ class Content(unittest.TestCase):
         self.assertEqual(sorted(int(row["Sequence"]) for row in files.values()), list(range(1, len(files) + 1)))
 
     def test_a_new_build_replaces_files_of_the_same_version(self):
-        properties = {row["Property"]: row["Value"] for row in table(self.package, "Property")}
-        self.assertEqual(properties["REINSTALLMODE"], "amus")
+        conditions = {row["Action"]: row["Condition"] for row in table(self.package, "InstallExecuteSequence")}
+        self.assertEqual(conditions["AlleDateien"], "GLEICHEVERSION AND NOT Installed AND NOT REINSTALLMODE")
         upgrades = {row["ActionProperty"]: row for row in table(self.package, "Upgrade")}
         self.assertEqual((upgrades["VORGAENGER"]["VersionMax"], int(upgrades["VORGAENGER"]["Attributes"]) & 0x202),
                          (VERSION, 0x200))
@@ -136,7 +170,7 @@ class Content(unittest.TestCase):
 
     def test_no_package_touches_existing_settings(self):
         component = {row["Component"]: row for row in table(self.package, "Component")}["Kandora_ini"]
-        self.assertEqual(int(component["Attributes"]) & (NEVER_OVERWRITE | PERMANENT), NEVER_OVERWRITE | PERMANENT)
+        self.assertEqual(int(component["Attributes"]) & (NEVER_OVERWRITE | PERMANENT), NEVER_OVERWRITE)
         self.assertEqual(component["ComponentId"], "")
         removed = table(self.package, "RemoveFile")
         self.assertEqual({row["FileName"] for row in removed}, {"Kandora.ini", "*.log", ""})

@@ -161,8 +161,8 @@ class Installer(unittest.TestCase):
         windows("reg.exe", "delete", key, "/f")
         windows("reg.exe", "delete", r"HKEY_LOCAL_MACHINE\Software\Classes\Kandora.cBeleg", "/f")
         self.assertEqual(self.probe(), "")
-        # What "/fomus" stands for, spelt out: wine's installer does not know that switch.
-        msiexec("/i", product_code(SECOND), "/qn", "REINSTALL=ALL", "REINSTALLMODE=omus")
+        # What "/famus" stands for, spelt out: wine's installer does not know that switch.
+        msiexec("/i", product_code(SECOND), "/qn", "/norestart", "REINSTALL=ALL", "REINSTALLMODE=amus")
         self.installed_product(station.install, True)
         repaired = machine_registry()
         # The adopted interface is the administrator's entry and not part of the product.
@@ -197,6 +197,10 @@ class Installer(unittest.TestCase):
         self.assertEqual(len(set(server)), 1)
         self.assertIn("\\\\AppData\\\\Local\\\\Programs\\\\Kandora", server[0])
         self.assertFalse(program_folder().exists())
+        # Not beside it for everybody. (The same package once more would only look after what is there.)
+        install(SECOND, expected=INSTALL_FAILED)
+        self.assertEqual(added(after, added(self.clean, machine_registry())), {})
+        self.assertFalse(program_folder().exists())
         remove(FIRST, "ENTFERNEALLES=1", *for_one_user)
         self.assertEqual(added(self.clean, machine_registry()), {})
         self.assertFalse(files[0].parent.exists())
@@ -204,6 +208,10 @@ class Installer(unittest.TestCase):
         install(FIRST, r"INSTALLDIR=C:\Eigene Programme\Kandora")
         own = drive() / "Eigene Programme" / "Kandora"
         self.installed_product(own, True)
+        installed = added(self.clean, machine_registry())
+        install(SECOND, *for_one_user, expected=INSTALL_FAILED)
+        self.assertEqual(added(installed, added(self.clean, machine_registry())), {})
+        self.assertEqual([path for path in (drive() / "users").rglob("Kandora.dll")], [])
         (own / "Kandora.ini").write_text("; eigene\r\n", encoding="ascii")
         install(SECOND)  # finds the folder again
         self.assertEqual((own / "Kandora.ini").read_text(encoding="ascii").strip(), "; eigene")
