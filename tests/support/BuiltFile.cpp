@@ -15,7 +15,8 @@ fs::path OwnFile() {
 }
 
 fs::path BuiltFile(const fs::path& name) {
-    for (fs::path folder = OwnFile().parent_path(); folder.has_relative_path(); folder = folder.parent_path()) {
+    for (fs::path folder = OwnFile().parent_path(); folder.has_relative_path();
+         folder = folder.parent_path()) {
         if (fs::path found = folder / name; fs::exists(found)) {
             return found.make_preferred();
         }
