@@ -24,6 +24,12 @@ fs::path OwnFolder() {
     return fs::path(file.data()).parent_path();
 }
 
+/// Nobody may be there to answer the system's questions about programs that crash, or to keep it awake.
+void PrepareForAbsence() {
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED);
+}
+
 /// Two runs would get into each other's way.
 class OnlyRun {
 public:
@@ -137,6 +143,7 @@ int Run(const std::vector<Text>& arguments) {
         return 0;
     }
     const OnlyRun onlyRun;
+    PrepareForAbsence();
     const Apartment apartment;
     KitReport report(kit.plan, FactsOfMachine());
     return Examine(options, kit, report);
@@ -149,8 +156,9 @@ int Run(const std::vector<Text>& arguments) {
 int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage)
     using namespace kandora;
     using check::PrintErrorLine;
+    int result = kit::exitIncomplete;
     try {
-        return kit::Run(std::vector<Text>(arguments + 1, arguments + count));
+        result = kit::Run(std::vector<Text>(arguments + 1, arguments + count));
     } catch (const check::UsageError& error) {
         PrintErrorLine(error.Message());
         PrintErrorLine(L"Hilfe: pruefen --help");
@@ -159,5 +167,6 @@ int wmain(int count, wchar_t** arguments) {  // NOLINT(misc-use-internal-linkage
     } catch (const std::exception& error) {
         PrintErrorLine(L"Unerwarteter Fehler: " + TextFromUtf8(error.what()));
     }
-    return kit::exitIncomplete;
+    kit::Screen().HoldWindow();
+    return result;
 }

@@ -60,6 +60,19 @@ bool Screen::Asks(const Text& question) {
     return answer[0] == L'j' || answer[0] == L'J';
 }
 
+void Screen::HoldWindow() {
+    std::array<DWORD, 2> processes{};
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    if (console_ == nullptr || !IsConsole(input) ||
+        GetConsoleProcessList(processes.data(), static_cast<DWORD>(processes.size())) != 1) {
+        return;
+    }
+    WriteToConsole(L"\r\nEingabetaste schliesst das Fenster.");
+    wchar_t key = 0;
+    DWORD read = 0;
+    ReadConsoleW(input, &key, 1, &read, nullptr);
+}
+
 void Screen::Wipe() {
     if (shown_ > 0) {
         WriteToConsole(L"\r" + Text(shown_, L' ') + L"\r");
