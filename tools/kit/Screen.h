@@ -17,7 +17,8 @@ public:
     void Progress(const Text& text);
     /// Whether the user agrees. Nobody agrees where nobody can be asked.
     [[nodiscard]] bool Asks(const Text& question);
-    /// Waits for the user when the console's window goes with this program, which would take all that was said along.
+    /// Waits for the user when the console's window goes with this program, which would take all that was
+    /// said along.
     void HoldWindow();
 
 private:
