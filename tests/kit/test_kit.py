@@ -97,6 +97,9 @@ class KitRun(unittest.TestCase):
         subprocess.run([sys.executable, make_kit.__file__, str(BUILD), cls.work.name, "--only", *TESTS], check=True,
                        stdout=subprocess.DEVNULL)
         cls.archive, = pathlib.Path(cls.work.name).iterdir()
+        # The drives through which the build could be seen.
+        for name in ("k:", "z:"):
+            (drive().parent / "dosdevices" / name).unlink()
 
     @classmethod
     def tearDownClass(cls):

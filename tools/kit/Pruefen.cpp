@@ -9,6 +9,7 @@
 #include "tools/check/CheckCommandLine.h"
 #include "tools/check/Report.h"
 #include "tools/kit/Examination.h"
+#include "tools/kit/RemoveTree.h"
 #include "tools/kit/Wording.h"
 
 namespace kandora::kit {
@@ -57,13 +58,13 @@ std::vector<Text> TidyUp(const Kit& kit, Pledges& pledges) {
     std::vector<Text> complaints =
         pledges.GiveBack([&](const Text& product) { return RemoveProduct(kit, product); });
     constexpr int attempts = 50;
-    std::error_code error;
+    bool isGone = RemoveTree(kit.work);
     // A program that has just ended may still hold a file for a moment.
-    for (int attempt = 0; attempt < attempts && (attempt == 0 || error); ++attempt) {
-        Sleep(attempt == 0 ? 0 : 100);
-        fs::remove_all(kit.work, error);
+    for (int attempt = 0; attempt < attempts && !isGone; ++attempt) {
+        Sleep(100);
+        isGone = RemoveTree(kit.work);
     }
-    if (error) {
+    if (!isGone) {
         complaints.push_back(L"Der Ordner " + kit.work.wstring() + L" lässt sich nicht entfernen.");
     }
     return complaints;
