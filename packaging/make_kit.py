@@ -25,7 +25,7 @@ import make_surroundings  # noqa: E402
 import outcome  # noqa: E402
 import registration  # noqa: E402
 
-# What in this file is no test's own: programs and folders of a kit that are not listed by CMake.
+# What no list of tests has: how long a program takes, what it changes, why a test stays out.
 KNOWN = json.loads((ROOT / "packaging" / "kit.json").read_text(encoding="utf-8"))
 DEFAULT_SECONDS = 10
 # A program that takes so many times as long as it usually does hangs; the machine may be slow.
@@ -145,23 +145,24 @@ def files_below(build, folder):
             if file.is_file() and file.suffix not in (".a", ".py")}
 
 
-def kit(build, output, version, architecture, only):
-    """Everything that goes into the kit, by its place there. `only`: names of tests, for a kit that has nothing else."""
+def kit(build, output, version, architecture, only, is_bare):
+    """Everything that goes into the kit, by its place there. `only`: names of tests, if not all; `is_bare`: without packages
+    and measurements."""
     record = outcome.Record(ROOT / "tests" / "cases.json")
     tests, omitted = planned_tests(build, record)
     files = make_packages.installed_files(build, "kit")
     for name in ("Kandora.dll", "DmsSolution.tlb", "Kandora.ini.template", "Platzhalter.pdf", "ArchiveSimulator.exe",
                  "HostSimulator.exe", "kandora-check.exe"):
-        # A kit of a few tests need not have what they do without.
-        if not only or (build / "bin" / name).exists():
+        # A bare kit has what was built for its tests.
+        if not is_bare or (build / "bin" / name).exists():
             files[f"bin/{name}"] = (build / "bin" / name).read_bytes()
-    package = NO_PACKAGES
     if only:
         tests = [test for test in tests if test["name"] in only]
-    else:
+    installers = NO_PACKAGES
+    if not is_bare:
         files |= {path: data for component in ("docs", "tools")
                   for path, data in make_packages.installed_files(build, component).items() if path.startswith("Lizenzen/")}
-        package, package_files = packages(build, output / f"Kandora-{version}-{architecture}.msi", version)
+        installers, package_files = packages(build, output / f"Kandora-{version}-{architecture}.msi", version)
         files |= package_files
         for name in ("kandora_benchmarks.exe", "empty_server.dll"):
             files[f"benchmarks/{name}"] = (build / "benchmarks" / name).read_bytes()
@@ -174,7 +175,7 @@ def kit(build, output, version, architecture, only):
             "omitted": [{"name": name, "reason": reason} for name, reason in sorted(omitted.items())],
             "fault": judge.FAULT.pattern,
             "counts": [{"what": what, "pattern": pattern.pattern} for what, pattern in judge.COUNTS],
-            "classKeys": class_keys(architecture), "settings": settings(), "package": package,
+            "classKeys": class_keys(architecture), "settings": settings(), "package": installers,
             "partSeconds": KNOWN["partSeconds"]}
     files["pruefen.json"] = json.dumps(plan, ensure_ascii=False, indent=1).encode()
     return files
@@ -184,13 +185,14 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("build", type=pathlib.Path, help="folder of the build")
     parser.add_argument("output", type=pathlib.Path, help="folder that has the packages, and takes the kit")
-    parser.add_argument("--only", nargs="+", default=[], metavar="TEST", help="a kit of these tests alone, without packages")
+    parser.add_argument("--only", nargs="+", default=[], metavar="TEST", help="of the tests these alone")
+    parser.add_argument("--bare", action="store_true", help="without packages and measurements")
     arguments = parser.parse_args()
     build = arguments.build.resolve()
-    package = json.loads((build / "package.json").read_text(encoding="utf-8"))
-    architecture, version = package["architecture"], package["version"]
+    about = json.loads((build / "package.json").read_text(encoding="utf-8"))
+    architecture, version = about["architecture"], about["version"]
     name = f"Kandora-{version}-pruefung-{architecture}"
-    files = kit(build, arguments.output, version, architecture, arguments.only)
+    files = kit(build, arguments.output, version, architecture, arguments.only, arguments.bare)
     arguments.output.mkdir(parents=True, exist_ok=True)
     make_packages.write_zip(arguments.output / f"{name}.zip", name, files, make_packages.source_date())
     print(arguments.output / f"{name}.zip")

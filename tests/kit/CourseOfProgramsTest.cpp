@@ -37,19 +37,19 @@ protected:
 TEST_F(CourseOfPrograms, ComesToItsEnd) {
     Call call = CallOf(L"variable");
     call.environment = {{L"kandora_kit_test", L"Grüsse"}};
-    const EndedProgram ended = RunToEnd(call, &interruption_);
+    const EndedProgram ended = RunToEnd(call, interruption_);
     EXPECT_EQ(ended.way, Way::Normally);
     EXPECT_EQ(ended.code, 7U);
     EXPECT_EQ(ended.output, "Grüsse");
     EXPECT_EQ(ended.Told(), L"es endete mit 7");
     EXPECT_FALSE(ended.IsGood());
-    EXPECT_TRUE(RunToEnd(CallOf(L"silence"), &interruption_).IsGood());
+    EXPECT_TRUE(RunToEnd(CallOf(L"silence"), interruption_).IsGood());
 }
 
 TEST_F(CourseOfPrograms, ThatAreNotThereDoNotStart) {
     Call call = CallOf(L"silence");
     call.program = folder_ / L"fehlt.exe";
-    const EndedProgram ended = RunToEnd(call, &interruption_);
+    const EndedProgram ended = RunToEnd(call, interruption_);
     EXPECT_EQ(ended.way, Way::NotStarted);
     EXPECT_TRUE(ended.Told().starts_with(L"es liess sich nicht starten: ")) << Utf8FromText(ended.Told());
 }
@@ -57,7 +57,7 @@ TEST_F(CourseOfPrograms, ThatAreNotThereDoNotStart) {
 TEST_F(CourseOfPrograms, EndsWithTheirTime) {
     Call call = CallOf(L"hang");
     call.limit = 1;
-    const EndedProgram ended = RunToEnd(call, &interruption_);
+    const EndedProgram ended = RunToEnd(call, interruption_);
     EXPECT_EQ(ended.way, Way::OutOfTime);
     EXPECT_NE(ended.output.find("A.Hangs"), std::string::npos);
     EXPECT_EQ(ended.Told(), L"es kam nach 1 s nicht zum Ende");
@@ -65,20 +65,23 @@ TEST_F(CourseOfPrograms, EndsWithTheirTime) {
 
 TEST_F(CourseOfPrograms, EndsWhenTheUserWantsIt) {
     bool hasLookedOn = false;
-    const EndedProgram ended = RunToEnd(CallOf(L"hang"), &interruption_, [&](std::string_view) {
+    const EndedProgram ended = RunToEnd(CallOf(L"hang"), interruption_, [&](std::string_view) {
         hasLookedOn = true;
         interruption_.Raise();
     });
     EXPECT_EQ(ended.way, Way::Interrupted);
     EXPECT_TRUE(hasLookedOn);
-    EXPECT_EQ(RunToEnd(CallOf(L"silence"), &interruption_).way, Way::Interrupted);
+    EXPECT_EQ(RunToEnd(CallOf(L"silence"), interruption_).way, Way::Interrupted);
+    Call whole = CallOf(L"silence");
+    whole.isWhole = true;
+    EXPECT_EQ(RunToEnd(whole, interruption_).way, Way::Normally);
     EXPECT_THROW(interruption_.ThrowWhenRaised(), kit::Interrupted);
 }
 
 TEST_F(CourseOfPrograms, LeavesNothingThatTheyHaveStarted) {
     Call call = CallOf(L"parent");
     call.grace = 100;
-    const EndedProgram ended = RunToEnd(call, &interruption_);
+    const EndedProgram ended = RunToEnd(call, interruption_);
     EXPECT_TRUE(ended.IsGood());
     const DWORD child = std::stoul(ended.output);
     EXPECT_GT(child, 0U);

@@ -94,7 +94,7 @@ class KitRun(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.TemporaryDirectory(dir=workstation.options.work)
-        subprocess.run([sys.executable, make_kit.__file__, str(BUILD), cls.work.name, "--only", *TESTS], check=True,
+        subprocess.run([sys.executable, make_kit.__file__, str(BUILD), cls.work.name, "--bare", "--only", *TESTS], check=True,
                        stdout=subprocess.DEVNULL)
         cls.archive, = pathlib.Path(cls.work.name).iterdir()
         # The drives through which the build could be seen.

@@ -218,7 +218,7 @@ Result Examination::RunTest(const PlannedTest& test, const Text& place) {
     call.environment.insert(call.environment.end(), test.environment.begin(), test.environment.end());
     call.output = kit_.work / (test.name + L".log");
     call.limit = test.limit;
-    const EndedProgram ended = RunToEnd(call, &kit_.interruption, [&](std::string_view output) {
+    const EndedProgram ended = RunToEnd(call, kit_.interruption, [&](std::string_view output) {
         const CourseOfRun course = CourseOf(output);
         kit_.screen.Progress(place + test.name + L": " + Decimal(course.begun) + L" von " +
                              Decimal(course.listed) + L", " + TextFromUtf8(course.current));

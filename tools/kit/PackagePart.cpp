@@ -20,7 +20,8 @@ Call InstallerCall(const Text& line) {
     call.program = SystemProgram(L"msiexec.exe");
     // Quotes belong around the value of a property and not around all of it.
     call.line = line;
-    call.limit = 600;
+    // Its service would go on without it.
+    call.isWhole = true;
     return call;
 }
 
@@ -124,7 +125,7 @@ bool RemoveProduct(const Kit& kit, const Text& code) {
     Call call = InstallerCall(L"/x " + code + L" /qn /norestart ENTFERNEALLES=1");
     call.output = kit.work / L"entfernen.log";
     call.environment = kit.Environment();
-    RunToEnd(call, nullptr);
+    RunToEnd(call, kit.interruption);
     return !isInstalled();
 }
 

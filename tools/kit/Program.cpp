@@ -149,14 +149,12 @@ Handle InheritableFile(const fs::path& file, DWORD access, DWORD creation) {
 }
 
 /// Waits for the process's end, for the user's wish or for the end of the time.
-EndedProgram::Way WaitFor(const Process& process, const Call& call, const Interruption* interruption,
+EndedProgram::Way WaitFor(const Process& process, const Call& call, const Interruption& interruption,
                           const Onlooker& onlooker) {
     const ULONGLONG end = GetTickCount64() + 1000ULL * static_cast<ULONGLONG>(call.limit);
-    const std::array<HANDLE, 2> events{process.Get(),
-                                       interruption == nullptr ? nullptr : interruption->Event()};
+    const std::array<HANDLE, 2> events{process.Get(), interruption.Event()};
     for (;;) {
-        const DWORD reason =
-            WaitForMultipleObjects(interruption == nullptr ? 1 : 2, events.data(), FALSE, turn);
+        const DWORD reason = WaitForMultipleObjects(call.isWhole ? 1 : 2, events.data(), FALSE, turn);
         if (reason == WAIT_OBJECT_0) {
             return EndedProgram::Way::Normally;
         }
@@ -220,9 +218,9 @@ Text EndedProgram::Told() const {
     }
 }
 
-EndedProgram RunToEnd(const Call& call, const Interruption* interruption, const Onlooker& onlooker) {
+EndedProgram RunToEnd(const Call& call, const Interruption& interruption, const Onlooker& onlooker) {
     EndedProgram ended;
-    if (interruption != nullptr && interruption->IsRaised()) {
+    if (!call.isWhole && interruption.IsRaised()) {
         ended.way = EndedProgram::Way::Interrupted;
         return ended;
     }

@@ -24,6 +24,7 @@ struct Call {
     std::int64_t limit = 600;           ///< seconds
     DWORD grace = 10'000;               ///< milliseconds for what it has started and left behind
     Text line;                          ///< the command line, where the arguments do not tell it
+    bool isWhole = false;               ///< what it does must not be broken off: the user's wish to end waits
 };
 
 /// How it went.
@@ -43,8 +44,8 @@ struct EndedProgram {
 using Onlooker = std::function<void(std::string_view output)>;
 
 /// Runs the program to its end, and everything that it has started with it. Nothing of it survives, whatever
-/// ends this process. Without an interruption the user's wish to end waits.
-EndedProgram RunToEnd(const Call& call, const Interruption* interruption, const Onlooker& onlooker = {});
+/// ends this process.
+EndedProgram RunToEnd(const Call& call, const Interruption& interruption, const Onlooker& onlooker = {});
 
 /// Ends what is still running of the programs that lie in the folder or below: COM starts some that are
 /// nobody's children. Waits `grace` milliseconds for them to end by themselves.

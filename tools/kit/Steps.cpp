@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "interfaces/CodePages.h"
+#include "tools/kit/Judge.h"
 #include "tools/kit/Wording.h"
 
 namespace kandora::kit {
@@ -16,11 +17,26 @@ std::vector<Variable> Kit::Environment() const {
 StepFailure::StepFailure(Text message)
     : std::runtime_error(Utf8FromText(message)), message_(std::move(message)) {}
 
+namespace {
+
+/// What a program has said last.
+Text LastLineOf(std::string_view output) {
+    const std::vector<std::string_view> lines = LinesOf(output);
+    return lines.empty() ? Text() : Trimmed(TextFromUtf8(lines.back()));
+}
+
+}  // namespace
+
 EndedProgram Steps::RunCall(const Text& what, Call call) {
     kit_.screen.Progress(part_ + L": " + what);
     call.output = kit_.work / (part_ + L".log");
     call.environment = kit_.Environment();
-    EndedProgram ended = RunToEnd(call, &kit_.interruption);
+    const ULONGLONG begun = GetTickCount64();
+    EndedProgram ended = RunToEnd(call, kit_.interruption, [&](std::string_view output) {
+        kit_.screen.Progress(part_ + L": " + what + L", " +
+                             ClockTime(static_cast<double>(GetTickCount64() - begun) / 1000) + L", " +
+                             LastLineOf(output));
+    });
     if (ended.way == EndedProgram::Way::Interrupted) {
         throw Interrupted();
     }
@@ -29,6 +45,7 @@ EndedProgram Steps::RunCall(const Text& what, Call call) {
         log_ += '\n';
     }
     output_ = ended.output;
+    kit_.interruption.ThrowWhenRaised();
     if (ended.way != EndedProgram::Way::Normally) {
         throw StepFailure(what + L": " + ended.Told());
     }
