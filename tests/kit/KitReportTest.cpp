@@ -104,9 +104,13 @@ TEST_F(ReportOfKit, IsOneTextWithAPartForPrograms) {
 
 TEST_F(ReportOfKit, StandsOutputThatIsNoText) {
     Result result = ResultOf(L"a", Verdict::Failed, L"warum");
-    result.log = std::string(1'000'000, '\xFC');
+    result.log = "gr\xFC\xDF"
+                 "e\ngrüsse\n" +
+                 std::string(1'000'000, 'x');
     report_.Add(result);
-    EXPECT_LT(report_.Text8().size(), 300'000U);
+    const std::string text = report_.Text8();
+    EXPECT_LT(text.size(), 300'000U);
+    EXPECT_NE(text.find("grüße\r\ngrüsse\r\n"), std::string::npos);
     EXPECT_EQ(Json()["ergebnisse"][0]["name"], "a");
 }
 

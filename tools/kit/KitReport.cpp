@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "interfaces/CodePages.h"
+#include "tools/kit/Judge.h"
 #include "tools/kit/Wording.h"
 
 namespace kandora::kit {
@@ -52,6 +53,19 @@ std::string Shortened(const std::string& log) {
         return log;
     }
     return log.substr(0, keptAtBeginning) + "\n[...]\n" + log.substr(log.size() - keptAtEnd);
+}
+
+/// Programs of Windows write in the ANSI code page, ours in UTF-8, and a log has both.
+std::string AsUtf8(const std::string& log) {
+    std::string result;
+    for (const std::string_view line : LinesOf(log)) {
+        const auto length = static_cast<int>(line.size());
+        const bool isUtf8 = line.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, line.data(),
+                                                                length, nullptr, 0) > 0;
+        result += isUtf8 ? std::string(line) : Utf8FromText(TextFromAnsi(line));
+        result += '\n';
+    }
+    return result;
 }
 
 /// Whatever a program printed, with one kind of line ends.
@@ -129,7 +143,7 @@ std::string KitReport::Text8() const {
     }
     for (const Result& result : results_) {
         if (!result.log.empty()) {
-            text += Headline(result.name + L": Protokoll") + Shortened(result.log);
+            text += Headline(result.name + L": Protokoll") + AsUtf8(Shortened(result.log));
         }
     }
     // A byte order mark: mail programs and editors guess otherwise.

@@ -72,6 +72,27 @@ private:
     bool wantsRestart_ = false;
 };
 
+/// The names of what is left in a folder.
+Text FilesIn(const fs::path& folder) {
+    std::vector<Text> names;
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
+        names.push_back(entry.path().filename().wstring());
+    }
+    return names.empty() ? L"alles darin" : Joined(names, L", ");
+}
+
+/// Wine's installer knows no patterns of files that are to go with the product; Windows' does.
+void RemoveLogs(const fs::path& folder) {
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
+        if (entry.path().extension() == L".log") {
+            fs::remove(entry.path(), ignored);
+        }
+    }
+    fs::remove(folder, ignored);
+}
+
 void Check(Steps& steps, const fs::path& folder) {
     Call call;
     call.program = folder / L"Werkzeuge" / L"kandora-check.exe";
@@ -171,8 +192,11 @@ Text TryThePackage(const Kit& kit, Pledges& pledges, Steps& steps) {
 
     site.Close();
     installer.Must(L"Entfernen", L"/x " + package.nextProduct + L" ENTFERNEALLES=1");
+    if (!WineVersion().empty()) {
+        RemoveLogs(folder);
+    }
     steps.Require(L"nichts ist mehr installiert", InstalledProducts(package.upgradeCode).empty());
-    steps.Require(L"der Ordner ist weg", !fs::exists(folder));
+    steps.Require(L"der Ordner ist weg, auch " + FilesIn(folder), !fs::exists(folder));
     return Text(kit.isForMachine ? L"für den Rechner" : L"für den Benutzer") +
            (installer.WantsRestart() ? L"; Windows möchte neu gestartet werden" : L"");
 }

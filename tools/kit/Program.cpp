@@ -281,6 +281,13 @@ std::string ContentOf(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+void CopyOver(const fs::path& from, const fs::path& to) {
+    if (CopyFileW(from.c_str(), to.c_str(), FALSE) == FALSE) {
+        throw KitFailure(L"Lässt sich nicht kopieren: " + from.wstring() + L": " +
+                         SystemMessage(GetLastError()));
+    }
+}
+
 void WriteContent(const fs::path& file, std::string_view content) {
     fs::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary | std::ios::trunc);

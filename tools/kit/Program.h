@@ -56,5 +56,7 @@ Text Quoted(const Text& argument);
 /// The whole file; empty when it cannot be read.
 std::string ContentOf(const fs::path& file);
 void WriteContent(const fs::path& file, std::string_view content);
+/// Replaces what is there. The library's function does not, whatever it is told. Throws KitFailure.
+void CopyOver(const fs::path& from, const fs::path& to);
 
 }  // namespace kandora::kit

@@ -79,8 +79,7 @@ SampleSite::SampleSite(const Kit& kit, Steps& steps, fs::path folder)
     : kit_(kit), steps_(steps), folder_(std::move(folder)) {
     fs::create_directories(folder_);
     const fs::path archive = kit_.Bin(L"ArchiveSimulator.exe");
-    fs::copy_file(kit_.folder / L"simulators" / L"clients" / L"Muster AG.json", Client(),
-                  fs::copy_options::overwrite_existing);
+    CopyOver(kit_.folder / L"simulators" / L"clients" / L"Muster AG.json", Client());
     steps_.Run(L"Muster-Archiv erstellen", archive, {L"--create-sample-store", Store().wstring()});
     steps_.Run(L"Archiv eintragen", archive, {L"--register", L"--hidden", L"--store", Store().wstring()});
     steps_.Run(L"Finanzbuchhaltung eintragen", kit_.Bin(L"HostSimulator.exe"),
@@ -88,8 +87,7 @@ SampleSite::SampleSite(const Kit& kit, Steps& steps, fs::path folder)
 }
 
 void SampleSite::WriteSettings(const fs::path& settings) const {
-    const fs::path from = fs::path(settings).concat(L".template");
-    fs::copy_file(from, settings, fs::copy_options::overwrite_existing);
+    CopyOver(fs::path(settings).concat(L".template"), settings);
     const Json archive = Json::parse(ContentOf(Store() / L"archiv.json"));
     for (const PlannedSetting& setting : kit_.plan.settings) {
         if (WritePrivateProfileStringW(setting.section.c_str(), setting.key.c_str(),

@@ -75,7 +75,7 @@ Text FileTheYear(const Kit& kit, const Judge& judge, Steps& steps) {
     }
     fs::create_directories(component.parent_path());
     for (const wchar_t* const name : {L"Kandora.dll", L"Platzhalter.pdf", L"Kandora.ini.template"}) {
-        fs::copy_file(kit.Bin(name), component.parent_path() / name, fs::copy_options::overwrite_existing);
+        CopyOver(kit.Bin(name), component.parent_path() / name);
     }
     SampleSite site(kit, steps, folder);
     site.WriteSettings(component.parent_path() / L"Kandora.ini");
