@@ -57,8 +57,8 @@ TEST(KitPlan, IsReadAsItIsWritten) {
 TEST(KitPlan, IsRefusedWhenItIsNone) {
     ExpectRefused("", L"Der Prüfplan ist beschädigt: ");
     ExpectRefused(plan.substr(0, plan.size() / 2), L"Der Prüfplan ist beschädigt: ");
-    ExpectRefused(With("\"cases\": 278", "\"cases\": \"viele\""), L"Der Prüfplan ist beschädigt: ");
-    ExpectRefused(With("\"rights\"", "\"alles\""), L"Unbekanntes Wort «alles» im Prüfplan.");
+    ExpectRefused(With(R"("cases": 278)", R"("cases": "viele")"), L"Der Prüfplan ist beschädigt: ");
+    ExpectRefused(With(R"("rights")", R"("alles")"), L"Unbekanntes Wort «alles» im Prüfplan.");
 }
 
 TEST(KitPlan, WithAPatternThatIsNoneCannotBeJudgedBy) {

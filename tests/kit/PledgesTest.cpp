@@ -12,7 +12,6 @@ namespace {
 using kit::Pledges;
 using kit::RegistryPlace;
 using kit::RegistryTree;
-using kit::RegistryValue;
 
 constexpr const wchar_t* top = L"Software\\Kandora.KitTests";
 

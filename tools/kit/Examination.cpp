@@ -149,7 +149,7 @@ void Examination::Announce(const std::vector<Piece>& pieces) const {
         L"und gibt alles zurück.");
 }
 
-bool Examination::WillTryPackage(const std::vector<Piece>& pieces) const {
+bool Examination::WillTryPackage(const std::vector<Piece>& pieces) {
     return std::ranges::any_of(
         pieces, [](const Piece& piece) { return piece.name == part::package && piece.obstacle.empty(); });
 }

@@ -32,7 +32,7 @@ private:
 
     [[nodiscard]] std::vector<Piece> Chosen() const;
     [[nodiscard]] bool IsChosen(const Text& name) const;
-    [[nodiscard]] bool WillTryPackage(const std::vector<Piece>& pieces) const;
+    [[nodiscard]] static bool WillTryPackage(const std::vector<Piece>& pieces);
     void FindObstacles(std::vector<Piece>& pieces) const;
     void Announce(const std::vector<Piece>& pieces) const;
     /// What goes beyond the kit's folder and the user's registry, and what the user says to it.

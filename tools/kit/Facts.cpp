@@ -81,7 +81,7 @@ Text Memory() {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof(status);
     GlobalMemoryStatusEx(&status);
-    constexpr DWORDLONG megabyte = 1024 * 1024;
+    constexpr DWORDLONG megabyte = 1ULL << 20U;
     return Decimal(static_cast<std::int64_t>(status.ullTotalPhys / megabyte)) + L" MB, frei " +
            Decimal(static_cast<std::int64_t>(status.ullAvailPhys / megabyte)) + L" MB";
 }

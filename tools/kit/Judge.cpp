@@ -123,7 +123,7 @@ public:
             ran_ = ran;
         } else if (const auto passed = PassedIn(line); passed && ran_) {
             // The closing line is the one behind the end of the cases.
-            passed_ = passed;
+            closing_ = Closing{*ran_, *passed};
         }
     }
 
@@ -140,12 +140,12 @@ public:
             problems_.push_back(L"nur " + Number(count) + L" der " + Number(*listed_) +
                                 L" aufgezählten Fälle liefen");
         }
-        if (!passed_) {
+        if (!closing_) {
             problems_.emplace_back(L"seine Schlusszeile fehlt");
-        } else if (*ran_ != count || *passed_ != good) {
-            problems_.push_back(L"seine Schlusszeilen zählen " + Number(*ran_) + L" Fälle und " +
-                                Number(*passed_) + L" bestandene, erzählt hat es von " + Number(count) +
-                                L" und " + Number(good));
+        } else if (closing_->ran != count || closing_->passed != good) {
+            problems_.push_back(L"seine Schlusszeilen zählen " + Number(closing_->ran) + L" Fälle und " +
+                                Number(closing_->passed) + L" bestandene, erzählt hat es von " +
+                                Number(count) + L" und " + Number(good));
         }
         return std::move(problems_);
     }
@@ -153,12 +153,17 @@ public:
     using Cases = std::map<std::string, CaseEnd>;
 
     [[nodiscard]] bool IsInsideACase() const { return !current_.empty(); }
-    [[nodiscard]] bool IsClosed() const { return passed_.has_value(); }
+    [[nodiscard]] bool IsClosed() const { return closing_.has_value(); }
     [[nodiscard]] const std::string& Current() const { return current_; }
     [[nodiscard]] Cases& AllCases() { return cases_; }
     void Complain(Text problem) { problems_.push_back(std::move(problem)); }
 
 private:
+    struct Closing {
+        std::int64_t ran;
+        std::int64_t passed;
+    };
+
     void CheckNothingIsOpen() {
         if (!current_.empty()) {
             problems_.push_back(TextFromUtf8(current_) + L" kam nicht zum Ende");
@@ -169,7 +174,7 @@ private:
     std::vector<Text> problems_;
     std::optional<std::int64_t> listed_;
     std::optional<std::int64_t> ran_;
-    std::optional<std::int64_t> passed_;
+    std::optional<Closing> closing_;
     std::string current_;
 };
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -82,6 +83,10 @@ Text FilesIn(const fs::path& folder) {
     return names.empty() ? L"alles darin" : Joined(names, L", ");
 }
 
+bool IsSameCode(const Text& left, const Text& right) {
+    return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
 /// Wine's installer knows no patterns of files that are to go with the product; Windows' does.
 void RemoveLogs(const fs::path& folder) {
     std::error_code ignored;
@@ -133,12 +138,8 @@ std::vector<Text> InstalledProducts(const Text& upgradeCode) {
 
 bool RemoveProduct(const Kit& kit, const Text& code) {
     const auto isInstalled = [&] {
-        for (const Text& each : InstalledProducts(kit.plan.package.upgradeCode)) {
-            if (CompareStringOrdinal(each.c_str(), -1, code.c_str(), -1, TRUE) == CSTR_EQUAL) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(InstalledProducts(kit.plan.package.upgradeCode),
+                                   [&](const Text& each) { return IsSameCode(each, code); });
     };
     if (!isInstalled()) {
         return true;
@@ -159,8 +160,7 @@ Text TryThePackage(const Kit& kit, Pledges& pledges, Steps& steps) {
     const auto has = [&](const wchar_t* name) { return fs::exists(folder / name); };
     const auto only = [&](const Text& product) {
         const std::vector<Text> found = InstalledProducts(package.upgradeCode);
-        return found.size() == 1 &&
-               CompareStringOrdinal(found[0].c_str(), -1, product.c_str(), -1, TRUE) == CSTR_EQUAL;
+        return found.size() == 1 && IsSameCode(found.front(), product);
     };
     Installer installer(kit, steps);
     SampleSite site(kit, steps, kit.work / L"Paket");

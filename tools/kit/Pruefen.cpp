@@ -48,7 +48,7 @@ fs::path ReportFile(const KitCommandLine& options, const fs::path& folder) {
     if (!options.report.empty()) {
         return fs::absolute(options.report);
     }
-    Text time = Replaced(Replaced(Now(), L":", L""), L" ", L"-");
+    const Text time = Replaced(Replaced(Now(), L":", L""), L" ", L"-");
     return folder / (L"Pruefbericht-" + ComputerName() + L"-" + time + L".txt");
 }
 

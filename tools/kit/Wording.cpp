@@ -44,7 +44,7 @@ Text ExitCodeText(DWORD code) {
     if (code < 0x10000) {
         return Decimal(code);
     }
-    const Text number = Formatted(L"0x%08lX", code);
+    Text number = Formatted(L"0x%08lX", code);
     for (const KnownCode& known : knownCodes) {
         if (known.code == code) {
             return number + L" (" + known.meaning + L")";
