@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <array>
+
 #include <nlohmann/json.hpp>
 
 #include "interfaces/CodePages.h"
@@ -25,6 +28,19 @@ void LayOut(const fs::path& packed, const fs::path& folder, const Interruption& 
     }
 }
 
+/// The path as a program takes it that knows the ANSI code page alone: with the old, short names where it has
+/// other letters.
+Text PlainPath(const fs::path& path) {
+    const Text whole = path.wstring();
+    constexpr wchar_t lastPlain = 0x7E;
+    if (std::ranges::all_of(whole, [](wchar_t letter) { return letter <= lastPlain; })) {
+        return whole;
+    }
+    std::array<wchar_t, 1024> name{};
+    const DWORD length = GetShortPathNameW(whole.c_str(), name.data(), static_cast<DWORD>(name.size()));
+    return length > 0 && length < name.size() ? Text(name.data(), length) : whole;
+}
+
 }  // namespace
 
 Text Measure(const Kit& kit, Steps& steps) {
@@ -39,9 +55,9 @@ Text Measure(const Kit& kit, Steps& steps) {
               {L"--register", L"--client", (folder / L"client.json").wstring()});
     Call call;
     call.program = kit.folder / L"benchmarks" / L"kandora_benchmarks.exe";
-    call.arguments = {L"--directory", folder.wstring(),
-                      L"--component", kit.Bin(L"Kandora.dll").wstring(),
-                      L"--empty",     (kit.folder / L"benchmarks" / L"empty_server.dll").wstring()};
+    call.arguments = {L"--directory", PlainPath(folder),
+                      L"--component", PlainPath(kit.Bin(L"Kandora.dll")),
+                      L"--empty",     PlainPath(kit.folder / L"benchmarks" / L"empty_server.dll")};
     call.limit = 3600;
     const DWORD code = steps.RunForCode(L"Messen", std::move(call));
     steps.Require(L"alles liess sich messen", code == 0);

@@ -289,8 +289,11 @@ void CopyOver(const fs::path& from, const fs::path& to) {
 }
 
 void WriteContent(const fs::path& file, std::string_view content) {
-    fs::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+    if (!stream) {
+        fs::create_directories(file.parent_path());
+        stream.open(file, std::ios::binary | std::ios::trunc);
+    }
     stream << content;
     stream.close();
     if (!stream) {
