@@ -31,7 +31,7 @@ void LayOut(const fs::path& packed, const fs::path& folder, const Interruption& 
 /// The path as a program takes it that knows the ANSI code page alone: with the old, short names where it has
 /// other letters.
 Text PlainPath(const fs::path& path) {
-    const Text whole = path.wstring();
+    Text whole = path.wstring();
     constexpr wchar_t lastPlain = 0x7E;
     if (std::ranges::all_of(whole, [](wchar_t letter) { return letter <= lastPlain; })) {
         return whole;

@@ -54,7 +54,8 @@ protected:
         output_ = create(OutputPath());
         errors_ = create(ErrorPath());
         program_ = std::make_unique<kandora::test::StartedProgram>(kandora::test::Command{
-            L"\"" + kandora::test::BuiltFile(L"bin/ArchiveSimulator.exe").wstring() + L"\" " + arguments, output_.Get(), errors_.Get()});
+            L"\"" + kandora::test::BuiltFile(L"bin/ArchiveSimulator.exe").wstring() + L"\" " + arguments,
+            output_.Get(), errors_.Get()});
     }
 
     DWORD ExitCode() {
