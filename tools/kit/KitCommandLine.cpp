@@ -35,7 +35,7 @@ void Declare(CLI::App& app, Given& given) {
     app.add_flag("--version", given.version, "Zeigt die Version.");
     app.add_flag("--list", given.flags.list,
                  Utf8FromText(L"Zählt auf, was es zu prüfen gibt, und führt nichts aus."));
-    app.add_option("--only", given.only, "Nur diese Tests oder Teile.")->type_name("NAME...");
+    app.add_option("--only", given.only, "Nur diese Tests oder Teile.")->type_name("NAME");
     app.add_flag("--yes", given.flags.yes, "Bejaht alle Fragen, für Skripte.");
     app.add_option("--report", given.report,
                    Utf8FromText(L"Schreibt den Bericht in diese Datei statt neben das Programm."))
