@@ -9,6 +9,7 @@
 #include <shellapi.h>
 
 #include "interfaces/CodePages.h"
+#include "tests/support/BuiltFile.h"
 #include "tests/support/Stacks.h"
 #include "tests/support/StartedProgram.h"
 #include "tools/check/Handle.h"
@@ -27,12 +28,6 @@ Value Filled(VARTYPE type, Fill fill) {
     value.Place()->vt = type;
     fill(*value.Place());
     return value;
-}
-
-fs::path OwnFile() {
-    std::array<wchar_t, 1024> path{};
-    GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return path.data();
 }
 
 /// Quoted so that the C library splits the command line back into these arguments.
@@ -225,7 +220,7 @@ std::wstring TextOf(REFGUID guid) {
 }
 
 fs::path BinFolder() {
-    return (OwnFile().parent_path() / KANDORA_BIN_FROM_TESTS).lexically_normal();
+    return test::BuiltFile(L"bin");
 }
 
 fs::path ComponentFile() {

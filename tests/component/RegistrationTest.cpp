@@ -8,6 +8,7 @@
 #include <set>
 #include <sstream>
 
+#include "tests/support/BuiltFile.h"
 #include "tests/support/ModuleHook.h"
 #include "tools/check/Registry.h"
 
@@ -381,7 +382,7 @@ protected:
     }
     /// The lines that a script writes.
     static std::vector<std::string> LinesOf(const wchar_t* script) {
-        const fs::path file = fs::path(KANDORA_TEST_SCRIPTS).make_preferred() / script;
+        const fs::path file = test::BuiltFile(L"tests/component/scripts") / script;
         const Ended ended = RunProgram(SystemProgram(L"cscript.exe"), {L"//nologo", file.wstring()});
         EXPECT_EQ(ended.exitCode, 0U);
         std::vector<std::string> lines;

@@ -1,6 +1,7 @@
 #include "tests/outside/Course.h"
 #include "interfaces/CodePages.h"
 #include "tests/outside/Workplace.h"
+#include "tests/support/BuiltFile.h"
 #include "tools/check/TypeDescriptions.h"
 
 #include <gtest/gtest.h>
@@ -282,7 +283,7 @@ std::vector<std::string> PlayedByProgram(const Workplace& place, const wchar_t* 
 }
 
 std::vector<std::string> PlayedByScript(const Workplace& place, const wchar_t* script) {
-    fs::copy_file(fs::path(KANDORA_TEST_SCRIPTS) / script, place.File(script));
+    fs::copy_file(test::BuiltFile(L"tests/outside/scripts") / script, place.File(script));
     const fs::path protocol = place.File(L"Protokoll.txt");
     const Ended ended =
         RunProgram(SystemProgram(L"cscript.exe"),

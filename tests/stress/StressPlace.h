@@ -78,13 +78,19 @@ public:
         EXPECT_EQ(CoCreateGuid(&id), S_OK);
         key_ = std::wstring(L"Software\\Classes\\") + progId;
         const std::wstring text = component_tests::TextOf(id);
-        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (key_ + L"\\CLSID").c_str(), nullptr, REG_SZ,
-                                  text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
+        // For the machine, or for the user who may not do that.
+        for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+            root_ = root;
+            if (RegSetKeyValueW(root, (key_ + L"\\CLSID").c_str(), nullptr, REG_SZ, text.c_str(),
+                                static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS) {
+                return;
+            }
+        }
+        ADD_FAILURE() << "cannot be registered: " << Utf8FromText(progId);
     }
     ~Registered() {
         if (!key_.empty()) {
-            RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
+            RegDeleteTreeW(root_, key_.c_str());
         }
     }
 
@@ -92,6 +98,7 @@ public:
 
 private:
     std::wstring key_;
+    HKEY root_ = nullptr;
 };
 
 /// An installed component and everything around it.

@@ -10,6 +10,8 @@
 
 #include <windows.h>
 
+#include "tools/kit/RemoveTree.h"
+
 namespace kandora::test {
 
 namespace fs = std::filesystem;
@@ -19,10 +21,9 @@ namespace {
 constexpr const wchar_t* keptName = L"Kandora-kept-";
 
 void RemoveKept(const fs::path& parent) {
-    std::error_code ignored;
     for (const fs::directory_entry& each : fs::directory_iterator(parent)) {
         if (each.path().filename().wstring().starts_with(keptName)) {
-            fs::remove_all(each.path(), ignored);
+            kit::RemoveTree(each.path());
         }
     }
 }
@@ -37,7 +38,7 @@ TemporaryFolder::TemporaryFolder(Removal removal) : removal_(removal) {
     }
     path_ = parent / ((removal == Removal::ByTheNext ? keptName : L"Kandora-") +
                       std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter));
-    fs::remove_all(path_);
+    kit::RemoveTree(path_);
     fs::create_directories(path_);
 }
 
@@ -47,12 +48,7 @@ TemporaryFolder::~TemporaryFolder() {
         return;
     }
     // A program that has just ended may still hold a file for a moment.
-    EXPECT_TRUE(Eventually([this] {
-        std::error_code error;
-        fs::remove_all(path_, error);
-        return !error && !fs::exists(path_);
-    })) << path_
-        << " stays behind";
+    EXPECT_TRUE(Eventually([this] { return kit::RemoveTree(path_); })) << path_ << " stays behind";
 }
 
 fs::path TemporaryFolder::Write(const fs::path& name, std::string_view bytes) const {

@@ -13,6 +13,7 @@
 #include "simulators/common/Failure.h"
 #include "simulators/common/Files.h"
 #include "simulators/common/tests/LateBoundClient.h"
+#include "tests/support/BuiltFile.h"
 #include "tests/support/ServedClasses.h"
 #include "tests/support/StartedProgram.h"
 
@@ -55,7 +56,8 @@ protected:
         output_ = create(OutputPath());
         errors_ = create(ErrorPath());
         program_ = std::make_unique<kandora::test::StartedProgram>(kandora::test::Command{
-            L"\"" + TextFromUtf8(ARCHIVE_SIMULATOR) + L"\" " + arguments, output_.Get(), errors_.Get()});
+            L"\"" + kandora::test::BuiltFile(L"bin/ArchiveSimulator.exe").wstring() + L"\" " + arguments,
+            output_.Get(), errors_.Get()});
     }
 
     DWORD ExitCode() {

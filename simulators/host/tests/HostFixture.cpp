@@ -7,6 +7,7 @@
 #include "interfaces/CodePages.h"
 #include "simulators/common/Unicode.h"
 #include "simulators/common/tests/LateBoundClient.h"
+#include "tests/support/BuiltFile.h"
 
 namespace kandora::simulators {
 namespace {
@@ -27,7 +28,7 @@ std::vector<VARIANT> Raw(const std::vector<Value>& values) {
 }  // namespace
 
 std::filesystem::path SampleClientPath() {
-    return TextFromUtf8(SAMPLE_CLIENT);
+    return test::BuiltFile(L"simulators/clients/Muster AG.json");
 }
 
 Value CallMember(IDispatch* object, const wchar_t* name, const std::vector<Value>& arguments, WORD flags) {
