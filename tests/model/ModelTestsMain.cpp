@@ -184,6 +184,7 @@ int Main(int argc, char** argv) {
 }  // namespace
 }  // namespace kandora::model_tests
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a program that gets no COM ends
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const kandora::Apartment apartment;

@@ -18,6 +18,7 @@ class LeakCheck final : public testing::EmptyTestEventListener {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a program that gets no COM ends
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
