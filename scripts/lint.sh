@@ -23,6 +23,8 @@ check_shell() { shell_scripts | xargs -0 shellcheck; }
 # Of packages with stand-in files: what is built need not be there.
 check_packages() { PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/check_package.py"; }
 
+check_workflows() { yamllint --strict --config-file "$root/.yamllint" "$root/.github" && python3 "$root/scripts/workflows.py" "$root"; }
+
 check_python() { project_files py | xargs -0 -r flake8 --config "$root/.flake8"; }
 
 # Clang needs the commands of single sources, and the headers that come out of the interface files. Nothing is compiled.
@@ -68,6 +70,7 @@ run_lint() {
     step lint-floors "Floors: who includes whom" python3 "$root/scripts/floors.py" "$root" || failed=1
     step lint-shell "Shell scripts" check_shell || failed=1
     step lint-python "Python scripts" check_python || failed=1
+    step lint-workflows "Workflows of a hosted CI" check_workflows || failed=1
     step lint-packages "Tables of the installer packages" check_packages || failed=1
     for architecture in "${architectures[@]}"; do
         step "lint-prepare-$architecture" "Prepare the analysis for $architecture" prepare_analysis "$architecture"

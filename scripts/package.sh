@@ -23,5 +23,5 @@ run_package() {
     # Whether there are signatures is the same for all.
     grep -hE '^(Signed|Nothing is signed)' "$logs"/package-*.log | sort -u
     say ""
-    (cd "$packages" && sha256sum -- *)
+    (cd "$packages" && sha256sum -- * | tee SHA256SUMS)
 }

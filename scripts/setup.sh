@@ -4,11 +4,11 @@
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 packagesBuild=(cmake ninja-build g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev
-    nlohmann-json3-dev libcli11-dev googletest python3 python3-markdown msitools gcab osslsigncode openssl)
+    nlohmann-json3-dev libcli11-dev googletest python3 python3-markdown python3-yaml msitools gcab osslsigncode openssl)
 packagesWine64=(wine wine64 fonts-wine fonts-liberation fonts-dejavu-core)
 packagesWine32=(wine32:i386)
 packagesDisplay=(xvfb xauth xdotool imagemagick)
-packagesLint=(shellcheck flake8 msitools gcab)
+packagesLint=(shellcheck flake8 yamllint msitools gcab)
 # The first is the reference, which Debian 12 and 13 both have. The others are for systems that lack it: they format alike.
 clangVersions=(22 19)
 packagesCoverage=(gcovr)
