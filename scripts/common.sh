@@ -98,5 +98,18 @@ build_step() {
     end_step "$log" "$start" "$result"
 }
 
+# descendants PROCESS...: what these processes have started, and what that has.
+descendants() {
+    sed -n 's/^\([0-9]*\) (.*) [A-Za-z] \([0-9]*\) .*/\1 \2/p' /proc/[0-9]*/stat 2>/dev/null | awk -v from="$*" '
+        { parent[$1] = $2 }
+        END {
+            for (at = split(from, names, " "); at > 0; at--) is[names[at]] = 1
+            for (process in parent) {
+                for (one = parent[process]; one in parent && !(one in is); one = parent[one]) { }
+                if (one in is) print process
+            }
+        }'
+}
+
 # unchanged STAMP TEXT: whether STAMP holds exactly TEXT, so that a step can be left out.
 unchanged() { [[ -f $1 && $(<"$1") == "$2" ]]; }

@@ -45,7 +45,8 @@ void MSimpleLog::WriteLog(const Text& sText, const std::vector<Variant>& vtParam
     if (vtParameters.empty()) {
         line += L"[Kein Parameter]";  // no blank before it: the log's readers expect it so
     }
-    platform_.AppendToFile(gsLogFile_, AnsiFromText(line + L"\r\n"));
+    line += L"\r\n";
+    platform_.AppendToFile(gsLogFile_, AnsiFromText(line));
 }
 
 void MSimpleLog::BuildLogFileName() {

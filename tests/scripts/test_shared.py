@@ -1,4 +1,5 @@
-"""What commands that run at the same time share: the lock of a checkout, and the machine's processors."""
+"""What commands that run at the same time share: the lock of a checkout, and the machine's processors. What becomes of what
+they have started."""
 import contextlib
 import os
 import pathlib
@@ -23,8 +24,9 @@ class Shells(unittest.TestCase):
         (self.folder / "dev").write_text(text.removesuffix('main "$@"\n'), encoding="utf-8")
 
     def shell(self, script, **environment):
+        environment = os.environ | {"KANDORA_FIXED_ADDRESSES": "1"} | environment
         process = subprocess.Popen(["bash", "-c", f"source ./dev; {script}"], cwd=self.folder, text=True,
-                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=os.environ | environment)
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, env=environment)
         self.addCleanup(self.end, process)
         return process
 
@@ -43,6 +45,25 @@ class Shells(unittest.TestCase):
     def go_on(process):
         process.stdin.write("\n")
         process.stdin.flush()
+
+
+class End(Shells):
+    LONG = """trap finish EXIT; trap 'exit 143' TERM; exec 3>&1; work() { bash -c 'echo $$ >&3; exec sleep 1000'; }; """
+
+    def expect_that_it_ends(self, process):
+        started = int(process.stdout.readline())
+        process.terminate()
+        self.assertEqual(process.wait(60), 143)
+        # Whoever takes its place as the parent may not have noticed yet.
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+            while "\nState:\tZ" not in pathlib.Path(f"/proc/{started}/status").read_text(encoding="utf-8"):
+                pass
+
+    def test_takes_along_what_runs_side_by_side(self):
+        self.expect_that_it_ends(self.shell(self.LONG + "side_by_side work work one two"))
+
+    def test_takes_along_what_a_step_compiles(self):
+        self.expect_that_it_ends(self.shell(self.LONG + "build_step log Text work"))
 
 
 class Lock(Shells):

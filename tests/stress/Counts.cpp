@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <ostream>
+#include <set>
 #include <vector>
 
 #include "interfaces/ComObject.h"
@@ -109,19 +110,27 @@ int Windows() {
     return count;
 }
 
+/// Calls what it is given for every block in use.
+template <class Visit>
+void ForBlocksOf(HANDLE heap, const Visit& visit) {
+    PROCESS_HEAP_ENTRY entry{};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry)) {
+        if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) {
+            visit(entry);
+        }
+    }
+    HeapUnlock(heap);
+}
+
 void CountHeaps(Counts& counts) {
     std::vector<HANDLE> heaps(64);
     heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
     for (const HANDLE heap : heaps) {
-        PROCESS_HEAP_ENTRY entry{};
-        HeapLock(heap);
-        while (HeapWalk(heap, &entry)) {
-            if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) {
-                ++counts.heapBlocks;
-                counts.heapBytes += entry.cbData;
-            }
-        }
-        HeapUnlock(heap);
+        ForBlocksOf(heap, [&](const PROCESS_HEAP_ENTRY& entry) {
+            ++counts.heapBlocks;
+            counts.heapBytes += entry.cbData;
+        });
     }
 }
 
@@ -156,6 +165,21 @@ Counts Counts::Now() {
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
     counts.privateBytes = memory.PagefileUsage;
     return counts;
+}
+
+bool AreBlocksGrouped() {
+    constexpr std::size_t enough = 256;  // groups begin with blocks that are often asked for
+    const HANDLE heap = GetProcessHeap();
+    std::set<const void*> blocks;
+    while (blocks.size() < enough) {
+        blocks.insert(HeapAlloc(heap, 0, 40));
+    }
+    std::size_t seen = 0;
+    ForBlocksOf(heap, [&](const PROCESS_HEAP_ENTRY& entry) { seen += blocks.count(entry.lpData); });
+    for (const void* const block : blocks) {
+        HeapFree(heap, 0, const_cast<void*>(block));
+    }
+    return seen < blocks.size();
 }
 
 std::ostream& operator<<(std::ostream& stream, const Counts& counts) {

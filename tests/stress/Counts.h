@@ -25,6 +25,10 @@ struct Counts {
 };
 std::ostream& operator<<(std::ostream& stream, const Counts& counts);
 
+/// Whether the heap cuts small blocks out of larger ones, as Windows and later versions of wine do, and
+/// counts only these. It keeps them for later.
+bool AreBlocksGrouped();
+
 /// Counts COM's allocations while it lives. Only complete when the texts are not kept for later use, which
 /// the environment variable OANOCACHE forbids from the start of the process.
 class AllocationSpy : test::Unique {

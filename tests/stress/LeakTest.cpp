@@ -39,6 +39,8 @@ Options options;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables):
 
 /// The system keeps some heap blocks for later; what leaks at every tenth request is more than this.
 constexpr std::size_t toleratedBytes = 64 * 1024;
+/// Where blocks are cut out of larger ones, of 16 KB each, a few more of these are kept: up to six were seen.
+constexpr std::size_t toleratedBytesInGroups = 256 * 1024;
 constexpr std::size_t toleratedPrivateBytes = 4 * 1024 * 1024;
 
 /// Requests of all kinds, a tenth of them disturbed.
@@ -131,7 +133,8 @@ void ExpectNothingLeft(const Counts& before, const Counts& after) {
 
 void ExpectBounded(const Counts& early, const Counts& late) {
     if (!options.areKept) {
-        EXPECT_LE(late.heapBytes, early.heapBytes + toleratedBytes);
+        const std::size_t tolerated = AreBlocksGrouped() ? toleratedBytesInGroups : toleratedBytes;
+        EXPECT_LE(late.heapBytes, early.heapBytes + tolerated);
     }
     EXPECT_LE(late.privateBytes, early.privateBytes + toleratedPrivateBytes);
 }
@@ -219,8 +222,8 @@ TEST(Leaks, AreSeen) {
         EXPECT_EQ(Counts::Now().objects, before.objects + 1);
     }
     // Not with `new`: the compiler may omit an allocation that nobody uses.
-    void* const block = HeapAlloc(GetProcessHeap(), 0, 200'000);
-    EXPECT_GE(Counts::Now().heapBytes, before.heapBytes + toleratedBytes);
+    void* const block = HeapAlloc(GetProcessHeap(), 0, 300'000);
+    EXPECT_GE(Counts::Now().heapBytes, before.heapBytes + toleratedBytesInGroups);
     HeapFree(GetProcessHeap(), 0, block);
 }
 
