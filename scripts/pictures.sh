@@ -1,5 +1,5 @@
-# The pictures of README and handbook, made anew: two of them by the demo, one of the installation, three of a workstation whose folders have the names
-# that an administrator knows.
+# The pictures of README and handbook, made anew: two of them by the demo, one of the installation, three of a workstation whose
+# folders have the names that an administrator knows.
 # shellcheck shell=bash
 # shellcheck source=scripts/demo.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/demo.sh"
@@ -84,9 +84,10 @@ photograph_error() {
 
 # The first two windows of an installation, which is cancelled then.
 photograph_installation() {
-    local windowTitle='Kandora \(32 Bit\) einrichten' before
+    local windowTitle='Kandora \(32 Bit\) einrichten' before installerPid
     local package=("$packages"/Kandora-*-x86.msi)
     demo_tool msiexec.exe /i "$(windows_path "${package[0]}")" </dev/null >/dev/null 2>&1 &
+    installerPid=$!
     wait_until "the licence is shown" window_is_there && wait_until "it stands still" settled &&
         import -window "$(the_window)" "$demo/licence.png" && xdotool key space && wait_until "it is agreed to" settled || return
     before=$(display_signature)
@@ -94,8 +95,11 @@ photograph_installation() {
         import -window "$(the_window)" "$demo/folder.png" &&
         convert "$demo/licence.png" "$demo/folder.png" -bordercolor white -border 4 +append png:- | save_picture installation &&
         xdotool key Escape && wait_until "it asks" settled && xdotool key alt+j && wait_until "it has cancelled" settled &&
-        xdotool key Return && wait
+        xdotool key Return && wait_until "the installer has ended" installer_has_ended
 }
+
+# It says that it was cancelled, by an exit code of its own.
+installer_has_ended() { ! kill -0 "$installerPid" 2>/dev/null; }
 
 display_has_changed() { [[ $(display_signature) != "$before" ]]; }
 
