@@ -225,16 +225,20 @@ displayPid=
 # Starts an X server of our own and sets DISPLAY. The server picks the number itself, so parallel starts cannot collide;
 # it also ends when this shell is killed.
 start_display() {
-    local number descriptor
+    local number descriptor said
+    said=$(mktemp)
     exec {descriptor}< <(exec setpriv --pdeathsig TERM \
-        Xvfb -displayfd 1 -screen 0 1280x1024x24 -dpi 96 -nolisten tcp -noreset 2>/dev/null)
+        Xvfb -displayfd 1 -screen 0 1280x1024x24 -dpi 96 -nolisten tcp -noreset 2>"$said")
     displayPid=$!
-    if ! read -r -t 60 number <&"$descriptor"; then
+    # On a machine that is busy enough, a minute was not enough.
+    if ! read -r -t 600 number <&"$descriptor"; then
         exec {descriptor}<&-
-        warn "Xvfb did not start."
+        warn "Xvfb did not start. $(<"$said")"
+        rm -f "$said"
         return 1
     fi
     exec {descriptor}<&-
+    rm -f "$said"
     export DISPLAY=":$number"
 }
 

@@ -25,8 +25,8 @@ struct Counts {
 };
 std::ostream& operator<<(std::ostream& stream, const Counts& counts);
 
-/// Whether the heap cuts small blocks out of larger ones, as Windows and later versions of wine do, and
-/// counts only these. It keeps them for later.
+/// Whether the heap cuts small blocks out of larger ones, which it keeps for later, and tells of these only.
+/// Later versions of wine do.
 bool AreBlocksGrouped();
 
 /// Counts COM's allocations while it lives. Only complete when the texts are not kept for later use, which
