@@ -39,9 +39,8 @@ protected:
             } else {
                 found.push_back(Short(finding));
                 // A group may lack what could not be read.
-                const bool isTrue = std::ranges::any_of(truth_, [&](const std::string& line) {
-                    return line.starts_with(found.back());
-                });
+                const bool isTrue = std::ranges::any_of(
+                    truth_, [&](const std::string& line) { return line.starts_with(found.back()); });
                 EXPECT_TRUE(isTrue) << "invented: " << found.back();
             }
         }

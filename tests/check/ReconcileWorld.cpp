@@ -50,9 +50,9 @@ ReconcileWorld::ReconcileWorld() {
 }
 
 std::int32_t ReconcileWorld::File(const Kind& kind, const Text& number, const Text& docId) {
-    host.bookings[{number, L"1"}] = {kind.origin,         L"Miete Büro " + number, L"14.11.2026", L"1200.50",
-                                     L"77-" + number,     L"01.11.2026",           L"1234.55",    L"1100-" + number,
-                                     L"42-" + number,     L"Muster & Co",          L"8000",       L"Zürich"};
+    host.bookings[{number, L"1"}] = {
+        kind.origin, L"Miete Büro " + number, L"14.11.2026",   L"1200.50",     L"77-" + number, L"01.11.2026",
+        L"1234.55",  L"1100-" + number,       L"42-" + number, L"Muster & Co", L"8000",         L"Zürich"};
     return globals.goArchiv()->AddDokument(globals.state.folders.strPlatzhalterDatei, L"BC-" + number, number,
                                            L"1", L"Pendent", docId);
 }

@@ -69,8 +69,9 @@ TEST_F(ReconcileWorld, ABookingThatIsGone) {
 TEST_F(ReconcileWorld, ABookingOfAnotherKind) {
     BookingOf(L"17").origin = 1;
     Expect({"andereArt " + Id(voucherEntry)});
-    EXPECT_EQ(Compare().findings.front().text,
-              L"Liegt in «/Sesam/Muster/Buchungen» mit Maske 2, gehört nach «/Sesam/Muster/Debi» mit Maske 4.");
+    EXPECT_EQ(
+        Compare().findings.front().text,
+        L"Liegt in «/Sesam/Muster/Buchungen» mit Maske 2, gehört nach «/Sesam/Muster/Debi» mit Maske 4.");
 }
 
 TEST_F(ReconcileWorld, TheRightMaskInAnotherFolderIsComparedAsWell) {
@@ -101,12 +102,12 @@ TEST_F(ReconcileWorld, AnEntryWithoutIdentity) {
 }
 
 TEST_F(ReconcileWorld, EntriesThatWaitForLong) {
-    FieldOf(voucherEntry, voucher, DocId) = L"20261015235959";   // 31 days
+    FieldOf(voucherEntry, voucher, DocId) = L"20261015235959";    // 31 days
     FieldOf(creditorEntry, creditor, DocId) = L"20261016000000";  // 30
     FieldOf(debtorEntry, debtor, DocId) = L"20261399000000";      // no day: the value date counts
     Expect({"pendent " + Id(voucherEntry)});
-    EXPECT_EQ(Compare().findings.front().text,
-              L"Der Status sagt seit 31 Tagen «Pendent»; ob der Beleg inzwischen eingescannt ist, ist nicht bekannt.");
+    EXPECT_EQ(Compare().findings.front().text, L"Der Status sagt seit 31 Tagen «Pendent»; ob der Beleg "
+                                               L"inzwischen eingescannt ist, ist nicht bekannt.");
     options.days = 0;
     Expect({"pendent " + Id(voucherEntry), "pendent " + Id(creditorEntry), "pendent " + Id(debtorEntry)});
     FieldOf(creditorEntry, creditor, Status) = L"Erfasst";
@@ -122,22 +123,26 @@ TEST_F(ReconcileWorld, DoubleEntriesByEachCriterion) {
     const std::string first = Id(debtorEntry) + " ";
     Expect({"doppelt " + first + "dokId " + Id(twin),
             "doppelt " + first + "nummer " + Id(twin) + " " + Id(third),
-            "doppelt " + first + "barcode " + Id(third),
-            "doppelt " + Id(voucherEntry) + " barcode " + Id(twin)});
+            "doppelt " + Id(voucherEntry) + " barcode " + Id(twin),
+            "doppelt " + first + "barcode " + Id(third)});
 }
 
 TEST_F(ReconcileWorld, WhatAChangeHitsMayBelongToAnother) {
-    const std::int32_t neighbour = archive.AddEntry(
-        {2, L"fremd", {{std::int16_t{12}, L"18"}, {std::int16_t{13}, L"1"}}, L"/Sesam/Nachbar/Buchungen", {}});
+    const std::int32_t neighbour = archive.AddEntry({2,
+                                                     L"fremd",
+                                                     {{std::int16_t{12}, L"18"}, {std::int16_t{13}, L"1"}},
+                                                     L"/Sesam/Nachbar/Buchungen",
+                                                     {}});
     const std::int32_t twin = Copy(debtorEntry);
     const check::Reconciled result = Compare();
     EXPECT_EQ(result.others, 1);
     ASSERT_EQ(result.findings.size(), 3U);
-    EXPECT_EQ(Utf8FromText(result.findings[0].text),
-              "Dieselbe Dokument-ID «20261114080001» hat auch Eintrag " + Id(twin) +
-                  ". Eine Änderung trifft den Eintrag " + Id(neighbour) +
-                  " ausserhalb der Ordner dieses Mandanten, eine Löschung und eine Anzeige treffen den Eintrag " +
-                  Id(debtorEntry) + ".");
+    EXPECT_EQ(
+        Utf8FromText(result.findings[0].text),
+        "Dieselbe Dokument-ID «20261114080001» hat auch Eintrag " + Id(twin) +
+            ". Eine Änderung trifft den Eintrag " + Id(neighbour) +
+            " ausserhalb der Ordner dieses Mandanten, eine Löschung und eine Anzeige treffen den Eintrag " +
+            Id(debtorEntry) + ".");
 }
 
 TEST_F(ReconcileWorld, SomebodyMendsAnEntryMeanwhile) {
@@ -147,7 +152,7 @@ TEST_F(ReconcileWorld, SomebodyMendsAnEntryMeanwhile) {
         // The entry is read in the next moment; with the second look it is right.
         if (!std::exchange(isMended, true)) {
             conductor.Begin();
-            conductor.Meanwhile(25, [this] { FieldOf(voucherEntry, voucher, Amount) = L"1200.50"; });
+            conductor.Meanwhile(15, [this] { FieldOf(voucherEntry, voucher, Amount) = L"1200.50"; });
         }
     };
     Expect({});
@@ -206,17 +211,40 @@ TEST_F(ReconcileWorld, WhatIsAsked) {
     conductor.Begin(true);
     Compare();
     conductor.End();
-    const std::set<Text> reading{L"create",        L"Login",         L"EloWindow",       L"GetEntryId",
-                                 L"LookupDelimiter", L"LookupIndex", L"PrepareObjectEx", L"DoInvisibleSearch",
-                                 L"ObjMainParent", L"ObjShort",      L"getobjAttrib",    L"istoffen",
-                                 L"letztermandant", L"neubuchung",   L"neuAdresse",      L"neuOP",
-                                 L"neuPK",         L"lesen",         L"ursprung",        L"Text",
-                                 L"Datum",         L"Betrag",        L"OPNr",            L"BetragFaktura",
-                                 L"PKNr",          L"AdressID",      L"Firma",           L"PLZ",
-                                 L"Ort",           L"exists"};
+    const std::set<Text> reading{L"create",
+                                 L"Login",
+                                 L"EloWindow",
+                                 L"GetEntryId",
+                                 L"LookupDelimiter",
+                                 L"LookupIndex",
+                                 L"PrepareObjectEx",
+                                 L"DoInvisibleSearch",
+                                 L"ObjMainParent",
+                                 L"ObjShort",
+                                 L"getobjAttrib",
+                                 L"istoffen",
+                                 L"letztermandant",
+                                 L"neubuchung",
+                                 L"neuAdresse",
+                                 L"neuOP",
+                                 L"neuPK",
+                                 L"lesen",
+                                 L"ursprung",
+                                 L"Text",
+                                 L"Datum",
+                                 L"Betrag",
+                                 L"OPNr",
+                                 L"BetragFaktura",
+                                 L"PKNr",
+                                 L"AdressID",
+                                 L"Firma",
+                                 L"PLZ",
+                                 L"Ort",
+                                 L"exists"};
     Lines archiveCalls;
     for (const test::SeenCall& call : conductor.Seen()) {
-        EXPECT_TRUE(reading.contains(call.operation) || call.side == "machine") << Utf8FromText(call.operation);
+        EXPECT_TRUE(reading.contains(call.operation) || call.side == "machine")
+            << Utf8FromText(call.operation);
         if (call.side == "archive") {
             if (call.operation == L"PrepareObjectEx") {
                 EXPECT_NE(call.LongAt(1), test::documentEntry) << "prepared for writing";
@@ -237,11 +265,24 @@ TEST_F(ReconcileWorld, WhatIsAsked) {
                               {"GetEntryId", "LookupDelimiter", "GetEntryId", "LookupIndex"},
                               {"GetEntryId", "LookupDelimiter", "GetEntryId", "LookupIndex"},
                               {"GetEntryId", "LookupDelimiter", "GetEntryId", "LookupIndex"},
-                              search, {"GetEntryId"}, foundNone, search, foundNone, search, foundNone,
-                              load, vouchersField, {"ObjShort"},
-                              load, {"getobjAttrib", "getobjAttrib", "getobjAttrib"},  // another client's
-                              load, partnersField, {"ObjShort"},
-                              load, partnersField, {"ObjShort"}}));
+                              search,
+                              {"GetEntryId"},
+                              foundNone,
+                              search,
+                              foundNone,
+                              search,
+                              foundNone,
+                              load,
+                              vouchersField,
+                              {"ObjShort"},
+                              load,
+                              {"getobjAttrib", "getobjAttrib", "getobjAttrib"},  // another client's
+                              load,
+                              partnersField,
+                              {"ObjShort"},
+                              load,
+                              partnersField,
+                              {"ObjShort"}}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@ import contextlib
 import csv
 import json
 import re
+import shutil
 import unittest
 
 from checkstation import CLIENT_FOLDER, CheckStation, interrupt
@@ -64,7 +65,7 @@ class Reconciling(unittest.TestCase):
         file = self.file_of(number)
         content = json.loads(file.read_text(encoding="utf-8"))
         content["id"] = 1 + max(entry["id"] for entry in self.station.entries())
-        del content["dokument"]
+        content["dokument"] = shutil.copy(file.with_name(content["dokument"]), file.with_name(f"{content['id']}.pdf")).name
         (file.parent / f"{content['id']}.json").write_text(json.dumps(content, ensure_ascii=False), encoding="utf-8")
         (self.station.store / "zaehler.json").write_text(json.dumps({"naechste": content["id"] + 1}), encoding="utf-8")
         return content["id"]
@@ -136,7 +137,8 @@ class Reconciling(unittest.TestCase):
                 self.rewrite(number, lambda content: content.update(kurzbezeichnung="alt"))
                 self.set_field(kind, "BelegNr", booking["belegNr"])
                 self.set_field(kind, "BelegIndex", booking["belegIndex"])
-                self.rewrite(number, lambda content: content["felder"].update(self.right_fields(kind)))
+                right = self.right_fields(kind)
+                self.rewrite(number, lambda content: content["felder"].update(right))
                 found = self.assert_found([("abweichend", number, "")])["befunde"][0]
                 self.assertEqual(found["felder"],
                                  [{"feld": "Kurzbezeichnung", "archiv": "alt", "buchhaltung": booking["text"]}])
@@ -162,7 +164,7 @@ class Reconciling(unittest.TestCase):
     def test_the_files(self):
         self.rewrite(self.ids["Debi"], lambda content: content.update(kurzbezeichnung=NASTY))
         self.set_field("Debi", "Rechnungsdatum", "3.2.2001")
-        sheet, page = self.station.folder / "Befunde ü.csv", self.station.folder / "Befunde.html"
+        sheet, page = self.station.folder / "Befunde.csv", self.station.folder / "Befunde.html"
         code, output, errors = self.station.run_text("--reconcile", "--days", "99999", "--csv", windows_path(sheet),
                                                      "--html", windows_path(page))
         self.assertEqual((code, errors), (1, ""))
@@ -283,6 +285,30 @@ class Reconciling(unittest.TestCase):
         self.station.stop_archive()
         self.station.register_archive()
         self.assert_found([("nichtGeloescht", self.ids["Debi"], "")], "--logs", windows_path(self.station.install))
+
+    # ---- several clients -----------------------------------------------------------------------------------------
+
+    def test_clients_by_their_paths(self):
+        other, booking = self.station.folder / "Zweiter Mandant.json", self.bookings["Debi"]
+        content = json.loads(self.station.client.read_text(encoding="utf-8"))
+        content["buchungen"] = [one for one in content["buchungen"] if one["docId"] != booking["docId"]]
+        self.station.write_json(other, content)
+        missing = self.station.folder / "Fehlt.json"
+        names = [windows_path(file) for file in (self.station.client, other, missing)]
+        clients = self.station.folder / "Mandanten.txt"
+        clients.write_text("\r\n".join(names[1:]) + "\r\n", encoding="utf-8")
+        before = self.files()
+        result = self.station.check("--reconcile", "--days", "99999", "--client", names[0], "--client", f"@{windows_path(clients)}")
+        found = result.json["abgleiche"]
+        self.assertEqual([(one["mandant"], one["vollstaendig"], told(one)) for one in found],
+                         [(names[0], True, []), (names[1], True, [("ohneBuchung", self.ids["Debi"], "")]), (names[2], False, [])])
+        self.assertEqual(result.code, 2)
+        self.assertEqual(self.files(), before)
+        # The one that is open is still the accounting's own.
+        self.assertEqual(self.station.check().find("Finanzbuchhaltung", "Mandant")["wert"], content["mandant"])
+        code, output, errors = self.station.run_text("--reconcile", "--days", "99999", "--client", names[1], "--client", names[0])
+        self.assertEqual((code, errors), (1, ""))
+        self.assertEqual([line.split(": ")[0] for line in output.splitlines()[-2:]], [names[1], names[0]])
 
     # ---- mending -------------------------------------------------------------------------------------------------
 

@@ -33,7 +33,8 @@ std::optional<Day> Valid(const Day& day) {
     return Calendar(day).ok() ? std::optional(day) : std::nullopt;
 }
 
-/// "5.11.2026"; whatever the user's settings are, the host's own dates read like this in this country.
+/// "5.11.2026", not necessarily a day that there is; whatever the user's settings are, the host's own dates
+/// read like this in this country.
 std::optional<Day> Dotted(const Text& date) {
     const std::size_t first = date.find(L'.');
     const std::size_t second = first == Text::npos ? Text::npos : date.find(L'.', first + 1);
@@ -48,7 +49,7 @@ std::optional<Day> Dotted(const Text& date) {
         year.size() != 4) {
         return std::nullopt;
     }
-    return Valid({NumberIn(year), NumberIn(month), NumberIn(day)});
+    return Day{NumberIn(year), NumberIn(month), NumberIn(day)};
 }
 
 }  // namespace
@@ -59,12 +60,17 @@ std::optional<Day> DayOfDocId(const Text& docId) {
         return std::nullopt;
     }
     const TextView digits = docId;
-    return Valid({NumberIn(digits.substr(0, 4)), NumberIn(digits.substr(4, 2)), NumberIn(digits.substr(6, 2))});
+    if (NumberIn(digits.substr(8, 2)) > 23 || NumberIn(digits.substr(10, 2)) > 59 ||
+        NumberIn(digits.substr(12, 2)) > 59) {
+        return std::nullopt;
+    }
+    return Valid(
+        {NumberIn(digits.substr(0, 4)), NumberIn(digits.substr(4, 2)), NumberIn(digits.substr(6, 2))});
 }
 
 std::optional<Day> DayOfDate(const Text& date) {
     if (const auto dotted = Dotted(date)) {
-        return dotted;
+        return Valid(*dotted);
     }
     DATE value = 0;
     SYSTEMTIME parts{};

@@ -39,7 +39,6 @@ BookingJudge::BookingJudge(MGlobals& globals, const EntryReader& reader)
     : globals_(globals), reader_(reader), rehearsal_(globals, LateBound()) {}
 
 const DocumentKind* BookingJudge::Rehearse(const Identity& identity, const Text& barcode) {
-    barcode_ = barcode;
     try {
         return KindOf(rehearsal_.File(identity.number, identity.index, barcode, identity.docId));
     } catch (const RuntimeError&) {
@@ -54,7 +53,7 @@ bool BookingJudge::HasBooking(const Identity& identity) {
     return Rehearse(identity, {}) != nullptr;
 }
 
-std::vector<EntryFinding> BookingJudge::Judge(const ArchivedEntry& entry) {
+std::vector<EntryFinding> BookingJudge::Judge(const ArchivedEntry& entry, const Text& barcode) {
     std::vector<EntryFinding> findings;
     const auto add = [&](Discrepancy kind, Text text, std::vector<FieldDifference> fields = {}) {
         findings.push_back(AboutEntry(kind, entry));
@@ -65,8 +64,7 @@ std::vector<EntryFinding> BookingJudge::Judge(const ArchivedEntry& entry) {
         add(Discrepancy::Empty, sentence::Empty());
         return findings;
     }
-    const DocumentKind* const kind =
-        Rehearse(entry.identity, requests_ == nullptr ? Text() : requests_->BarcodeOf(entry.identity));
+    const DocumentKind* const kind = Rehearse(entry.identity, barcode);
     if (kind == nullptr) {
         add(Discrepancy::NoBooking, sentence::NoBooking(entry.identity));
         return findings;
@@ -80,7 +78,7 @@ std::vector<EntryFinding> BookingJudge::Judge(const ArchivedEntry& entry) {
     if (mask != entry.mask) {
         return findings;  // a change would write into lines that mean something else here
     }
-    std::vector<FieldDifference> fields = Differences(entry, *kind);
+    std::vector<FieldDifference> fields = Differences(entry, *kind, !barcode.empty());
     if (Holds(fields, *kind, &DocumentRecord::Valutadatum) && Holds(fields, *kind, &DocumentRecord::Betrag)) {
         std::erase_if(fields, [&](const FieldDifference& field) { return !IsDateOrAmount(field, *kind); });
         add(Discrepancy::OtherBooking, sentence::OtherBooking(fields), fields);
@@ -90,8 +88,8 @@ std::vector<EntryFinding> BookingJudge::Judge(const ArchivedEntry& entry) {
     return findings;
 }
 
-std::vector<FieldDifference> BookingJudge::Differences(const ArchivedEntry& entry,
-                                                       const DocumentKind& kind) const {
+std::vector<FieldDifference> BookingJudge::Differences(const ArchivedEntry& entry, const DocumentKind& kind,
+                                                       bool withBarcode) const {
     const NotedEntry& noted = rehearsal_.Noted();
     std::vector<FieldDifference> fields;
     if (entry.title && *entry.title != noted.title) {
@@ -104,7 +102,7 @@ std::vector<FieldDifference> BookingJudge::Differences(const ArchivedEntry& entr
         const bool isOverwritten =
             std::any_of(noted.fields.begin() + static_cast<std::ptrdiff_t>(place) + 1, noted.fields.end(),
                         [&](const auto& later) { return later.first == line; });
-        const bool isTold = field.role != FieldRole::Barcode || !barcode_.empty();
+        const bool isTold = field.role != FieldRole::Barcode || withBarcode;
         const auto archived = entry.fields.find(line);
         if (field.role != FieldRole::Status && isTold && !isOverwritten && archived != entry.fields.end() &&
             archived->second != value) {

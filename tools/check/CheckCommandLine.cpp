@@ -24,11 +24,13 @@ struct Given {
 };
 
 void DeclareReconciliation(CLI::App& app, Given& given) {
-    app.add_flag("--reconcile", given.flags.reconcile,
-                 Utf8FromText(L"Vergleicht alle Einträge des Mandanten mit der Finanzbuchhaltung und nennt, was "
-                              L"nicht stimmt, ohne zu schreiben."));
-    app.add_flag("--reindex", given.flags.reindex,
-                 Utf8FromText(L"Vergleicht und schreibt dann, nach Rückfrage, die abweichenden Einträge neu."));
+    app.add_flag(
+        "--reconcile", given.flags.reconcile,
+        Utf8FromText(L"Vergleicht alle Einträge des Mandanten mit der Finanzbuchhaltung und nennt, was "
+                     L"nicht stimmt, ohne zu schreiben."));
+    app.add_flag(
+        "--reindex", given.flags.reindex,
+        Utf8FromText(L"Vergleicht und schreibt dann, nach Rückfrage, die abweichenden Einträge neu."));
     app.add_flag("--yes", given.flags.yes, Utf8FromText(L"Bejaht die Rückfrage von --reindex, für Skripte."));
     app.add_option("--days", given.flags.days,
                    Utf8FromText(L"Nennt Einträge, die mehr als so viele Tage pendent sind (sonst 30)."))
@@ -39,12 +41,13 @@ void DeclareReconciliation(CLI::App& app, Given& given) {
         ->type_name("ORDNER");
     app.add_option("--csv", given.csv, Utf8FromText(L"Schreibt die Befunde für eine Tabellenkalkulation."))
         ->type_name("DATEI");
-    app.add_option("--html", given.html, Utf8FromText(L"Schreibt die Befunde als Seite."))->type_name("DATEI");
-    app.add_option("--client", given.clients,
-                   Utf8FromText(L"Vergleicht diesen Mandanten statt des offenen, auch mehrmals; @DATEI nennt eine "
-                                L"Liste, eine Zeile je Mandant."))
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+    app.add_option("--html", given.html, Utf8FromText(L"Schreibt die Befunde als Seite."))
+        ->type_name("DATEI");
+    app.add_option(
+           "--client", given.clients,
+           Utf8FromText(L"Vergleicht diesen Mandanten statt des offenen, auch mehrmals; @DATEI nennt eine "
+                        L"Liste, eine Zeile je Mandant."))
+        ->allow_extra_args(false)
         ->type_name("PFAD");
 }
 
@@ -54,10 +57,9 @@ void Declare(CLI::App& app, Given& given) {
     app.get_formatter()->column_width(34);
     app.option_defaults()->group("Angaben");
     app.allow_extras();
-    app.footer(
-        Utf8FromText(L"Prüft nur und ändert nichts, ausser mit --probe, --adopt und --reindex.\n"
-                     L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler; mit --reconcile und --reindex\n"
-                     L"0 keine Befunde, 1 Befunde, 2 nicht zu Ende gekommen."));
+    app.footer(Utf8FromText(L"Prüft nur und ändert nichts, ausser mit --probe, --adopt und --reindex.\n"
+                            L"Ergebnis: 0 alles gut, 1 Warnungen, 2 Fehler; mit --reconcile und --reindex\n"
+                            L"0 keine Befunde, 1 Befunde, 2 nicht zu Ende gekommen."));
     app.set_help_flag("-h,--help", "Zeigt diese Hilfe.")->group("Angaben");
     app.add_flag("--version", given.version, "Zeigt die Version.");
     app.add_flag("--json", given.flags.json, Utf8FromText(L"Gibt das Ergebnis als JSON aus, für Skripte."));
@@ -100,7 +102,8 @@ Text Complaint(const CLI::ParseError& error) {
 
 /// What goes only with another one.
 void RequireCompany(const CommandLine& line) {
-    const bool writesMore = !line.logs.empty() || !line.csv.empty() || !line.html.empty() || !line.clients.empty();
+    const bool writesMore =
+        !line.logs.empty() || !line.csv.empty() || !line.html.empty() || !line.clients.empty();
     if (writesMore && !line.reconcile) {
         throw UsageError(L"--logs, --csv, --html und --client gehören zu --reconcile oder --reindex.");
     }

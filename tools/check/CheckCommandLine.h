@@ -30,7 +30,7 @@ struct CommandLine {
     Text csv;
     Text html;
     std::vector<Text> clients;  ///< paths; empty for the client that is open
-    Text answer;  ///< help or version, which is all that was asked for
+    Text answer;                ///< help or version, which is all that was asked for
 };
 
 /// What is wrong with a command line, in German.

@@ -42,8 +42,7 @@ std::int32_t EntryReader::FolderOf(const DocumentKind& kind) const {
 }
 
 Text EntryReader::PathOf(std::int32_t folder) const {
-    const auto found =
-        std::ranges::find(folders_, folder, [](const auto& known) { return known.second; });
+    const auto found = std::ranges::find(folders_, folder, [](const auto& known) { return known.second; });
     return found == folders_.end() ? Text() : state_.folders.*found->first->folder.path;
 }
 
@@ -51,8 +50,7 @@ MaskSearch EntryReader::Search(const DocumentKind& kind) {
     MaskSearch search{&kind, 0, {}};
     std::int32_t mask = state_.settings.*kind.mask;
     if (const std::int32_t answer = Number(
-            L"PrepareObjectEx",
-            session_.Get(L"PrepareObjectEx", archive::none, archive::none, ByRef(mask)));
+            L"PrepareObjectEx", session_.Get(L"PrepareObjectEx", archive::none, archive::none, ByRef(mask)));
         answer < 0) {
         throw RuntimeError(errors::invalidArgument, L"PrepareObjectEx=" + Decimal(answer));
     }
@@ -84,9 +82,8 @@ MaskSearch EntryReader::Search(const DocumentKind& kind) {
 
 bool EntryReader::Load(std::int32_t id, std::int32_t mask) {
     std::int32_t asked = id;
-    const std::int32_t answer =
-        Number(L"PrepareObjectEx",
-               session_.Get(L"PrepareObjectEx", ByRef(asked), archive::none, ByRef(mask)));
+    const std::int32_t answer = Number(
+        L"PrepareObjectEx", session_.Get(L"PrepareObjectEx", ByRef(asked), archive::none, ByRef(mask)));
     if (answer < 0) {
         throw RuntimeError(errors::invalidArgument, L"PrepareObjectEx=" + Decimal(answer));
     }
@@ -111,8 +108,8 @@ std::optional<ArchivedEntry> EntryReader::Read(const MaskSearch& search, std::in
     if (entry.folder <= 0) {
         throw RuntimeError(errors::invalidArgument, L"ObjMainParent=" + Decimal(entry.folder));
     }
-    entry.isOwn = std::ranges::any_of(
-        folders_, [&](const auto& known) { return known.second == entry.folder; });
+    entry.isOwn =
+        std::ranges::any_of(folders_, [&](const auto& known) { return known.second == entry.folder; });
     const IndexPositions& lines = state_.settings.*search.kind->positions;
     if (entry.isOwn) {
         ReadAll(entry);

@@ -14,15 +14,15 @@ namespace kandora::check {
 /// What the archive says of one entry.
 struct ArchivedEntry {
     std::int32_t id = 0;
-    std::int32_t hit = 0;       ///< in its mask's search, counted from 0
-    std::size_t order = 0;      ///< its mask's place in the component's order of searching
+    std::int32_t hit = 0;   ///< in its mask's search, counted from 0
+    std::size_t order = 0;  ///< its mask's place in the component's order of searching
     std::int32_t mask = 0;
     std::int32_t folder = 0;
-    bool isOwn = false;         ///< it lies in one of the client's folders
-    Identity identity;          ///< of an entry that is not own without the barcode
+    bool isOwn = false;  ///< it lies in one of the client's folders
+    Identity identity;   ///< of an entry that is not own without the barcode
     Text status;
     Text valueDate;
-    std::optional<Text> title;  ///< none where the archive does not let it be read
+    std::optional<Text> title;            ///< none where the archive does not let it be read
     std::map<std::int16_t, Text> fields;  ///< by line; of an own entry
 
     bool operator==(const ArchivedEntry&) const = default;

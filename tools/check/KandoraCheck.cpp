@@ -41,8 +41,8 @@ void CheckEverything(Report& report, const CommandLine& options) {
         run(area::archive, [&] { return CheckArchive(report, subject, surroundings); });
     // Other clients than the one that is open are looked at one by one, when their turn comes.
     const bool isClientReady = options.clients.empty() && run(area::host, [&] {
-        return CheckHost(report, subject, surroundings, isArchiveUsable);
-    });
+                                   return CheckHost(report, subject, surroundings, isArchiveUsable);
+                               });
     if (hasSettings) {
         CheckFolders(report, subject, surroundings);
     }

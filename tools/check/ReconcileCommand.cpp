@@ -112,16 +112,16 @@ private:
         watch.isInterrupted = &Interruption::IsWanted;
         watch.onEntry = [this](std::int32_t entry, const Text& reason) {
             const Text name = L"Eintrag " + Decimal(entry);
-            Say(LineOf(reason.empty()
-                           ? Finding{area::reconciliation, name, Verdict::Good, L"neu geschrieben", {}}
-                           : Finding{area::reconciliation, name, Verdict::Warning, L"nicht geschrieben",
-                                     reason}));
+            Say(LineOf(
+                reason.empty()
+                    ? Finding{area::reconciliation, name, Verdict::Good, L"neu geschrieben", {}}
+                    : Finding{area::reconciliation, name, Verdict::Warning, L"nicht geschrieben", reason}));
         };
         result.reindexed = Reindex(surroundings_.globals, entries, watch);
         const Reindexed& done = *result.reindexed;
         Say(CountOf(done.written.size()) + L" neu geschrieben, " + CountOf(done.left.size()) +
-            L" ausgelassen, " +
-            CountOf(entries.size() - done.written.size() - done.left.size()) + L" nicht versucht");
+            L" ausgelassen, " + CountOf(entries.size() - done.written.size() - done.left.size()) +
+            L" nicht versucht");
         if (!done.failure.empty()) {
             Say(LineOf({area::reconciliation, L"Neu schreiben", Verdict::Failure, done.failure,
                         L"Ursache beheben und wiederholen; was geschrieben ist, bleibt"}));

@@ -120,8 +120,8 @@ Finding LineFinding(const EntryFinding& finding) {
 
 Finding LineFinding(const MaskFill& mask) {
     const std::int64_t percent = mask.entries * std::int64_t{100} / lookedThrough;
-    const Text value =
-        Decimal(mask.entries) + L" von " + Decimal(lookedThrough) + L" Einträgen (" + Decimal(percent) + L" %)";
+    const Text value = Decimal(mask.entries) + L" von " + Decimal(lookedThrough) + L" Einträgen (" +
+                       Decimal(percent) + L" %)";
     const Text name = L"Maske " + mask.name + L" (" + Decimal(mask.mask) + L")";
     constexpr std::int64_t fullFrom = 80;
     if (percent < fullFrom) {
@@ -155,7 +155,8 @@ Text ProgressText(const ReconcileProgress& progress, std::uint64_t elapsed) {
                 Counted(static_cast<std::int64_t>(progress.findings), L" Befund", L" Befunde");
     if (progress.done > 0) {
         const auto done = static_cast<std::uint64_t>(progress.done);
-        text += L", noch " + Minutes(elapsed * static_cast<std::uint64_t>(progress.total - progress.done) / done);
+        text +=
+            L", noch " + Minutes(elapsed * static_cast<std::uint64_t>(progress.total - progress.done) / done);
     }
     return text;
 }

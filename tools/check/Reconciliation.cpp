@@ -12,6 +12,7 @@
 #include "tools/check/EntryReader.h"
 #include "tools/check/Sentences.h"
 #include "tools/check/Surroundings.h"
+#include "tools/check/TracedRequests.h"
 
 namespace kandora::check {
 
@@ -152,13 +153,12 @@ private:
             finding.text = complaint + L".";
             Report(std::move(finding));
         }
-        judge_.Trust(*requests_);
     }
 
     Text OpenClient() { return globals_.goSesamSOK()->oSesamFibu().Get(L"letztermandant").ToText(); }
 
-    /// The host answers for the client that its user has open. Once that is another one, nothing that was read
-    /// since says anything.
+    /// The host answers for the client that its user has open. Once that is another one, nothing that was
+    /// read since says anything.
     void RequireSameClient() {
         const Text client = Required(L"Finanzbuchhaltung", [&] { return OpenClient(); });
         if (client != result_.client) {
@@ -173,8 +173,8 @@ private:
             searches_.push_back(Required(L"Suche im Archiv", [&] { return reader_.Search(*kind); }));
             searches_.back().order = searches_.size() - 1;
             const std::size_t count = searches_.back().hits.size();
-            result_.masks.push_back({globals_.state.settings.*kind->mask, kind->maskKey,
-                                     static_cast<std::int32_t>(count)});
+            result_.masks.push_back(
+                {globals_.state.settings.*kind->mask, kind->maskKey, static_cast<std::int32_t>(count)});
             progress_.total += static_cast<std::int64_t>(count);
         }
     }
@@ -229,13 +229,13 @@ private:
     /// What comparing the entry with its booking finds twice in a row. Somebody may be at work meanwhile, so
     /// that whatever looks wrong is looked at again, and an entry that has vanished is nothing.
     std::vector<EntryFinding> StableFindings(const MaskSearch& search, std::optional<ArchivedEntry>& entry) {
-        std::vector<EntryFinding> findings = judge_.Judge(*entry);
+        std::vector<EntryFinding> findings = Judge(*entry);
         for (int look = 1; !findings.empty(); ++look) {
             entry = reader_.Read(search, entry->hit, entry->id);
             if (!entry || !entry->isOwn) {
                 return {};
             }
-            std::vector<EntryFinding> again = judge_.Judge(*entry);
+            std::vector<EntryFinding> again = Judge(*entry);
             if (again == findings) {
                 break;
             }
@@ -245,6 +245,10 @@ private:
             findings = std::move(again);
         }
         return findings;
+    }
+
+    std::vector<EntryFinding> Judge(const ArchivedEntry& entry) {
+        return judge_.Judge(entry, requests_ ? requests_->BarcodeOf(entry.identity) : Text());
     }
 
     void AddWhatNeedsNoBooking(const ArchivedEntry& entry, std::vector<EntryFinding>& findings) {

@@ -67,18 +67,19 @@ private:
 
     /// Why the entry was left as it was; empty when it has been written. Raises when that failed.
     Text Mend(const EntryFinding& finding) {
+        const Text barcode = BarcodeFor(finding);
         const auto before = Read(finding);
         if (!before || before->identity != finding.identity) {
             return L"inzwischen ein anderer Eintrag";
         }
-        if (DifferencesOf(*before).empty()) {
+        if (DifferencesOf(*before, barcode).empty()) {
             return L"stimmt inzwischen";
         }
         guard_ = {finding.entry, 0};
         // A change does not clear the records first: nothing of the last entry may reach this one.
         globals_.state.records = {};
         try {
-            writer_.ChangeDocument(BarcodeFor(finding), finding.identity.number, finding.identity.index,
+            writer_.ChangeDocument(barcode, finding.identity.number, finding.identity.index,
                                    finding.identity.docId);
         } catch (...) {
             globals_.goErrHandler().Clear();
@@ -91,10 +92,10 @@ private:
         guard_.allowed = 0;
         const auto after = Read(finding);
         if (!after) {
-            throw RuntimeError(errors::internal,
-                               L"Eintrag " + Decimal(finding.entry) + L" ist nach dem Schreiben nicht mehr da");
+            throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
+                                                     L" ist nach dem Schreiben nicht mehr da");
         }
-        for (const FieldDifference& field : DifferencesOf(*after)) {
+        for (const FieldDifference& field : DifferencesOf(*after, barcode)) {
             throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
                                                      L" weicht nach dem Schreiben ab: " + field.key + L" «" +
                                                      field.archive + L"» statt «" + field.accounting + L"»");
@@ -111,8 +112,8 @@ private:
         return std::nullopt;
     }
 
-    std::vector<FieldDifference> DifferencesOf(const ArchivedEntry& entry) {
-        for (EntryFinding& finding : judge_.Judge(entry)) {
+    std::vector<FieldDifference> DifferencesOf(const ArchivedEntry& entry, const Text& barcode) {
+        for (EntryFinding& finding : judge_.Judge(entry, barcode)) {
             if (finding.kind == Discrepancy::Differing) {
                 return finding.fields;
             }
@@ -143,9 +144,8 @@ private:
 
 std::vector<EntryFinding> Differing(const Reconciled& reconciled) {
     std::vector<EntryFinding> found;
-    std::ranges::copy_if(reconciled.findings, std::back_inserter(found), [](const EntryFinding& finding) {
-        return finding.kind == Discrepancy::Differing;
-    });
+    std::ranges::copy_if(reconciled.findings, std::back_inserter(found),
+                         [](const EntryFinding& finding) { return finding.kind == Discrepancy::Differing; });
     return found;
 }
 

@@ -91,13 +91,13 @@ Text Empty() {
 }
 
 Text Unreachable(std::int32_t hit) {
-    return L"Ist Treffer " + Decimal(std::int64_t{hit} + 1) + L" seiner Maske; die Komponente sieht nur die ersten " +
-           Decimal(archive::lastHitExamined + 1) + L" durch.";
+    return L"Ist Treffer " + Decimal(std::int64_t{hit} + 1) +
+           L" seiner Maske; die Komponente sieht nur die ersten " + Decimal(archive::lastHitExamined + 1) +
+           L" durch.";
 }
 
 Text Pending(std::int32_t days) {
-    return L"Der Status sagt seit " + Decimal(days) +
-           (days == 1 ? L" Tag" : L" Tagen") +
+    return L"Der Status sagt seit " + Decimal(days) + (days == 1 ? L" Tag" : L" Tagen") +
            L" «Pendent»; ob der Beleg inzwischen eingescannt ist, ist nicht bekannt.";
 }
 

@@ -38,11 +38,11 @@ Text Entries(const std::vector<std::int32_t>& entries) {
 void AppendRows(Text& sheet, const Text& client, const EntryFinding& finding) {
     const bool hasEntry = finding.entry != 0;
     const auto append = [&](const FieldDifference& field) {
-        sheet += Row({client, NameOf(finding.kind).title, hasEntry ? Decimal(finding.entry) : Text(),
-                      hasEntry ? Decimal(finding.hit) : Text(), finding.identity.number,
-                      finding.identity.index, finding.identity.docId, finding.identity.barcode, finding.by,
-                      Entries(finding.others), field.key, FieldValue(field.archive),
-                      FieldValue(field.accounting), finding.text});
+        sheet +=
+            Row({client, NameOf(finding.kind).title, hasEntry ? Decimal(finding.entry) : Text(),
+                 hasEntry ? Decimal(finding.hit) : Text(), finding.identity.number, finding.identity.index,
+                 finding.identity.docId, finding.identity.barcode, finding.by, Entries(finding.others),
+                 field.key, FieldValue(field.archive), FieldValue(field.accounting), finding.text});
     };
     if (finding.fields.empty()) {
         append({});
@@ -68,9 +68,9 @@ Text Cell(const Text& value) {
 
 std::string SpreadsheetOf(const std::vector<Reconciled>& reconciled) {
     Text sheet = byteOrderMark;
-    sheet += Row({L"Mandant", L"Befund", L"Eintrag", L"Treffer", L"Belegnummer", L"Belegindex",
-                  L"Dokument-ID", L"Barcode", L"Wodurch", L"Weitere", L"Feld", L"Archiv", L"Buchhaltung",
-                  L"Text"});
+    sheet +=
+        Row({L"Mandant", L"Befund", L"Eintrag", L"Treffer", L"Belegnummer", L"Belegindex", L"Dokument-ID",
+             L"Barcode", L"Wodurch", L"Weitere", L"Feld", L"Archiv", L"Buchhaltung", L"Text"});
     for (const Reconciled& one : reconciled) {
         for (const EntryFinding& finding : one.findings) {
             AppendRows(sheet, one.client, finding);

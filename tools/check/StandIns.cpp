@@ -82,7 +82,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters,
                                      VARIANT* result, EXCEPINFO* exception, UINT* argument) override {
-        constexpr std::array forbidden{L"DeleteObj",      L"AddPostboxFile", L"MoveToArchive",
+        constexpr std::array forbidden{L"DeleteObj",       L"AddPostboxFile", L"MoveToArchive",
                                        L"CreateStructure", L"InsertRef",      L"clickon"};
         if (std::ranges::any_of(forbidden, [&](const wchar_t* member) { return Is(id, member); }) ||
             (Is(id, L"PrepareObjectEx") && !IsAllowed(*parameters))) {

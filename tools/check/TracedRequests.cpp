@@ -108,9 +108,9 @@ std::optional<TracedVoucher> VoucherIn(TextView text, const Text& client) {
     if (!elements || elements->size() <= barcodeElement) {
         return std::nullopt;
     }
-    return TracedVoucher{{(*elements)[numberElement], (*elements)[indexElement], values->front(),
-                          (*elements)[barcodeElement]},
-                         (*elements)[clientElement]};
+    return TracedVoucher{
+        {(*elements)[numberElement], (*elements)[indexElement], values->front(), (*elements)[barcodeElement]},
+        (*elements)[clientElement]};
 }
 
 }  // namespace
@@ -120,8 +120,9 @@ const wchar_t* TracedRequest::Name() const noexcept {
 }
 
 Text TracedRequest::SortableTime() const {
-    return time.size() < timeLength ? time
-                                    : time.substr(6, 4) + time.substr(3, 2) + time.substr(0, 2) + time.substr(11);
+    return time.size() < timeLength
+               ? time
+               : time.substr(6, 4) + time.substr(3, 2) + time.substr(0, 2) + time.substr(11);
 }
 
 // ---- One log ----
@@ -146,10 +147,9 @@ public:
         }
         EndRecord();
         if (bad_ > 0) {
-            requests_.complaints_.push_back(
-                name_ + L": " + Counted(bad_, L" Zeile ist", L" Zeilen sind") +
-                L" nicht zu verstehen (" + (bad_ == 1 ? L"" : L"die erste: ") + L"Zeile " +
-                Decimal(firstBad_) + L")");
+            requests_.complaints_.push_back(name_ + L": " + Counted(bad_, L" Zeile ist", L" Zeilen sind") +
+                                            L" nicht zu verstehen (" + (bad_ == 1 ? L"" : L"die erste: ") +
+                                            L"Zeile " + Decimal(firstBad_) + L")");
         }
     }
 
@@ -255,8 +255,8 @@ void TracedRequests::ReadFolder(const Text& folder, const std::function<bool()>&
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                       OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
         if (!file) {
-            complaints_.push_back(name + L": lässt sich nicht öffnen (Fehler " +
-                                  Decimal(GetLastError()) + L")");
+            complaints_.push_back(name + L": lässt sich nicht öffnen (Fehler " + Decimal(GetLastError()) +
+                                  L")");
             continue;
         }
         ReadLog(name, [&] {
@@ -267,8 +267,8 @@ void TracedRequests::ReadFolder(const Text& folder, const std::function<bool()>&
             }
             if (ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr) ==
                 FALSE) {
-                complaints_.push_back(name + L": lässt sich nicht lesen (Fehler " +
-                                      Decimal(GetLastError()) + L")");
+                complaints_.push_back(name + L": lässt sich nicht lesen (Fehler " + Decimal(GetLastError()) +
+                                      L")");
             }
             bytes.resize(read);
             return bytes;

@@ -57,8 +57,8 @@ private:
     class Reader;
 
     struct Ledger {
-        Vouchers latest;                       ///< of those that file or delete
-        Vouchers barcodes;                     ///< of those that told a barcode
+        Vouchers latest;    ///< of those that file or delete
+        Vouchers barcodes;  ///< of those that told a barcode
         std::map<Text, TracedRequest> latestOfDocId;
 
         void Note(const TracedRequest& request);
