@@ -37,6 +37,7 @@ protected:
                 isTold = true;
                 EXPECT_FALSE(finding.text.empty());
             } else {
+                EXPECT_EQ(std::ranges::count(found, Short(finding)), 0) << "twice: " << Short(finding);
                 found.push_back(Short(finding));
                 // A group may lack what could not be read.
                 const bool isTrue = std::ranges::any_of(

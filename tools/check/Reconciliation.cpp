@@ -1,6 +1,7 @@
 #include "tools/check/Reconciliation.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 
@@ -52,7 +53,9 @@ public:
             result_.isComplete = true;
         } catch (const Stopped& stopped) {
             result_.reason = stopped.reason;
-            JudgeDuplicates(false);
+            if (!areDuplicatesJudged_) {
+                JudgeDuplicates(false);
+            }
         }
         globals_.goErrHandler().Clear();
         return std::move(result_);
@@ -296,6 +299,7 @@ private:
         for (int looks = 0; look && looks < mostLooks && LookAgain(found); ++looks) {
             found = index_.Duplicates();
         }
+        areDuplicatesJudged_ = true;
         for (const Doubles& doubles : found) {
             const IndexedIdentity& first = *doubles.entries.front();
             EntryFinding finding = AboutIndexed(Discrepancy::Duplicate, first);
@@ -310,18 +314,15 @@ private:
 
     /// Reads the entries of double ones again; true when one of them has changed meanwhile.
     bool LookAgain(const std::vector<Doubles>& found) {
-        std::vector<IndexedIdentity> suspects;
+        std::map<std::int32_t, IndexedIdentity> suspects;
         for (const Doubles& doubles : found) {
             for (const IndexedIdentity* entry : doubles.entries) {
-                suspects.push_back(*entry);
+                suspects.emplace(entry->id, *entry);
             }
         }
         bool hasChanged = false;
-        for (const IndexedIdentity& suspect : suspects) {
+        for (const auto& [id, suspect] : suspects) {
             StopWhenInterrupted();
-            if (!index_.Knows(suspect.id)) {
-                continue;
-            }
             Tried(AboutIndexed(Discrepancy::Unreadable, suspect), [&] {
                 const auto entry = reader_.Read(searches_.at(suspect.order), suspect.hit, suspect.id);
                 if (!entry || !entry->isOwn) {
@@ -419,6 +420,7 @@ private:
     std::vector<MaskSearch> searches_;
     std::set<std::int32_t> unreadable_;
     bool hasVanished_ = false;  ///< an entry that a search has shown
+    bool areDuplicatesJudged_ = false;
     ReconcileProgress progress_;
     Reconciled result_;
     int failuresInARow_ = 0;

@@ -55,7 +55,7 @@ public:
         } catch (...) {
             result.failure = TextOfError(CurrentError());
         }
-        guard_.allowed = 0;
+        guard_ = {};
         globals_.goErrHandler().Clear();
         return result;
     }
@@ -75,7 +75,26 @@ private:
         if (DifferencesOf(*before, barcode).empty()) {
             return L"stimmt inzwischen";
         }
-        guard_ = {finding.entry, 0};
+        if (const Text reason = Write(finding, barcode); !reason.empty()) {
+            return reason;
+        }
+        const auto after = Read(finding);
+        if (!after) {
+            throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
+                                                     L" ist nach dem Schreiben nicht mehr da");
+        }
+        if (const auto fields = DifferencesOf(*after, barcode); !fields.empty()) {
+            const FieldDifference& field = fields.front();
+            throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
+                                                     L" weicht nach dem Schreiben ab: " + field.key + L" «" +
+                                                     field.archive + L"» statt «" + field.accounting + L"»");
+        }
+        return {};
+    }
+
+    /// Why a change does not reach the entry; empty when it was written.
+    Text Write(const EntryFinding& finding, const Text& barcode) {
+        guard_ = {finding.entry, false, 0};
         // A change does not clear the records first: nothing of the last entry may reach this one.
         globals_.state.records = {};
         try {
@@ -83,24 +102,12 @@ private:
                                    finding.identity.docId);
         } catch (...) {
             globals_.goErrHandler().Clear();
-            guard_.allowed = 0;
-            if (guard_.refused != 0) {
-                return L"Nummer und Index führen zuerst zu Eintrag " + Decimal(guard_.refused);
+            if (guard_.refused == 0) {
+                throw;
             }
-            throw;
+            return L"Nummer und Index führen zuerst zu Eintrag " + Decimal(guard_.refused);
         }
-        guard_.allowed = 0;
-        const auto after = Read(finding);
-        if (!after) {
-            throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
-                                                     L" ist nach dem Schreiben nicht mehr da");
-        }
-        for (const FieldDifference& field : DifferencesOf(*after, barcode)) {
-            throw RuntimeError(errors::internal, L"Eintrag " + Decimal(finding.entry) +
-                                                     L" weicht nach dem Schreiben ab: " + field.key + L" «" +
-                                                     field.archive + L"» statt «" + field.accounting + L"»");
-        }
-        return {};
+        return guard_.isLoaded ? Text() : L"Nummer und Index führen zu keinem Eintrag";
     }
 
     std::optional<ArchivedEntry> Read(const EntryFinding& finding) {

@@ -101,10 +101,10 @@ private:
                 return parameters.cArgs == count;
             }
             const std::int32_t entry = Variant(parameters.rgvarg[2]).ToLong();
-            if (entry != guard_.allowed) {
-                guard_.refused = entry;
-            }
-            return entry == guard_.allowed;
+            const bool isAllowed = entry != 0 && entry == guard_.allowed;
+            guard_.isLoaded = guard_.isLoaded || isAllowed;
+            guard_.refused = isAllowed ? 0 : entry;
+            return isAllowed;
         } catch (...) {
             return false;
         }

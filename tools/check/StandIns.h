@@ -11,10 +11,11 @@ namespace kandora::check {
 /// in to it.
 LateBound NewClientObject(const LateBound& host, const Text& client);
 
-/// Which entry may be written, and which one was to be written instead.
+/// Which entry may be written, and what became of it.
 struct WriteGuard {
     std::int32_t allowed = 0;
-    std::int32_t refused = 0;
+    bool isLoaded = false;     ///< for writing
+    std::int32_t refused = 0;  ///< another entry that was to be loaded for writing instead
 };
 
 /// The archive, which lets nothing be deleted, filed or loaded for writing but the entry that `guard` allows.
