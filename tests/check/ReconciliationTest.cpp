@@ -155,7 +155,9 @@ TEST_F(ReconcileWorld, SomebodyMendsAnEntryMeanwhile) {
             conductor.Meanwhile(15, [this] { FieldOf(voucherEntry, voucher, Amount) = L"1200.50"; });
         }
     };
-    Expect({});
+    const check::Reconciled result = Compare();
+    EXPECT_TRUE(isMended);
+    EXPECT_EQ(result.ExitCode(), 0) << testing::PrintToString(Short(result.findings));
 }
 
 TEST_F(ReconcileWorld, AnEntryVanishesMeanwhile) {
