@@ -85,7 +85,7 @@ protected:
 };
 
 TEST_F(ReconcileFaults, Once) {
-    EXPECT_EQ(truth_.size(), 7U) << testing::PrintToString(truth_);
+    EXPECT_EQ(truth_.size(), 5U) << testing::PrintToString(truth_);
     Sweep(test::Duration::Once);
 }
 

@@ -123,8 +123,8 @@ TEST_F(ReconcileWorld, DoubleEntriesByEachCriterion) {
     const std::string first = Id(debtorEntry) + " ";
     Expect({"doppelt " + first + "dokId " + Id(twin),
             "doppelt " + first + "nummer " + Id(twin) + " " + Id(third),
-            "doppelt " + Id(voucherEntry) + " barcode " + Id(twin),
-            "doppelt " + first + "barcode " + Id(third)});
+            // The debtor's and the third have one barcode as well, but were told of already.
+            "doppelt " + Id(voucherEntry) + " barcode " + Id(twin)});
 }
 
 TEST_F(ReconcileWorld, WhatAChangeHitsMayBelongToAnother) {
@@ -136,7 +136,7 @@ TEST_F(ReconcileWorld, WhatAChangeHitsMayBelongToAnother) {
     const std::int32_t twin = Copy(debtorEntry);
     const check::Reconciled result = Compare();
     EXPECT_EQ(result.others, 1);
-    ASSERT_EQ(result.findings.size(), 3U);
+    ASSERT_EQ(result.findings.size(), 1U);
     EXPECT_EQ(
         Utf8FromText(result.findings[0].text),
         "Dieselbe Dokument-ID «20261114080001» hat auch Eintrag " + Id(twin) +

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 #include <tuple>
 
 #include "archive/ArchiveNumbers.h"
@@ -87,6 +88,14 @@ void EntryIndex::Remove(std::int32_t id) {
 
 std::vector<Doubles> EntryIndex::Duplicates() const {
     std::vector<Doubles> found;
+    std::vector<std::set<std::int32_t>> told;
+    std::unordered_multimap<std::int32_t, std::size_t> toldOf;
+    const auto isTold = [&](const std::set<std::int32_t>& ids) {
+        const auto [first, last] = toldOf.equal_range(*ids.begin());
+        return std::any_of(first, last, [&](const auto& earlier) {
+            return std::ranges::includes(told[earlier.second], ids);
+        });
+    };
     for (const Criterion& criterion : criteria) {
         std::map<Text, std::vector<const IndexedIdentity*>> groups;
         for (const IndexedIdentity& entry : entries_) {
@@ -95,10 +104,19 @@ std::vector<Doubles> EntryIndex::Duplicates() const {
             }
         }
         for (auto& [key, entries] : groups) {
-            if (entries.size() > 1) {
-                std::ranges::sort(entries, ComesFirst);
-                found.push_back({criterion.name, std::move(entries)});
+            std::set<std::int32_t> ids;
+            for (const IndexedIdentity* entry : entries) {
+                ids.insert(entry->id);
             }
+            if (ids.size() < 2 || isTold(ids)) {
+                continue;
+            }
+            std::ranges::sort(entries, ComesFirst);
+            found.push_back({criterion.name, std::move(entries)});
+            for (const std::int32_t id : ids) {
+                toldOf.emplace(id, told.size());
+            }
+            told.push_back(std::move(ids));
         }
     }
     return found;
@@ -127,8 +145,10 @@ const IndexedIdentity* EntryIndex::FirstByDocId(const Text& docId) const {
     return First(byDocId_, docId);
 }
 
-bool EntryIndex::HasNumber(const Text& number, const Text& index) const {
-    return byNumber_.contains(KeyOf(number, index));
+bool EntryIndex::HasEntryOf(const Identity& voucher) const {
+    return std::ranges::any_of(With(byNumber_, NumberKey(voucher)), [&](const IndexedIdentity* entry) {
+        return entry->isOwn || entry->identity.docId == voucher.docId;
+    });
 }
 
 std::vector<const IndexedIdentity*> EntryIndex::OwnByDocId(const Text& docId) const {

@@ -35,15 +35,16 @@ public:
     [[nodiscard]] bool Knows(std::int32_t id) const { return places_.contains(id); }
 
     /// Groups of the client's entries with the same document id, then the same number and index, then the
-    /// same barcode.
+    /// same barcode. What says nothing new is left out: a group whose entries are all in an earlier one.
     [[nodiscard]] std::vector<Doubles> Duplicates() const;
 
     /// The entry, whosever it is, that a change of the voucher hits; null when it hits none.
     [[nodiscard]] const IndexedIdentity* FirstByNumber(const Text& number, const Text& index) const;
     /// The entry that a deletion and a look hit.
     [[nodiscard]] const IndexedIdentity* FirstByDocId(const Text& docId) const;
-    /// All entries of the voucher, reachable or not.
-    [[nodiscard]] bool HasNumber(const Text& number, const Text& index) const;
+    /// Whether the voucher has an entry, reachable or not: one of the client's with its number and index, or
+    /// one that was moved elsewhere, which has its document id as well.
+    [[nodiscard]] bool HasEntryOf(const Identity& voucher) const;
     /// The client's entries with the document id.
     [[nodiscard]] std::vector<const IndexedIdentity*> OwnByDocId(const Text& docId) const;
 

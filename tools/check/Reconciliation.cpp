@@ -375,9 +375,8 @@ private:
     }
 
     std::vector<const TracedRequest*> WithoutEntry(std::vector<const TracedRequest*> requests) const {
-        std::erase_if(requests, [this](const TracedRequest* request) {
-            return index_.HasNumber(request->identity.number, request->identity.index);
-        });
+        std::erase_if(requests,
+                      [this](const TracedRequest* request) { return index_.HasEntryOf(request->identity); });
         return requests;
     }
 
