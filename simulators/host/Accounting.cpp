@@ -3,6 +3,7 @@
 #include "simulators/common/CallFailure.h"
 #include "simulators/common/DispatchObject.h"
 #include "simulators/common/Failure.h"
+#include "simulators/common/Files.h"
 #include "simulators/common/Output.h"
 #include "simulators/common/Unicode.h"
 
@@ -26,15 +27,25 @@ constexpr std::int32_t errorWrongModule = 2002;
 
 using State = std::shared_ptr<Accounting>;
 
+/// What an object has logged in to: the client used last, whichever that is by now, or another one.
+struct OpenedClient {
+    State accounting;
+    std::wstring other;  ///< path of its file; empty for the client used last
+
+    [[nodiscard]] ClientFile* Get() const {
+        return other.empty() ? accounting->Client() : accounting->Other(other);
+    }
+};
+
 /// A record object holds the values of a fresh record until lesen finds one.
 template <class Record>
 class RecordObject : public DispatchObject {
 protected:
-    RecordObject(const wchar_t* name, const MemberTable& members, State accounting)
-        : DispatchObject(name, members), accounting_(std::move(accounting)) {}
+    RecordObject(const wchar_t* name, const MemberTable& members, OpenedClient client)
+        : DispatchObject(name, members), client_(std::move(client)) {}
 
     /// Null while no client was ever opened.
-    [[nodiscard]] ClientFile* Client() const { return accounting_->Client(); }
+    [[nodiscard]] ClientFile* Client() const { return client_.Get(); }
 
     /// Takes over the record that was found, or a fresh one for null. Returns the answer of lesen.
     Value Take(const Record* found) {
@@ -49,14 +60,14 @@ protected:
     }
 
 private:
-    State accounting_;
+    OpenedClient client_;
     Record record_;
 };
 
 class BookingObject : public RecordObject<Booking> {
 public:
-    explicit BookingObject(State accounting)
-        : RecordObject(L"FibuNT.Buchung", Members(), std::move(accounting)) {}
+    explicit BookingObject(OpenedClient client)
+        : RecordObject(L"FibuNT.Buchung", Members(), std::move(client)) {}
 
 private:
     static const MemberTable& Members() {
@@ -78,8 +89,8 @@ private:
 
 class OpenItemObject : public RecordObject<OpenItem> {
 public:
-    OpenItemObject(State accounting, Ledger ledger)
-        : RecordObject(L"FibuNT.OffenerPosten", Members(), std::move(accounting)), ledger_(ledger) {}
+    OpenItemObject(OpenedClient client, Ledger ledger)
+        : RecordObject(L"FibuNT.OffenerPosten", Members(), std::move(client)), ledger_(ledger) {}
 
 private:
     static const MemberTable& Members() {
@@ -102,8 +113,8 @@ private:
 
 class AccountObject : public RecordObject<PersonalAccount> {
 public:
-    AccountObject(State accounting, Ledger ledger)
-        : RecordObject(L"FibuNT.Personenkonto", Members(), std::move(accounting)), ledger_(ledger) {}
+    AccountObject(OpenedClient client, Ledger ledger)
+        : RecordObject(L"FibuNT.Personenkonto", Members(), std::move(client)), ledger_(ledger) {}
 
 private:
     static const MemberTable& Members() {
@@ -126,8 +137,8 @@ private:
 
 class AddressObject : public RecordObject<Address> {
 public:
-    explicit AddressObject(State accounting)
-        : RecordObject(L"FibuNT.Adresse", Members(), std::move(accounting)) {}
+    explicit AddressObject(OpenedClient client)
+        : RecordObject(L"FibuNT.Adresse", Members(), std::move(client)) {}
 
 private:
     static const MemberTable& Members() {
@@ -148,7 +159,8 @@ private:
 class MandantObject : public DispatchObject {
 public:
     explicit MandantObject(State accounting)
-        : DispatchObject(L"FibuNT.Mandant", Members()), accounting_(std::move(accounting)) {}
+        : DispatchObject(L"FibuNT.Mandant", Members()), accounting_(std::move(accounting)),
+          client_{accounting_, {}} {}
 
 private:
     static const MemberTable& Members() {
@@ -168,7 +180,10 @@ private:
         return table;
     }
 
-    bool IsOpen() const { return module_ != 0 && session_ == accounting_->Session(); }
+    /// Another client than the accounting's stays open whatever its user does.
+    bool IsOpen() const {
+        return module_ != 0 && (!client_.other.empty() || session_ == accounting_->Session());
+    }
 
     Value Login(Arguments& arguments) {
         const std::int16_t module = arguments.Short(0);
@@ -176,9 +191,12 @@ private:
         if (module < moduleFibu || module > moduleCreditors) {
             return Value::Long(unknownModule);
         }
-        if (accounting_->Client() == nullptr || !EqualIgnoringCase(client, accounting_->LastClient())) {
+        const bool isLast =
+            accounting_->Client() != nullptr && EqualIgnoringCase(client, accounting_->LastClient());
+        if (!isLast && accounting_->Other(client) == nullptr) {
             return Value::Long(unknownClient);
         }
+        client_.other = isLast ? std::wstring() : client;
         module_ = module;
         session_ = accounting_->Session();
         return Value::Long(done);
@@ -194,7 +212,7 @@ private:
         if (!IsOpen()) {
             throw AutomationError(errorNotOpen, L"Es ist kein Mandant geöffnet.");
         }
-        return *accounting_->Client();
+        return *client_.Get();
     }
 
     void RequireFibu() const {
@@ -217,20 +235,20 @@ private:
 
     Value NewBooking(Arguments&) {
         RequireFibu();
-        return Value::Object(MakeObject<BookingObject>(accounting_).Get());
+        return Value::Object(MakeObject<BookingObject>(client_).Get());
     }
 
     Value NewAddress(Arguments&) {
         RequireFibu();
-        return Value::Object(MakeObject<AddressObject>(accounting_).Get());
+        return Value::Object(MakeObject<AddressObject>(client_).Get());
     }
 
     Value NewOpenItem(Arguments&) {
-        return Value::Object(MakeObject<OpenItemObject>(accounting_, RequireLedger()).Get());
+        return Value::Object(MakeObject<OpenItemObject>(client_, RequireLedger()).Get());
     }
 
     Value NewAccount(Arguments&) {
-        return Value::Object(MakeObject<AccountObject>(accounting_, RequireLedger()).Get());
+        return Value::Object(MakeObject<AccountObject>(client_, RequireLedger()).Get());
     }
 
     Value ReadOption(Arguments& arguments) {
@@ -250,6 +268,7 @@ private:
     }
 
     State accounting_;
+    OpenedClient client_;
     std::int16_t module_ = 0;
     unsigned session_ = 0;
 };
@@ -259,6 +278,22 @@ private:
 void Accounting::OpenClient(ClientFile client) {
     client_ = std::move(client);
     ++session_;
+}
+
+ClientFile* Accounting::Other(const std::wstring& path) {
+    const auto known = others_.find(path);
+    if (known != others_.end()) {
+        return &known->second;
+    }
+    if (!IsFile(path)) {
+        return nullptr;
+    }
+    try {
+        return &others_.emplace(path, ClientFile::Load(path)).first->second;
+    } catch (const Failure& failure) {
+        PrintErrorLine(failure.Message());
+        return nullptr;
+    }
 }
 
 void Accounting::CloseClient() {

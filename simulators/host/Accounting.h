@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -22,6 +23,10 @@ public:
     /// Null when no client was ever opened.
     ClientFile* Client() { return client_ ? &*client_ : nullptr; }
 
+    /// Another client than the one used last, which stays what it is: an object may open any client by the
+    /// path of its file. Null when there is no such file, or it cannot be read.
+    ClientFile* Other(const std::wstring& path);
+
     /// The path of the client used last; empty when there is none.
     [[nodiscard]] std::wstring LastClient() const { return client_ ? client_->Mandant() : std::wstring(); }
 
@@ -30,6 +35,7 @@ public:
 
 private:
     std::optional<ClientFile> client_;
+    std::map<std::wstring, ClientFile> others_;
     unsigned session_ = 1;
 };
 

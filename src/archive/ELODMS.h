@@ -45,6 +45,9 @@ public:
     Text PFadErstellen(Text& strPfad);
     Text CheckMaskeVorhanden(std::int32_t lMaskeNr);
 
+    /// Object id of one of the client's folders.
+    std::int32_t FolderId(const FilingFolder& folder);
+
     /// Rewrites the index fields of a voucher's document, or files its placeholder when it has none yet and a
     /// barcode.
     void ChangeDocument(const Text& strBarcode, const Text& strBelegNr, const Text& strBelegIndex,
@@ -71,7 +74,6 @@ private:
     void AbmeldenVonElo();
 
     [[nodiscard]] Text InArchiveNotation(const Text& strPfad);
-    std::int32_t FolderId(const FilingFolder& folder);
 
     template <class Matches>
     std::int32_t FirstHit(const DocumentKind& kind, bool loadWithMask, Matches matches);

@@ -133,8 +133,15 @@ Fake ArchiveModel::NewObject() {  // NOLINT(readability-function-cognitive-compl
     });
     answers(L"ObjShort", [desk, requireCurrent](Call& call) {
         requireCurrent();
+        if (call.arguments.empty()) {
+            return Variant(desk->current.shortName);
+        }
         desk->current.shortName = call.TextAt(0);
         return Variant();
+    });
+    answers(L"ObjMainParent", [this, desk, requireCurrent](Call&) {
+        requireCurrent();
+        return Long(folders.at(desk->current.folder));
     });
     answers(L"setobjAttrib", [desk](Call& call) {
         if (desk->state == State::Nothing) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -21,7 +22,15 @@ struct CommandLine {
         Text index;
     };
     std::optional<Voucher> voucher;
-    Text answer;  ///< help or version, which is all that was asked for
+    bool reconcile = false;  ///< also with reindex
+    bool reindex = false;
+    bool yes = false;
+    std::int32_t days = 30;
+    Text logs;
+    Text csv;
+    Text html;
+    std::vector<Text> clients;  ///< paths; empty for the client that is open
+    Text answer;                ///< help or version, which is all that was asked for
 };
 
 /// What is wrong with a command line, in German.
@@ -34,6 +43,9 @@ public:
 private:
     Text message_;
 };
+
+/// The lines of a list, without blanks around them and without empty ones.
+std::vector<Text> LinesOf(const std::string& bytes);
 
 /// Throws UsageError.
 CommandLine ParseCommandLine(const std::vector<Text>& arguments);

@@ -18,6 +18,7 @@ inline constexpr const wchar_t* hostInterface = L"Schnittstelle";
 inline constexpr const wchar_t* folders = L"Ordner";
 inline constexpr const wchar_t* preview = L"Vorschau";
 inline constexpr const wchar_t* probe = L"Probe";
+inline constexpr const wchar_t* reconciliation = L"Abgleich";
 }  // namespace area
 
 /// The resource of the component's DLL that is the type library of the host's plug-in interface.

@@ -65,9 +65,12 @@ private:
 
     static Variant Success() { return Variant(std::int32_t{1}); }
     static Variant Ignore(DryRunArchive& /*self*/, const Arguments& /*arguments*/) { return Success(); }
+    static Variant LookupDelimiter(DryRunArchive& self, const Arguments& /*arguments*/) {
+        return self.archive_.IsNothing() ? Variant(L"/") : self.archive_.Get(L"LookupDelimiter");
+    }
     static Variant LookupIndex(DryRunArchive& self, const Arguments& arguments) {
         Text path = arguments[0].ToText();
-        return self.archive_.Get(L"LookupIndex", ByRef(path));
+        return self.archive_.IsNothing() ? Success() : self.archive_.Get(L"LookupIndex", ByRef(path));
     }
     static Variant Prepare(DryRunArchive& self, const Arguments& arguments) {
         self.entry_ = {};
@@ -90,8 +93,7 @@ private:
             {L"Login", 3, &Ignore},
             {L"EloWindow", 1, &Ignore},
             {L"GetEntryId", 1, &Ignore},
-            {L"LookupDelimiter", 0,
-             [](DryRunArchive& self, const Arguments&) { return self.archive_.Get(L"LookupDelimiter"); }},
+            {L"LookupDelimiter", 0, &LookupDelimiter},
             {L"LookupIndex", 1, &LookupIndex},
             {L"PrepareObjectEx", 3, &Prepare},
             {L"ObjMaskNo", 1,
@@ -111,10 +113,46 @@ private:
     NotedEntry& entry_;
 };
 
+/// The component's error for a booking that the host does not give.
+constexpr std::int32_t bookingUnreadable = 5010;
+
 }  // namespace
 
 LateBound NewDryRunArchive(const LateBound& archive, NotedEntry& entry) {
     return LateBound(MakeObject<DryRunArchive>(archive, entry).Get());
+}
+
+LateBound Rehearsal::RehearsalPlatform::CreateObject(const Text& progId) {
+    return progId == archiveClass ? archive_ : ForwardingPlatform::CreateObject(progId);
+}
+
+Text Rehearsal::WatchedVouchers::GetBuchungsType(const Text& strBelegNr, const Text& strBelegIndex) {
+    kind.clear();
+    isMissing = false;
+    try {
+        kind = vouchers_.GetBuchungsType(strBelegNr, strBelegIndex);
+        return kind;
+    } catch (const RuntimeError& error) {
+        isMissing = error.Number() == bookingUnreadable;
+        throw;
+    }
+}
+
+Rehearsal::Rehearsal(MGlobals& globals, const LateBound& archive)
+    : globals_(globals), platform_(globals.Machine(), NewDryRunArchive(archive, entry_)),
+      vouchers_(globals.ArchiveSide().vouchers), archive_(Context(globals.ArchiveSide())) {}
+
+Text Rehearsal::File(const Text& number, const Text& index, const Text& barcode, const Text& docId) {
+    entry_ = {};
+    vouchers_.isMissing = false;
+    try {
+        archive_.AddDokument(Text(globals_.state.folders.strPlatzhalterDatei), barcode, number, index,
+                             L"Pendent", docId);
+    } catch (...) {
+        globals_.goErrHandler().Clear();
+        throw;
+    }
+    return vouchers_.kind;
 }
 
 }  // namespace kandora::check

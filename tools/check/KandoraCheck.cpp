@@ -6,6 +6,7 @@
 #include "interfaces/CodePages.h"
 #include "tools/check/CheckCommandLine.h"
 #include "tools/check/Checks.h"
+#include "tools/check/ReconcileCommand.h"
 
 namespace kandora::check {
 
@@ -38,8 +39,10 @@ void CheckEverything(Report& report, const CommandLine& options) {
     const bool hasSettings = run(area::settings, [&] { return CheckSettings(report, surroundings); });
     const bool isArchiveUsable =
         run(area::archive, [&] { return CheckArchive(report, subject, surroundings); });
-    const bool isClientReady =
-        run(area::host, [&] { return CheckHost(report, subject, surroundings, isArchiveUsable); });
+    // Other clients than the one that is open are looked at one by one, when their turn comes.
+    const bool isClientReady = options.clients.empty() && run(area::host, [&] {
+                                   return CheckHost(report, subject, surroundings, isArchiveUsable);
+                               });
     if (hasSettings) {
         CheckFolders(report, subject, surroundings);
     }
@@ -68,6 +71,9 @@ void CheckEverything(Report& report, const CommandLine& options) {
             report.Fail(area::probe, L"Ablage", notReady, notReadyHint);
         }
     }
+    if (options.reconcile) {
+        ReconcileAsTold(report, surroundings, subject, options, isArchiveUsable, isClientReady);
+    }
     surroundings.globals.ReleaseServices();  // logs out of the archive
     surroundings.platform.LeaveHost();
 }
@@ -85,7 +91,11 @@ int Run(const std::vector<Text>& arguments) {
         }
     });
     CheckEverything(report, options);
-    PrintLine(options.json ? TextFromUtf8(report.Json()) : report.Summary());
+    if (options.json) {
+        PrintLine(TextFromUtf8(report.Json()));
+    } else if (!options.reconcile) {
+        PrintLine(report.Summary());
+    }
     return report.ExitCode();
 }
 

@@ -1,10 +1,10 @@
 #include <array>
-#include <atomic>
 #include <functional>
 #include <utility>
 
 #include "archive/ArchiveNumbers.h"
 #include "tools/check/Checks.h"
+#include "tools/check/Interruption.h"
 
 namespace kandora::check {
 
@@ -16,40 +16,6 @@ constexpr const wchar_t* mark = L"Kandora-Probe, wird sofort wieder entfernt";
 constexpr const wchar_t* shortMark = L"KANDORA-PROBE";
 constexpr const wchar_t* markDate = L"01.01.2000";
 constexpr const wchar_t* markAmount = L"0";
-
-/// Ctrl+C, the console's closing and the end of the session. The probe goes on to the next point at which
-/// nothing of it is left.
-class Interruption {
-public:
-    Interruption() {
-        done_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        SetConsoleCtrlHandler(&Interruption::OnEvent, TRUE);
-    }
-    ~Interruption() {
-        // The event stays: a handler may be waiting for it.
-        SetEvent(done_);
-        SetConsoleCtrlHandler(&Interruption::OnEvent, FALSE);
-    }
-    Interruption(const Interruption&) = delete;
-    Interruption& operator=(const Interruption&) = delete;
-
-    [[nodiscard]] static bool IsWanted() { return wanted_; }
-
-private:
-    static BOOL WINAPI OnEvent(DWORD event) {
-        const bool again = wanted_.exchange(true);
-        if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
-            // Whoever insists ends the program; the next probe cleans up.
-            return again ? FALSE : TRUE;
-        }
-        // The system ends the program when this returns.
-        WaitForSingleObject(done_, INFINITE);
-        return TRUE;
-    }
-
-    static inline std::atomic<bool> wanted_ = false;
-    static inline HANDLE done_ = nullptr;
-};
 
 /// Another value for as long as this object lives.
 class Instead {

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "interfaces/CodePages.h"
+#include "tools/check/ReconcileReport.h"
 
 namespace kandora::check {
 
@@ -76,6 +77,9 @@ std::size_t Report::Count(Verdict verdict) const {
 }
 
 int Report::ExitCode() const {
+    if (!reconciled.empty()) {
+        return std::ranges::max_element(reconciled, {}, &Reconciled::ExitCode)->ExitCode();
+    }
     if (Count(Verdict::Failure) > 0) {
         return 2;
     }
@@ -104,6 +108,9 @@ std::string Report::Json() const {
                       {"pruefungen", checks}};
     if (preview) {
         whole["vorschau"] = JsonOf(*preview);
+    }
+    if (!reconciled.empty()) {
+        whole.update(JsonOf(reconciled, isOfSeveralClients));
     }
     whole["zusammenfassung"] = {{"gut", Count(Verdict::Good)},
                                 {"warnungen", Count(Verdict::Warning)},

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "automation/Text.h"
+#include "tools/check/Reconciled.h"
 
 namespace kandora::check {
 
@@ -55,8 +56,10 @@ public:
         Add({area, name, Verdict::Failure, value, hint});
     }
 
+    void Add(Finding finding);
+
     [[nodiscard]] std::size_t Count(Verdict verdict) const;
-    /// 0 all good, 1 warnings, 2 failures.
+    /// 0 all good, 1 warnings, 2 failures; with comparisons only what they say counts.
     [[nodiscard]] int ExitCode() const;
     /// The last line for a reader.
     [[nodiscard]] Text Summary() const;
@@ -65,10 +68,10 @@ public:
 
     Text component;  ///< file that was checked
     std::optional<Preview> preview;
+    std::vector<Reconciled> reconciled;
+    bool isOfSeveralClients = false;  ///< the comparisons are a list, however many there are
 
 private:
-    void Add(Finding finding);
-
     std::function<void(const Finding&)> onFinding_;
     std::vector<Finding> findings_;
 };

@@ -1,6 +1,7 @@
 #include "tools/check/Surroundings.h"
 
 #include "accounting/ClientOptions.h"
+#include "tools/check/StandIns.h"
 
 namespace kandora::check {
 
@@ -36,6 +37,10 @@ bool IsOpen(const LateBound& client) {
 
 LateBound CheckedPlatform::CreateObject(const Text& progId) {
     LateBound object = ForwardingPlatform::CreateObject(progId);
+    if (progId == hostClass && !client_.empty()) {
+        openedHere_.push_back(object);
+        return NewClientObject(object, client_);
+    }
     if (progId == hostClass && !IsOpen(object)) {
         openedHere_.push_back(object);
     }

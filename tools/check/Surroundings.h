@@ -26,11 +26,15 @@ public:
     void AppendToFile(const Text&, const std::string&) override {}
     Text ComponentFile() override { return componentFile_; }
 
+    /// From now on the host's objects stand for this client, which each of them opens for itself; for the one
+    /// that its user has open when the path is empty.
+    void UseClient(const Text& path) { client_ = path; }
     /// Closes the host's client where a check has opened it. Errors are ignored.
     void LeaveHost() noexcept;
 
 private:
     Text componentFile_;
+    Text client_;
     std::vector<LateBound> openedHere_;
 };
 

@@ -53,6 +53,19 @@ protected:
     std::shared_ptr<Accounting> accounting_ = std::make_shared<Accounting>();
 };
 
+TEST_F(AccountingTest, AnObjectOpensAnotherClientByThePathOfItsFile) {
+    const std::wstring other = folder_.Write(L"anderer.json", smallClient).wstring();
+    const ComPtr<IDispatch> mandant = MakeMandant(accounting_);
+    EXPECT_EQ(Login(mandant, 1, other), loggedIn);
+    EXPECT_TRUE(IsOpen(mandant));
+    EXPECT_EQ(TextOf(CallMember(mandant.Get(), L"letztermandant")), accounting_->LastClient());
+    accounting_->CloseClient();
+    EXPECT_TRUE(IsOpen(mandant));
+    CallMember(mandant.Get(), L"Logout");
+    EXPECT_FALSE(IsOpen(mandant));
+    EXPECT_NE(Login(mandant, 1, other + L"x"), loggedIn);
+}
+
 TEST_F(AccountingTest, TheLastClientIsItsFullPath) {
     EXPECT_EQ(TextOf(CallMember(MakeMandant(accounting_).Get(), L"letztermandant")),
               L"C:\\Daten\\Mandanten\\Klein");

@@ -1,0 +1,98 @@
+// Every call that a comparison makes fails in every way: it says so, goes on or ends, and invents nothing.
+#include <algorithm>
+#include <iostream>
+
+#include "interfaces/CodePages.h"
+#include "tests/check/ReconcileWorld.h"
+
+namespace kandora::check_tests {
+
+namespace {
+
+class ReconcileFaults : public ReconcileWorld {
+protected:
+    ReconcileFaults() {
+        // One of each kind of finding that needs only the archive and the host.
+        BookingOf(L"17").amount = L"7";
+        host.bookings.erase({L"19", L"1"});
+        FieldOf(debtorEntry, debtor, DocId) = L"20260101000000";
+        Copy(voucherEntry);
+        truth_ = Short(Compare().findings);
+    }
+
+    /// A new component, as kandora-check is a new process each time.
+    check::Reconciled CompareAnew() {
+        MGlobals anew(machine, screen);
+        anew.state = globals.state;
+        const check::Reconciled result = check::Reconcile(anew, options);
+        conductor.End();
+        return result;
+    }
+
+    void Judge(const check::Reconciled& result, const test::Way& way) {
+        test::Lines found;
+        bool isTold = !result.isComplete;
+        for (const check::EntryFinding& finding : result.findings) {
+            if (finding.kind == check::Discrepancy::Unreadable) {
+                isTold = true;
+                EXPECT_FALSE(finding.text.empty());
+            } else {
+                EXPECT_EQ(std::ranges::count(found, Short(finding)), 0) << "twice: " << Short(finding);
+                found.push_back(Short(finding));
+                // A group may lack what could not be read.
+                const bool isTrue = std::ranges::any_of(
+                    truth_, [&](const std::string& line) { return line.starts_with(found.back()); });
+                EXPECT_TRUE(isTrue) << "invented: " << found.back();
+            }
+        }
+        if (way.failing != test::Failing::OddAnswer && !isTold) {
+            EXPECT_EQ(found, truth_) << "missed, and not a word";
+        }
+        EXPECT_EQ(result.isComplete, result.reason.empty());
+        EXPECT_EQ(archive.entries, before_);
+    }
+
+    void Sweep(test::Duration duration) {
+        before_ = archive.entries;
+        conductor.Begin();
+        CompareAnew();
+        const std::size_t calls = conductor.Counted();
+        ASSERT_GT(calls, 100U);
+        int cases = 0;
+        for (const test::Way& way : test::Ways()) {
+            if (duration != test::Duration::Once && way.failing == test::Failing::OddAnswer) {
+                continue;  // who is told the same wrong thing again and again has to believe it
+            }
+            for (std::size_t call = 1; call <= calls; ++call) {
+                SCOPED_TRACE("call " + std::to_string(call) + ": " + way.name);
+                conductor.Plan(call, way, duration);
+                conductor.Begin();
+                check::Reconciled result;
+                ASSERT_NO_THROW(result = CompareAnew());
+                conductor.Plan(0, way, test::Duration::Once);
+                Judge(result, way);
+                if (HasFailure()) {
+                    return;
+                }
+                ++cases;
+            }
+        }
+        std::cout << "comparisons with a fault: " << cases << "\n";
+    }
+
+    test::Lines truth_;
+    test::Entries before_;
+};
+
+TEST_F(ReconcileFaults, Once) {
+    EXPECT_EQ(truth_.size(), 5U) << testing::PrintToString(truth_);
+    Sweep(test::Duration::Once);
+}
+
+TEST_F(ReconcileFaults, FromThenOn) {
+    Sweep(test::Duration::FromThenOn);
+}
+
+}  // namespace
+
+}  // namespace kandora::check_tests
