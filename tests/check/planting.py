@@ -69,7 +69,7 @@ class Voucher:
 
 class Planting:
     """`entries` of the client among `others`, every finding `repeats` times in each kind; a look-up ends after `limit` hits.
-    Some 360 entries of the client are needed for each repetition; ValueError when they are fewer."""
+    Some 450 entries of the client are needed for each repetition; ValueError when they are fewer."""
 
     def __init__(self, directory, entries=10000, others=20000, repeats=3, today=None, texts=None, limit=HITS_EXAMINED):
         self.directory = pathlib.Path(directory)
@@ -285,7 +285,7 @@ class Planting:
         self._note("abweichend", entry)
         # Hardly to be seen.
         for text, changed in (("Zwei\r\nZeilen", "Zwei\nZeilen"), ("Ende", "Ende "), ("Müller", "müller"), ("Öl", "O\u0308l"),
-                              ("Text", ""), (next(self._nasty), ""), (next(self._nasty), self._other_value())):
+                              ("Text", ""), *((text, f"{text} 2") for text in NASTY)):
             voucher = self._take(kind)
             self._correct(voucher, text=text)
             voucher.entry.values[SHORT_NAME] = changed

@@ -14,7 +14,7 @@ from workstation import Client
 
 TODAY = datetime.date(2026, 11, 23)
 # So that small masks have hits behind the last one that is examined.
-LIMIT = 390
+LIMIT = 440
 
 
 def found(report):
@@ -32,7 +32,7 @@ class Planted(unittest.TestCase):
     def setUpClass(cls):
         temporary = tempfile.TemporaryDirectory()
         cls.addClassCleanup(temporary.cleanup)
-        cls.planting = planting.Planting(temporary.name, 400, 800, 1, TODAY, limit=LIMIT)
+        cls.planting = planting.Planting(temporary.name, 450, 900, 1, TODAY, limit=LIMIT)
         cls.planting.write()
         cls.hits = expectation.read_hits(cls.planting.store)
         cls.report = cls.planting.expected(with_logs=True)
@@ -120,7 +120,7 @@ class Planted(unittest.TestCase):
 class Mended(unittest.TestCase):
     def test_nothing_is_found(self):
         with tempfile.TemporaryDirectory() as directory:
-            mended = planting.Planting(directory, 400, 800, 1, TODAY)
+            mended = planting.Planting(directory, 450, 900, 1, TODAY)
             mended.write()
             mended.mend()
             for with_logs in (False, True):
