@@ -24,8 +24,8 @@ class Browser:
     def __init__(self, width=1280, height=900):
         program = shutil.which("chromium")
         if program is None:
-            raise AssertionError("Chromium is missing, in which this page is tested: './dev test check' installs Debian's package "
-                                 "'chromium', and build/logs/setup-browser.log says why it could not")
+            raise AssertionError("Chromium is missing, in which this page is tested: './dev test check' installs Debian's "
+                                 "package 'chromium', and build/logs/setup-browser.log says why it could not")
         self._profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         commands, self._commands = os.pipe()
         self._answers, answers = os.pipe()
