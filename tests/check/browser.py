@@ -43,10 +43,14 @@ class Browser:
         self._unread = b""
         self._session = None
         self.events = []
-        target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        self._session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
-        for domain in ("Page", "Runtime", "Log", "Network"):
-            self.call(f"{domain}.enable")
+        try:
+            target = self.call("Target.createTarget", url="about:blank")["targetId"]
+            self._session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
+            for domain in ("Page", "Runtime", "Log", "Network"):
+                self.call(f"{domain}.enable")
+        except AssertionError:
+            self.close()
+            raise
 
     def close(self):
         # Its pipes' end is its end; what it has started is of its session.

@@ -122,6 +122,17 @@ class Page(unittest.TestCase):
         self.browser.click(self.heading("Eintrag"))
         self.assertEqual(self.column("Mandant"), ["Zweite AG", "Muster & Söhne AG"])
 
+    def test_what_was_written_anew(self):
+        told = {"geschrieben": [3], "ausgelassen": [{"eintrag": 4, "text": "zuerst wird <b>7</b> getroffen."}],
+                "fehler": "Gesperrt"}
+        fields = [{"feld": "Betrag", "archiv": "1", "buchhaltung": "2"}]
+        self.open(report([finding("abweichend", place, felder=fields) for place in (3, 4, 5)] + [finding("leer", 3)],
+                         neuIndexiert=told))
+        self.assertEqual(self.texts("#uebersicht > p")[1], "1 Eintrag neu geschrieben, 1 ausgelassen. Abgebrochen: Gesperrt")
+        self.assertEqual(self.texts("#befunde td p"), ["Neu geschrieben.",
+                                                       "Nicht neu geschrieben: zuerst wird <b>7</b> getroffen.",
+                                                       "Nicht neu geschrieben."])
+
     def test_values_are_texts_whatever_is_in_them(self):
         fields = [{"feld": "Kundenname", "archiv": value, "buchhaltung": value + value} for value in NASTY[:2]]
         findings = [finding("leer", 2 + place, value, f"Satz {value}", dokId=value, barcode=value)
@@ -208,8 +219,8 @@ class Page(unittest.TestCase):
         self.assertGreater(pages[1], 2)
         self.browser.call("Emulation.setEmulatedMedia", media="print")
         self.addCleanup(self.browser.call, "Emulation.setEmulatedMedia", media="")
-        self.assertEqual(self.browser.value("['#filter', '#befunde > caption', '#befunde > thead button', '#befunde > thead span', "
-                                            "'#befunde > thead', '#gefiltert'].map("
+        self.assertEqual(self.browser.value("['#filter', '#befunde > caption', '#befunde > thead button', "
+                                            "'#befunde > thead span', '#befunde > thead', '#gefiltert'].map("
                                             "one => getComputedStyle(document.querySelector(one)).display)"),
                          ["none", "none", "none", "block", "table-header-group", "block"])
         self.assertEqual(len(self.column("Eintrag")), 200)
