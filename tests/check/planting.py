@@ -69,9 +69,13 @@ class Voucher:
 
 class Planting:
     """`entries` of the client among `others`, every finding `repeats` times in each kind; a look-up ends after `limit` hits.
-    Some 450 entries of the client are needed for each repetition; ValueError when they are fewer."""
+    Some 450 entries of the client are needed for each repetition; ValueError when they are fewer.
 
-    def __init__(self, directory, entries=10000, others=20000, repeats=3, today=None, texts=None, limit=HITS_EXAMINED):
+    In the folder of a workstation that has stopped its archive, it takes the place of that one's store and client:
+    Planting(station.folder, placeholder=windows_path(station.placeholder)).write()"""
+
+    def __init__(self, directory, entries=10000, others=20000, repeats=3, today=None, texts=None, limit=HITS_EXAMINED,
+                 placeholder="C:\\Kandora\\Platzhalter.pdf"):
         self.directory = pathlib.Path(directory)
         self.store, self.client, self.logs = (self.directory / name for name in ("Archiv", "Mandant.json", "Protokolle"))
         self.today = today or datetime.date.today()
@@ -85,7 +89,7 @@ class Planting:
         self._pinned = collections.defaultdict(list)
         self._lines = []  # of the logs: time, text
         self._of_neighbours = {}  # entries of other clients that may be made to look like something
-        self._content = self._client_without_bookings()
+        self._content = self._client_without_bookings(placeholder)
         self._vouchers = {kind: [self._voucher(kind) for _ in range(entries // 3 + (place < entries % 3))]
                           for place, kind in enumerate(KINDS)}
         self._right_content = copy.deepcopy(self._content)
@@ -101,8 +105,8 @@ class Planting:
 
     # ---- what is as it should be ---------------------------------------------------------------------------------
 
-    def _client_without_bookings(self):
-        options = {"100": "true", "105": "C:\\Kandora\\Platzhalter.pdf"}
+    def _client_without_bookings(self, placeholder):
+        options = {"100": "true", "105": placeholder}
         options |= {key: f"{CLIENT_FOLDER}/{FOLDER_NAMES[kind]}" for kind, key in OPTION_KEYS.items()}
         partners = range(1001, 1041)
         addresses = [{"adressId": 4000 + number, "firma": NASTY[number % 4] if number % 5 == 0 else f"Käufer {number} AG",
