@@ -176,7 +176,7 @@ ensure_wine() {
 
 ensure_build_tools() { ensure_packages "Install compilers and build tools" setup-build "${packagesBuild[@]}"; }
 
-# For tests that look at a page: some 130 MB, so only when these are run. They fail without it and say why.
+# For tests that look at a page: 120 MB to fetch, so only when these are run. They fail without it and say why.
 ensure_browser() {
     ensure_packages "Install a browser" setup-browser "${packagesBrowser[@]}" ||
         warn "The tests that need a browser will fail."

@@ -36,7 +36,8 @@ def kind_of(booking):
 
 
 class SwissTexts:
-    """Dates and amounts as a Swiss Windows writes them; `zero` is the date of a record that was not found."""
+    """Dates and amounts as a Swiss Windows writes them; `zero` is the date of a record that was not found, which depends on the
+    settings for times: CStr(CDate(0)) in the session that is tested."""
 
     def __init__(self, zero="00:00:00"):
         self.zero = zero
