@@ -8,6 +8,7 @@ packagesBuild=(cmake ninja-build g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-p
 packagesWine64=(wine wine64 fonts-wine fonts-liberation fonts-dejavu-core)
 packagesWine32=(wine32:i386)
 packagesDisplay=(xvfb xauth xdotool imagemagick)
+packagesBrowser=(chromium)
 packagesLint=(shellcheck flake8 yamllint msitools gcab)
 # The first is the reference, which Debian 12 and 13 both have. The others are for systems that lack it: they format alike.
 clangVersions=(22 19)
@@ -174,6 +175,12 @@ ensure_wine() {
 }
 
 ensure_build_tools() { ensure_packages "Install compilers and build tools" setup-build "${packagesBuild[@]}"; }
+
+# For tests that look at a page: 120 MB to fetch, so only when these are run. They fail without it and say why.
+ensure_browser() {
+    ensure_packages "Install a browser" setup-browser "${packagesBrowser[@]}" ||
+        warn "The tests that need a browser will fail."
+}
 
 # system_fault ETC ARCHITECTURE: one sentence when a system with these files in /etc and this processor cannot work. Derived
 # systems say in debian_version which Debian they stem from: a number, or "NAME/sid" before the release of that name.

@@ -45,6 +45,9 @@ warn_of_full_disk() {
 test_builds() {
     local name program failed result=0 options=()
     [[ -z ${record:-} ]] || options=(--record)
+    if ((${#testAreas[@]} == 0)) || [[ " ${testAreas[*]} " == *" check "* ]]; then
+        ensure_browser
+    fi
     rm -f "$logs"/{test,again,first-try,second-try}-*.{xml,json,seconds,log} "$logs/test.sum"
     begin_wine
     side_by_side test test_build "$@" || true
