@@ -94,12 +94,19 @@ class KitRun(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.work = tempfile.TemporaryDirectory(dir=workstation.options.work)
-        subprocess.run([sys.executable, make_kit.__file__, str(BUILD), cls.work.name, "--bare", "--only", *TESTS], check=True,
-                       stdout=subprocess.DEVNULL)
-        cls.archive, = pathlib.Path(cls.work.name).iterdir()
+        cls.archive = cls.make("Prüfpaket")
         # The drives through which the build could be seen.
         for name in ("k:", "z:"):
             (drive().parent / "dosdevices" / name).unlink()
+
+    @classmethod
+    def make(cls, name):
+        """A kit of a few tests, in a folder of that name."""
+        folder = pathlib.Path(cls.work.name, name)
+        subprocess.run([sys.executable, make_kit.__file__, str(BUILD), str(folder), "--bare", "--only", *TESTS], check=True,
+                       stdout=subprocess.DEVNULL)
+        archive, = folder.iterdir()
+        return archive
 
     @classmethod
     def tearDownClass(cls):
@@ -146,6 +153,9 @@ class KitRun(unittest.TestCase):
         self.assertNotIn("\r\r", output.replace("\n", ""))
         self.assertRegex(report["windows"]["ole32.dll"], r"^\d+\.\d+\.")
         self.assert_left_nothing(kit)
+
+    def test_made_again_it_has_the_same_bytes(self):
+        self.assertEqual(self.make("Noch einmal").read_bytes(), self.archive.read_bytes())
 
     def test_nobody_agrees_where_nobody_can_be_asked(self):
         kit = Kit(self.archive, "Ungefragt")
