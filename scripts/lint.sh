@@ -23,7 +23,10 @@ check_shell() { shell_scripts | xargs -0 shellcheck; }
 # Of packages with stand-in files: what is built need not be there.
 check_packages() { PYTHONDONTWRITEBYTECODE=1 python3 "$root/packaging/check_package.py"; }
 
-check_workflows() { yamllint --strict --config-file "$root/.yamllint" "$root/.github" && python3 "$root/scripts/workflows.py" "$root"; }
+check_workflows() {
+    project_files yml | xargs -0 -r yamllint --strict --config-file "$root/.yamllint" &&
+        python3 "$root/scripts/workflows.py" "$root"
+}
 
 check_python() { project_files py | xargs -0 -r flake8 --config "$root/.flake8"; }
 

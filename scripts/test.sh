@@ -45,9 +45,6 @@ warn_of_full_disk() {
 test_builds() {
     local name program failed result=0 options=()
     [[ -z ${record:-} ]] || options=(--record)
-    if ((${#testAreas[@]} == 0)) || [[ " ${testAreas[*]} " == *" check "* ]]; then
-        ensure_browser
-    fi
     rm -f "$logs"/{test,again,first-try,second-try}-*.{xml,json,seconds,log} "$logs/test.sum"
     begin_wine
     side_by_side test test_build "$@" || true
@@ -109,6 +106,9 @@ run_tests() {
     # What holds if the command ends before the tests are judged.
     closingLine="0 passed, 1 failed"
     command_setup
+    if ((${#testAreas[@]} == 0)) || [[ " ${testAreas[*]} " == *" check "* ]]; then
+        ensure_browser
+    fi
     build_for_tests
     for architecture in "${testBuilds[@]}"; do
         if [[ $architecture == x86 ]] && ! has_32_bit_wine; then

@@ -30,6 +30,11 @@ PROJECT = {
     "build/lint-x86/made/Made.h": "// generated\n",
     "run.sh": "#!/bin/bash\ntrue\n",
     "check.py": "print()\n",
+    ".github/workflows/ci.yml": "on: push\n",
+    # These have tests of their own.
+    "scripts/workflows.py": "print()\n",
+    "packaging/check_package.py": "import pathlib\n\nif (pathlib.Path(__file__).parent / 'broken').exists():\n"
+                                  "    raise SystemExit('a wrong table')\n",
 }
 SOURCES = sorted(path for path in PROJECT if path.endswith(".cpp"))
 
@@ -75,6 +80,9 @@ found=$(grep -sH MISPLACED -- "$@")
 [ -z "$found" ] || { echo "$found"; exit 1; }
 """
 
+# The packages of those that have no version of their own.
+JUDGES = "shellcheck flake8 yamllint msitools gcab"
+
 REAL_RUN = subprocess.run
 
 SHELL = r"""
@@ -110,13 +118,12 @@ class Lint(unittest.TestCase):
         for path, text in PROJECT.items():
             self.write(path, text)
         (self.project / "run.sh").chmod(0o755)
-        (self.project / "scripts").mkdir()
         for name in ("tidy.py", "due.py", "floors.py"):
             shutil.copy(ROOT / "scripts" / name, self.project / "scripts" / name)
         self.bin.mkdir()
         programs = {"clang-tidy-22": CLANG_TIDY, "clang-tidy-19": CLANG_TIDY, "i686-w64-mingw32-g++-posix": COMPILER,
                     "x86_64-w64-mingw32-g++-posix": COMPILER, "clang-format-22": JUDGE, "clang-format-19": JUDGE,
-                    "shellcheck": JUDGE, "flake8": JUDGE}
+                    "shellcheck": JUDGE, "flake8": JUDGE, "yamllint": JUDGE}
         for name, text in programs.items():
             (self.bin / name).write_text(text, encoding="utf-8")
             (self.bin / name).chmod(0o755)
@@ -154,7 +161,7 @@ class Lint(unittest.TestCase):
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
                               env=os.environ | {"PATH": f"{self.bin}:{os.environ['PATH']}", "CALLS": str(self.calls),
                                                 "PROJECT": str(self.project),
-                                                "INSTALLED": "shellcheck flake8 clang-format-22 clang-tidy-22"} | environment)
+                                                "INSTALLED": f"{JUDGES} clang-format-22 clang-tidy-22"} | environment)
         return done.returncode, done.stdout, self.lines("calls")
 
     def lines(self, name):
@@ -253,6 +260,15 @@ class Findings(Lint):
         self.append("check.py", "# MISPLACED\n")
         self.expect_findings("check.py:# MISPLACED")
         self.expect_judged("flake8 --config ", "scripts/tidy.py")
+
+    def test_of_workflows(self):
+        self.append(".github/workflows/ci.yml", "# MISPLACED\n")
+        self.expect_findings("ci.yml:# MISPLACED")
+        self.expect_judged("yamllint --strict --config-file ", ".github/workflows/ci.yml")
+
+    def test_of_the_packages_tables(self):
+        self.write("packaging/broken", "")
+        self.expect_findings("a wrong table")
 
     def test_of_one_kind_do_not_hide_another(self):
         self.append("run.sh", "# MISPLACED\n")
@@ -422,19 +438,19 @@ class Clang(Lint):
         return said, self.lines("calls.judges")
 
     def test_is_the_reference(self):
-        said, judges = self.format_and_lint(INSTALLED="shellcheck flake8 clang-format-19 clang-tidy-19")
+        said, judges = self.format_and_lint(INSTALLED=f"{JUDGES} clang-format-19 clang-tidy-19")
         self.assertIn("install clang-format-22 clang-tidy-22", judges)
         self.assertTrue([line for line in judges if "clang-format-22 --dry-run" in line])
         self.assertNotIn("cannot be had", said)
 
     def test_is_another_one_where_the_reference_cannot_be_had(self):
-        said, judges = self.format_and_lint(INSTALLED="shellcheck flake8", UNAVAILABLE="clang-tidy-22")
+        said, judges = self.format_and_lint(INSTALLED=JUDGES, UNAVAILABLE="clang-tidy-22")
         self.assertIn("clang 22 cannot be had; 19 judges instead", said)
         self.assertTrue([line for line in judges if "clang-format-19 --dry-run" in line])
         self.assertIn("0 with findings", said)
 
     def test_is_needed(self):
-        self.expect_findings("can be installed", INSTALLED="shellcheck flake8", UNAVAILABLE="clang-tidy-22 clang-tidy-19")
+        self.expect_findings("can be installed", INSTALLED=JUDGES, UNAVAILABLE="clang-tidy-22 clang-tidy-19")
 
     def test_formats_in_place(self):
         code, said, _ = self.lint(function="run_format")
