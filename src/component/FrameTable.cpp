@@ -90,8 +90,9 @@ struct Row {
     const std::byte* description;
 };
 
-/// The component has fewer functions; with more than this, each search goes through all descriptions.
-std::array<Row, 4096> rows;
+/// The component has fewer functions (KANDORA_MOST_FUNCTIONS comes from the build); with more than this, each
+/// search goes through all descriptions.
+std::array<Row, KANDORA_MOST_FUNCTIONS> rows;
 
 /// Filled once, while the loader lets nobody else in, and only read from then on: an error needs neither
 /// memory nor a lock to find its handler.
