@@ -10,16 +10,22 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests" / "
 
 from browser import Browser  # noqa: E402  its folder is known only now
 
-# Wide enough for both tables of the summary side by side.
-SIZE = {"width": 1440, "height": 1200}
+# Just wide enough for both tables of the summary side by side.
+WIDTH = 1410
+# So many findings are seen.
+ROWS = 8
 SORT = "[...document.querySelectorAll('#befunde > thead button')].find(one => one.textContent === 'Befund')"
 
 
 def main():
     page, picture = sys.argv[1:]
     browser = Browser()
+
+    def resize(height):
+        browser.call("Emulation.setDeviceMetricsOverride", width=WIDTH, height=height, deviceScaleFactor=1, mobile=False)
+
     try:
-        browser.call("Emulation.setDeviceMetricsOverride", deviceScaleFactor=1, mobile=False, **SIZE)
+        resize(WIDTH)
         browser.call("Emulation.setScrollbarsHidden", hidden=True)
         browser.open(page)
         browser.click(SORT)
@@ -27,6 +33,8 @@ def main():
         browser.call("Input.dispatchMouseEvent", type="mouseMoved", x=1, y=1)
         browser.value("document.activeElement.blur()")
         browser.value("scrollTo(0, 0)")
+        resize(browser.value(f"Math.ceil([...document.querySelectorAll('#befunde > tbody > tr')].slice(0, {ROWS}).pop()"
+                             ".getBoundingClientRect().bottom)"))
         browser.picture(picture)
     finally:
         browser.close()
