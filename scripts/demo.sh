@@ -1,5 +1,5 @@
-# A year of the sample client through the component, and what happens to it afterwards, with both stand-ins, in a Windows
-# session of its own.
+# A year of the sample client through the component, what happens to it afterwards, and what a reconciliation says of that, with
+# both stand-ins, in a Windows session of its own.
 # shellcheck shell=bash
 
 demo="$build/demo"
@@ -10,6 +10,7 @@ demoReport="$demo/Bericht.json"
 demoPrint="$demo/Druck.pdf"
 demoPicture="$demo/Archiv.png"
 demoDialogPicture="$demo/Auswertung.png"
+demoPage="$demo/Abgleich.html"
 demoArchiveLog="$logs/demo-archive-program.log"
 archivePid=
 demoWidth=
@@ -143,6 +144,24 @@ settled() {
 
 display_signature() { import -window root rgb:- | cksum; }
 
+# From now on COM starts the accounting with the client as the year left it.
+register_client_of_year() {
+    demo_run "$build/$demoArchitecture/bin/HostSimulator.exe" --register --client "$(windows_path "$demoClient")"
+}
+
+# Shows what is left to do; the whole of what kandora-check says goes to the log. Nothing wrong is as good an end as findings.
+reconcile() {
+    local log="$logs/demo-reconcile.log" result=0
+    # No pipe: the accounting, which it starts, would keep the other end open.
+    demo_run "$build/$demoArchitecture/bin/kandora-check.exe" --reconcile --html "$(windows_path "$demoPage")" \
+        >"$log" 2>&1 </dev/null || result=$?
+    if ((result > 1)); then
+        tail -n 40 "$log"
+        return "$result"
+    fi
+    python3 "$root/scripts/left_to_do.py" --width "$demoWidth" <"$log"
+}
+
 stop_archive() {
     demo_run "$build/$demoArchitecture/bin/ArchiveSimulator.exe" --stop --store "$(windows_path "$demoStore")" &&
         wait_until "the archive has ended" archive_ended
@@ -162,7 +181,7 @@ show_result() {
 # Only what the demonstration uses.
 build_for_demo() {
     STEP_TAIL=80 build_step build-demo "Build the component and the stand-ins ($demoArchitecture)" \
-        build_preset "$demoArchitecture" Kandora kandora_files ArchiveSimulator HostSimulator
+        build_preset "$demoArchitecture" Kandora kandora_files ArchiveSimulator HostSimulator kandora-check
 }
 
 # The wine prefix is made while the compiler works: making it is mostly waiting for the disk.
@@ -172,7 +191,7 @@ begin_template() {
 }
 
 run_demo() {
-    local demoArchitecture=x86 start=$EPOCHREALTIME result=0 photographer templateProcess stepsTotal=10 stepNumber=0
+    local demoArchitecture=x86 start=$EPOCHREALTIME result=0 reconciled=0 photographer templateProcess stepsTotal=12 stepNumber=0
     has_32_bit_wine || demoArchitecture=x64
     mkdir -p "$demo" "$logs"
     begin_template
@@ -197,8 +216,16 @@ run_demo() {
     wait "$photographer" || true
     say ""
     step demo-picture "Take a picture of the archive's window" take_picture || true
+    ((result != 0)) || step demo-client "Open the year's client in the accounting" register_client_of_year
+    if ((result == 0)); then
+        stepNumber=$((stepNumber + 1))
+        say "  $stepNumber of $stepsTotal: What is left to do, as kandora-check --reconcile tells:"
+        reconcile || reconciled=$?
+        say ""
+    fi
     step demo-stop "Close the archive" stop_archive
     ((result == 0)) || die "The year did not go through (exit code $result)."
+    ((reconciled == 0)) || die "Archive and accounting could not be compared (exit code $reconciled)."
     say ""
     say "To look at, in $demo:"
     show_result "$demoStore/Ordner" "the archive's store, folder by folder"
@@ -206,6 +233,7 @@ run_demo() {
     show_result "$demoDialogPicture" "the dialog that describes the report" "$logs/demo-dialog.log"
     show_result "$demoPrint" "the report as it was printed"
     show_result "$demoReport" "every request with its answer"
+    show_result "$demoPage" "what is left to do, to sort, filter and print in a browser"
     show_result "$demoInstall" "the installed component"
     say ""
     say "The whole demonstration took $(seconds_since "$start") s."

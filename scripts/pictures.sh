@@ -1,5 +1,5 @@
-# The pictures of README and handbook, made anew: two of them by the demo, one of the installation, three of a workstation whose
-# folders have the names that an administrator knows.
+# The pictures of README and handbook, made anew: two of them by the demo, one of the page that the demo has written, one of the
+# installation, three of a workstation whose folders have the names that an administrator knows.
 # shellcheck shell=bash
 # shellcheck source=scripts/demo.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/demo.sh"
@@ -103,6 +103,20 @@ installer_has_ended() { ! kill -0 "$installerPid" 2>/dev/null; }
 
 display_has_changed() { [[ $(display_signature) != "$before" ]]; }
 
+# The page of the demo's reconciliation, in a browser.
+photograph_page() {
+    PYTHONDONTWRITEBYTECODE=1 python3 "$root/scripts/photograph_page.py" "$demoPage" "$demo/page.png" &&
+        save_picture abgleich <"$demo/page.png"
+}
+
+# The package brings the handbook, which cannot be made without its pictures: a new one begins as an empty one.
+stand_in_for_missing_pictures() {
+    local name
+    while read -r name; do
+        [[ -e $pictures/$name.png ]] || convert -size 8x8 xc:white png:- | save_picture "$name" || return
+    done < <(sed -n 's|.*](images/\([a-z-]*\)\.png).*|\1|p' "$root/docs/Handbuch.md")
+}
+
 # The demo's pictures as they are.
 take_over_pictures() {
     save_picture archiv <"$demoPicture" && save_picture auswertung <"$demoDialogPicture"
@@ -112,10 +126,12 @@ run_pictures() {
     local demoArchitecture=x86
     run_demo
     say ""
+    step pictures-missing "Stand-ins for pictures that are new" stand_in_for_missing_pictures
     step pictures-build "Build kandora-check and what the package brings" \
         build_preset "$demoArchitecture" kandora-check kandora_documents kandora_licences
     step pictures-package "Package" make_packages "$demoArchitecture"
     step pictures-demo "Pictures of the demo" take_over_pictures
+    step pictures-page "A picture of the page of the reconciliation" photograph_page
     step pictures-installation "A picture of the installation" photograph_installation
     step pictures-install "Install a workstation" install_workstation
     demoStore="$sessionDrive/Daten/Archiv"

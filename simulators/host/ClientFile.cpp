@@ -222,12 +222,37 @@ std::wstring ClientFile::Option(int group, int key) const {
 }
 
 void ClientFile::SetOption(int group, int key, const std::wstring& value) {
-    nlohmann::ordered_json before = document_;
-    document_["optionen"][std::to_string(group)][std::to_string(key)] = Utf8FromText(value);
+    nlohmann::ordered_json document = document_;
+    document["optionen"][std::to_string(group)][std::to_string(key)] = Utf8FromText(value);
+    Write(std::move(document));
+}
+
+void ClientFile::Keep(const Booking& booking, const std::vector<FieldChange>& changes) {
+    if (!keepsChanges_) {
+        return;
+    }
+    nlohmann::ordered_json document = document_;
+    nlohmann::ordered_json& record =
+        document["buchungen"][static_cast<std::size_t>(&booking - bookings_.data())];
+    for (const FieldChange& change : changes) {
+        nlohmann::ordered_json& value = record[Utf8FromText(change.field)];
+        if (change.field == L"betrag") {
+            value = static_cast<double>(booking.betrag) / 10000;
+        } else if (change.field == L"ursprung") {
+            value = booking.ursprung;
+        } else {
+            value = Utf8FromText(change.value);
+        }
+    }
+    Write(std::move(document));
+}
+
+void ClientFile::Write(nlohmann::ordered_json document) {
+    document_.swap(document);
     try {
         WriteFileAtomically(path_.wstring(), Render());
     } catch (...) {
-        document_ = std::move(before);
+        document_.swap(document);
         throw;
     }
 }

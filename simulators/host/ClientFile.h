@@ -10,6 +10,8 @@
 
 namespace kandora::simulators {
 
+struct FieldChange;
+
 /// The option group in which the document archive keeps its settings.
 constexpr int optionGroup = 600;
 
@@ -52,7 +54,8 @@ struct Address {
     std::wstring ort;
 };
 
-/// A client (Mandant) of the accounting: what its file holds, and its options, which are written back.
+/// A client (Mandant) of the accounting: what its file holds, and its options, which are written back. Changed
+/// bookings are written to a copy of a client alone: a sample stays what it is.
 // NOLINTNEXTLINE(bugprone-exception-escape): the JSON library's move does not throw, it only does not say so
 class ClientFile {
 public:
@@ -79,11 +82,18 @@ public:
     /// its value.
     void SetOption(int group, int key, const std::wstring& value);
 
+    /// From now on the file is a copy to work on.
+    void KeepChanges() { keepsChanges_ = true; }
+
+    /// Writes what has changed of a booking of this client, if the file is a copy. Throws Failure when it cannot
+    /// be written.
+    void Keep(const Booking& booking, const std::vector<FieldChange>& changes);
+
     /// References in the file that lead nowhere and are not declared as gaps under "bewusstFehlend", one
     /// German line each.
     [[nodiscard]] std::vector<std::wstring> UnresolvedReferences() const;
 
-    /// The text of the file as SetOption writes it: records one a line, UTF-8.
+    /// The text of the file as it is written back: records one a line, UTF-8.
     [[nodiscard]] std::string Render() const;
 
 private:
@@ -96,7 +106,11 @@ private:
         return ledger == Ledger::Debtors ? debtors_ : creditors_;
     }
 
+    /// Writes the file anew. The client keeps what it held when that fails.
+    void Write(nlohmann::ordered_json document);
+
     std::filesystem::path path_;
+    bool keepsChanges_ = false;
     nlohmann::ordered_json document_;
     std::wstring mandant_;
     std::vector<Booking> bookings_;

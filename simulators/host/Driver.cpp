@@ -42,7 +42,7 @@ void RequireDocId(const Request& request, const std::wstring& requestFile, const
     }
 }
 
-void Apply(const Request& request, const std::wstring& requestFile, ClientFile* client) {
+Booking& Apply(const Request& request, const std::wstring& requestFile, ClientFile* client) {
     Booking& booking = BookingOf(request, requestFile, client);
     const auto isOther = [&](const Booking& candidate) {
         return &candidate != &booking && candidate.belegNr == booking.belegNr &&
@@ -59,6 +59,7 @@ void Apply(const Request& request, const std::wstring& requestFile, ClientFile* 
             AtPlace(requestFile, request.place,
                     L"Die Buchung " + booking.belegNr + L"/" + booking.belegIndex + L" gibt es schon."));
     }
+    return booking;
 }
 
 ReportDescription DescriptionIn(const Request& request) {
@@ -93,7 +94,9 @@ ClientFile LoadClient(const std::filesystem::path& path, const std::filesystem::
         return ClientFile::Load(path);
     }
     WriteFileAtomically(copy.wstring(), ReadWholeFile(path.wstring()));
-    return ClientFile::Load(copy);
+    ClientFile client = ClientFile::Load(copy);
+    client.KeepChanges();
+    return client;
 }
 
 Outcome Driver::Run(const Request& request, const std::wstring& requestFile) {
@@ -109,9 +112,11 @@ Outcome Driver::Run(const Request& request, const std::wstring& requestFile) {
     case RequestKind::CloseClient:
         accounting_.CloseClient();
         break;
-    case RequestKind::ChangeBooking:
-        Apply(request, requestFile, accounting_.Client());
+    case RequestKind::ChangeBooking: {
+        const Booking& booking = Apply(request, requestFile, accounting_.Client());
+        accounting_.Client()->Keep(booking, request.changes);
         break;
+    }
     case RequestKind::SetOption:
         if (!accounting_.Client()) {
             throw Failure(AtPlace(requestFile, request.place, L"Es ist kein Mandant geöffnet."));

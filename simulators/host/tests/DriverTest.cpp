@@ -218,6 +218,30 @@ TEST_F(DriverTest, ChangesShowInLaterRequestsButNotInTheFile) {
     EXPECT_EQ(ReadWholeFile(folder_ / L"klein.json"), smallClient);
 }
 
+TEST_F(DriverTest, ACopyKeepsChanges) {
+    Run(L"openclient klein.json kopie.json\nchange 10 2 belegNr=12 text=\"Neu \"\"Ä\"\"\" datum=2026-03-06 betrag=-1.05 "
+        L"ursprung=0 opNr= barcode=B9 docId=7\nchange 11 1 barcode=B8\noption 100 false");
+    ClientFile copy = ClientFile::Load(folder_ / L"kopie.json");
+    const Booking* booking = copy.FindBooking(L"12", L"2");
+    ASSERT_NE(booking, nullptr);
+    EXPECT_EQ(booking->text, L"Neu \"Ä\"");
+    EXPECT_EQ(booking->datum, copy.FindBooking(L"10", L"1")->datum + 2);
+    EXPECT_EQ(booking->betrag, -10500);
+    EXPECT_EQ(booking->ursprung, 0);
+    EXPECT_EQ(booking->opNr + L"|" + booking->barcode + L"|" + booking->docId, L"|B9|7");
+    EXPECT_EQ(copy.FindBooking(L"11", L"1")->barcode, L"B8");
+    EXPECT_EQ(copy.FindBooking(L"10", L"2"), nullptr);
+    EXPECT_EQ(copy.Bookings().size(), 3U);
+    EXPECT_EQ(copy.Option(600, 100), L"false");
+    EXPECT_EQ(ReadWholeFile(folder_ / L"klein.json"), smallClient);
+}
+
+TEST_F(DriverTest, CheckingRequestsWritesNothingToACopy) {
+    ClientFile copy = LoadClient(folder_ / L"klein.json", folder_ / L"kopie.json");
+    CheckRequests(ParseRequests(L"change 10 1 text=Neu", L""), L"", &copy);
+    EXPECT_EQ(ReadWholeFile(folder_ / L"kopie.json"), smallClient);
+}
+
 TEST_F(DriverTest, AChangedNumberCountsFromThenOn) {
     Run(L"change 10 1 belegNr=12\nDocumentChanged booking 12 1");
     EXPECT_THAT(provider_.calls[0],

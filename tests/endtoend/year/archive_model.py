@@ -90,14 +90,14 @@ class Archive:
         # In the order of filing, through all sessions; deleted entries are removed.
         self.entries = []
         self.name = self.client["mandant"].rsplit("\\", 1)[1]
+        self.bookings = [dict(booking) for booking in self.client["buchungen"]]
+        self.is_on = True
         self.restart()
 
     def restart(self):
-        """The accounting is started anew: it reads its client again, and the component has nothing in memory."""
-        self.bookings = [dict(booking) for booking in self.client["buchungen"]]
+        """The accounting is started anew with the client as it left it, and the component has nothing in memory."""
         self.records = {kind: {} for kind in KINDS}
         self.description = {}
-        self.is_on = True
 
     def run_year(self):
         for booking in self.bookings:
@@ -118,8 +118,8 @@ class Archive:
         if name == "change":
             booking = self.booking(values[0], values[1])
             booking.update(self.assignments(values[2:]))
-            if "betrag" in dict(self.assignments(values[2:])):
-                booking["betrag"] = float(booking["betrag"])
+            booking["betrag"] = float(booking["betrag"])
+            booking["ursprung"] = int(booking["ursprung"])
         elif name == "describe":
             self.description = self.assignments(values)
         elif name == "option":
@@ -203,7 +203,7 @@ class Archive:
     def fill_record(self, doc_id, number, index, barcode):
         """A record that is not new keeps what a booking without open item does not fill."""
         booking = self.booking(number, index)
-        kind = {1: "Debi", 2: "Kredi"}.get(int(booking["ursprung"]), "Beleg")
+        kind = {1: "Debi", 2: "Kredi"}.get(booking["ursprung"], "Beleg")
         ledger = KINDS[kind][3]
         record = self.records[kind]
         record.update({"Barcode": barcode, "Belegnummer": number, "Belegindex": index, "Belegstatus": "Pendent",

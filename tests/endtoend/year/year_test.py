@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """A year of the sample client, what happens afterwards, and a second session: the archive's store must hold what the
-client file and the request files say, entry by entry and field by field.
+client file and the request files say, entry by entry and field by field. Between the two kandora-check must say what the first
+one has left to do, as the demo shows it.
 
     year_test.py --bin DIRECTORY --run SCRIPT --work DIRECTORY
 
@@ -18,6 +19,7 @@ import unittest
 
 import cases
 from archive_model import Archive, Formats
+from left_over import LeftOver
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 
@@ -39,11 +41,11 @@ def command(program, *arguments):
     return [str(OPTIONS.run), name, *arguments]
 
 
-def run(program, *arguments):
+def run(program, *arguments, code=0):
     done = subprocess.run(command(program, *arguments), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, timeout=LIMIT, check=False)
     output = done.stdout.decode("utf-8", "replace").replace("\r\n", "\n")
-    if done.returncode != 0:
+    if done.returncode != code:
         raise AssertionError(f"{program} ended with {done.returncode}:\n{output}")
     return output
 
@@ -144,6 +146,7 @@ class YearTest(unittest.TestCase):
                              windows_path(cls.store), "--report", windows_path(cls.work / "Jahr.json"))
             cls.after_year = read_store(cls.store)
             cls.first_print = cls.printer_file.read_bytes()
+            cls.reconcile(windows_path(install / "Kandora.dll"))
             # The client as the first session left it: its options know the archive's folders.
             common[-1] = windows_path(cls.work / "Mandant.json")
             cls.narrow_output = run("HostSimulator.exe", *common, "--client-copy",
@@ -158,8 +161,23 @@ class YearTest(unittest.TestCase):
         cls.expected.run_year()
         cls.expected.run(CHANGES.read_text(encoding="utf-8"))
         cls.expected_after_year = json.loads(json.dumps(cls.expected.entries))
+        cls.expected_bookings = json.loads(json.dumps(cls.expected.bookings))
+        cls.left_over = LeftOver(cls.expected, [entry["id"] for entry in cls.after_year], cls.compared_on)
         cls.expected.restart()
         cls.expected.run(MORE_CHANGES.read_text(encoding="utf-8"))
+
+    @classmethod
+    def reconcile(cls, component):
+        """As somebody would on the day after the year, with the client as the year left it."""
+        run("HostSimulator.exe", "--register", "--client", windows_path(cls.work / "Mandant.json"))
+        cls.compared_on = None
+        while cls.compared_on != datetime.date.today():
+            cls.compared_on = datetime.date.today()
+            # The accounting that this starts has ended, too, when nobody holds the other end of the output any more.
+            output = run("kandora-check.exe", "--component", component, "--reconcile", "--json", "--html",
+                         windows_path(cls.work / "Abgleich.html"), code=1)
+            cls.reconciliation = json.loads(output)["abgleich"]
+        cls.shown = run("kandora-check.exe", "--component", component, "--reconcile", code=1)
 
     def assert_entries(self, found, expected):
         found = without(found, "id", "dokument")
@@ -207,9 +225,9 @@ class YearTest(unittest.TestCase):
         debit, credit, balance = (int(re.sub(r"[^\d-]", "", text)) for text in texts[total + 3:total + 6])
         self.assertEqual(texts[total + 2], str(len(client["buchungen"])))
         self.assertEqual(debit - credit, balance)
-        # Two amounts are corrected by then, one of them without an effect on the sums of its own ledger's open items.
+        # The amounts of a payroll and of a cash book are corrected by then.
         amounts = sum(abs(round(booking["betrag"] * 100)) for booking in client["buchungen"])
-        self.assertEqual(debit + credit, amounts + 3472050 - 3215000)
+        self.assertEqual(debit + credit, amounts + 3472050 - 3215000 + 18511 - 15811)
         self.assertEqual(data_pages(report["dokument"]), texts.count("Saldobilanz"))
 
     def test_the_report_dialog_was_filled_as_described(self):
@@ -229,8 +247,58 @@ class YearTest(unittest.TestCase):
                 for box in request["boxes"] if "Belegtyp konnte nicht gelesen werden" in box["text"]]
         self.assertEqual(told, [("DeleteDocument", "99999")])
 
+    def test_the_copy_of_the_client_keeps_what_changed(self):
+        copy = json.loads((self.work / "Mandant.json").read_text(encoding="utf-8"))
+        self.assertEqual(copy["buchungen"], self.expected_bookings)
+
+    # ---- what is left to do ------------------------------------------------------------------------------------------
+
+    def test_the_comparison_finds_what_the_year_left_and_nothing_else(self):
+        found = [{key: value for key, value in finding.items() if key not in ("treffer", "text")}
+                 for finding in self.reconciliation["befunde"]]
+
+        def order(finding):
+            return finding["eintrag"], finding["art"]
+
+        self.assertEqual(sorted(found, key=order), sorted(self.left_over.findings, key=order))
+        self.assertTrue(self.reconciliation["vollstaendig"])
+        self.assertEqual((self.reconciliation["geprueft"], self.reconciliation["andere"]), (len(self.left_over.entries), 0))
+
+    def test_the_comparison_names_the_vouchers_of_these_events(self):
+        found = {(finding["art"], finding["nummer"]) for finding in self.reconciliation["befunde"]}
+        self.assertEqual({one for one in found if one[0] != "pendent"}, {
+            # Two vouchers got another number: the one with a barcode was filed again.
+            ("ohneBuchung", "26105"), ("doppelt", "26105"), ("ohneBuchung", "26506"),
+            # Three were changed while the archive was switched off.
+            ("abweichend", "1009"), ("abweichend", "26511"), ("andereArt", "26514")})
+
+    def test_the_page_holds_what_the_comparison_says(self):
+        page = (self.work / "Abgleich.html").read_text(encoding="utf-8")
+        self.assertEqual(json.loads(re.search(r'id="daten">(.*?)</script>', page, re.DOTALL)[1]), self.reconciliation)
+
+    def test_the_demo_shows_each_finding_but_those_that_wait_for_a_scan(self):
+        done = subprocess.run([sys.executable, ROOT / "scripts" / "left_to_do.py", "--width", "90"], input=self.shown.encode(),
+                              stdout=subprocess.PIPE, check=True)
+        lines = done.stdout.decode("utf-8").splitlines()
+        self.assertEqual([line for line in lines if len(line) > 90 or not line.startswith("  ")], [])
+        told = re.sub(r"\s+", " ", " ".join(lines))
+        waiting = 0
+        for finding in self.reconciliation["befunde"]:
+            if finding["art"] == "pendent":
+                waiting += 1
+                self.assertNotIn(finding["text"], told)
+            else:
+                self.assertIn(f"Eintrag {finding['eintrag']}, Beleg {finding['nummer']} / {finding['index']}: "
+                              + re.sub(r"\s+", " ", finding["text"]), told)
+        if waiting:
+            self.assertIn(f"pendent: {waiting} ", told)
+        self.assertIn(f"{self.reconciliation['geprueft']} Einträge geprüft, 0 andere, {len(self.reconciliation['befunde'])} "
+                      "Befunde: ", told)
+
+    # ---- what is shown -----------------------------------------------------------------------------------------------
+
     def test_the_table_tells_what_happened(self):
-        self.assertIn("17 Anfragen: 5 Einträge abgelegt, 4 geändert, 3 gelöscht", self.output)
+        self.assertIn("20 Anfragen: 5 Einträge abgelegt, 4 geändert, 3 gelöscht", self.output)
         self.assertRegex(self.output, r"\n      \*  Barcode +MU26000006 +MU26900501\n")
         self.assertRegex(self.output, r"\n         Barcode +MU26000005 +MU26000005\n")
         self.assertIn("    Nicht im Archiv: unverändert\n", self.output)
