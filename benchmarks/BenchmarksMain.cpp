@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <vector>
 
 #include "benchmarks/Figures.h"
 
@@ -19,7 +20,7 @@ void Run(const Options& options) {
         const char* name;
         std::function<void()> measure;
     };
-    const Group groups[] = {
+    const std::vector<Group> groups{
         {"late-bound call", [&] { MeasureCalls(figures); }},
         {"rendering", [&] { MeasureRendering(figures); }},
         {"load", [&] { MeasureLoading(figures); }},
@@ -33,7 +34,9 @@ void Run(const Options& options) {
              }
          }},
     };
-    for (const Group& group : groups) {
+    // The comparison has an archive and a client of its own, which are registered for it alone.
+    const std::vector<Group> ofComparison{{"reconcile", [&] { MeasureReconciling(figures); }}};
+    for (const Group& group : options.comparison.empty() ? groups : ofComparison) {
         if (std::string(group.name).find(options.only) != std::string::npos) {
             group.measure();
         }
@@ -60,10 +63,12 @@ int main(int argc, char** argv) {
             {"--empty", &Options::empty, "an empty COM DLL"},
             {"--only", &Options::only, "only the groups whose names hold this text"},
             {"--table", &Options::table, "writes the figures to this file"},
-            {"--curve", &Options::curve, "appends the searches' times to this file"},
+            {"--curve", &Options::curve, "appends the times of searches or comparisons to this file"},
             {"--simulator", &Options::simulator, "the archive simulator"},
             {"--large", &Options::large, "a store with many entries"},
             {"--small", &Options::small, "a store without entries"},
+            {"--comparison", &Options::comparison,
+             "the archive's store for comparing with the accounting; nothing else is measured then"},
             {"--load", &Options::load, "loads this DLL once and tells the time"},
         };
         for (const Row& row : rows) {

@@ -22,6 +22,7 @@ struct Options {
     std::string simulator;
     std::string large;
     std::string small;
+    std::string comparison;
     int rounds = 15;
     bool isQuick = false;
 };
@@ -55,10 +56,16 @@ void MeasureSearches(Figures& figures, cost_tests::Workbench& bench, cost_tests:
 void MeasureMemory(Figures& figures);
 /// The archive's stand-in with many entries.
 void MeasureLargeArchive(Figures& figures);
+/// kandora-check's comparison of archive and accounting.
+void MeasureReconciling(Figures& figures);
 
 /// Loads the DLL, makes an object and prints the microseconds that it took; for a process of its own, as a
 /// DLL is loaded only once in each.
 void LoadOnce(const std::string& file);
+
+/// Microseconds from the start of the archive's simulator until its window answers and shows its tree. Ends
+/// the simulator again. Throws std::runtime_error when it does not start.
+double TimeToWindow(const std::string& simulator, const std::string& store);
 
 /// The number that a command prints. Throws std::runtime_error when it prints none or fails.
 double NumberToldBy(const std::string& command);

@@ -15,10 +15,6 @@ namespace kandora::benchmarks {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-/// Microseconds from the start of the simulator until its window answers and shows its tree. Ends the
-/// simulator again.
 double TimeToWindow(const std::string& simulator, const std::string& store) {
     std::string command = "\"" + simulator + "\" --store \"" + store + "\"";
     STARTUPINFOA startup{};
@@ -48,8 +44,6 @@ double TimeToWindow(const std::string& simulator, const std::string& store) {
     CloseHandle(process.hProcess);
     return time;
 }
-
-}  // namespace
 
 void MeasureLargeArchive(Figures& figures) {
     // The first opening reads every entry's file and leaves an index for the following ones.

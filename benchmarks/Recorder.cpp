@@ -18,6 +18,14 @@ class Conversation::Listener final : public Undescribed<ComObject<IDispatch>> {
 public:
     Listener(Conversation& conversation, ComPtr<IDispatch> object, std::size_t role)
         : conversation_(conversation), object_(std::move(object)), role_(role) {}
+    ~Listener() override {
+        Step step;
+        step.kind = Step::Kind::LetGo;
+        step.object = role_;
+        conversation_.steps_.push_back(std::move(step));
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
 
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID reserved, LPOLESTR* names, UINT count, LCID locale,
                                             DISPID* ids) override {
@@ -90,6 +98,7 @@ void Conversation::Release() {
 }
 
 IDispatch* Conversation::NewListener(IDispatch* object) {
+    madeAt_.push_back(steps_.size());
     return new Listener(*this, ComPtr<IDispatch>::Adopt(object), roles_++);
 }
 
@@ -98,8 +107,9 @@ IDispatch* Conversation::Listen(REFCLSID clsid, IDispatch* made) {
     step.kind = Step::Kind::Make;
     step.clsid = clsid;
     step.object = roles_;
+    IDispatch* const listener = NewListener(made);
     steps_.push_back(step);
-    return NewListener(made);
+    return listener;
 }
 
 void Conversation::Hold(std::size_t role, ComPtr<IDispatch> object) {
@@ -178,6 +188,10 @@ void Conversation::SayAgain(std::size_t begin, std::size_t end, bool askingIds) 
             Call(step);
         } else if (step.kind == Step::Kind::Make) {
             Hold(step.object, maker_(step.clsid));
+        } else if (step.kind == Step::Kind::LetGo) {
+            if (madeAt_[step.object] >= begin) {
+                held_.at(step.object).Reset();
+            }
         } else if (askingIds) {
             DISPID id = DISPID_UNKNOWN;
             auto* name = const_cast<wchar_t*>(step.name.c_str());

@@ -31,9 +31,10 @@ public:
 
     /// Number of steps so far.
     [[nodiscard]] std::size_t Steps() const noexcept { return steps_.size(); }
-    /// Says the steps again. Objects made in them take the place of earlier ones with the same role; objects
-    /// of steps before `begin` must have been made by an earlier call. With `askingIds` each id is asked
-    /// where it was. Throws std::runtime_error when a call fails.
+    /// Says the steps again. Objects made in them take the place of earlier ones with the same role and are
+    /// let go where the component did so; objects of steps before `begin` must have been made by an earlier
+    /// call, and stay. With `askingIds` each id is asked where it was. Throws std::runtime_error when a call
+    /// fails.
     void SayAgain(std::size_t begin, std::size_t end, bool askingIds);
     /// How many of the steps are calls, and how many ask for an id.
     [[nodiscard]] std::size_t Calls(std::size_t begin, std::size_t end) const;
@@ -51,7 +52,7 @@ private:
         std::wstring text;
     };
     struct Step {
-        enum class Kind { Make, Ask, Call } kind = Kind::Call;
+        enum class Kind { Make, Ask, Call, LetGo } kind = Kind::Call;
         std::size_t object = 0;
         CLSID clsid{};
         std::wstring name;
@@ -71,6 +72,7 @@ private:
     Maker maker_;
     std::vector<Step> steps_;
     std::size_t roles_ = 0;
+    std::vector<std::size_t> madeAt_;  ///< by role: the step
     std::vector<ComPtr<IDispatch>> held_;
 };
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""plot.py TIMES SVG: draws the times of searches over their numbers of hits, both axes logarithmic."""
+"""plot.py TIMES SVG WHAT OF: draws the times of WHAT over its numbers of OF, both axes logarithmic."""
 
 import math
 import sys
@@ -18,7 +18,7 @@ def read(path):
     return {where: sorted(points) for where, points in curves.items()}
 
 
-def draw(curves):
+def draw(curves, what, of):
     values = [point for points in curves.values() for point in points]
     low_x, high_x = math.log10(min(p[0] for p in values)), math.log10(max(p[0] for p in values))
     low_y = math.floor(math.log10(min(min(p[1:]) for p in values)))
@@ -46,16 +46,16 @@ def draw(curves):
             parts.append(f'<path d="M{path}" fill="none" stroke="{colour}" stroke-width="2"{dashes}/>')
         x, y = place(points[-1][0], points[-1][1])
         parts.append(f'<text x="{x:.1f}" y="{y - 8:.1f}" text-anchor="end" fill="{colour}">{NAMES[where]}</text>')
-    parts.append(f'<text x="{WIDTH / 2}" y="{HEIGHT - 20}" text-anchor="middle">hits</text>'
-                 f'<text x="{WIDTH / 2}" y="30" text-anchor="middle">One search: the component (solid) and its bare '
-                 'calls (dashed)</text></svg>')
+    parts.append(f'<text x="{WIDTH / 2}" y="{HEIGHT - 20}" text-anchor="middle">{of}</text>'
+                 f'<text x="{WIDTH / 2}" y="30" text-anchor="middle">{what} (solid) and its bare calls (dashed)'
+                 '</text></svg>')
     return "\n".join(parts) + "\n"
 
 
 def main(arguments):
-    if len(arguments) != 2:
+    if len(arguments) != 4:
         sys.exit(__doc__)
-    Path(arguments[1]).write_text(draw(read(arguments[0])), encoding="utf-8")
+    Path(arguments[1]).write_text(draw(read(arguments[0]), *arguments[2:]), encoding="utf-8")
 
 
 if __name__ == "__main__":

@@ -36,7 +36,7 @@ BESIDE = {
     "simulators": FACE | {"simulators"},
     "tools": PRODUCT | {"tools"},
     "tests": PRODUCT | {"tests", "simulators", "tools"},
-    "benchmarks": PRODUCT | {"benchmarks", "simulators", "tests"},
+    "benchmarks": PRODUCT | {"benchmarks", "simulators", "tests", "tools"},
 }
 KNOWN = PRODUCT | BESIDE.keys()
 
