@@ -4,8 +4,8 @@
 coveragePreset=coverage-x86
 
 # The programs that are run: the whole runs and the long ones reach nothing that these do not.
-coveragePrograms=(unit_tests protocol_tests component_tests library_failure_tests outside_tests ui_tests badinput_tests
-    badinput_component_tests fault_sweep allocation_sweep reentry_sweep model_tests cost_tests)
+coveragePrograms=(unit_tests protocol_tests component_tests library_failure_tests outside_tests foreign_tests ui_tests
+    badinput_tests badinput_component_tests fault_sweep allocation_sweep reentry_sweep model_tests cost_tests)
 
 build_for_coverage() {
     configure_preset "$coveragePreset" &&

@@ -13,6 +13,14 @@ import json
 import os
 import pathlib
 import re
+import subprocess
+
+
+def demangled(name):
+    """The collector leaves names alone that end with the size of the arguments, as those of functions do that the system calls."""
+    if not name.startswith("_Z"):
+        return name
+    return subprocess.run(["c++filt", re.sub(r"@\d+$", "", name)], stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
 
 
 def short_name(name):
@@ -30,7 +38,7 @@ class Source:
     def __init__(self, entry):
         self.path = entry["file"]
         self.lines = [line for line in entry["lines"] if not (line.get("gcovr/noncode") or line.get("gcovr/excluded"))]
-        self._begins = sorted((function["lineno"], short_name(function.get("demangled_name") or function["name"]))
+        self._begins = sorted((function["lineno"], short_name(demangled(function.get("demangled_name") or function["name"])))
                               for function in entry["functions"])
 
     @property

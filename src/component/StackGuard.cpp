@@ -59,7 +59,7 @@ std::uintptr_t __stack_chk_guard = 0xFF0A0D00;
     // Fast failure: the system ends the process with STATUS_STACK_BUFFER_OVERRUN and asks no handler, whose
     // address may be what was overwritten.
     constexpr int stackCookieFailure = 2;
-    asm volatile("int $0x29" : : "c"(stackCookieFailure) : "memory");
+    asm volatile("movl %0, %%ecx\n\tint $0x29" : : "i"(stackCookieFailure) : "ecx", "memory");
     __builtin_unreachable();
 }
 
