@@ -17,7 +17,7 @@ import subprocess
 
 
 def demangled(name):
-    """The collector leaves names alone that end with the size of the arguments, as those of functions do that the system calls."""
+    """The collector leaves names alone that end with the size of the arguments, as those of functions that the system calls."""
     if not name.startswith("_Z"):
         return name
     return subprocess.run(["c++filt", re.sub(r"@\d+$", "", name)], stdout=subprocess.PIPE, text=True, check=True).stdout.strip()
