@@ -54,8 +54,8 @@ struct Address {
     std::wstring ort;
 };
 
-/// A client (Mandant) of the accounting: what its file holds, and its options, which are written back. Changed
-/// bookings are written to a copy of a client alone: a sample stays what it is.
+/// A client (Mandant) of the accounting: what its file holds, and its options, which are written back.
+/// Changed bookings are written to a copy of a client alone: a sample stays what it is.
 // NOLINTNEXTLINE(bugprone-exception-escape): the JSON library's move does not throw, it only does not say so
 class ClientFile {
 public:
@@ -85,8 +85,8 @@ public:
     /// From now on the file is a copy to work on.
     void KeepChanges() { keepsChanges_ = true; }
 
-    /// Writes what has changed of a booking of this client, if the file is a copy. Throws Failure when it cannot
-    /// be written.
+    /// Writes what has changed of a booking of this client, if the file is a copy. Throws Failure when it
+    /// cannot be written.
     void Keep(const Booking& booking, const std::vector<FieldChange>& changes);
 
     /// References in the file that lead nowhere and are not declared as gaps under "bewusstFehlend", one

@@ -59,8 +59,8 @@ void CheckRequests(const std::vector<Request>& requests, const std::wstring& req
 /// Throws Failure when a booking has no document id.
 std::vector<Request> YearRequests(const ClientFile& client);
 
-/// Opens the client file, or, unless `copy` is empty, copies it there and opens the copy, which then keeps what
-/// changes. Throws Failure.
+/// Opens the client file, or, unless `copy` is empty, copies it there and opens the copy, which then keeps
+/// what changes. Throws Failure.
 ClientFile LoadClient(const std::filesystem::path& path, const std::filesystem::path& copy);
 
 }  // namespace kandora::simulators

@@ -219,8 +219,8 @@ TEST_F(DriverTest, ChangesShowInLaterRequestsButNotInTheFile) {
 }
 
 TEST_F(DriverTest, ACopyKeepsChanges) {
-    Run(L"openclient klein.json kopie.json\nchange 10 2 belegNr=12 text=\"Neu \"\"Ä\"\"\" datum=2026-03-06 betrag=-1.05 "
-        L"ursprung=0 opNr= barcode=B9 docId=7\nchange 11 1 barcode=B8\noption 100 false");
+    Run(L"openclient klein.json kopie.json\nchange 10 2 belegNr=12 text=\"Neu \"\"Ä\"\"\" datum=2026-03-06 "
+        L"betrag=-1.05 ursprung=0 opNr= barcode=B9 docId=7\nchange 11 1 barcode=B8\noption 100 false");
     ClientFile copy = ClientFile::Load(folder_ / L"kopie.json");
     const Booking* booking = copy.FindBooking(L"12", L"2");
     ASSERT_NE(booking, nullptr);
