@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 #include "benchmarks/Figures.h"
 #include "benchmarks/RecordedRequests.h"
@@ -22,6 +23,9 @@ namespace kandora::benchmarks {
 namespace fs = std::filesystem;
 
 namespace {
+
+// Beside it lie the settings; the program that compares is told where.
+constexpr const char* copiedComponent = "Kandora.dll";
 
 /// So many entries share three masks, of vouchers, debtors and creditors. Of each three one is the client's,
 /// the others lie elsewhere. The store of make_surroundings.py is made accordingly.
@@ -42,6 +46,7 @@ constexpr double mostMegabytes = 100;
 /// The component's settings for the masks of this size.
 void WriteSettings(const fs::path& folder, const Size& size) {
     std::ofstream file(folder / "Kandora.ini", std::ios::binary);
+    std::string section;
     for (const cost_tests::Key& key : cost_tests::Keys()) {
         std::string value = key.value;
         constexpr std::array<std::string_view, 3> masks{"Belege", "Debi", "Kredi"};
@@ -49,7 +54,10 @@ void WriteSettings(const fs::path& folder, const Size& size) {
         if (key.section == std::string_view("Maske") && mask != masks.end()) {
             value = std::to_string(size.firstMask + (mask - masks.begin()));
         }
-        file << "[" << key.section << "]\r\n" << key.name << "=" << value << "\r\n";
+        if (std::exchange(section, key.section) != key.section) {
+            file << "[" << key.section << "]\r\n";
+        }
+        file << key.name << "=" << value << "\r\n";
     }
 }
 
@@ -75,7 +83,7 @@ public:
 class Comparison {
 public:
     Comparison(const fs::path& folder, Conversation* listening)
-        : platform_(Hearing(listening), (folder / "Kandora.dll").wstring()), globals_(platform_, screen_) {
+        : platform_(Hearing(listening), (folder / copiedComponent).wstring()), globals_(platform_, screen_) {
         SharedState& state = globals_.state;
         state.gbIniOK = globals_.IniLesen();
         globals_.goSesamSOK()->EinstellungenLesen(state.gbMandantArchivAktiv);
@@ -148,10 +156,10 @@ void MeasureSize(Figures& figures, const Size& size) {
 double PeakOfWholeRun(const Options& given, const Size& size) {
     const fs::path folder = given.directory;
     WriteSettings(folder, size);
-    fs::copy_file(given.component, folder / "Kandora.dll", fs::copy_options::overwrite_existing);
-    const fs::path output = folder / "Abgleich.json";
+    CopyFileW(fs::path(given.component).c_str(), (folder / copiedComponent).c_str(), FALSE);
+    const fs::path output = folder / "Ergebnis.json";
     std::string command = "\"" + (fs::path(given.component).parent_path() / "kandora-check.exe").string() +
-                          "\" --reconcile --json --component \"" + (folder / "Kandora.dll").string() + "\"";
+                          "\" --reconcile --json --component \"" + (folder / copiedComponent).string() + "\"";
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     const HANDLE file = CreateFileW(output.c_str(), GENERIC_WRITE, 0, &inherited, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
