@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "archive/ArchiveNumbers.h"
 #include "interfaces/CodePages.h"
 #include "tests/support/Rendering.h"
 
@@ -143,6 +144,37 @@ TEST_F(ReconcileWorld, WhatAChangeHitsMayBelongToAnother) {
             ". Eine Änderung trifft den Eintrag " + Id(neighbour) +
             " ausserhalb der Ordner dieses Mandanten, eine Löschung und eine Anzeige treffen den Eintrag " +
             Id(debtorEntry) + ".");
+}
+
+TEST_F(ReconcileWorld, EntriesBeyondTheHitsThatAreLookedThrough) {
+    const std::int32_t lookedThrough = archive::lastHitExamined + 1;
+    Lines expected;
+    int number = 100;
+    for (const Kind& kind : {voucher, creditor, debtor}) {
+        std::int32_t hits = 1;
+        const auto fillUpTo = [&](std::int32_t count) {
+            for (; hits < count; ++hits) {
+                archive.AddEntry({kind.mask, L"fremd", {}, L"/Sesam/Nachbar/Buchungen", {}});
+            }
+        };
+        const auto file = [&] {
+            ++number;
+            ++hits;
+            return Id(File(kind, Decimal(number), L"20261114080" + Decimal(number)));
+        };
+        fillUpTo(lookedThrough - 1);
+        file();  // the last hit that is looked at
+        expected.push_back("unauffindbar " + file());
+        fillUpTo(lookedThrough + 5);
+        expected.push_back("unauffindbar " + file());
+    }
+    const check::Reconciled result = Compare();
+    EXPECT_EQ(Short(result.findings), expected);
+    EXPECT_EQ(result.findings.front().hit, lookedThrough);
+    EXPECT_EQ(result.judged, 12);
+    for (const check::MaskFill& mask : result.masks) {
+        EXPECT_GT(mask.entries, lookedThrough);
+    }
 }
 
 TEST_F(ReconcileWorld, SomebodyMendsAnEntryMeanwhile) {
