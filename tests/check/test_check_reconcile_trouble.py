@@ -8,10 +8,11 @@ import unittest
 
 from checkstation import interrupt
 from reconciling import PROGRESS, ReconcilingCase, told
-from workstation import LIMIT, kill, started_hosts, wait_until, windows_path
+from workstation import LIMIT, kill, started_hosts, wait_until, windows, windows_path
 
 # Long enough for the test to interrupt the program before the archive answers.
 WHILE_IT_ANSWERS = 6000
+MOST_REFUSALS = 5
 LONG_LOG = 100_000_000
 MOST_MEMORY = 100_000  # KB
 
@@ -95,20 +96,28 @@ class Disturbed(ReconcilingCase):
         self.assertEqual([(one["mandant"], one["vollstaendig"], one["grund"], len(one["befunde"])) for one in found],
                          [(path, False, "unterbrochen", 1), (path, False, "unterbrochen", 0)])
 
+    def assert_completes(self, kill_one):
+        """What is killed comes again, and the comparison comes to its end as if nothing had been. Wine may refuse what bears
+        the numbers of a dead program; the comparison says so then, and there is another attempt."""
+        found = [("abweichend", self.ids[kind], "") for kind in ("Belege", "Debi")]
+        for _ in range(MOST_REFUSALS):
+            with self.held_up_at_the_second_entry() as process:
+                kill_one()
+                process.wait(LIMIT)
+            result = json.loads(self.station.running_output())
+            self.assertEqual(self.files(), self.before)
+            abgleich = result["abgleich"]
+            if not re.match(r"\w+: \[(429|462)\] ", abgleich.get("grund", "")):
+                break
+            self.assertEqual((result["code"], told(abgleich)), (2, found[:1]))
+            print(f"refused: {abgleich['grund']}", flush=True)
+        self.assertEqual((result["code"], abgleich["vollstaendig"], told(abgleich)), (1, True, sorted(found)))
+
     def test_the_archive_is_killed_and_comes_again(self):
-        with self.held_up_at_the_second_entry() as process:
+        def kill_archive():
             self.station.register_archive()
             self.station.kill_archive()
-            process.wait(LIMIT)
-        found = json.loads(self.station.running_output())
-        abgleich = found["abgleich"]
-        everything = sorted(("abweichend", self.ids[kind], "") for kind in ("Belege", "Debi"))
-        if abgleich["vollstaendig"]:
-            self.assertEqual((found["code"], told(abgleich)), (1, everything))
-        else:  # the next archive may be refused
-            self.assertEqual((found["code"], told(abgleich)), (2, everything[:1]))
-            self.assertRegex(abgleich["grund"], r"^Archiv: \[(429|462)\] ")
-        self.assertEqual(self.files(), self.before)
+        self.assert_completes(kill_archive)
 
     def test_the_archive_is_killed_and_does_not_come_again(self):
         with self.held_up_at_the_second_entry() as process:
@@ -116,10 +125,14 @@ class Disturbed(ReconcilingCase):
             self.station.kill_archive()
             self.assert_stopped(process, r"^Archiv: \[\d+\] ", [("abweichend", self.ids["Belege"], "")])
 
-    def test_the_accounting_is_killed(self):
+    def test_the_accounting_is_killed_and_comes_again(self):
+        self.assert_completes(lambda: kill(started_hosts()))
+
+    def test_the_accounting_is_killed_and_does_not_come_again(self):
         with self.held_up_at_the_second_entry() as process:
+            windows("HostSimulator.exe", "--unregister")
             kill(started_hosts())
-            self.assert_stopped(process, r"^Finanzbuchhaltung: \[462\] ", [("abweichend", self.ids["Belege"], "")])
+            self.assert_stopped(process, r"^Finanzbuchhaltung: \[\d+\] ", [("abweichend", self.ids["Belege"], "")])
 
     def write_long_log(self):
         """Of many accountings: a voucher that is there, one that is not and one that is still there, at the log's beginning, in
@@ -171,6 +184,8 @@ class Disturbed(ReconcilingCase):
                                           ("nichtPruefbar", 0, "")])
         self.assertEqual((process.returncode, abgleich["vollstaendig"]), (1, True))
         self.assertLess(peak, MOST_MEMORY)
+        self.assertGreater(peak, 0)
+        print(f"{peak / 1000:.0f} MB of memory for {LONG_LOG / 1e6:.0f} MB of logs", flush=True)
         self.assertEqual(self.files(), before)
 
     def test_progress_at_a_console(self):
