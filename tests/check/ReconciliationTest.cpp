@@ -6,6 +6,7 @@
 #include "archive/ArchiveNumbers.h"
 #include "interfaces/CodePages.h"
 #include "tests/support/Rendering.h"
+#include "tools/check/Surroundings.h"
 
 namespace kandora::check_tests {
 
@@ -222,6 +223,34 @@ TEST_F(ReconcileWorld, AnotherClientIsOpenedMeanwhile) {
     EXPECT_EQ(Short(result.findings), Lines());
     EXPECT_EQ(result.reason,
               L"In der Finanzbuchhaltung ist jetzt ein anderer Mandant offen: C:\\Daten\\Anderer");
+}
+
+TEST_F(ReconcileWorld, AClientThatIsNotTheOpenOne) {
+    const Text path = L"C:\\Daten\\Zweiter";
+    check::CheckedPlatform platform(machine, L"C:\\Kandora\\Kandora.dll");
+    platform.UseClient(path);
+    MGlobals other(platform, screen);
+    other.state = globals.state;
+    conductor.Begin(true);
+    const check::Reconciled result = check::Reconcile(other, options);
+    other.ReleaseServices();
+    platform.LeaveHost();
+    conductor.End();
+    EXPECT_TRUE(result.isComplete) << Utf8FromText(result.reason);
+    EXPECT_EQ(result.client, path);
+    EXPECT_EQ(result.judged, 3);
+    int open = 0;
+    int opened = 0;
+    for (const test::SeenCall& call : conductor.Seen()) {
+        if (call.side != "archive" && call.operation == L"Login") {
+            EXPECT_EQ(call.TextAt(1), path);
+            ++open;
+            ++opened;
+        }
+        open -= call.side != "archive" && call.operation == L"Logout" ? 1 : 0;
+    }
+    EXPECT_GT(opened, 0);
+    EXPECT_EQ(open, 0);
 }
 
 TEST_F(ReconcileWorld, AnInterruptionKeepsWhatThereIs) {

@@ -116,14 +116,15 @@ class CheckStation(Workstation):
         with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
 
-    def output_at_a_console(self, *arguments):
-        """What one run shows at a console that is wide enough for its lines."""
+    def output_at_a_console(self, *arguments, typed=""):
+        """What one run shows at a console that is wide enough for its lines, and where this has been typed beforehand."""
         wait_for_started_hosts()
         ours, theirs = pty.openpty()
         fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
         with subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs,
                               start_new_session=True) as process:
             os.close(theirs)
+            os.write(ours, typed.encode("utf-8"))
             shown = b""
             has_ended = False
             # Not until nobody has the other end: programs that are started on the way keep it.

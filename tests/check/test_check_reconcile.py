@@ -195,6 +195,13 @@ class Reconciling(ReconcilingCase):
         self.assertIn("3 Einträge neu schreiben?", output)
         self.assertEqual(self.files(), spoilt)
 
+    def test_reindexing_asks_at_a_console(self):
+        before = self.spoil()
+        shown = self.station.output_at_a_console("--reindex", "--days", "99999", typed="j\r")
+        self.assertIn("3 Einträge neu schreiben? Der Status wird dabei «Pendent». [j/N]", shown)
+        self.assertIn("3 Einträge neu geschrieben, 0 Einträge ausgelassen, 0 Einträge nicht versucht", shown)
+        self.assertEqual({entry["id"]: entry for entry in self.station.entries()}, before)
+
     def test_reindexing_leaves_what_is_not_hit_first(self):
         self.spoil()
         twin = self.copy(self.ids["Debi"])
