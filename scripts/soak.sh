@@ -28,8 +28,8 @@ soak_program() {
 # A whole run with both simulators, in its own Windows session.
 soak_whole_run() {
     local architecture=$1 module=$2
-    env PYTHONPATH="$root/tests/stress" "$root/tests/endtoend/run_in_session.sh" "$architecture" "$build/$architecture/bin" \
-        "$build/$architecture/endtoend" "$module"
+    env PYTHONPATH="$root/tests/stress:$root/tests/check" "$root/tests/endtoend/run_in_session.sh" "$architecture" \
+        "$build/$architecture/bin" "$build/$architecture/endtoend" "$module"
 }
 
 soak_architecture() {
@@ -45,7 +45,9 @@ soak_architecture() {
         'the archive was killed' soak_whole_run "$architecture" test_kills
     KANDORA_MANY=year soak "$architecture" many "eight accountings file a year each at the same time" \
         '[0-9]+ accountings' soak_whole_run "$architecture" test_many
-    say "$architecture: $soakFailures failures in four long runs, $(seconds_since "$start") s"
+    KANDORA_PLANTED=all soak "$architecture" planted "an archive of 30 000 entries is compared with the accounting" \
+        'findings planted and found' soak_whole_run "$architecture" test_check_planted
+    say "$architecture: $soakFailures failures in five long runs, $(seconds_since "$start") s"
     ((soakFailures == 0))
 }
 

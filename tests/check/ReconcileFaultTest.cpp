@@ -1,9 +1,11 @@
-// Every call that a comparison makes fails in every way: it says so, goes on or ends, and invents nothing.
+// Every call that a comparison makes fails in every way: it says so, goes on or ends, and invents nothing. So
+// do those that writing anew makes: an entry is as before or right, or the failure is told.
 #include <algorithm>
 #include <iostream>
 
 #include "interfaces/CodePages.h"
 #include "tests/check/ReconcileWorld.h"
+#include "tools/check/Reindexing.h"
 
 namespace kandora::check_tests {
 
@@ -90,6 +92,85 @@ TEST_F(ReconcileFaults, Once) {
 }
 
 TEST_F(ReconcileFaults, FromThenOn) {
+    Sweep(test::Duration::FromThenOn);
+}
+
+class ReindexFaults : public ReconcileWorld {
+protected:
+    ReindexFaults() {
+        Copy(creditorEntry);  // which number and index do not lead to
+        right_ = archive.entries;
+        for (const auto& [kind, entry] : {std::pair(voucher, voucherEntry), std::pair(debtor, debtorEntry),
+                                          std::pair(creditor, creditorEntry)}) {
+            FieldOf(entry, kind, Amount) = L"1";
+            archive.entries.at(entry).shortName = L"alt";
+        }
+        differing_ = check::Differing(Compare());
+        spoilt_ = archive.entries;
+    }
+
+    check::Reindexed MendAnew() {
+        archive.entries = spoilt_;
+        MGlobals anew(machine, screen);
+        anew.state = globals.state;
+        const check::Reindexed result = check::Reindex(anew, differing_, {});
+        conductor.End();
+        return result;
+    }
+
+    void Judge(const check::Reindexed& result) {
+        ASSERT_EQ(archive.entries.size(), right_.size());
+        for (const auto& [id, entry] : archive.entries) {
+            const bool isDone = entry == right_.at(id);
+            EXPECT_TRUE(isDone || entry == spoilt_.at(id) || !result.failure.empty())
+                << id << " is neither as before nor right, and not a word";
+            EXPECT_TRUE(isDone || right_.at(id) != spoilt_.at(id)) << id << " was not to be touched";
+        }
+        for (const std::int32_t id : result.written) {
+            EXPECT_EQ(archive.entries.at(id), right_.at(id));
+        }
+        EXPECT_TRUE(!result.failure.empty() ||
+                    result.written.size() + result.left.size() == differing_.size());
+    }
+
+    void Sweep(test::Duration duration) {
+        conductor.Begin();
+        EXPECT_EQ(MendAnew().written.size(), 3U);
+        const std::size_t calls = conductor.Counted();
+        ASSERT_GT(calls, 100U);
+        int cases = 0;
+        for (const test::Way& way : test::Ways()) {
+            if (duration != test::Duration::Once && way.failing == test::Failing::OddAnswer) {
+                continue;
+            }
+            for (std::size_t call = 1; call <= calls; ++call) {
+                SCOPED_TRACE("call " + std::to_string(call) + ": " + way.name);
+                conductor.Plan(call, way, duration);
+                conductor.Begin();
+                check::Reindexed result;
+                ASSERT_NO_THROW(result = MendAnew());
+                conductor.Plan(0, way, test::Duration::Once);
+                Judge(result);
+                if (HasFailure()) {
+                    return;
+                }
+                ++cases;
+            }
+        }
+        std::cout << "mendings with a fault: " << cases << "\n";
+    }
+
+    std::vector<check::EntryFinding> differing_;
+    test::Entries right_;
+    test::Entries spoilt_;
+};
+
+TEST_F(ReindexFaults, Once) {
+    EXPECT_EQ(differing_.size(), 3U);
+    Sweep(test::Duration::Once);
+}
+
+TEST_F(ReindexFaults, FromThenOn) {
     Sweep(test::Duration::FromThenOn);
 }
 

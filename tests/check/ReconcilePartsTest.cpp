@@ -18,6 +18,7 @@ namespace kandora::check_tests {
 namespace {
 
 using check::Day;
+using namespace std::string_literals;
 
 // ---- Dates ----
 
@@ -130,6 +131,42 @@ TEST(TracedRequestsTest, WhatIsNotUnderstoodIsTold) {
     EXPECT_EQ(complaint(good + std::string(5, '\0') + "\r\n"),
               "a.log: 1 Zeile ist nicht zu verstehen (Zeile 2)");
     EXPECT_EQ(Read(good + good.substr(0, 60)).Filed().size(), 1U);
+}
+
+TEST(TracedRequestsTest, LinesThatRanIntoEachOther) {
+    const std::string first = Line("08.00.00", "SaveDocument", "D1", "17", "BC-1");
+    const std::string second = Line("08.00.01", "SaveDocument", "D2", "18", "BC-2");
+    for (std::size_t length = 1; length < first.size() - 2; ++length) {
+        const auto requests = Read(first.substr(0, length) + second + first);
+        ASSERT_EQ(requests.Complaints().size(), 1U) << length;
+        ASSERT_FALSE(requests.Filed().empty()) << length;
+        EXPECT_EQ(requests.Filed().front()->identity, (check::Identity{L"17", L"1", L"D1", L"BC-1"}));
+    }
+}
+
+TEST(TracedRequestsTest, AnotherVersionsLog) {
+    const std::string good = Line("08.00.00", "SaveDocument", "D1", "17", "BC-1");
+    const std::string time = "15.11.2026 08.00.00 | ";
+    // A request that nobody knows leaves nothing and takes nothing.
+    EXPECT_TRUE(Read(good + time + "DMSProvider_Neues  [D2]\r\n").Complaints().empty());
+    for (const std::string& line :
+         {"2026-11-15 08:00:00 | DMSProvider_SaveDocument  [D2]  [[18/1, x, 18, 1, BC-2]]\r\n"s,
+          time + "DMSProvider_SaveDocument(D2)\r\n", time + "Provider_SaveDocument  [D2]  [[]]\r\n",
+          time + "DMSProvider_SaveDocument  [D2]  [[18/1, x, 18, 1]]\r\n",
+          time + "DMSProvider_SaveDocument  [D2]  [[18/1, x, 18, 1, BC-2]]  [neu]\r\n"}) {
+        const auto requests = Read(good + line);
+        EXPECT_EQ(requests.Complaints().size(), 1U) << line;
+        EXPECT_EQ(requests.Filed().size(), 1U) << line;
+    }
+}
+
+TEST(TracedRequestsTest, WhoIsNamedLaterIsStillTheOnlyOneThatCounts) {
+    const std::string log = Line("08.00.00", "SaveDocument", "D1", "17", "BC-1", "C:\\Daten\\Nachbar") +
+                            Line("08.00.01", "SaveDocument", "D2", "18", "BC-2") +
+                            Line("08.00.02", "SaveDocument", "D3", "19", "BC-3", "C:\\Daten\\Nachbar");
+    const auto filed = Read(log).Filed();
+    ASSERT_EQ(filed.size(), 1U);
+    EXPECT_EQ(filed.front()->identity.docId, L"D2");
 }
 
 // ---- Who is found by what ----

@@ -3,8 +3,10 @@
 
 #include <set>
 
+#include "archive/ArchiveNumbers.h"
 #include "interfaces/CodePages.h"
 #include "tests/support/Rendering.h"
+#include "tools/check/Surroundings.h"
 
 namespace kandora::check_tests {
 
@@ -145,6 +147,37 @@ TEST_F(ReconcileWorld, WhatAChangeHitsMayBelongToAnother) {
             Id(debtorEntry) + ".");
 }
 
+TEST_F(ReconcileWorld, EntriesBeyondTheHitsThatAreLookedThrough) {
+    const std::int32_t lookedThrough = archive::lastHitExamined + 1;
+    Lines expected;
+    int number = 100;
+    for (const Kind& kind : {voucher, creditor, debtor}) {
+        std::int32_t hits = 1;
+        const auto fillUpTo = [&](std::int32_t count) {
+            for (; hits < count; ++hits) {
+                archive.AddEntry({kind.mask, L"fremd", {}, L"/Sesam/Nachbar/Buchungen", {}});
+            }
+        };
+        const auto file = [&] {
+            ++number;
+            ++hits;
+            return Id(File(kind, Decimal(number), L"20261114080" + Decimal(number)));
+        };
+        fillUpTo(lookedThrough - 1);
+        file();  // the last hit that is looked at
+        expected.push_back("unauffindbar " + file());
+        fillUpTo(lookedThrough + 5);
+        expected.push_back("unauffindbar " + file());
+    }
+    const check::Reconciled result = Compare();
+    EXPECT_EQ(Short(result.findings), expected);
+    EXPECT_EQ(result.findings.front().hit, lookedThrough);
+    EXPECT_EQ(result.judged, 12);
+    for (const check::MaskFill& mask : result.masks) {
+        EXPECT_GT(mask.entries, lookedThrough);
+    }
+}
+
 TEST_F(ReconcileWorld, SomebodyMendsAnEntryMeanwhile) {
     FieldOf(voucherEntry, voucher, Amount) = L"1";
     bool isMended = false;
@@ -190,6 +223,34 @@ TEST_F(ReconcileWorld, AnotherClientIsOpenedMeanwhile) {
     EXPECT_EQ(Short(result.findings), Lines());
     EXPECT_EQ(result.reason,
               L"In der Finanzbuchhaltung ist jetzt ein anderer Mandant offen: C:\\Daten\\Anderer");
+}
+
+TEST_F(ReconcileWorld, AClientThatIsNotTheOpenOne) {
+    const Text path = L"C:\\Daten\\Zweiter";
+    check::CheckedPlatform platform(machine, L"C:\\Kandora\\Kandora.dll");
+    platform.UseClient(path);
+    MGlobals other(platform, screen);
+    other.state = globals.state;
+    conductor.Begin(true);
+    const check::Reconciled result = check::Reconcile(other, options);
+    other.ReleaseServices();
+    platform.LeaveHost();
+    conductor.End();
+    EXPECT_TRUE(result.isComplete) << Utf8FromText(result.reason);
+    EXPECT_EQ(result.client, path);
+    EXPECT_EQ(result.judged, 3);
+    int open = 0;
+    int opened = 0;
+    for (const test::SeenCall& call : conductor.Seen()) {
+        if (call.side != "archive" && call.operation == L"Login") {
+            EXPECT_EQ(call.TextAt(1), path);
+            ++open;
+            ++opened;
+        }
+        open -= call.side != "archive" && call.operation == L"Logout" ? 1 : 0;
+    }
+    EXPECT_GT(opened, 0);
+    EXPECT_EQ(open, 0);
 }
 
 TEST_F(ReconcileWorld, AnInterruptionKeepsWhatThereIs) {

@@ -1,10 +1,16 @@
 """A workstation on which kandora-check finds everything as it should be, and what it says."""
 import contextlib
 import copy
+import fcntl
 import json
 import os
 import pathlib
+import pty
+import select
 import signal
+import struct
+import subprocess
+import termios
 
 import workstation
 from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, started_hosts, wait_for_started_hosts, windows,
@@ -109,6 +115,28 @@ class CheckStation(Workstation):
         wait_for_started_hosts()
         with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
+
+    def output_at_a_console(self, *arguments, typed=""):
+        """What one run shows at a console that is wide enough for its lines, and where this has been typed beforehand."""
+        wait_for_started_hosts()
+        ours, theirs = pty.openpty()
+        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
+        with subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs,
+                              start_new_session=True) as process:
+            os.close(theirs)
+            os.write(ours, typed.encode("utf-8"))
+            shown = b""
+            has_ended = False
+            # Not until nobody has the other end: programs that are started on the way keep it.
+            while not has_ended:
+                has_ended = process.poll() is not None
+                while select.select([ours], [], [], 0.2)[0]:
+                    with contextlib.suppress(OSError):
+                        shown += os.read(ours, 1 << 16)
+                        continue
+                    break
+            os.close(ours)
+        return shown.decode("utf-8")
 
     def running_output(self):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")

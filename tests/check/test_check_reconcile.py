@@ -1,102 +1,20 @@
 """kandora-check compares archive and accounting, and mends what it is asked to."""
-import contextlib
 import csv
 import json
 import re
-import shutil
 import unittest
 
-from checkstation import CLIENT_FOLDER, CheckStation, interrupt
-from workstation import LIMIT, LINES, MASKS, Client, wait_until, windows_path
+from checkstation import CLIENT_FOLDER
+from reconciling import KINDS, PROGRESS, ReconcilingCase, told
+from workstation import LINES, MASKS, windows_path
 
-# Long enough for the test to interrupt the program before the archive answers.
-WHILE_IT_ANSWERS = 6000
-KINDS = {"Belege": 0, "Debi": 1, "Kredi": 2}
 # What kandora-check may say to an archive, with the members that are properties read only.
 READING = {"Login", "EloWindow", "GetEntryId", "SelectView", "LookupDelimiter", "LookupIndex", "ReadObjMask", "PrepareObjectEx",
            "DoInvisibleSearch", "getobjAttrib", "ObjMainParent", "ObjShort"}
 NASTY = "=Öl; \"süss\"\r\n</script><!--"
 
 
-def told(abgleich):
-    """Kind, entry and how, of every finding."""
-    return sorted((finding["art"], finding.get("eintrag", 0), finding.get("wodurch", "")) for finding in abgleich["befunde"])
-
-
-class Reconciling(unittest.TestCase):
-    def setUp(self):
-        self.station = CheckStation("check-reconcile")
-        client = Client()
-        # One of each kind that has an open item, if its kind has any.
-        self.bookings = {kind: next(booking for booking in client.with_barcode(origin)
-                                    if kind == "Belege" or booking["opNr"]) for kind, origin in KINDS.items()}
-        self.station.run_host(["InitProvider", *(f"SaveDocument booking {booking['belegNr']} {booking['belegIndex']}"
-                                                 for booking in self.bookings.values())])
-        self.ids = {kind: self.entry(kind)["id"] for kind in KINDS}
-
-    def tearDown(self):
-        self.station.stop_archive()
-
-    # ---- what is planted -----------------------------------------------------------------------------------------
-
-    def entry(self, kind):
-        """The first one of the kind."""
-        return next(entry for entry in self.station.entries() if entry["maske"] == MASKS[kind])
-
-    def file_of(self, number):
-        return next((self.station.store / "Ordner").rglob(f"{number}.json"))
-
-    def rewrite(self, number, change):
-        """Changes an entry's file behind the archive's back."""
-        self.station.stop_archive()
-        file = self.file_of(number)
-        content = json.loads(file.read_text(encoding="utf-8"))
-        change(content)
-        file.write_text(json.dumps(content, ensure_ascii=False), encoding="utf-8")
-
-    def set_field(self, kind, key, value):
-        def change(content):
-            content["felder"][str(LINES[kind][key])] = value
-        self.rewrite(self.ids[kind], change)
-
-    def copy(self, number):
-        """The same entry once more, and the copy's number."""
-        self.station.stop_archive()
-        file = self.file_of(number)
-        content = json.loads(file.read_text(encoding="utf-8"))
-        content["id"] = 1 + max(entry["id"] for entry in self.station.entries())
-        content["dokument"] = shutil.copy(file.with_name(content["dokument"]), file.with_name(f"{content['id']}.pdf")).name
-        (file.parent / f"{content['id']}.json").write_text(json.dumps(content, ensure_ascii=False), encoding="utf-8")
-        (self.station.store / "zaehler.json").write_text(json.dumps({"naechste": content["id"] + 1}), encoding="utf-8")
-        return content["id"]
-
-    def change_client(self, change):
-        content = json.loads(self.station.client.read_text(encoding="utf-8"))
-        change(content)
-        self.station.write_json(self.station.client, content)
-
-    # ---- what is said --------------------------------------------------------------------------------------------
-
-    def reconcile(self, *arguments, command="--reconcile"):
-        """Exit code and result. Nobody has waited so long for a scan, unless a test says so."""
-        days = () if "--days" in arguments else ("--days", "99999")
-        result = self.station.check(command, *days, *arguments)
-        self.assertEqual(result.json["code"], result.code)
-        return result.code, result.json["abgleich"]
-
-    def assert_found(self, expected, *arguments):
-        before = self.files()
-        code, abgleich = self.reconcile(*arguments)
-        self.assertEqual((told(abgleich), abgleich["vollstaendig"], code), (sorted(expected), True, 1 if expected else 0), abgleich)
-        self.assertEqual(self.files(), before)
-        return abgleich
-
-    def files(self):
-        """Everything that belongs to the archive and to the accounting."""
-        return self.station.contents(), self.station.postbox(), self.station.client.read_bytes()
-
-    # ---- the cases -----------------------------------------------------------------------------------------------
-
+class Reconciling(ReconcilingCase):
     def test_nothing_is_wrong(self):
         abgleich = self.assert_found([])
         self.assertEqual((abgleich["geprueft"], abgleich["andere"]), (3, 0))
@@ -105,6 +23,7 @@ class Reconciling(unittest.TestCase):
         code, output, errors = self.station.run_text("--reconcile", "--days", "99999")
         self.assertEqual((code, errors), (0, ""))
         self.assertRegex(output, r"(?m)^.*Muster AG: 3 Einträge geprüft, 0 andere, keine Befunde$")
+        self.assertNotRegex(output, PROGRESS)
 
     def test_only_reading_members_are_called(self):
         self.set_field("Debi", "Betrag", "1")
@@ -115,7 +34,8 @@ class Reconciling(unittest.TestCase):
         self.station.stop_archive()
         calls = trace.read_text(encoding="utf-8").splitlines()
         self.assertEqual({re.match(r"\w+", call)[0] for call in calls} - READING, set())
-        self.assertEqual([call for call in calls if re.search(r"PrepareObjectEx\([^)]*I2 254", call) or "ObjShort =" in call], [])
+        writing = re.compile(r"PrepareObjectEx\([^)]*I2 254|ObjShort =")
+        self.assertEqual([call for call in calls if writing.search(call)], [])
 
     def test_each_kind(self):
         for kind in KINDS:
@@ -183,62 +103,6 @@ class Reconciling(unittest.TestCase):
         self.assertEqual(code, 2)
         self.assertIn("lässt sich nicht schreiben", errors)
 
-    def test_the_archive_fails(self):
-        self.set_field("Kredi", "Betrag", "1")
-        unreadable = [("nichtPruefbar", number, "") for number in self.ids.values()]
-        for rule, expected in (({"call": "ObjMainParent", "hresult": "0x80004005"}, unreadable),
-                               ({"call": "getobjAttrib", "answer": -4}, unreadable),
-                               ({"call": "ObjMainParent", "nth": 2, "answer": -1}, [("abweichend", self.ids["Kredi"], "")]),
-                               ({"call": "DoInvisibleSearch", "answer": -10}, None)):
-            with self.subTest(rule=rule):
-                self.station.stop_archive()
-                self.station.register_archive(*self.station.script([rule]))
-                before = self.files()
-                code, abgleich = self.reconcile()
-                self.assertEqual((code, abgleich["vollstaendig"]), (2, False) if expected is None else (1, True), abgleich)
-                self.assertEqual(told(abgleich), sorted(expected or []))
-                self.assertEqual(self.files(), before)
-
-    def test_the_archive_dies(self):
-        self.set_field("Kredi", "Betrag", "1")
-        for call, number in (("getobjAttrib", 9), ("DoInvisibleSearch", 2), ("ObjMainParent", 3)):
-            with self.subTest(call=call):
-                self.station.stop_archive()
-                self.station.register_archive(*self.station.script([{"call": call, "nth": number, "die": "before"}]))
-                before = self.files()
-                code, abgleich = self.reconcile()
-                self.assertEqual(self.files(), before)
-                # The next archive dies at the same call, or is not to be had.
-                self.assertIn(code, (1, 2))
-                self.assertEqual(abgleich["vollstaendig"], code == 1)
-                found = set(told(abgleich)) - {("nichtPruefbar", number, "") for number in self.ids.values()}
-                self.assertLessEqual(found, {("abweichend", self.ids["Kredi"], "")})
-
-    @contextlib.contextmanager
-    def held_up(self, call, number, *arguments):
-        """A run, while the archive takes its time with this call."""
-        begun = self.station.folder / "Begonnen"
-        begun.unlink(missing_ok=True)
-        self.station.stop_archive()
-        self.station.register_archive(*self.station.script([{"call": call, "nth": number, "delayMs": WHILE_IT_ANSWERS,
-                                                             "begun": windows_path(begun)}]))
-        with self.station.checking(*arguments) as process:
-            wait_until(lambda: begun.exists() or process.poll() is not None, "the archive takes its time")
-            self.assertIsNone(process.poll(), self.station.running_output())
-            yield process
-
-    def test_interrupted(self):
-        self.set_field("Belege", "Betrag", "1")
-        before = self.files()
-        # The third time, for the second look at the first entry, is past; this is the next entry.
-        with self.held_up("ObjMainParent", 3, "--reconcile", "--json", "--days", "99999") as process:
-            interrupt(process)
-            self.assertEqual(process.wait(LIMIT), 2)
-        abgleich = json.loads(self.station.running_output())["abgleich"]
-        self.assertEqual((abgleich["vollstaendig"], abgleich["grund"]), (False, "unterbrochen"))
-        self.assertEqual(told(abgleich), [("abweichend", self.ids["Belege"], "")])
-        self.assertEqual(self.files(), before)
-
     def test_a_client_that_is_not_ready(self):
         options = self.station.option_values()
         self.station.set_options(options | {"112": f"{CLIENT_FOLDER}/Verschoben"})
@@ -268,12 +132,6 @@ class Reconciling(unittest.TestCase):
         (self.station.install / "fremd.log").write_bytes(b"\xff\x00 etwas anderes\r\n")
         self.assert_found([("nichtAbgelegt", 0, "")] * 3 + [("nichtPruefbar", 0, "")], "--logs", logs)
 
-    def remove(self, number):
-        self.station.stop_archive()
-        file = self.file_of(number)
-        for one in file.parent.glob(f"{number}.*"):
-            one.unlink()
-
     def test_a_deletion_that_was_lost(self):
         self.station.settings["Debug"]["Test"] = "True"
         self.station.write_settings()
@@ -297,15 +155,18 @@ class Reconciling(unittest.TestCase):
         clients = self.station.folder / "Mandanten.txt"
         clients.write_text("\r\n".join(names[1:]) + "\r\n", encoding="utf-8")
         before = self.files()
-        result = self.station.check("--reconcile", "--days", "99999", "--client", names[0], "--client", f"@{windows_path(clients)}")
+        result = self.station.check("--reconcile", "--days", "99999", "--client", names[0],
+                                    "--client", f"@{windows_path(clients)}")
         found = result.json["abgleiche"]
         self.assertEqual([(one["mandant"], one["vollstaendig"], told(one)) for one in found],
-                         [(names[0], True, []), (names[1], True, [("ohneBuchung", self.ids["Debi"], "")]), (names[2], False, [])])
+                         [(names[0], True, []), (names[1], True, [("ohneBuchung", self.ids["Debi"], "")]),
+                          (names[2], False, [])])
         self.assertEqual(result.code, 2)
         self.assertEqual(self.files(), before)
         # The one that is open is still the accounting's own.
         self.assertEqual(self.station.check().find("Finanzbuchhaltung", "Mandant")["wert"], content["mandant"])
-        code, output, errors = self.station.run_text("--reconcile", "--days", "99999", "--client", names[1], "--client", names[0])
+        code, output, errors = self.station.run_text("--reconcile", "--days", "99999", "--client", names[1],
+                                                     "--client", names[0])
         self.assertEqual((code, errors), (1, ""))
         self.assertEqual([line.split(": ")[0] for line in output.splitlines()[-2:]], [names[1], names[0]])
 
@@ -333,6 +194,13 @@ class Reconciling(unittest.TestCase):
         self.assertEqual(code, 1)
         self.assertIn("3 Einträge neu schreiben?", output)
         self.assertEqual(self.files(), spoilt)
+
+    def test_reindexing_asks_at_a_console(self):
+        before = self.spoil()
+        shown = self.station.output_at_a_console("--reindex", "--days", "99999", typed="j\r")
+        self.assertIn("3 Einträge neu schreiben? Der Status wird dabei «Pendent». [j/N]", shown)
+        self.assertIn("3 Einträge neu geschrieben, 0 Einträge ausgelassen, 0 Einträge nicht versucht", shown)
+        self.assertEqual({entry["id"]: entry for entry in self.station.entries()}, before)
 
     def test_reindexing_leaves_what_is_not_hit_first(self):
         self.spoil()
@@ -371,3 +239,7 @@ class Reconciling(unittest.TestCase):
         code, _ = self.reconcile("--yes", *logs, command="--reindex")
         self.assertEqual(code, 0)
         self.assert_found([], *logs)
+
+
+if __name__ == "__main__":
+    unittest.main()

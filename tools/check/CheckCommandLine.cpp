@@ -34,7 +34,7 @@ void DeclareReconciliation(CLI::App& app, Given& given) {
     app.add_flag("--yes", given.flags.yes, Utf8FromText(L"Bejaht die Rückfrage von --reindex, für Skripte."));
     app.add_option("--days", given.flags.days,
                    Utf8FromText(L"Nennt Einträge, die mehr als so viele Tage pendent sind (sonst 30)."))
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->type_name("TAGE");
     app.add_option("--logs", given.logs,
                    Utf8FromText(L"Vergleicht auch mit den Anfragen in den Protokollen dieses Ordners."))

@@ -31,9 +31,10 @@ public:
         }
         for (const Text& client : options_.clients) {
             if (Interruption::IsWanted()) {
-                break;
+                LeaveOut(client, L"unterbrochen");
+            } else {
+                CompareClient(client, isArchiveUsable);
             }
-            CompareClient(client, isArchiveUsable);
         }
         if (report_.isOfSeveralClients && !options_.json) {
             std::ranges::for_each(report_.reconciled,
@@ -64,20 +65,29 @@ private:
     }
 
     void Compare(bool isReady, const Text& client) {
-        Reconciled result;
-        if (isReady) {
-            result = Reconciled(Reconcile(surroundings_.globals, Options()));
-            progress_.Clear();
-        } else {
-            result.client = client;
-            result.reason = L"Zuerst die Fehler und Warnungen zu Archiv und Finanzbuchhaltung beheben";
+        if (!isReady) {
+            LeaveOut(client, L"Zuerst die Fehler und Warnungen zu Archiv und Finanzbuchhaltung beheben");
+            return;
         }
+        Reconciled result = Reconcile(surroundings_.globals, Options());
+        progress_.Clear();
         for (const MaskFill& mask : result.masks) {
             Say(LineOf(LineFinding(mask)));
         }
         if (options_.reindex && result.isComplete) {
             MendDifferences(result);
         }
+        Add(std::move(result));
+    }
+
+    void LeaveOut(const Text& client, const Text& reason) {
+        Reconciled result;
+        result.client = client;
+        result.reason = reason;
+        Add(std::move(result));
+    }
+
+    void Add(Reconciled result) {
         if (!report_.isOfSeveralClients) {
             Say(SummaryOf(result));
         }

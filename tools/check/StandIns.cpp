@@ -116,11 +116,11 @@ private:
 }  // namespace
 
 LateBound NewClientObject(const LateBound& host, const Text& client) {
-    return LateBound(MakeObject<ClientObject>(host, client).Get());
+    return host.IsNothing() ? host : LateBound(MakeObject<ClientObject>(host, client).Get());
 }
 
 LateBound NewGuardedArchive(const LateBound& archive, WriteGuard& guard) {
-    return LateBound(MakeObject<GuardedArchive>(archive, guard).Get());
+    return archive.IsNothing() ? archive : LateBound(MakeObject<GuardedArchive>(archive, guard).Get());
 }
 
 }  // namespace kandora::check

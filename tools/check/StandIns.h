@@ -5,6 +5,7 @@
 #include "automation/LateBound.h"
 
 /// Objects that stand between the component and the programs that it drives, and pass almost everything on.
+/// For no object there is none.
 namespace kandora::check {
 
 /// The host's object for a client of ours: names it as the one used last, and is closed until it has logged

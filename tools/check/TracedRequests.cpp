@@ -180,6 +180,24 @@ private:
     /// Every line that the component writes ends so.
     [[nodiscard]] bool IsWhole() const { return record_.ends_with(']'); }
 
+    /// Whether a record has the form that the component gives to all of them. One that was torn has not, or
+    /// another one begins in it.
+    static bool IsTraced(std::string_view record) {
+        constexpr std::string_view prefix = "DMSProvider_";
+        constexpr std::string_view beginning = " | DMSProvider_";
+        std::string_view text = record.substr(timePattern.size());
+        if (!text.starts_with(prefix) || !text.ends_with(']') ||
+            text.find(beginning) != std::string_view::npos) {
+            return false;
+        }
+        text.remove_prefix(prefix.size());
+        const auto* const end = std::ranges::find_if_not(text, [](char character) {
+            return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
+        });
+        text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+        return text.starts_with("  [") || text.starts_with('[');
+    }
+
     static const RequestName* RequestIn(std::string_view record) {
         const std::string_view text = record.substr(timePattern.size());
         const auto* const found = std::ranges::find_if(
@@ -191,17 +209,16 @@ private:
         if (begin_ == 0) {
             return;
         }
-        if (const RequestName* const row = RequestIn(record_); row != nullptr) {
+        if (!IsTraced(record_)) {
+            Refuse(begin_);
+        } else if (const RequestName* const row = RequestIn(record_); row != nullptr) {
             const std::string_view values =
                 std::string_view(record_).substr(timePattern.size() + row->traced.size());
             if (auto voucher = VoucherIn(TextFromAnsi(values), requests_.client_)) {
                 const TracedRequest request{row->kind, std::move(voucher->identity),
                                             TextFromAnsi(std::string_view(record_).substr(0, timeLength)),
                                             name_, begin_};
-                requests_.all_.Note(request);
-                if (voucher->client == requests_.client_) {
-                    requests_.own_.Note(request);
-                }
+                requests_.Note(request, voucher->client == requests_.client_);
             } else {
                 Refuse(begin_);
             }
@@ -277,6 +294,15 @@ void TracedRequests::ReadFolder(const Text& folder, const std::function<bool()>&
 }
 
 // ---- What they tell ----
+
+void TracedRequests::Note(const TracedRequest& request, bool isOwn) {
+    if (isOwn) {
+        all_ = {};  // they will never count; those of many clients would only take room
+        own_.Note(request);
+    } else if (own_.latestOfDocId.empty()) {
+        all_.Note(request);
+    }
+}
 
 /// Whichever comes later counts; of two in the same second the one that is read later.
 void TracedRequests::Ledger::Note(const TracedRequest& request) {

@@ -64,11 +64,12 @@ private:
         void Note(const TracedRequest& request);
     };
 
+    void Note(const TracedRequest& request, bool isOwn);
     [[nodiscard]] const Ledger& Counting() const { return own_.latestOfDocId.empty() ? all_ : own_; }
 
     Text client_;
     Ledger own_;  ///< of the requests that name the client
-    Ledger all_;
+    Ledger all_;  ///< as long as none names the client
     std::vector<Text> complaints_;
 };
 
