@@ -307,7 +307,7 @@ TEST(ReconcileReportTest, TheLines) {
 
 // ---- The command line ----
 
-check::CommandLine Parsed(std::vector<Text> arguments) {
+check::CommandLine Parsed(const std::vector<Text>& arguments) {
     return check::ParseCommandLine(arguments);
 }
 

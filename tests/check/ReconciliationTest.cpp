@@ -34,9 +34,9 @@ TEST_F(ReconcileWorld, NothingIsWrong) {
 }
 
 TEST_F(ReconcileWorld, EveryFieldOfEveryKind) {
-    for (const auto& [kind, entry, fields] :
-         {std::tuple(voucher, voucherEntry, 7), std::tuple(debtor, debtorEntry, 13),
-          std::tuple(creditor, creditorEntry, 13)}) {
+    for (const auto& [kind, entry, fields] : {std::tuple(voucher, voucherEntry, std::int16_t{7}),
+                                              std::tuple(debtor, debtorEntry, std::int16_t{13}),
+                                              std::tuple(creditor, creditorEntry, std::int16_t{13})}) {
         const auto key = [](std::int16_t field) {
             return Utf8FromText(partnerIndexFields[static_cast<std::size_t>(field)].key);
         };

@@ -7,7 +7,7 @@ import time
 import unittest
 
 from checkstation import interrupt
-from reconciling import PROGRESS, ReconcilingCase, told
+from reconciling import ReconcilingCase, told
 from workstation import LIMIT, kill, started_hosts, wait_until, windows, windows_path
 
 # Long enough for the test to interrupt the program before the archive answers.

@@ -48,7 +48,9 @@ public:
                 ExamineWhatIsNew();  // perhaps it was never there, and something else was meant
             }
             JudgeDuplicates(true);
-            JudgeRequests();
+            if (requests_) {
+                JudgeRequests(*requests_);
+            }
             RequireSameClient();
             result_.isComplete = true;
         } catch (const Stopped& stopped) {
@@ -206,27 +208,31 @@ private:
             unreadable_.insert(id);
             return;
         }
+        if (entry && entry->isOwn) {
+            about.hasIdentity = true;
+            about.identity = entry->identity;
+            JudgeOwn(search, about, entry);
+        }
         if (!entry) {
             hasVanished_ = true;
             return;
         }
-        if (entry->isOwn) {
-            about.hasIdentity = true;
-            about.identity = entry->identity;
-            std::vector<EntryFinding> findings;
-            Tried(about, [&] { findings = StableFindings(search, entry); });
-            if (!entry) {
-                hasVanished_ = true;
-                return;
-            }
-            if (!findings.empty()) {
-                RequireSameClient();
-            }
-            AddWhatNeedsNoBooking(*entry, findings);
-            std::ranges::for_each(findings, [&](EntryFinding& finding) { Report(std::move(finding)); });
-        }
         ++(entry->isOwn ? result_.judged : result_.others);
         index_.Add({id, hit, search.order, entry->isOwn, entry->identity});
+    }
+
+    /// Reports what is wrong with an entry of the client, which may vanish or go elsewhere meanwhile.
+    void JudgeOwn(const MaskSearch& search, const EntryFinding& about, std::optional<ArchivedEntry>& entry) {
+        std::vector<EntryFinding> findings;
+        Tried(about, [&] { findings = StableFindings(search, entry); });
+        if (!entry || !entry->isOwn) {
+            return;
+        }
+        if (!findings.empty()) {
+            RequireSameClient();
+        }
+        AddWhatNeedsNoBooking(*entry, findings);
+        std::ranges::for_each(findings, [&](EntryFinding& finding) { Report(std::move(finding)); });
     }
 
     /// What comparing the entry with its booking finds twice in a row. Somebody may be at work meanwhile, so
@@ -337,12 +343,9 @@ private:
         return hasChanged;
     }
 
-    void JudgeRequests() {
-        if (!requests_) {
-            return;
-        }
-        JudgeFiled();
-        for (const TracedRequest* request : requests_->Deleted()) {
+    void JudgeRequests(const TracedRequests& requests) {
+        JudgeFiled(requests);
+        for (const TracedRequest* request : requests.Deleted()) {
             for (const IndexedIdentity* entry : index_.OwnByDocId(request->identity.docId)) {
                 StopWhenInterrupted();
                 JudgeDeleted(*request, *entry);
@@ -350,8 +353,8 @@ private:
         }
     }
 
-    void JudgeFiled() {
-        std::vector<const TracedRequest*> missing = WithoutEntry(requests_->Filed());
+    void JudgeFiled(const TracedRequests& requests) {
+        std::vector<const TracedRequest*> missing = WithoutEntry(requests.Filed());
         if (missing.empty()) {
             return;
         }

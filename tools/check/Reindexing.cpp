@@ -19,7 +19,7 @@ public:
     GuardedPlatform(Platform& machine, WriteGuard& guard) : ForwardingPlatform(machine), guard_(guard) {}
 
     LateBound CreateObject(const Text& progId) override {
-        LateBound object = ForwardingPlatform::CreateObject(progId);
+        const LateBound object = ForwardingPlatform::CreateObject(progId);
         return progId == archiveClass ? NewGuardedArchive(object, guard_) : object;
     }
 
@@ -120,7 +120,7 @@ private:
     }
 
     std::vector<FieldDifference> DifferencesOf(const ArchivedEntry& entry, const Text& barcode) {
-        for (EntryFinding& finding : judge_.Judge(entry, barcode)) {
+        for (const EntryFinding& finding : judge_.Judge(entry, barcode)) {
             if (finding.kind == Discrepancy::Differing) {
                 return finding.fields;
             }

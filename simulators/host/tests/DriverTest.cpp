@@ -237,7 +237,7 @@ TEST_F(DriverTest, ACopyKeepsChanges) {
 }
 
 TEST_F(DriverTest, CheckingRequestsWritesNothingToACopy) {
-    ClientFile copy = LoadClient(folder_ / L"klein.json", folder_ / L"kopie.json");
+    const ClientFile copy = LoadClient(folder_ / L"klein.json", folder_ / L"kopie.json");
     CheckRequests(ParseRequests(L"change 10 1 text=Neu", L""), L"", &copy);
     EXPECT_EQ(ReadWholeFile(folder_ / L"kopie.json"), smallClient);
 }
