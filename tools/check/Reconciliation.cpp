@@ -224,7 +224,7 @@ private:
     /// Reports what is wrong with an entry of the client, which may vanish or go elsewhere meanwhile.
     void JudgeOwn(const MaskSearch& search, const EntryFinding& about, std::optional<ArchivedEntry>& entry) {
         std::vector<EntryFinding> findings;
-        Tried(about, [&] { findings = StableFindings(search, entry); });
+        Tried(about, [&] { findings = StableFindings(search, about, entry); });
         if (!entry || !entry->isOwn) {
             return;
         }
@@ -237,23 +237,21 @@ private:
 
     /// What comparing the entry with its booking finds twice in a row. Somebody may be at work meanwhile, so
     /// that whatever looks wrong is looked at again, and an entry that has vanished is nothing.
-    std::vector<EntryFinding> StableFindings(const MaskSearch& search, std::optional<ArchivedEntry>& entry) {
-        std::vector<EntryFinding> findings = Judge(*entry);
-        for (int look = 1; !findings.empty(); ++look) {
-            entry = reader_.Read(search, entry->hit, entry->id);
-            if (!entry || !entry->isOwn) {
-                return {};
-            }
-            std::vector<EntryFinding> again = Judge(*entry);
-            if (again == findings) {
-                break;
+    std::vector<EntryFinding> StableFindings(const MaskSearch& search, const EntryFinding& about,
+                                             std::optional<ArchivedEntry>& entry) {
+        std::optional<std::vector<EntryFinding>> before;
+        for (int look = 0; entry && entry->isOwn; ++look) {
+            std::vector<EntryFinding> findings = Judge(*entry);
+            if (findings.empty() || findings == before) {
+                return findings;
             }
             if (look == mostLooks) {
                 throw RuntimeError(errors::internal, L"ändert sich fortwährend");
             }
-            findings = std::move(again);
+            before = std::move(findings);
+            entry = reader_.Read(search, about.hit, about.entry);
         }
-        return findings;
+        return {};
     }
 
     std::vector<EntryFinding> Judge(const ArchivedEntry& entry) {
