@@ -145,7 +145,7 @@ void MeasureSize(Figures& figures, const Size& size) {
             std::ofstream(figures.Given().curve, std::ios::app)
                 << "out\t" << size.entries << "\t" << row.subject << "\t" << row.floor << "\n";
         }
-        figures.Add(row, counts && !askingIds ? Row::Aim::AtMost : Row::Aim::Shown, 1.10);
+        figures.Add(row, counts && askingIds ? Row::Aim::AtMost : Row::Aim::Shown, 1.10);
     }
     std::cout << "    " << conversation.Calls(begin, end) << " calls, " << conversation.Questions(begin, end)
               << " id questions\n";
