@@ -11,6 +11,35 @@ namespace kandora::check_tests {
 
 namespace {
 
+/// Lets each call of a run fail in each way, once or from then on, and judges what the run comes to.
+template <class Run, class Judge>
+void SweepThrough(test::Conductor& conductor, test::Duration duration, Run run, Judge judge) {
+    conductor.Begin();
+    run();
+    const std::size_t calls = conductor.Counted();
+    ASSERT_GT(calls, 100U);
+    int cases = 0;
+    for (const test::Way& way : test::Ways()) {
+        if (duration != test::Duration::Once && way.failing == test::Failing::OddAnswer) {
+            continue;  // who is told the same wrong thing again and again has to believe it
+        }
+        for (std::size_t call = 1; call <= calls; ++call) {
+            SCOPED_TRACE("call " + std::to_string(call) + ": " + way.name);
+            conductor.Plan(call, way, duration);
+            conductor.Begin();
+            decltype(run()) result;
+            ASSERT_NO_THROW(result = run());
+            conductor.Plan(0, way, test::Duration::Once);
+            judge(result, way);
+            if (testing::Test::HasFailure()) {
+                return;
+            }
+            ++cases;
+        }
+    }
+    std::cout << "runs with a fault: " << cases << "\n";
+}
+
 class ReconcileFaults : public ReconcileWorld {
 protected:
     ReconcileFaults() {
@@ -56,30 +85,9 @@ protected:
 
     void Sweep(test::Duration duration) {
         before_ = archive.entries;
-        conductor.Begin();
-        CompareAnew();
-        const std::size_t calls = conductor.Counted();
-        ASSERT_GT(calls, 100U);
-        int cases = 0;
-        for (const test::Way& way : test::Ways()) {
-            if (duration != test::Duration::Once && way.failing == test::Failing::OddAnswer) {
-                continue;  // who is told the same wrong thing again and again has to believe it
-            }
-            for (std::size_t call = 1; call <= calls; ++call) {
-                SCOPED_TRACE("call " + std::to_string(call) + ": " + way.name);
-                conductor.Plan(call, way, duration);
-                conductor.Begin();
-                check::Reconciled result;
-                ASSERT_NO_THROW(result = CompareAnew());
-                conductor.Plan(0, way, test::Duration::Once);
-                Judge(result, way);
-                if (HasFailure()) {
-                    return;
-                }
-                ++cases;
-            }
-        }
-        std::cout << "comparisons with a fault: " << cases << "\n";
+        SweepThrough(
+            conductor, duration, [this] { return CompareAnew(); },
+            [this](const check::Reconciled& result, const test::Way& way) { Judge(result, way); });
     }
 
     test::Lines truth_;
@@ -134,30 +142,10 @@ protected:
     }
 
     void Sweep(test::Duration duration) {
-        conductor.Begin();
         EXPECT_EQ(MendAnew().written.size(), 3U);
-        const std::size_t calls = conductor.Counted();
-        ASSERT_GT(calls, 100U);
-        int cases = 0;
-        for (const test::Way& way : test::Ways()) {
-            if (duration != test::Duration::Once && way.failing == test::Failing::OddAnswer) {
-                continue;
-            }
-            for (std::size_t call = 1; call <= calls; ++call) {
-                SCOPED_TRACE("call " + std::to_string(call) + ": " + way.name);
-                conductor.Plan(call, way, duration);
-                conductor.Begin();
-                check::Reindexed result;
-                ASSERT_NO_THROW(result = MendAnew());
-                conductor.Plan(0, way, test::Duration::Once);
-                Judge(result);
-                if (HasFailure()) {
-                    return;
-                }
-                ++cases;
-            }
-        }
-        std::cout << "mendings with a fault: " << cases << "\n";
+        SweepThrough(
+            conductor, duration, [this] { return MendAnew(); },
+            [this](const check::Reindexed& result, const test::Way&) { Judge(result); });
     }
 
     std::vector<check::EntryFinding> differing_;

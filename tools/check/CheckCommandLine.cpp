@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include "interfaces/CodePages.h"
+#include "tools/check/Arguments.h"
 #include "tools/check/FileSystem.h"
 
 namespace kandora::check {
@@ -167,21 +166,9 @@ CommandLine ParseCommandLine(const std::vector<Text>& arguments) {
                  "kandora-check");
     Given given;
     Declare(app, given);
-    std::vector<std::string> remaining;
-    std::ranges::transform(arguments, std::back_inserter(remaining),
-                           [](const Text& argument) { return Utf8FromText(argument); });
-    // The library takes the arguments last one first.
-    std::ranges::reverse(remaining);
-    try {
-        app.parse(remaining);
-    } catch (const CLI::CallForHelp&) {
-        given.flags.answer = TextFromUtf8(app.help());
+    given.flags.answer = ReadArguments(app, arguments, Complaint);
+    if (!given.flags.answer.empty()) {
         return given.flags;
-    } catch (const CLI::ParseError& error) {
-        throw UsageError(Complaint(error));
-    }
-    if (const auto extras = app.remaining(); !extras.empty()) {
-        throw UsageError(L"Unbekannte Angabe «" + TextFromUtf8(extras.front()) + L"».");
     }
     CommandLine result = given.flags;
     if (given.version) {

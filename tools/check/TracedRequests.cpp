@@ -45,6 +45,16 @@ bool BeginsWithTime(std::string_view line) {
            });
 }
 
+std::vector<Text> SplitAt(TextView separator, TextView list) {
+    std::vector<Text> elements;
+    for (std::size_t end = list.find(separator); end != TextView::npos; end = list.find(separator)) {
+        elements.emplace_back(list.substr(0, end));
+        list = list.substr(end + separator.size());
+    }
+    elements.emplace_back(list);
+    return elements;
+}
+
 /// The values of a record, each as it stands in its brackets; none when the record is not whole.
 std::optional<std::vector<Text>> ValuesIn(TextView text) {
     constexpr TextView opening = L"  [";
@@ -53,24 +63,7 @@ std::optional<std::vector<Text>> ValuesIn(TextView text) {
         return std::nullopt;
     }
     text = text.substr(opening.size(), text.size() - opening.size() - 1);
-    std::vector<Text> values;
-    for (std::size_t end = text.find(between); end != TextView::npos; end = text.find(between)) {
-        values.emplace_back(text.substr(0, end));
-        text = text.substr(end + between.size());
-    }
-    values.emplace_back(text);
-    return values;
-}
-
-std::vector<Text> SplitList(TextView list) {
-    constexpr TextView separator = L", ";
-    std::vector<Text> elements;
-    for (std::size_t end = list.find(separator); end != TextView::npos; end = list.find(separator)) {
-        elements.emplace_back(list.substr(0, end));
-        list = list.substr(end + separator.size());
-    }
-    elements.emplace_back(list);
-    return elements;
+    return SplitAt(between, text);
 }
 
 /// The elements of a list; none when the text is not one. Only the client's name may hold what separates
@@ -83,10 +76,10 @@ std::optional<std::vector<Text>> ElementsOf(TextView list, const Text& client) {
     const Text named = L", " + client + L", ";
     const std::size_t found = client.empty() ? TextView::npos : list.find(named);
     if (found == TextView::npos) {
-        return SplitList(list);
+        return SplitAt(L", ", list);
     }
     std::vector<Text> elements{Text(list.substr(0, found)), client};
-    for (Text& element : SplitList(list.substr(found + named.size()))) {
+    for (Text& element : SplitAt(L", ", list.substr(found + named.size()))) {
         elements.push_back(std::move(element));
     }
     return elements;

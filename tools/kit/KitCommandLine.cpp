@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include <CLI/CLI.hpp>
-
 #include "interfaces/CodePages.h"
-#include "tools/check/CheckCommandLine.h"
+#include "tools/check/Arguments.h"
 
 namespace kandora::kit {
 
@@ -52,6 +50,12 @@ std::vector<Text> TextsFrom(const std::vector<std::string>& given) {
     return texts;
 }
 
+Text Complaint(const CLI::ParseError& error) {
+    return dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr
+               ? L"Einer Angabe auf der Befehlszeile fehlt ein Wert."
+               : L"Die Befehlszeile ist nicht richtig.";
+}
+
 }  // namespace
 
 KitCommandLine ParseKitCommandLine(const std::vector<Text>& arguments) {
@@ -60,23 +64,9 @@ KitCommandLine ParseKitCommandLine(const std::vector<Text>& arguments) {
         "pruefen");
     Given given;
     Declare(app, given);
-    std::vector<std::string> remaining;
-    std::ranges::transform(arguments, std::back_inserter(remaining),
-                           [](const Text& argument) { return Utf8FromText(argument); });
-    // The library takes the arguments last one first.
-    std::ranges::reverse(remaining);
-    try {
-        app.parse(remaining);
-    } catch (const CLI::CallForHelp&) {
-        given.flags.answer = TextFromUtf8(app.help());
+    given.flags.answer = check::ReadArguments(app, arguments, Complaint);
+    if (!given.flags.answer.empty()) {
         return given.flags;
-    } catch (const CLI::ArgumentMismatch&) {
-        throw check::UsageError(L"Einer Angabe auf der Befehlszeile fehlt ein Wert.");
-    } catch (const CLI::ParseError&) {
-        throw check::UsageError(L"Die Befehlszeile ist nicht richtig.");
-    }
-    if (const auto extras = app.remaining(); !extras.empty()) {
-        throw check::UsageError(L"Unbekannte Angabe «" + TextFromUtf8(extras.front()) + L"».");
     }
     KitCommandLine result = given.flags;
     if (given.version) {

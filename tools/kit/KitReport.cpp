@@ -32,15 +32,16 @@ const wchar_t* WordOf(Verdict verdict) {
     return std::ranges::find(words, verdict, &Word::verdict)->word;
 }
 
+struct EndingWord {
+    Ending ending;
+    const wchar_t* word;
+};
+constexpr std::array<EndingWord, 3> endingWords{{{Ending::Complete, L"vollständig"},
+                                                 {Ending::Interrupted, L"abgebrochen"},
+                                                 {Ending::NotGivenBack, L"nicht alles zurückgegeben"}}};
+
 const wchar_t* WordOf(Ending ending) {
-    switch (ending) {
-    case Ending::Complete:
-        return L"vollständig";
-    case Ending::Interrupted:
-        return L"abgebrochen";
-    default:
-        return L"nicht alles zurückgegeben";
-    }
+    return std::ranges::find(endingWords, ending, &EndingWord::ending)->word;
 }
 
 Text Padded(Text text, std::size_t width) {
