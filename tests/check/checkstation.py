@@ -13,8 +13,8 @@ import subprocess
 import termios
 
 import workstation
-from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, started_hosts, wait_for_started_hosts, windows,
-                         windows_path)
+from workstation import (TOP_FOLDER, Workstation, kill, run_to_end, running, started_hosts, wait_for_started_hosts,
+                         wait_until, windows, windows_path)
 
 CLIENT_FOLDER = f"/{TOP_FOLDER}/Muster AG"
 FAILURE, WARNING = "Fehler", "Warnung"
@@ -116,25 +116,34 @@ class CheckStation(Workstation):
         with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
 
-    def output_at_a_console(self, *arguments, typed=""):
-        """What one run shows at a console that is wide enough for its lines, and where this has been typed beforehand."""
+    def output_at_a_console(self, *arguments, question=None, answer=""):
+        """What one run shows at a console that is wide enough for its lines; the answer is typed when the question is there."""
         wait_for_started_hosts()
         ours, theirs = pty.openpty()
         fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
-        with subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs,
-                              start_new_session=True) as process:
-            os.close(theirs)
-            os.write(ours, typed.encode("utf-8"))
-            shown = b""
-            has_ended = False
-            # Not until nobody has the other end: programs that are started on the way keep it.
-            while not has_ended:
-                has_ended = process.poll() is not None
-                while select.select([ours], [], [], 0.2)[0]:
-                    with contextlib.suppress(OSError):
-                        shown += os.read(ours, 1 << 16)
-                        continue
+        shown = b""
+        process = subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs, start_new_session=True)
+        os.close(theirs)
+
+        def has_ended():
+            nonlocal shown, question
+            is_over = process.poll() is not None
+            while select.select([ours], [], [], 0)[0]:
+                try:
+                    shown += os.read(ours, 1 << 16)
+                except OSError:  # nobody has the other end any more
                     break
+            if question and question.encode("utf-8") in shown:
+                question = None
+                os.write(ours, answer.encode("utf-8"))
+            return is_over
+
+        try:
+            # Not until nobody has the other end: programs that are started on the way keep it.
+            wait_until(has_ended, "the run at a console has ended")
+        finally:
+            process.kill()
+            process.wait()
             os.close(ours)
         return shown.decode("utf-8")
 

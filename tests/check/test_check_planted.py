@@ -63,6 +63,7 @@ class Planted(unittest.TestCase):
         self.assertEqual(self.files(), before)
         self.station.stop_archive()
         self.told.append(f"{len(wanted['befunde'])} {what} in {seconds:.0f} s")
+        print(self.told[-1], flush=True)
         return found
 
     def assert_in_every_kind(self, report):

@@ -197,7 +197,7 @@ class Reconciling(ReconcilingCase):
 
     def test_reindexing_asks_at_a_console(self):
         before = self.spoil()
-        shown = self.station.output_at_a_console("--reindex", "--days", "99999", typed="j\r")
+        shown = self.station.output_at_a_console("--reindex", "--days", "99999", question="[j/N]", answer="j\r")
         self.assertIn("3 Einträge neu schreiben? Der Status wird dabei «Pendent». [j/N]", shown)
         self.assertIn("3 Einträge neu geschrieben, 0 Einträge ausgelassen, 0 Einträge nicht versucht", shown)
         self.assertEqual({entry["id"]: entry for entry in self.station.entries()}, before)
