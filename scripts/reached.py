@@ -29,6 +29,7 @@ def short_name(name):
     name = re.sub(r"operator\s*(\(\)|[<>=!+*/&|^%,~\[\]-]+)", "operator", name)
     while (without := re.sub(r"<[^<>]*>|\[abi:\w+\]", "", name)) != name:
         name = without
+    name = re.sub(r"::\{lambda.*", "", name)
     return re.sub(r"^(\w+::)*kandora::", "", name.split("(")[0].split(" ")[-1])
 
 

@@ -85,6 +85,7 @@ class Report(unittest.TestCase):
                              "Member"),
                             ("kandora::Text[abi:cxx11](int)", "Text"),
                             ("bool kandora::operator==(kandora::Variant const&, int)", "operator"),
+                            ("kandora::DllMake::{lambda(auto:1&)#1}::operator()<int>(int&) const", "DllMake"),
                             ("_ZN7kandora4Form9ProcedureEP6HWND__jjl@16", "Form::Procedure"),
                             ("_ZN7kandora12_GLOBAL__N_13RunEPv@4", "Run"),
                             ("std::__throw_logic_error(char const*)", "std::__throw_logic_error")):
