@@ -69,7 +69,6 @@ int main(int argc, char** argv) {
             {"--small", &Options::small, "a store without entries"},
             {"--comparison", &Options::comparison,
              "the archive's store for comparing with the accounting; nothing else is measured then"},
-            {"--load", &Options::load, "loads this DLL once and tells the time"},
         };
         for (const Row& row : rows) {
             app.add_option(row.name, options.*row.place, row.meaning);
@@ -77,10 +76,6 @@ int main(int argc, char** argv) {
         app.add_option("--rounds", options.rounds, "rounds per figure");
         app.add_flag("--quick", options.isQuick, "few rounds and small searches, to try the program out");
         CLI11_PARSE(app, argc, argv);
-        if (!options.load.empty()) {
-            LoadOnce(options.load);
-            return 0;
-        }
         Run(options);
         return 0;
     } catch (const std::exception& error) {

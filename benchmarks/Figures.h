@@ -18,7 +18,6 @@ struct Options {
     std::string only;
     std::string table;
     std::string curve;
-    std::string load;
     std::string simulator;
     std::string large;
     std::string small;
@@ -58,10 +57,6 @@ void MeasureMemory(Figures& figures);
 void MeasureLargeArchive(Figures& figures);
 /// kandora-check's comparison of archive and accounting.
 void MeasureReconciling(Figures& figures);
-
-/// Loads the DLL, makes an object and prints the microseconds that it took; for a process of its own, as a
-/// DLL is loaded only once in each.
-void LoadOnce(const std::string& file);
 
 /// Microseconds from the start of the archive's simulator until its window answers and shows its tree. Ends
 /// the simulator again. Throws std::runtime_error when it does not start.
