@@ -1,5 +1,7 @@
 #include "automation/LateBound.h"
 
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "automation/Errors.h"
@@ -357,6 +359,48 @@ TEST_F(LateBinding, CalculatesAsBeforeWhateverALookupOfANameLeaves) {
     EXPECT_EQ(RaisedBy([&] { LateBound(other.Get()).Call(L"Fehlt"); }).number, 438);
     asm volatile("stmxcsr %0" : "=m"(after));
     EXPECT_EQ(after, before);
+}
+
+/// Leaves the processor's arithmetic as no caller expects it.
+struct Carelessness {
+    const char* what;
+    void (*leave)();
+};
+
+void FillRegisters() {
+    asm volatile("fldz\n\tfldz\n\tfldz\n\tfldz\n\tfldz\n\tfldz\n\tfldz\n\tfldz");
+}
+
+void Set(std::uint16_t coprocessor, std::uint32_t vectors) {
+    asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(coprocessor), "m"(vectors));
+}
+
+constexpr auto carelessness = std::to_array<Carelessness>({
+    {"a full coprocessor", FillRegisters},
+    {"one value in it", [] { asm volatile("fldz"); }},
+    {"integers in its registers", [] { asm volatile("pxor %mm0, %mm0"); }},
+    {"24 bits", [] { Set(0x007F, 0x1F80); }},
+    {"an exception that interrupts", [] { Set(0x027B, 0x1F80); }},
+    {"vectors that round up", [] { Set(0x027F, 0x5F80); }},
+    {"vectors that interrupt", [] { Set(0x027F, 0x1D80); }},
+    {"vectors without the smallest numbers", [] { Set(0x027F, 0x9FC0); }},
+});
+
+TEST(Arithmetic, IsSetUpAgainWhateverSomebodyLeaves) {
+    for (const Carelessness& row : carelessness) {
+        SCOPED_TRACE(row.what);
+        std::array<std::uint32_t, 7> coprocessor{};
+        std::uint32_t vectors = 0;
+        {
+            const OwnArithmetic own;
+            row.leave();
+            OwnArithmetic::Resume();
+            asm volatile("fnstenv %0\n\tstmxcsr %1" : "=m"(coprocessor), "=m"(vectors));
+        }
+        EXPECT_EQ(coprocessor[0] & 0xFFFF, 0x027FU);
+        EXPECT_EQ(coprocessor[2] & 0xFFFF, 0xFFFFU) << "registers in use";
+        EXPECT_EQ(vectors & 0xFFC0, 0x1F80U);
+    }
 }
 
 }  // namespace
