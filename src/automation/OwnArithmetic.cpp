@@ -25,10 +25,13 @@ OwnArithmetic::~OwnArithmetic() {
 void OwnArithmetic::Resume() noexcept {
     std::uint16_t coprocessor = 0;
     std::uint32_t vectors = 0;
-    // Whoever ran before may have left the registers full: EMMS empties them.
-    asm volatile("emms\n\tfnstcw %0\n\tstmxcsr %1" : "=m"(coprocessor), "=m"(vectors));
-    // Loading the settings costs a third of a call of an object nearby, and hardly anybody leaves others.
-    if (coprocessor != coprocessorWord || (vectors & vectorsSettings) != vectorsWord) {
+    asm volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(coprocessor), "=m"(vectors));
+    // Whoever ran before may have left the registers full: EMMS empties them, and so does FNINIT. Only that
+    // one can do so while an exception waits that is not masked. Loading the settings costs a third of a call
+    // of an object nearby, and hardly anybody leaves others.
+    if (coprocessor == coprocessorWord && (vectors & vectorsSettings) == vectorsWord) {
+        asm volatile("emms");
+    } else {
         asm volatile("fninit\n\tfldcw %0\n\tldmxcsr %1" : : "m"(coprocessorWord), "m"(vectorsWord));
     }
 }

@@ -381,6 +381,11 @@ constexpr auto carelessness = std::to_array<Carelessness>({
     {"integers in its registers", [] { asm volatile("pxor %mm0, %mm0"); }},
     {"24 bits", [] { Set(0x007F, 0x1F80); }},
     {"an exception that interrupts", [] { Set(0x027B, 0x1F80); }},
+    {"an exception that waits to interrupt",
+     [] {
+         asm volatile("fld1\n\tfldz\n\tfdivrp");
+         Set(0x027B, 0x1F80);
+     }},
     {"vectors that round up", [] { Set(0x027F, 0x5F80); }},
     {"vectors that interrupt", [] { Set(0x027F, 0x1D80); }},
     {"vectors without the smallest numbers", [] { Set(0x027F, 0x9FC0); }},
