@@ -238,33 +238,29 @@ class Findings(Lint):
         said, _ = self.expect_findings("clang-tidy ended with -11")
         self.assertIn("product/Alone.cpp (x86)", said)
 
-    def expect_judged(self, command, file):
-        judged = [line for line in self.lines("calls.judges") if command in line]
-        self.assertTrue(judged and file in judged[0], judged)
+    def expect_misplaced(self, path, comment, command, judged):
+        """What stands where it may not is found, by a command that is given all files of its kind."""
+        self.append(path, f"{comment} MISPLACED\n")
+        self.expect_findings(f"{path}:{comment} MISPLACED")
+        calls = [line for line in self.lines("calls.judges") if command in line]
+        self.assertTrue(calls and judged in calls[0], calls)
 
     def test_of_the_formatting(self):
-        self.append("product/Deep.h", "// MISPLACED\n")
-        self.expect_findings("product/Deep.h:// MISPLACED")
-        self.expect_judged("clang-format-22 --dry-run --Werror ", "product/Alone.cpp")
+        self.expect_misplaced("product/Deep.h", "//", "clang-format-22 --dry-run --Werror ", "product/Alone.cpp")
+
+    def test_of_shell_scripts(self):
+        self.expect_misplaced("run.sh", "#", "shellcheck ", "run.sh")
+
+    def test_of_python_scripts(self):
+        self.expect_misplaced("check.py", "#", "flake8 --config ", "scripts/tidy.py")
+
+    def test_of_workflows(self):
+        self.expect_misplaced(".github/workflows/ci.yml", "#", "yamllint --strict --config-file ", ".github/workflows/ci.yml")
 
     def test_of_the_floors(self):
         self.write("src/automation/Text.cpp", '#include "support/Log.h"\n')
         self.write("src/support/Log.h", "")
         self.expect_findings("src/automation/Text.cpp:1: automation may not include src/support/Log.h")
-
-    def test_of_shell_scripts(self):
-        self.append("run.sh", "# MISPLACED\n")
-        self.expect_findings("run.sh:# MISPLACED")
-
-    def test_of_python_scripts(self):
-        self.append("check.py", "# MISPLACED\n")
-        self.expect_findings("check.py:# MISPLACED")
-        self.expect_judged("flake8 --config ", "scripts/tidy.py")
-
-    def test_of_workflows(self):
-        self.append(".github/workflows/ci.yml", "# MISPLACED\n")
-        self.expect_findings("ci.yml:# MISPLACED")
-        self.expect_judged("yamllint --strict --config-file ", ".github/workflows/ci.yml")
 
     def test_of_the_packages_tables(self):
         self.write("packaging/broken", "")
