@@ -1,7 +1,9 @@
 """A package as the installer's own tools read it back."""
 import dataclasses
+import pathlib
 import re
 import subprocess
+import tempfile
 
 
 @dataclasses.dataclass
@@ -33,7 +35,10 @@ class Database:
 
 
 def _tool(*arguments):
-    return subprocess.run(["msiinfo", *map(str, arguments)], capture_output=True, check=True).stdout.decode("utf-8")
+    """What the tool prints. It writes the files that a table holds, such as icons, into the folder where it runs."""
+    with tempfile.TemporaryDirectory() as folder:
+        done = subprocess.run(["msiinfo", *map(str, arguments)], capture_output=True, cwd=folder, check=True)
+    return done.stdout.decode("utf-8")
 
 
 def read_table(text):
@@ -53,6 +58,7 @@ def read_table(text):
 
 def read(package):
     """Everything that the package, a file, says."""
+    package = pathlib.Path(package).resolve()
     streams = _tool("streams", package).split("\n")
     tables, code_page, summary = {}, 0, {}
     for name in _tool("tables", package).split():
