@@ -164,7 +164,7 @@ def kit(build, output, version, architecture, only, is_bare):
                   for path, data in make_packages.installed_files(build, component).items() if path.startswith("Lizenzen/")}
         installers, package_files = packages(build, output / f"Kandora-{version}-{architecture}.msi", version)
         files |= package_files
-        for name in ("kandora_benchmarks.exe", "load_once.exe", "empty_server.dll"):
+        for name in ("kandora_benchmarks.exe", "load_once.exe", "empty_server.dll", "bare_server.dll"):
             files[f"benchmarks/{name}"] = (build / "benchmarks" / name).read_bytes()
         files["benchmarks/surroundings.json"] = json.dumps(measured_surroundings(), ensure_ascii=False).encode()
     for folder in KNOWN["data"]:

@@ -10,6 +10,9 @@ namespace kandora {
 /// included.
 std::size_t StackLeft() noexcept;
 
+/// True when at least so much of it is left. Quicker to tell than how much it is.
+bool HasStackFor(std::size_t bytes) noexcept;
+
 /// Bytes of the stack that a request needs, those of the system's functions (a message box, say) included.
 inline constexpr std::size_t requestStack = 64U * 1024;
 /// Bytes that must be left when nested values are followed further.

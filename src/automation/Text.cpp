@@ -1,5 +1,7 @@
 #include "automation/Text.h"
 
+#include <array>
+
 #include <windows.h>
 
 #include "interfaces/CodePages.h"
@@ -23,18 +25,25 @@ Text CaseMapped(const Text& text, DWORD mapping) {
 Text Decimal(std::int64_t value) {
     const bool negative = value < 0;
     auto rest = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
-    Text digits;
+    std::array<wchar_t, 20> digits;  // of the longest number, with its sign
+    auto first = digits.end();
     do {
-        digits.insert(digits.begin(), static_cast<wchar_t>(L'0' + rest % 10));
+        *--first = static_cast<wchar_t>(L'0' + rest % 10);
         rest /= 10;
     } while (rest != 0);
-    return negative ? L"-" + digits : digits;
+    if (negative) {
+        *--first = L'-';
+    }
+    return {first, digits.end()};
 }
 
 Text Digits(int value, int width) {
-    const Text digits = Decimal(value);
+    Text digits = Decimal(value);
     const auto wanted = static_cast<std::size_t>(width);
-    return digits.size() < wanted ? Text(wanted - digits.size(), L'0') + digits : digits;
+    if (digits.size() < wanted) {
+        digits.insert(0, wanted - digits.size(), L'0');
+    }
+    return digits;
 }
 
 Text Joined(const std::vector<Text>& parts, TextView separator) {

@@ -84,7 +84,7 @@ HRESULT ELOProviderObject::Requests::Invoke(DISPID member, REFIID reserved, LCID
 
 /// False when the stack has no room for a request; the user has been told then.
 bool ELOProviderObject::Requests::HasRoomFor(const HostRequest& request) noexcept {
-    if (StackLeft() >= requestStack) {
+    if (HasStackFor(requestStack)) {
         return true;
     }
     // The box that says so needs more than is left, too.

@@ -7,7 +7,7 @@ namespace kandora {
 
 HRESULT CarryOutAlone(MGlobals& globals, REFIID iid, Work body) noexcept try {
     const OwnArithmetic arithmetic;
-    if (StackLeft() < requestStack) {
+    if (!HasStackFor(requestStack)) {
         return ReportError(RuntimeError(errors::outOfStack), iid);
     }
     if (globals.Order().IsBusy()) {

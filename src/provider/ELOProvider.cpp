@@ -77,7 +77,7 @@ void ELOProvider::InTurn(const HostRequest& request, void (ELOProvider::*work)(c
 }
 
 template <class Work>
-void ELOProvider::AtOnce(const HostRequest& request, std::initializer_list<Traced> arguments,
+void ELOProvider::AtOnce(const HostRequest& request, std::initializer_list<LogParameter> arguments,
                          Work work) noexcept {
     const Visit visit(globals_);
     try {
@@ -103,10 +103,10 @@ void ELOProvider::ShowCurrentError(const HostRequest& request) noexcept {
     }
 }
 
-bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<Traced> arguments,
+bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<LogParameter> arguments,
                         bool isMeanwhile) {
     if (globals_.state.settings.gbDebug || (request.isTracedAtFirst && !bRunning)) {
-        Trace(request.name, arguments);
+        globals_.Log().WriteLog(Text(L"DMSProvider_") + request.name, arguments);
     }
     if (request.gate == Gate::None) {
         return true;
@@ -123,14 +123,6 @@ bool ELOProvider::Begin(const HostRequest& request, std::initializer_list<Traced
         ShowAndClear(globals_.goErrHandler(), RuntimeError(0), {className, request.name});
     }
     return isOn;
-}
-
-void ELOProvider::Trace(const wchar_t* method, std::initializer_list<Traced> arguments) {
-    std::vector<Variant> values;
-    for (const Traced& argument : arguments) {
-        values.push_back(argument.Value());
-    }
-    globals_.Log().WriteLog(Text(L"DMSProvider_") + method, values);
 }
 
 /// Asks the host whether the archive is on for the client that is open; nothing is kept from one request to

@@ -80,30 +80,18 @@ public:
 private:
     class Visit;
 
-    /// A request's argument for the log; becomes a value only when there is a line to write.
-    class Traced {
-    public:
-        Traced(const Text& text) : text_(&text) {}        // NOLINT(google-explicit-constructor)
-        Traced(const Variant& value) : value_(&value) {}  // NOLINT(google-explicit-constructor)
-        [[nodiscard]] Variant Value() const { return text_ != nullptr ? Variant(*text_) : *value_; }
-
-    private:
-        const Text* text_ = nullptr;
-        const Variant* value_ = nullptr;
-    };
-
     /// Begins a request and does its work, or keeps both for after the request in progress.
     template <class... Arguments>
     void InTurn(const HostRequest& request, void (ELOProvider::*work)(const Arguments&...),
                 const Arguments&... arguments) noexcept;
     /// Begins a request and does its work, whatever else is in progress.
     template <class Work>
-    void AtOnce(const HostRequest& request, std::initializer_list<Traced> arguments, Work work) noexcept;
+    void AtOnce(const HostRequest& request, std::initializer_list<LogParameter> arguments,
+                Work work) noexcept;
 
     /// Traces the request and passes its gate. True when its work is to be done.
-    [[nodiscard]] bool Begin(const HostRequest& request, std::initializer_list<Traced> arguments,
+    [[nodiscard]] bool Begin(const HostRequest& request, std::initializer_list<LogParameter> arguments,
                              bool isMeanwhile);
-    void Trace(const wchar_t* method, std::initializer_list<Traced> arguments);
     void RefreshClient(bool isMeanwhile);
     void ShowCurrentError(const HostRequest& request) noexcept;
 

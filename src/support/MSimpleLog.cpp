@@ -8,10 +8,14 @@ namespace kandora {
 
 namespace {
 
+/// In characters. Hardly any line is longer, so that its text is allocated once.
+constexpr std::size_t usualLine = 250;
+
 /// "dd.mm.yyyy hh.nn.ss": dots also between the parts of the time.
-Text LineTime(const LocalTime& now) {
-    return Digits(now.day, 2) + L"." + Digits(now.month, 2) + L"." + Digits(now.year, 4) + L" " +
-           Digits(now.hour, 2) + L"." + Digits(now.minute, 2) + L"." + Digits(now.second, 2);
+void AppendLineTime(Text& line, const LocalTime& now) {
+    line.append(Digits(now.day, 2)).append(L".").append(Digits(now.month, 2)).append(L".");
+    line.append(Digits(now.year, 4)).append(L" ").append(Digits(now.hour, 2)).append(L".");
+    line.append(Digits(now.minute, 2)).append(L".").append(Digits(now.second, 2));
 }
 
 /// "yyyymmdd_hhnnss".
@@ -34,15 +38,24 @@ Text FileNamePart(Text name) {
 
 }  // namespace
 
-void MSimpleLog::WriteLog(const Text& sText, const std::vector<Variant>& vtParameters) {
+void LogParameter::AppendTo(Text& line) const {
+    line += text_ != nullptr ? *text_ : ToText(*value_);
+}
+
+void MSimpleLog::WriteLog(const Text& sText, std::initializer_list<LogParameter> vtParameters) {
     if (gsLogFile_.empty()) {
         BuildLogFileName();
     }
-    Text line = LineTime(platform_.Now()) + L" | " + sText;
-    for (const Variant& parameter : vtParameters) {
-        line += L"  [" + ToText(parameter) + L"]";
+    Text line;
+    line.reserve(usualLine);
+    AppendLineTime(line, platform_.Now());
+    line.append(L" | ").append(sText);
+    for (const LogParameter& parameter : vtParameters) {
+        line += L"  [";
+        parameter.AppendTo(line);
+        line += L"]";
     }
-    if (vtParameters.empty()) {
+    if (vtParameters.size() == 0) {
         line += L"[Kein Parameter]";  // no blank before it: the log's readers expect it so
     }
     line += L"\r\n";

@@ -38,7 +38,7 @@ struct Nesting {
     int depth = 0;
 
     [[nodiscard]] bool IsTooDeep() const {
-        return depth > deepestNesting || (depth > usualNesting && StackLeft() < nestingStack);
+        return depth > deepestNesting || (depth > usualNesting && !HasStackFor(nestingStack));
     }
     [[nodiscard]] Nesting Inside(IUnknown* next) const { return {this, next, depth + 1}; }
     /// True for an object that the value lies in. Rendering it again would have no end, and if each held two

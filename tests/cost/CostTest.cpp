@@ -150,10 +150,10 @@ TEST_F(CostTest, SearchIsLinear) {
 
 TEST_F(CostTest, TracedRequests) {
     Start(true);
-    EXPECT_EQ(Of([&] { provider->FibuVersion(VARIANT{}); }), (Cost{0, 0, 9, 0, 1}));
+    EXPECT_EQ(Of([&] { provider->FibuVersion(VARIANT{}); }), (Cost{0, 0, 4, 0, 1}));
     EXPECT_EQ(Of([&] { provider->SetDocumentStatus(docId_.Get(), voucher_.Value()); }),
-              (Cost{0, 0, 14, 1, 1}));
-    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 65, 20, 1}));
+              (Cost{0, 0, 7, 0, 1}));
+    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 58, 19, 1}));
 }
 
 }  // namespace
