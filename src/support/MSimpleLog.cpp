@@ -39,7 +39,11 @@ Text FileNamePart(Text name) {
 }  // namespace
 
 void LogParameter::AppendTo(Text& line) const {
-    line += text_ != nullptr ? *text_ : ToText(*value_);
+    if (text_ != nullptr) {
+        line += *text_;
+    } else {
+        line += ToText(*value_);
+    }
 }
 
 void MSimpleLog::WriteLog(const Text& sText, std::initializer_list<LogParameter> vtParameters) {

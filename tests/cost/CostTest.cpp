@@ -152,8 +152,8 @@ TEST_F(CostTest, TracedRequests) {
     Start(true);
     EXPECT_EQ(Of([&] { provider->FibuVersion(VARIANT{}); }), (Cost{0, 0, 4, 0, 1}));
     EXPECT_EQ(Of([&] { provider->SetDocumentStatus(docId_.Get(), voucher_.Value()); }),
-              (Cost{0, 0, 7, 0, 1}));
-    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 58, 19, 1}));
+              (Cost{0, 0, 6, 0, 1}));
+    EXPECT_EQ(Of([&] { Save(); }), (Cost{10, 68, 57, 19, 1}));
 }
 
 }  // namespace
