@@ -19,8 +19,9 @@
 
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming): the toolchain's names
 
-/// The first byte of this module as it is loaded.
-extern "C" const IMAGE_DOS_HEADER __ImageBase;
+/// This module as it is loaded, from its first byte on. As bytes and not as the header that they begin with:
+/// the compiler would take everything behind that for outside.
+extern "C" const std::byte __ImageBase[];
 
 namespace kandora {
 
@@ -74,8 +75,9 @@ void ForEachFunction(std::span<const std::byte> section, Visit&& visit) {
 
 /// The section with the descriptions, whose name an image cuts to eight bytes.
 std::span<const std::byte> DescriptionSection() {
-    const auto* const base = reinterpret_cast<const std::byte*>(&__ImageBase);
-    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + __ImageBase.e_lfanew);
+    const std::byte* const base = __ImageBase;
+    const auto distance = reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew;
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + distance);
     const IMAGE_SECTION_HEADER* const sections = IMAGE_FIRST_SECTION(headers);
     for (const IMAGE_SECTION_HEADER& each : std::span(sections, headers->FileHeader.NumberOfSections)) {
         if (std::memcmp(static_cast<const BYTE*>(each.Name), ".eh_frame", sizeof each.Name) == 0) {
