@@ -6,7 +6,7 @@ namespace kandora {
 
 namespace {
 
-constexpr std::size_t otherStack = 512U * 1024;  // bytes
+constexpr std::size_t otherStack = std::size_t{512} * 1024;  // bytes
 
 /// The calling thread's block, whose beginning is public. Not by the headers' NtCurrentTeb: compilers take
 /// its address for one near null and warn.

@@ -14,9 +14,9 @@ std::size_t StackLeft() noexcept;
 bool HasStackFor(std::size_t bytes) noexcept;
 
 /// Bytes of the stack that a request needs, those of the system's functions (a message box, say) included.
-inline constexpr std::size_t requestStack = 64U * 1024;
+inline constexpr std::size_t requestStack = std::size_t{64} * 1024;
 /// Bytes that must be left when nested values are followed further.
-inline constexpr std::size_t nestingStack = 32U * 1024;
+inline constexpr std::size_t nestingStack = std::size_t{32} * 1024;
 
 /// Runs a piece of work on a thread with a stack of its own, while the calling one waits; its errors are
 /// lost. Does nothing when there is no such thread to be had.

@@ -26,7 +26,7 @@ Text Decimal(std::int64_t value) {
     const bool negative = value < 0;
     auto rest = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     std::array<wchar_t, 20> digits;  // of the longest number, with its sign
-    auto first = digits.end();
+    auto* first = digits.end();
     do {
         *--first = static_cast<wchar_t>(L'0' + rest % 10);
         rest /= 10;
