@@ -6,6 +6,7 @@ import json
 import os
 import pathlib
 import pty
+import re
 import select
 import signal
 import struct
@@ -116,6 +117,30 @@ class CheckStation(Workstation):
         with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
 
+    @contextlib.contextmanager
+    def held_up(self, rule, *arguments):
+        """A run that waits while the block runs, or until `release`: the archive keeps back its answer to the rule's call."""
+        begun = self.folder / "Begonnen"
+        for file in (begun, self._released()):
+            file.unlink(missing_ok=True)
+        self.stop_archive()
+        self.register_archive(*self.script([rule | {"begun": windows_path(begun), "until": windows_path(self._released())}]))
+        with self.checking(*arguments) as process:
+            try:
+                wait_until(lambda: begun.exists() or process.poll() is not None, f"{rule['call']} is kept back")
+                if process.poll() is not None:
+                    raise AssertionError(f"ended before {rule}:\n{self.running_output()}")
+                yield process
+            finally:
+                self.release()  # who does not answer cannot be stopped
+
+    def release(self):
+        """Lets the archive answer."""
+        self._released().touch()
+
+    def _released(self):
+        return self.folder / "Weiter"
+
     def output_at_a_console(self, *arguments, question=None, answer=""):
         """What one run shows at a console that is wide enough for its lines; the answer is typed when the question is there."""
         wait_for_started_hosts()
@@ -162,8 +187,26 @@ class CheckStation(Workstation):
 
 
 def interrupt(process):
-    """Ctrl+C."""
+    """Ctrl+C. The program knows of it when this returns: wine tells it in a thread of its own, which has come and gone then."""
+    tasks = pathlib.Path("/proc", str(process.pid), "task")
+    before = set(os.listdir(tasks))
     os.kill(process.pid, signal.SIGINT)
+
+    def knows():
+        if process.poll() is not None:
+            return True
+        # Whoever handles a signal holds back further ones of its kind.
+        return not any(is_signal_held(task) for task in tasks.iterdir()) and set(os.listdir(tasks)) <= before
+
+    wait_until(knows, "the program has been interrupted")
+
+
+def is_signal_held(task):
+    """Whether Ctrl+C waits for a thread, or is being handled by it."""
+    with contextlib.suppress(OSError):  # it has ended meanwhile
+        sets = re.findall(r"(?m)^(?:SigPnd|ShdPnd|SigBlk):\s*(\w+)$", (task / "status").read_text(encoding="utf-8"))
+        return any(int(one, 16) >> (signal.SIGINT - 1) & 1 for one in sets)
+    return False
 
 
 @contextlib.contextmanager
