@@ -8,6 +8,7 @@ import pathlib
 import pty
 import re
 import select
+import shutil
 import signal
 import struct
 import subprocess
@@ -97,6 +98,23 @@ class CheckStation(Workstation):
         return (done.returncode, *texts)
 
     def check(self, *arguments, program=None):
+    def keep(self):
+        """From now on `put_back` makes the station what it is now."""
+        self.stop_archive()
+        wait_for_started_hosts()
+        self._kept = self.folder.with_name(f"{self.folder.name}-kept"), copy.deepcopy(self.settings)
+        shutil.rmtree(self._kept[0], ignore_errors=True)
+        shutil.copytree(self.folder, self._kept[0])
+
+    def put_back(self):
+        self.end_simulators()
+        folder, settings = self._kept
+        shutil.rmtree(self.folder)
+        shutil.copytree(folder, self.folder)
+        self.settings = copy.deepcopy(settings)
+        self.register_archive()
+        self.register_host()
+
         return self.result(*self.run_text("--json", *arguments, program=program))
 
     def check_without_elevation(self):

@@ -33,6 +33,8 @@ DONE = "Erfasst"
 # Booked so many days ago and earlier: far beyond what counts as pending for long.
 OLDEST, YOUNGEST = 430, 70
 # Values that are hard to carry through JSON, CSV, HTML and consoles.
+# The smallest form that has every finding once: entries of the client, of others, repetitions.
+SMALLEST = 450, 150, 1
 NASTY = ['Öl; Äpfel "süss" & Co', "zwei\r\nZeilen", "Tab\tund; Semikolon", "=SUMME(A1;A2)", "</script><b>fett</b>",
          "O'Neill \\ @DATEN@ %s {0}", " Leerzeichen aussen ", "Zeile\nallein", "\u2028Trenner\u2029 und \U0001F4C4", "-5 +3 @x",
          "<!--<script>", "ZÜRICH – «Müller» …"]
