@@ -54,6 +54,34 @@ class Result:
         return found[0]
 
 
+class Console:
+    """A terminal that is wide enough for the lines of what runs at its other end."""
+
+    def __init__(self):
+        self._ours, self.theirs = pty.openpty()
+        fcntl.ioctl(self.theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
+        self._shown = b""
+
+    def read(self):
+        while self._ours is not None and select.select([self._ours], [], [], 0)[0]:
+            try:
+                self._shown += os.read(self._ours, 1 << 16)
+            except OSError:  # nobody has the other end any more
+                break
+
+    def text(self):
+        """What has been read."""
+        return self._shown.decode("utf-8", "ignore")
+
+    def type(self, text):
+        os.write(self._ours, text.encode("utf-8"))
+
+    def close(self):
+        if self._ours is not None:
+            os.close(self._ours)
+            self._ours = None
+
+
 class CheckStation(Workstation):
     """With a client that has been set up and a folder for the printer's file."""
 
@@ -68,6 +96,23 @@ class CheckStation(Workstation):
         self.settings["Archiv"]["EloPrinterFile"] = windows_path(self.print_folder / "Auswertung.pdf")
         self.write_settings()
         self.run_host(["InitProvider"])
+        self.register_host()
+
+    def keep(self):
+        """From now on `put_back` makes the station what it is now."""
+        self.stop_archive()
+        wait_for_started_hosts()
+        self._kept = self.folder.with_name(f"{self.folder.name}-kept"), copy.deepcopy(self.settings)
+        shutil.rmtree(self._kept[0], ignore_errors=True)
+        shutil.copytree(self.folder, self._kept[0])
+
+    def put_back(self):
+        self.end_simulators()
+        folder, settings = self._kept
+        shutil.rmtree(self.folder)
+        shutil.copytree(folder, self.folder)
+        self.settings = copy.deepcopy(settings)
+        self.register_archive()
         self.register_host()
 
     def register_host(self):
@@ -98,23 +143,6 @@ class CheckStation(Workstation):
         return (done.returncode, *texts)
 
     def check(self, *arguments, program=None):
-    def keep(self):
-        """From now on `put_back` makes the station what it is now."""
-        self.stop_archive()
-        wait_for_started_hosts()
-        self._kept = self.folder.with_name(f"{self.folder.name}-kept"), copy.deepcopy(self.settings)
-        shutil.rmtree(self._kept[0], ignore_errors=True)
-        shutil.copytree(self.folder, self._kept[0])
-
-    def put_back(self):
-        self.end_simulators()
-        folder, settings = self._kept
-        shutil.rmtree(self.folder)
-        shutil.copytree(folder, self.folder)
-        self.settings = copy.deepcopy(settings)
-        self.register_archive()
-        self.register_host()
-
         return self.result(*self.run_text("--json", *arguments, program=program))
 
     def check_without_elevation(self):
@@ -159,26 +187,23 @@ class CheckStation(Workstation):
     def _released(self):
         return self.folder / "Weiter"
 
-    def output_at_a_console(self, *arguments, question=None, answer=""):
-        """What one run shows at a console that is wide enough for its lines; the answer is typed when the question is there."""
+    def run_at_a_console(self, *arguments, question=None, answer=None):
+        """Exit code and what one run shows. When the question is there, the answer is given: it is called with the process and
+        the console."""
         wait_for_started_hosts()
-        ours, theirs = pty.openpty()
-        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
-        shown = b""
-        process = subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs, start_new_session=True)
-        os.close(theirs)
+        console = Console()
+        process = subprocess.Popen(self.command(*arguments), stdin=console.theirs, stdout=console.theirs, stderr=console.theirs,
+                                   start_new_session=True)
+        os.close(console.theirs)
+        is_asked = question is None
 
         def has_ended():
-            nonlocal shown, question
+            nonlocal is_asked
             is_over = process.poll() is not None
-            while select.select([ours], [], [], 0)[0]:
-                try:
-                    shown += os.read(ours, 1 << 16)
-                except OSError:  # nobody has the other end any more
-                    break
-            if question and question.encode("utf-8") in shown:
-                question = None
-                os.write(ours, answer.encode("utf-8"))
+            console.read()
+            if not is_asked and question in console.text():
+                is_asked = True
+                answer(process, console)
             return is_over
 
         try:
@@ -187,8 +212,8 @@ class CheckStation(Workstation):
         finally:
             process.kill()
             process.wait()
-            os.close(ours)
-        return shown.decode("utf-8")
+            console.close()
+        return process.returncode, console.text()
 
     def running_output(self):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")

@@ -4,7 +4,7 @@ import json
 import re
 import unittest
 
-from checkstation import CLIENT_FOLDER
+from checkstation import CLIENT_FOLDER, interrupt
 from reconciling import KINDS, PROGRESS, ReconcilingCase, told
 from workstation import LINES, MASKS, windows_path
 
@@ -200,10 +200,34 @@ class Reconciling(ReconcilingCase):
 
     def test_reindexing_asks_at_a_console(self):
         before = self.spoil()
-        shown = self.station.output_at_a_console("--reindex", "--days", "99999", question="[j/N]", answer="j\r")
+        code, shown = self.reindex_at_a_console(lambda _, console: console.type("j\r"))
+        self.assertEqual(code, 0)
         self.assertIn("3 Einträge neu schreiben? Der Status wird dabei «Pendent». [j/N]", shown)
         self.assertIn("3 Einträge neu geschrieben, 0 Einträge ausgelassen, 0 Einträge nicht versucht", shown)
         self.assertEqual({entry["id"]: entry for entry in self.station.entries()}, before)
+
+    def reindex_at_a_console(self, answer):
+        return self.station.run_at_a_console("--reindex", "--days", "99999", question="[j/N]", answer=answer)
+
+    def test_reindexing_is_interrupted_at_its_question(self):
+        """Who answers yes after all has been too late."""
+        def answer(process, console):
+            interrupt(process)
+            console.type("j\r")
+        self.spoil()
+        spoilt = self.files()
+        code, shown = self.reindex_at_a_console(answer)
+        self.assertEqual(code, 2)
+        self.assertIn("Neu schreiben: unterbrochen", shown)
+        self.assertIn("0 Einträge neu geschrieben, 0 Einträge ausgelassen, 3 Einträge nicht versucht", shown)
+        self.assertEqual(self.files(), spoilt)
+
+    def test_the_console_is_closed_at_the_question(self):
+        self.spoil()
+        spoilt = self.files()
+        code, _ = self.reindex_at_a_console(lambda _, console: console.close())
+        self.assertEqual(code, 1)  # as if nobody answered
+        self.assertEqual(self.files(), spoilt)
 
     def test_reindexing_leaves_what_is_not_hit_first(self):
         self.spoil()

@@ -173,8 +173,8 @@ class Disturbed(ReconcilingCase):
         self.assertEqual(self.files(), before)
 
     def test_progress_at_a_console(self):
-        self.assertRegex(self.station.output_at_a_console("--reconcile", "--days", "99999"),
-                         r"Maske Belege \(82\): 0 von 3 Einträgen, 0 Befunde")
+        _, shown = self.station.run_at_a_console("--reconcile", "--days", "99999")
+        self.assertRegex(shown, r"Maske Belege \(82\): 0 von 3 Einträgen, 0 Befunde")
 
 
 if __name__ == "__main__":
