@@ -1,6 +1,7 @@
 // What a comparison of archive and accounting finds, and what it says to both.
 #include "tests/check/ReconcileWorld.h"
 
+#include <functional>
 #include <set>
 
 #include "archive/ArchiveNumbers.h"
@@ -208,6 +209,50 @@ TEST_F(ReconcileWorld, AnEntryVanishesMeanwhile) {
     const check::Reconciled result = Compare();
     EXPECT_TRUE(result.isComplete);
     EXPECT_EQ(Short(result.findings), Lines());
+}
+
+TEST_F(ReconcileWorld, AnEntryGoesElsewhereWhileItIsJudged) {
+    // Behind the last hit that is looked through, each own entry is told of without another look.
+    for (std::int32_t hit = 1; hit <= archive::lastHitExamined; ++hit) {
+        archive.AddEntry({voucher.mask, L"fremd", {}, L"/Sesam/Nachbar/Buchungen", {}});
+    }
+    const std::int32_t last = File(voucher, L"20", L"20261114080003");
+    FieldOf(last, voucher, Amount) = L"1";
+    const auto entry = archive.entries.at(last);
+    const Lines findings{"abweichend " + Id(last) + " Betrag", "unauffindbar " + Id(last)};
+    struct Event {
+        const char* what;
+        std::function<void()> happens;
+        std::int32_t others;
+        Lines findings;
+    };
+    for (const Event& event :
+         {Event{"nothing", [] {}, archive::lastHitExamined, findings},
+          Event{"moved",
+                [&] { archive.entries.at(last).folder = L"/Sesam/Nachbar/Buchungen"; },
+                archive::lastHitExamined + 1,
+                {}},
+          Event{"deleted", [&] { archive.entries.erase(last); }, archive::lastHitExamined, {}}}) {
+        SCOPED_TRACE(event.what);
+        archive.entries.insert_or_assign(last, entry);
+        bool hasHappened = false;
+        options.onProgress = [&](const check::ReconcileProgress& progress) {
+            if (progress.done == archive::lastHitExamined + 1) {
+                // It is read in the next moment; with the second look it lies elsewhere.
+                conductor.Begin();
+                conductor.Meanwhile(15, [&] {
+                    hasHappened = true;
+                    event.happens();
+                });
+            }
+        };
+        const check::Reconciled result = Compare();
+        EXPECT_TRUE(hasHappened);
+        EXPECT_TRUE(result.isComplete) << Utf8FromText(result.reason);
+        EXPECT_EQ(Short(result.findings), event.findings);
+        EXPECT_EQ(result.judged, event.findings.empty() ? 3 : 4);
+        EXPECT_EQ(result.others, event.others);
+    }
 }
 
 TEST_F(ReconcileWorld, AnotherClientIsOpenedMeanwhile) {

@@ -6,7 +6,9 @@ import json
 import os
 import pathlib
 import pty
+import re
 import select
+import shutil
 import signal
 import struct
 import subprocess
@@ -52,6 +54,34 @@ class Result:
         return found[0]
 
 
+class Console:
+    """A terminal that is wide enough for the lines of what runs at its other end."""
+
+    def __init__(self):
+        self._ours, self.theirs = pty.openpty()
+        fcntl.ioctl(self.theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
+        self._shown = b""
+
+    def read(self):
+        while self._ours is not None and select.select([self._ours], [], [], 0)[0]:
+            try:
+                self._shown += os.read(self._ours, 1 << 16)
+            except OSError:  # nobody has the other end any more
+                break
+
+    def text(self):
+        """What has been read."""
+        return self._shown.decode("utf-8", "ignore")
+
+    def type(self, text):
+        os.write(self._ours, text.encode("utf-8"))
+
+    def close(self):
+        if self._ours is not None:
+            os.close(self._ours)
+            self._ours = None
+
+
 class CheckStation(Workstation):
     """With a client that has been set up and a folder for the printer's file."""
 
@@ -66,6 +96,23 @@ class CheckStation(Workstation):
         self.settings["Archiv"]["EloPrinterFile"] = windows_path(self.print_folder / "Auswertung.pdf")
         self.write_settings()
         self.run_host(["InitProvider"])
+        self.register_host()
+
+    def keep(self):
+        """From now on `put_back` makes the station what it is now."""
+        self.stop_archive()
+        wait_for_started_hosts()
+        self._kept = self.folder.with_name(f"{self.folder.name}-kept"), copy.deepcopy(self.settings)
+        shutil.rmtree(self._kept[0], ignore_errors=True)
+        shutil.copytree(self.folder, self._kept[0])
+
+    def put_back(self):
+        self.end_simulators()
+        folder, settings = self._kept
+        shutil.rmtree(self.folder)
+        shutil.copytree(folder, self.folder)
+        self.settings = copy.deepcopy(settings)
+        self.register_archive()
         self.register_host()
 
     def register_host(self):
@@ -116,26 +163,47 @@ class CheckStation(Workstation):
         with running(self.command(*arguments), self.folder / "laufend.txt") as process:
             yield process
 
-    def output_at_a_console(self, *arguments, question=None, answer=""):
-        """What one run shows at a console that is wide enough for its lines; the answer is typed when the question is there."""
+    @contextlib.contextmanager
+    def held_up(self, rule, *arguments):
+        """A run that waits while the block runs, or until `release`: the archive keeps back its answer to the rule's call."""
+        begun = self.folder / "Begonnen"
+        for file in (begun, self._released()):
+            file.unlink(missing_ok=True)
+        self.stop_archive()
+        self.register_archive(*self.script([rule | {"begun": windows_path(begun), "until": windows_path(self._released())}]))
+        with self.checking(*arguments) as process:
+            try:
+                wait_until(lambda: begun.exists() or process.poll() is not None, f"{rule['call']} is kept back")
+                if process.poll() is not None:
+                    raise AssertionError(f"ended before {rule}:\n{self.running_output()}")
+                yield process
+            finally:
+                self.release()  # who does not answer cannot be stopped
+
+    def release(self):
+        """Lets the archive answer."""
+        self._released().touch()
+
+    def _released(self):
+        return self.folder / "Weiter"
+
+    def run_at_a_console(self, *arguments, question=None, answer=None):
+        """Exit code and what one run shows. When the question is there, the answer is given: it is called with the process and
+        the console."""
         wait_for_started_hosts()
-        ours, theirs = pty.openpty()
-        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 40, 200, 0, 0))
-        shown = b""
-        process = subprocess.Popen(self.command(*arguments), stdin=theirs, stdout=theirs, stderr=theirs, start_new_session=True)
-        os.close(theirs)
+        console = Console()
+        process = subprocess.Popen(self.command(*arguments), stdin=console.theirs, stdout=console.theirs, stderr=console.theirs,
+                                   start_new_session=True)
+        os.close(console.theirs)
+        is_asked = question is None
 
         def has_ended():
-            nonlocal shown, question
+            nonlocal is_asked
             is_over = process.poll() is not None
-            while select.select([ours], [], [], 0)[0]:
-                try:
-                    shown += os.read(ours, 1 << 16)
-                except OSError:  # nobody has the other end any more
-                    break
-            if question and question.encode("utf-8") in shown:
-                question = None
-                os.write(ours, answer.encode("utf-8"))
+            console.read()
+            if not is_asked and question in console.text():
+                is_asked = True
+                answer(process, console)
             return is_over
 
         try:
@@ -144,8 +212,8 @@ class CheckStation(Workstation):
         finally:
             process.kill()
             process.wait()
-            os.close(ours)
-        return shown.decode("utf-8")
+            console.close()
+        return process.returncode, console.text()
 
     def running_output(self):
         return (self.folder / "laufend.txt").read_text(encoding="utf-8")
@@ -162,8 +230,26 @@ class CheckStation(Workstation):
 
 
 def interrupt(process):
-    """Ctrl+C."""
+    """Ctrl+C. The program knows of it when this returns: wine tells it in a thread of its own, which has come and gone then."""
+    tasks = pathlib.Path("/proc", str(process.pid), "task")
+    before = set(os.listdir(tasks))
     os.kill(process.pid, signal.SIGINT)
+
+    def knows():
+        if process.poll() is not None:
+            return True
+        # Whoever handles a signal holds back further ones of its kind.
+        return not any(is_signal_held(task) for task in tasks.iterdir()) and set(os.listdir(tasks)) <= before
+
+    wait_until(knows, "the program has been interrupted")
+
+
+def is_signal_held(task):
+    """Whether Ctrl+C waits for a thread, or is being handled by it."""
+    with contextlib.suppress(OSError):  # it has ended meanwhile
+        sets = re.findall(r"(?m)^(?:SigPnd|ShdPnd|SigBlk):\s*(\w+)$", (task / "status").read_text(encoding="utf-8"))
+        return any(int(one, 16) >> (signal.SIGINT - 1) & 1 for one in sets)
+    return False
 
 
 @contextlib.contextmanager

@@ -12,7 +12,7 @@ import pathlib
 import re
 import urllib.parse
 
-from workstation import LINES, MASKS
+from workstation import LINES, MASKS, Client
 
 # So many hits of each mask's search are looked through.
 HITS_EXAMINED = 10001
@@ -28,11 +28,6 @@ IDENTITY = {"nummer": "BelegNr", "index": "BelegIndex", "dokId": "SesamDocID", "
 # What makes entries double, with the fields that they then share.
 DOUBLES = {"dokId": ("SesamDocID",), "nummer": ("BelegNr", "BelegIndex"), "barcode": ("Barcode",)}
 LOG_LINE = re.compile(r"[\d. ]{19} \| DMSProvider_(\w+)  \[(.*)\]  \[\[(.*)\]\]")
-
-
-def kind_of(booking):
-    """The document kind of a booking, by its origin."""
-    return {1: "Debi", 2: "Kredi"}.get(booking["ursprung"], "Belege")
 
 
 class SwissTexts:
@@ -73,7 +68,7 @@ class Accounting:
 
     def written(self, booking):
         """Short name and values by the settings' keys, without those that only a request tells."""
-        kind = kind_of(booking)
+        kind = Client.kind(booking)
         values = {SHORT_NAME: booking["text"], "Valutadatum": self.texts.date(booking["datum"])}
         if kind == "Belege":
             return values | {"Betrag": self.texts.amount(booking["betrag"])}
@@ -165,9 +160,8 @@ class Reconciliation:
         findings += [{"art": "nichtPruefbar", "eintrag": hit.id, "treffer": hit.number} for hit in self.unreadable]
         findings += [*self._doubles(), *self._of_requests()]
         masks = [{"maske": MASKS[kind], "eintraege": len(self.hits[kind])} for kind in KINDS]
-        told = {"mandant": self.accounting.mandant, "geprueft": len(self.judged), "andere": self.others, "masken": masks,
-                "befunde": findings}
-        return told if self.unreadable else {"vollstaendig": True} | told
+        return {"vollstaendig": True, "mandant": self.accounting.mandant, "geprueft": len(self.judged), "andere": self.others,
+                "masken": masks, "befunde": findings}
 
     def _of_entry(self, hit):
         if hit.number >= self.limit:
@@ -181,7 +175,7 @@ class Reconciliation:
         if booking is None:
             yield hit.finding("ohneBuchung")
             return
-        kind = kind_of(booking)
+        kind = Client.kind(booking)
         if (hit.kind, hit.folder.casefold()) != (kind, self.accounting.folders[kind].casefold()):
             yield hit.finding("andereArt")
         # A change would write into another mask's lines.
@@ -230,6 +224,7 @@ class Reconciliation:
     def _of_requests(self):
         numbers = {(hit.value("BelegNr"), hit.value("BelegIndex")) for hit in self.judged}
         identities = {hit.value("SesamDocID") for hit in self._loaded}
+        # Of several the one that a look-up hits.
         own = {hit.value("SesamDocID"): hit
                for hit in sorted(self.judged, key=lambda hit: hit.order(self.limit), reverse=True)}
         for identity, requests in self.requests.items():

@@ -30,8 +30,11 @@ OPTION_KEYS = {"Belege": "109", "Auswertung": "110", "Debi": "111", "Kredi": "11
 ORIGINS = {"Belege": 0, "Debi": 1, "Kredi": 2}
 ENTRIES_PER_FOLDER = 500
 DONE = "Erfasst"
+ONE_DAY, ONE_SECOND = datetime.timedelta(days=1), datetime.timedelta(seconds=1)
 # Booked so many days ago and earlier: far beyond what counts as pending for long.
 OLDEST, YOUNGEST = 430, 70
+# The smallest form that has every finding once: entries of the client, of others, repetitions.
+SMALLEST = 450, 150, 1
 # Values that are hard to carry through JSON, CSV, HTML and consoles.
 NASTY = ['Öl; Äpfel "süss" & Co', "zwei\r\nZeilen", "Tab\tund; Semikolon", "=SUMME(A1;A2)", "</script><b>fett</b>",
          "O'Neill \\ @DATEN@ %s {0}", " Leerzeichen aussen ", "Zeile\nallein", "\u2028Trenner\u2029 und \U0001F4C4", "-5 +3 @x",
@@ -152,7 +155,7 @@ class Planting:
                       "Belegstatus": PENDING if is_young else DONE, "SesamDocID": booking["docId"]}
             voucher.entry = self._file(kind, self._folder(kind), values | accounting.written(booking))
             voucher.entry.right = voucher.entry.state()
-        # The last one has lookalikes.
+        # The last one has lookalikes; where the open item or a part of the address is missing, not every field could differ.
         plain = [voucher for voucher in self._vouchers[kind][:-1] if voucher.entry.values["Belegstatus"] == DONE
                  and (kind == "Belege" or "Bürglen" in voucher.entry.values["Kundenort"])]
         self._chance.shuffle(plain)
@@ -174,8 +177,9 @@ class Planting:
         for kind, number in share.items():
             for at in range(number):
                 folder = f"/{TOP_FOLDER}/Nachbar {1 + at // ENTRIES_PER_FOLDER:02d}/{FOLDER_NAMES[kind]}"
-                self._other(kind, folder, {"BelegNr": str(at), "BelegIndex": "1", "SesamDocID": f"19990101{at:06d}",
-                                           "Belegstatus": PENDING, "Barcode": f"NB{at:06d}", SHORT_NAME: f"Beleg {at}"})
+                values = {"BelegNr": str(at), "BelegIndex": "1", "SesamDocID": f"19990101{at:06d}", "Belegstatus": PENDING,
+                          "Barcode": f"NB{at:06d}", SHORT_NAME: f"Beleg {at}"}
+                self._file(kind, folder, dict.fromkeys(LINES[kind], "") | values)
         for kind in KINDS:
             self._of_neighbours[kind] = iter([entry for entry in self._entries if entry.right is None and entry.kind == kind])
             twin = self._vouchers[kind][-1].entry.values
@@ -189,9 +193,6 @@ class Planting:
         # Reports have a mask of their own, which is not looked at.
         report = self._file("Auswertung", self._folder("Auswertung"), {SHORT_NAME: "Saldobilanz", "DatumVon": "01.01.2026"})
         report.right = report.state()
-
-    def _other(self, kind, folder, values):
-        return self._file(kind, folder, dict.fromkeys(LINES[kind], "") | values)
 
     # ---- what is planted -----------------------------------------------------------------------------------------
 
@@ -208,8 +209,8 @@ class Planting:
     def _take_entry(self, kind):
         return self._take(kind).entry
 
-    def _note(self, kind, *entries, by=None):
-        self.planted.append((kind, by, entries))
+    def _note(self, finding, *entries, by=None):
+        self.planted.append((finding, by, entries))
 
     def _copy(self, entry, **values):
         """A second entry, which should not be there."""
@@ -247,7 +248,7 @@ class Planting:
         self._note("doppelt", first, second, third, by="nummer")
 
     def _note_doubles(self, *entries):
-        # That number and barcode are the same, too, is nothing new.
+        """That number and barcode are the same, too, is nothing new."""
         self._note("doppelt", *entries, by="dokId")
 
     def _old_id(self):
@@ -291,19 +292,18 @@ class Planting:
         for text, changed in (("Zwei\r\nZeilen", "Zwei\nZeilen"), ("Ende", "Ende "), ("Müller", "müller"), ("Öl", "O\u0308l"),
                               ("Text", ""), *((text, f"{text} 2") for text in NASTY)):
             voucher = self._take(kind)
-            self._correct(voucher, text=text)
+            self._correct(voucher, text)
             voucher.entry.values[SHORT_NAME] = changed
             self._note("abweichend", voucher.entry)
         voucher = self._take(kind)
         voucher.entry.values["Betrag"] += "0"
         self._note("abweichend", voucher.entry)
 
-    def _correct(self, voucher, **fields):
+    def _correct(self, voucher, text):
         """The booking has always read like this."""
-        at = self._content["buchungen"].index(voucher.booking)
-        self._right_content["buchungen"][self._right_content["buchungen"].index(voucher.booking)] |= fields
-        self._content["buchungen"][at] |= fields
-        voucher.entry.right[2][SHORT_NAME] = voucher.entry.values[SHORT_NAME] = voucher.booking["text"]
+        right = self._right_content["buchungen"]
+        right[right.index(voucher.booking)]["text"] = voucher.booking["text"] = text
+        voucher.entry.right[2][SHORT_NAME] = voucher.entry.values[SHORT_NAME] = text
 
     def _another_booking(self, kind):
         for values in ({}, {SHORT_NAME: self._other_value()}):
@@ -327,18 +327,14 @@ class Planting:
             entry = self._take_entry(kind)
             entry.values |= {"Belegstatus": PENDING, "SesamDocID": identity}
             self._note("pendent", entry)
-        for days, clock in ((31, "000000"), (30, "235959")):
-            entry = self._take_entry(kind)
-            date = self.today - datetime.timedelta(days=days)
-            # Of this second there is one only: the document ids of one day must not be double.
-            entry.values |= {"Belegstatus": PENDING, "SesamDocID": self._at_clock(date, clock)}
-            if days > 30:
-                self._note("pendent", entry)
-
-    def _at_clock(self, date, clock):
-        moment = datetime.datetime.combine(date, datetime.time.fromisoformat(f"{clock[:2]}:{clock[2:4]}:{clock[4:]}"))
+        # Early on the last day that counts, late on the first one that does not: nobody else has a document id of then.
+        midnight = datetime.datetime.combine(self.today - datetime.timedelta(days=30), datetime.time())
         step = datetime.timedelta(seconds=next(self._serial) % 3600)
-        return (moment + step if clock == "000000" else moment - step).strftime("%Y%m%d%H%M%S")
+        for moment in (midnight - ONE_DAY + step, midnight + ONE_DAY - ONE_SECOND - step):
+            entry = self._take_entry(kind)
+            entry.values |= {"Belegstatus": PENDING, "SesamDocID": moment.strftime("%Y%m%d%H%M%S")}
+            if moment < midnight:
+                self._note("pendent", entry)
 
     def _several(self, kind):
         """Several findings on one entry."""
@@ -393,19 +389,19 @@ class Planting:
         self._lines.append((moment, f"DMSProvider_{request}  [{told['SesamDocID']}]  "
                                     f"[[{number}/{index}, {mandant}, {number}, {index}, {told['Barcode']}]]"))
 
-    def _withhold(self, kind):
-        """An entry that was never filed; mending files it."""
+    def _withhold(self, kind, request, **values):
+        """An entry that should have been filed for the request and was not; mending files it."""
         entry = self._take_entry(kind)
         self._entries.remove(entry)
         self._missing.append(entry)
+        entry.right[2].update(values)
+        self._trace(request, entry.right[2])
+        self.planted.append(("nichtAbgelegt", None, entry.values["SesamDocID"]))
         return entry
 
     def _traced(self, kind):
-        for request, more in (("SaveDocument", {}), ("DocumentChanged", {"Barcode": f"Ä-{next(self._serial)}"})):
-            entry = self._withhold(kind)
-            entry.right[2].update(more)
-            self._trace(request, entry.right[2])
-            self.planted.append(("nichtAbgelegt", None, entry.values["SesamDocID"]))
+        self._withhold(kind, "SaveDocument")
+        self._withhold(kind, "DocumentChanged", Barcode=f"Ä-{next(self._serial)}")
 
         voucher = self._take(kind)
         self._lose_booking(voucher)
@@ -422,9 +418,7 @@ class Planting:
         self._note("abweichend", entry)
 
         # A neighbour's voucher of the same number is not what was to be filed.
-        entry = self._withhold(kind)
-        self._trace("SaveDocument", entry.right[2])
-        self.planted.append(("nichtAbgelegt", None, entry.values["SesamDocID"]))
+        entry = self._withhold(kind, "SaveDocument")
         same = next(self._of_neighbours[kind])
         same.values |= {key: entry.values[key] for key in ("BelegNr", "BelegIndex")}
         same.right = same.state()
@@ -475,7 +469,7 @@ class Planting:
         hits = []
         for kind in KINDS:
             pinned = self._pinned[kind]
-            movable = [entry for entry in self._entries if entry.kind == kind and not any(entry is one for one in pinned)]
+            movable = [entry for entry in self._entries if entry.kind == kind and entry not in pinned]
             self._chance.shuffle(movable)
             count = len(movable) + len(pinned)
             edge = self.limit if count > self.limit + 20 else count // 2

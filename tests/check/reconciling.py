@@ -17,24 +17,27 @@ def told(abgleich):
 
 
 class ReconcilingCase(unittest.TestCase):
-    def setUp(self):
-        self.station = CheckStation("check-reconcile")
+    """Every test begins with the same files. What COM starts knows nothing of the tests before."""
+    @classmethod
+    def setUpClass(cls):
+        cls.station = CheckStation("check-reconcile")
         client = Client()
         # One of each kind that has an open item, if its kind has any.
-        self.bookings = {kind: next(booking for booking in client.with_barcode(origin)
-                                    if kind == "Belege" or booking["opNr"]) for kind, origin in KINDS.items()}
-        self.station.run_host(["InitProvider", *(f"SaveDocument booking {booking['belegNr']} {booking['belegIndex']}"
-                                                 for booking in self.bookings.values())])
-        self.ids = {kind: self.entry(kind)["id"] for kind in KINDS}
+        cls.bookings = {kind: next(booking for booking in client.with_barcode(origin)
+                                   if kind == "Belege" or booking["opNr"]) for kind, origin in KINDS.items()}
+        cls.station.run_host(["InitProvider", *(f"SaveDocument booking {booking['belegNr']} {booking['belegIndex']}"
+                                                for booking in cls.bookings.values())])
+        kinds = {mask: kind for kind, mask in MASKS.items()}
+        cls.ids = {kinds[entry["maske"]]: entry["id"] for entry in cls.station.entries()}
+        cls.station.keep()
+
+    def setUp(self):
+        self.station.put_back()
 
     def tearDown(self):
         self.station.stop_archive()
 
     # ---- what is planted -----------------------------------------------------------------------------------------
-
-    def entry(self, kind):
-        """The first one of the kind."""
-        return next(entry for entry in self.station.entries() if entry["maske"] == MASKS[kind])
 
     def file_of(self, number):
         return next((self.station.store / "Ordner").rglob(f"{number}.json"))
@@ -51,6 +54,10 @@ class ReconcilingCase(unittest.TestCase):
         def change(content):
             content["felder"][str(LINES[kind][key])] = value
         self.rewrite(self.ids[kind], change)
+
+    def set_in_each(self, key, value):
+        for kind in KINDS:
+            self.set_field(kind, key, value)
 
     def copy(self, number):
         """The same entry once more, and the copy's number."""

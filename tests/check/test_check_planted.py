@@ -23,7 +23,7 @@ from workstation import Client, PlatformTexts, windows_path
 
 ALL = os.environ.get("KANDORA_PLANTED") == "all"
 # Entries of the client, entries of others, repetitions of each finding.
-SIZES = (10000, 20000, 3) if ALL else (600, 1200, 1)
+SIZES = (10000, 20000, 3) if ALL else planting.SMALLEST
 OF_ENTRIES = {"doppelt", "ohneBuchung", "andereArt", "abweichend", "andereBuchung", "leer", "pendent", "nichtGeloescht"}
 
 

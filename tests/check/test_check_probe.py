@@ -1,13 +1,10 @@
 """A probe files into every folder and leaves nothing behind, however it ends."""
-import contextlib
 import json
 import unittest
 
 from checkstation import CLIENT_FOLDER, CheckStation, interrupt
-from workstation import LIMIT, MASKS, wait_until, windows_path
+from workstation import LIMIT, MASKS
 
-# Long enough for the test to end the program before the archive answers; nobody waits for its end but the archive itself.
-WHILE_IT_ANSWERS = 6000
 # The folders in the order in which they are probed. In each the archive is asked for the new entry's id.
 ORDER = ["Debi", "Kredi", "Buchungen", "Auswertungen"]
 
@@ -76,23 +73,16 @@ class Probing(unittest.TestCase):
         self.assertIn("4 Einträge", self.probes(again)["Überreste"]["wert"])
         self.assert_untouched()
 
-    @contextlib.contextmanager
     def held_up(self, folder, *arguments):
-        """A probe, while the archive takes its time with the entry that has just been filed into this folder."""
-        begun = self.station.folder / "Begonnen"
-        begun.unlink(missing_ok=True)
-        self.rehearse([{"call": "GetEntryId", "args": [-2], "nth": ORDER.index(folder) + 1,
-                        "delayMs": WHILE_IT_ANSWERS, "begun": windows_path(begun)}])
-        with self.station.checking("--probe", *arguments) as process:
-            wait_until(lambda: begun.exists() or process.poll() is not None, f"an entry of the probe in {folder}")
-            self.assertIsNone(process.poll(), self.station.running_output())
-            yield process
+        """A probe, while the archive keeps back the number of the entry that has just been filed into this folder."""
+        return self.station.held_up({"call": "GetEntryId", "args": [-2], "nth": ORDER.index(folder) + 1}, "--probe", *arguments)
 
     def test_interrupted(self):
         for folder, finished in (("Debi", ["Debi"]), ("Auswertungen", ["Debi", "Kredi", "Beleg", "Auswertung"])):
             with self.subTest(folder=folder):
                 with self.held_up(folder, "--json") as process:
                     interrupt(process)
+                    self.station.release()
                     self.assertEqual(process.wait(LIMIT), 2)
                 checks = json.loads(self.station.running_output())["pruefungen"]
                 probes = {check["name"]: check["ergebnis"] for check in checks if check["bereich"] == "Probe"}

@@ -4,7 +4,7 @@ import json
 import re
 import unittest
 
-from checkstation import CLIENT_FOLDER
+from checkstation import CLIENT_FOLDER, interrupt
 from reconciling import KINDS, PROGRESS, ReconcilingCase, told
 from workstation import LINES, MASKS, windows_path
 
@@ -38,31 +38,34 @@ class Reconciling(ReconcilingCase):
         self.assertEqual([call for call in calls if writing.search(call)], [])
 
     def test_each_kind(self):
-        for kind in KINDS:
-            with self.subTest(kind=kind):
-                number, booking = self.ids[kind], self.bookings[kind]
-                self.set_field(kind, "Betrag", "1.05")
-                found = self.assert_found([("abweichend", number, "")])["befunde"][0]
-                self.assertEqual([field["feld"] for field in found["felder"]], ["Betrag"])
-                self.assertEqual((found["felder"][0]["archiv"], found["nummer"], found["index"], found["dokId"]),
-                                 ("1.05", booking["belegNr"], booking["belegIndex"], booking["docId"]))
-                self.set_field(kind, "Valutadatum", "1.1.1999")
-                self.assert_found([("andereBuchung", number, "")])
-                self.set_field(kind, "BelegIndex", "99")
-                self.assert_found([("ohneBuchung", number, "")])
-                self.set_field(kind, "BelegNr", "")
-                self.set_field(kind, "SesamDocID", "")
-                self.assert_found([("leer", number, "")])
-                self.rewrite(number, lambda content: content.update(kurzbezeichnung="alt"))
-                self.set_field(kind, "BelegNr", booking["belegNr"])
-                self.set_field(kind, "BelegIndex", booking["belegIndex"])
-                right = self.right_fields(kind)
-                self.rewrite(number, lambda content: content["felder"].update(right))
-                found = self.assert_found([("abweichend", number, "")])["befunde"][0]
-                self.assertEqual(found["felder"],
-                                 [{"feld": "Kurzbezeichnung", "archiv": "alt", "buchhaltung": booking["text"]}])
-                self.rewrite(number, lambda content: content.update(kurzbezeichnung=booking["text"]))
-                self.assert_found([])
+        self.set_in_each("Betrag", "1.05")
+        for kind, found in self.found_in_each("abweichend").items():
+            booking = self.bookings[kind]
+            self.assertEqual([field["feld"] for field in found["felder"]], ["Betrag"])
+            self.assertEqual((found["felder"][0]["archiv"], found["nummer"], found["index"], found["dokId"]),
+                             ("1.05", booking["belegNr"], booking["belegIndex"], booking["docId"]))
+        self.set_in_each("Valutadatum", "1.1.1999")
+        self.found_in_each("andereBuchung")
+        self.set_in_each("BelegIndex", "99")
+        self.found_in_each("ohneBuchung")
+        self.set_in_each("BelegNr", "")
+        self.set_in_each("SesamDocID", "")
+        self.found_in_each("leer")
+        for kind, number in self.ids.items():
+            right = self.right_fields(kind)
+            self.rewrite(number, lambda content: content.update(kurzbezeichnung="alt") or content["felder"].update(right))
+        for kind, found in self.found_in_each("abweichend").items():
+            self.assertEqual(found["felder"], [{"feld": "Kurzbezeichnung", "archiv": "alt",
+                                                "buchhaltung": self.bookings[kind]["text"]}])
+        for kind, number in self.ids.items():
+            self.rewrite(number, lambda content: content.update(kurzbezeichnung=self.bookings[kind]["text"]))
+        self.assert_found([])
+
+    def found_in_each(self, art):
+        """Nothing but a finding of this kind on each entry; they, by the documents' kinds."""
+        findings = self.assert_found([(art, number, "") for number in self.ids.values()])["befunde"]
+        return {kind: next(finding for finding in findings if finding["eintrag"] == number)
+                for kind, number in self.ids.items()}
 
     def right_fields(self, kind):
         """As the preview tells them."""
@@ -197,10 +200,34 @@ class Reconciling(ReconcilingCase):
 
     def test_reindexing_asks_at_a_console(self):
         before = self.spoil()
-        shown = self.station.output_at_a_console("--reindex", "--days", "99999", question="[j/N]", answer="j\r")
+        code, shown = self.reindex_at_a_console(lambda _, console: console.type("j\r"))
+        self.assertEqual(code, 0)
         self.assertIn("3 Einträge neu schreiben? Der Status wird dabei «Pendent». [j/N]", shown)
         self.assertIn("3 Einträge neu geschrieben, 0 Einträge ausgelassen, 0 Einträge nicht versucht", shown)
         self.assertEqual({entry["id"]: entry for entry in self.station.entries()}, before)
+
+    def reindex_at_a_console(self, answer):
+        return self.station.run_at_a_console("--reindex", "--days", "99999", question="[j/N]", answer=answer)
+
+    def test_reindexing_is_interrupted_at_its_question(self):
+        """Who answers yes after all has been too late."""
+        def answer(process, console):
+            interrupt(process)
+            console.type("j\r")
+        self.spoil()
+        spoilt = self.files()
+        code, shown = self.reindex_at_a_console(answer)
+        self.assertEqual(code, 2)
+        self.assertIn("Neu schreiben: unterbrochen", shown)
+        self.assertIn("0 Einträge neu geschrieben, 0 Einträge ausgelassen, 3 Einträge nicht versucht", shown)
+        self.assertEqual(self.files(), spoilt)
+
+    def test_the_console_is_closed_at_the_question(self):
+        self.spoil()
+        spoilt = self.files()
+        code, _ = self.reindex_at_a_console(lambda _, console: console.close())
+        self.assertEqual(code, 1)  # as if nobody answered
+        self.assertEqual(self.files(), spoilt)
 
     def test_reindexing_leaves_what_is_not_hit_first(self):
         self.spoil()

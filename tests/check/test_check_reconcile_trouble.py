@@ -8,10 +8,8 @@ import unittest
 
 from checkstation import interrupt
 from reconciling import ReconcilingCase, told
-from workstation import LIMIT, kill, started_hosts, wait_until, windows, windows_path
+from workstation import LIMIT, kill, started_hosts, windows, windows_path
 
-# Long enough for the test to interrupt the program before the archive answers.
-WHILE_IT_ANSWERS = 6000
 MOST_REFUSALS = 5
 LONG_LOG = 100_000_000
 MOST_MEMORY = 100_000  # KB
@@ -49,36 +47,22 @@ class Disturbed(ReconcilingCase):
                 found = set(told(abgleich)) - {("nichtPruefbar", number, "") for number in self.ids.values()}
                 self.assertLessEqual(found, {("abweichend", self.ids["Kredi"], "")})
 
-    @contextlib.contextmanager
-    def held_up(self, call, number, *arguments):
-        """A run, while the archive takes its time with this call."""
-        begun = self.station.folder / "Begonnen"
-        begun.unlink(missing_ok=True)
-        self.station.stop_archive()
-        self.station.register_archive(*self.station.script([{"call": call, "nth": number, "delayMs": WHILE_IT_ANSWERS,
-                                                             "begun": windows_path(begun)}]))
-        with self.station.checking(*arguments) as process:
-            wait_until(lambda: begun.exists() or process.poll() is not None, "the archive takes its time")
-            self.assertIsNone(process.poll(), self.station.running_output())
-            yield process
-
     def assert_stopped(self, process, reason, found):
-        """The run has ended before its end, with what it had; nothing was written."""
+        """Once the archive answers, the run ends before its end, with what it had; nothing was written."""
+        self.station.release()
         self.assertEqual(process.wait(LIMIT), 2)
         abgleich = json.loads(self.station.running_output())["abgleich"]
         self.assertEqual((abgleich["vollstaendig"], told(abgleich)), (False, found))
         self.assertRegex(abgleich["grund"], reason)
         self.assertEqual(self.files(), self.before)
 
-    @contextlib.contextmanager
-    def held_up_at_the_second_entry(self):
-        """While the archive takes its time, the first entry is done; the first and the last one differ."""
+    def held_up_at_the_second_entry(self, *arguments):
+        """While the archive keeps back its answer, the first entry, which differs, is done; so does the last one."""
         self.set_field("Belege", "Betrag", "1")
         self.set_field("Debi", "Betrag", "1")
         self.before = self.files()
-        # The third time, for the second look at the first entry, is past; this is the next entry.
-        with self.held_up("ObjMainParent", 3, "--reconcile", "--json", "--days", "99999") as process:
-            yield process
+        # After both looks at the first entry.
+        return self.station.held_up({"call": "ObjMainParent", "nth": 3}, "--reconcile", "--json", "--days", "99999", *arguments)
 
     def test_interrupted(self):
         with self.held_up_at_the_second_entry() as process:
@@ -87,10 +71,9 @@ class Disturbed(ReconcilingCase):
 
     def test_interrupted_among_several_clients(self):
         path = windows_path(self.station.client)
-        self.set_field("Belege", "Betrag", "1")
-        with self.held_up("ObjMainParent", 3, "--reconcile", "--json", "--days", "99999", "--client", path,
-                          "--client", path) as process:
+        with self.held_up_at_the_second_entry("--client", path, "--client", path) as process:
             interrupt(process)
+            self.station.release()
             self.assertEqual(process.wait(LIMIT), 2)
         found = json.loads(self.station.running_output())["abgleiche"]
         self.assertEqual([(one["mandant"], one["vollstaendig"], one["grund"], len(one["befunde"])) for one in found],
@@ -103,6 +86,7 @@ class Disturbed(ReconcilingCase):
         for _ in range(MOST_REFUSALS):
             with self.held_up_at_the_second_entry() as process:
                 kill_one()
+                self.station.release()
                 process.wait(LIMIT)
             result = json.loads(self.station.running_output())
             self.assertEqual(self.files(), self.before)
@@ -189,8 +173,8 @@ class Disturbed(ReconcilingCase):
         self.assertEqual(self.files(), before)
 
     def test_progress_at_a_console(self):
-        self.assertRegex(self.station.output_at_a_console("--reconcile", "--days", "99999"),
-                         r"Maske Belege \(82\): 0 von 3 Einträgen, 0 Befunde")
+        _, shown = self.station.run_at_a_console("--reconcile", "--days", "99999")
+        self.assertRegex(shown, r"Maske Belege \(82\): 0 von 3 Einträgen, 0 Befunde")
 
 
 if __name__ == "__main__":

@@ -120,7 +120,7 @@ class Planted(unittest.TestCase):
 class Mended(unittest.TestCase):
     def test_nothing_is_found(self):
         with tempfile.TemporaryDirectory() as directory:
-            mended = planting.Planting(directory, 450, 900, 1, TODAY)
+            mended = planting.Planting(directory, *planting.SMALLEST, TODAY)
             mended.write()
             mended.mend()
             for with_logs in (False, True):
@@ -139,7 +139,7 @@ class Written(unittest.TestCase):
         client = Client()
         accounting = Accounting(client.content | {"optionen": {"600": dict.fromkeys(["109", "111", "112"], "")}}, SwissTexts())
         for booking in client.bookings:
-            kind = expectation.kind_of(booking)
+            kind = Client.kind(booking)
             entry = client.expected_entry({"barcode": "", "docId": ""} | booking, SwissTexts(), "")
             values = accounting.written(booking)
             self.assertEqual(values.pop("Kurzbezeichnung"), entry["kurzbezeichnung"])

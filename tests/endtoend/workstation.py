@@ -235,8 +235,7 @@ class Workstation:
 
     def __init__(self, name, client=SAMPLE_CLIENT, separator="¶"):
         self.folder = options.work / name
-        # Left by an earlier test if that failed.
-        kill(process for process, words in session_processes() if "Simulator.exe" in words)
+        self.end_simulators()
         shutil.rmtree(self.folder, ignore_errors=True)
         self.install = self.folder / "Kandora"
         self.install.mkdir(parents=True)
@@ -254,6 +253,11 @@ class Workstation:
         windows("regsvr32.exe", "/s", windows_path(self.component))
         windows("HostSimulator.exe", "--register")
         self.register_archive()
+
+    @staticmethod
+    def end_simulators():
+        """What an earlier test has left, if it failed."""
+        kill(process for process, words in session_processes() if "Simulator.exe" in words)
 
     @staticmethod
     def write_json(path, content):
@@ -358,6 +362,8 @@ class Workstation:
         wait_until(lambda: not self.archive_processes(), "the archive is gone")
 
     def stop_archive(self):
+        if not self.archive_processes():
+            return  # asking it takes longer than looking
         windows("ArchiveSimulator.exe", "--stop", "--store", windows_path(self.store))
         wait_until(lambda: not self.archive_processes(), "the archive has ended")
 
